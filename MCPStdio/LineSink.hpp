@@ -1,0 +1,42 @@
+#pragma once
+
+#include "MCPStdio/concurrency/Mutex.hpp"
+
+#include <deque>
+#include <string>
+#include <string_view>
+
+namespace MCPStdio {
+
+/// Where lines go out, whole and in the order in which they were sent, from any thread.
+///
+/// Sending never waits for the reader at the other end, or a host that writes many requests before
+/// it reads one reply would stop both. A line is written at once, in one call, where that cannot
+/// block; otherwise it is kept, and a thread of its own writes what is kept as it finds room.
+class LineSink {
+public:
+    /// Does not own the descriptor, which may be of any kind and blocking or not.
+    explicit LineSink(int descriptor);
+
+    /// Sends a line; the line feed is added here. When the other end is closed the process ends, as
+    /// it would by default: there is nobody left to serve.
+    void send(std::string line);
+
+    /// Waits until all lines have been written.
+    void finish();
+
+private:
+    std::size_t writeAtOnce(std::string_view text) const;
+    std::size_t writeWaiting(std::string_view text) const;
+    void drain();
+
+    const int descriptor_;
+    const bool isSocket_;
+    const bool isPipe_;
+    Mutex mutex_;
+    Condition drained_;
+    std::deque<std::string> kept_ GUARDED_BY(mutex_);
+    bool draining_ GUARDED_BY(mutex_) = false;
+};
+
+} // namespace MCPStdio

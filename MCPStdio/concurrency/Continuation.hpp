@@ -1,0 +1,124 @@
+#pragma once
+
+#include "MCPStdio/concurrency/DispatchQueue.hpp"
+
+#include <coroutine>
+#include <exception>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+namespace MCPStdio {
+
+namespace detail {
+
+/// A continuation was dropped without a result: traps in a debug build. In a release build the
+/// waiting coroutine gets the error given back here, so that at least nobody waits for ever.
+std::exception_ptr droppedContinuation() noexcept;
+/// A continuation was resumed a second time: traps in a debug build, is ignored in a release build.
+void resumedTwice() noexcept;
+
+template <typename Result>
+class ContinuationState : public Job {
+public:
+    void finish(std::optional<Result> result, std::exception_ptr error) {
+        result_ = std::move(result);
+        error_ = std::move(error);
+        // From here on the coroutine may run, and this state be gone with it.
+        DispatchQueue::global().async(*this);
+    }
+
+    void run() noexcept override { waiting_.resume(); }
+
+protected:
+    ContinuationState() = default;
+    ~ContinuationState() = default;
+
+    std::coroutine_handle<> waiting_;
+    std::optional<Result> result_;
+    std::exception_ptr error_;
+};
+
+} // namespace detail
+
+/// The right to resume one waiting coroutine, once, from any thread; it then runs on the global
+/// queue. Whoever holds it must use it on every path: dropping it is a programming error.
+template <typename Result>
+class Continuation {
+public:
+    explicit Continuation(detail::ContinuationState<Result>& state) noexcept : state_{&state} {}
+    Continuation(Continuation&& other) noexcept : state_{std::exchange(other.state_, nullptr)} {}
+    Continuation(const Continuation&) = delete;
+    Continuation& operator=(const Continuation&) = delete;
+    Continuation& operator=(Continuation&&) = delete;
+    ~Continuation() {
+        if (state_ != nullptr) {
+            state_->finish(std::nullopt, detail::droppedContinuation());
+        }
+    }
+
+    void resume(Result result) { finish(std::move(result), nullptr); }
+    void fail(std::exception_ptr error) { finish(std::nullopt, std::move(error)); }
+
+private:
+    void finish(std::optional<Result> result, std::exception_ptr error) {
+        if (auto* state = std::exchange(state_, nullptr)) {
+            state->finish(std::move(result), std::move(error));
+        } else {
+            detail::resumedTwice();
+        }
+    }
+
+    detail::ContinuationState<Result>* state_;
+};
+
+/// `co_await withContinuation<Result>(body)` suspends, then calls `body` with the continuation on
+/// the same thread; the value (or exception) it is resumed with is the result. `body` must not
+/// throw.
+template <typename Result, typename Body>
+auto withContinuation(Body body) {
+    class Awaiter final : public detail::ContinuationState<Result> {
+    public:
+        explicit Awaiter(Body start) : body_{std::move(start)} {}
+        [[nodiscard]] bool await_ready() const noexcept { return false; }
+        [[gnu::noinline]] void await_suspend(std::coroutine_handle<> waiting) noexcept {
+            this->waiting_ = waiting;
+            // Off the frame first: the coroutine may go on, and end, while `body` still runs.
+            Body body{std::move(body_)};
+            body(Continuation<Result>{*this});
+        }
+        Result await_resume() {
+            if (this->error_) {
+                std::rethrow_exception(std::move(this->error_));
+            }
+            return *std::move(this->result_);
+        }
+
+    private:
+        Body body_;
+    };
+    return Awaiter{std::move(body)};
+}
+
+/// Runs a function that may block on a thread of its own; its result, or its exception, is the
+/// result. `co_await blocking([&] { return read(...); })`
+template <typename Function>
+auto blocking(Function function) {
+    using Result = std::invoke_result_t<Function&>;
+    return withContinuation<Result>(
+        [function = std::move(function)](Continuation<Result> waiting) mutable {
+            DispatchQueue::global().asyncBlocking(
+                [function = std::move(function), waiting = std::move(waiting)]() mutable {
+                    std::optional<Result> result;
+                    try {
+                        result = function();
+                    } catch (...) {
+                        waiting.fail(std::current_exception());
+                        return;
+                    }
+                    waiting.resume(*std::move(result));
+                });
+        });
+}
+
+} // namespace MCPStdio

@@ -1,0 +1,165 @@
+#include "MCPStdio/concurrency/DispatchQueue.hpp"
+
+#include <chrono>
+#include <pthread.h>
+#include <thread>
+
+namespace MCPStdio {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// How long a thread stays without work.
+constexpr auto idleTime = std::chrono::seconds{1};
+/// How long a short job may keep others waiting.
+constexpr auto patience = std::chrono::milliseconds{1};
+/// Address space only: memory is used as far as a stack is.
+constexpr std::size_t stackSize = std::size_t{1} << 20U;
+
+} // namespace
+
+void JobList::push(Job& job) noexcept {
+    job.next = nullptr;
+    (first_ == nullptr ? first_ : last_->next) = &job;
+    last_ = &job;
+    ++size_;
+}
+
+Job& JobList::pop() noexcept {
+    Job& job = *first_;
+    first_ = job.next;
+    --size_;
+    return job;
+}
+
+DispatchQueue& DispatchQueue::global() {
+    static auto* const queue = new DispatchQueue; // never destroyed: idle threads still use it
+    return *queue;
+}
+
+void DispatchQueue::async(Job& job) {
+    const MutexLock lock{mutex_};
+    short_.push(job);
+    if (runners_ == 0) {
+        ++runners_;
+        ++openRunners_;
+        needThread();
+    } else if (!watched_) {
+        watched_ = true;
+        ++openWatchers_;
+        needThread();
+    }
+}
+
+void DispatchQueue::asyncBlocking(Job& job) {
+    const MutexLock lock{mutex_};
+    blocking_.push(job);
+    needThread();
+}
+
+std::size_t DispatchQueue::openRoles() const {
+    return openRunners_ + openWatchers_ + blocking_.size();
+}
+
+/// Called after a role was opened: somebody will take it up.
+void DispatchQueue::needThread() {
+    if (openRoles() <= idle_ + starting_) {
+        wake_.notifyOne();
+        return;
+    }
+    // With no thread at all nobody would ever come back for the role.
+    while (!startThread() && threads_ == 0) {
+        std::this_thread::sleep_for(patience);
+    }
+}
+
+bool DispatchQueue::startThread() {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_attr_setstacksize(&attributes, stackSize);
+    pthread_t thread{};
+    const int error = pthread_create(
+        &thread, &attributes,
+        [](void* queue) -> void* {
+            static_cast<DispatchQueue*>(queue)->work();
+            return nullptr;
+        },
+        this);
+    pthread_attr_destroy(&attributes);
+    if (error != 0) {
+        return false;
+    }
+    ++threads_;
+    ++starting_;
+    return true;
+}
+
+/// A thread's life: one role after the other until there has been none for a while.
+void DispatchQueue::work() noexcept {
+    const MutexLock lock{mutex_};
+    --starting_;
+    while (waitForWork()) {
+        if (openRunners_ > 0) {
+            --openRunners_;
+            runShortJobs();
+        } else if (!blocking_.empty()) {
+            runUnlocked(blocking_.pop());
+        } else {
+            --openWatchers_;
+            if (watch()) {
+                runShortJobs();
+            }
+        }
+    }
+    --threads_;
+}
+
+/// False when the thread may leave.
+bool DispatchQueue::waitForWork() {
+    if (openRoles() > 0) {
+        return true;
+    }
+    const auto deadline = Clock::now() + idleTime;
+    ++idle_;
+    while (openRoles() == 0 && Clock::now() < deadline) {
+        wake_.waitUntil(mutex_, deadline);
+    }
+    --idle_;
+    return openRoles() > 0;
+}
+
+void DispatchQueue::runShortJobs() {
+    while (!short_.empty()) {
+        ++begun_;
+        runUnlocked(short_.pop());
+    }
+    --runners_;
+}
+
+/// True when the running jobs block others and this thread has to run those.
+bool DispatchQueue::watch() {
+    while (!short_.empty()) {
+        const auto before = begun_;
+        const auto deadline = Clock::now() + patience;
+        while (Clock::now() < deadline) {
+            nap_.waitUntil(mutex_, deadline);
+        }
+        if (begun_ == before && !short_.empty()) {
+            ++runners_;
+            ++openWatchers_; // the next watcher, should this thread come to block as well
+            needThread();
+            return true;
+        }
+    }
+    watched_ = false;
+    return false;
+}
+
+void DispatchQueue::runUnlocked(Job& job) {
+    mutex_.unlock();
+    job.run();
+    mutex_.lock();
+}
+
+} // namespace MCPStdio

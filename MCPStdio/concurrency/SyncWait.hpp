@@ -1,0 +1,56 @@
+#pragma once
+
+#include "MCPStdio/concurrency/Mutex.hpp"
+#include "MCPStdio/concurrency/Task.hpp"
+
+#include <exception>
+#include <memory>
+#include <optional>
+#include <type_traits>
+
+namespace MCPStdio {
+
+/// Runs a task from code that is no coroutine and blocks this thread until it has ended; gives back
+/// its result or throws its exception. The task begins on this thread.
+template <typename Result>
+Result syncWait(Task<Result> task) {
+    struct Outcome {
+        Mutex mutex;
+        Condition changed;
+        bool done GUARDED_BY(mutex) = false;
+        std::optional<std::conditional_t<std::is_void_v<Result>, bool, Result>> result;
+        std::exception_ptr error;
+    };
+    const auto run = [](Task<Result> awaited,
+                        std::shared_ptr<Outcome> outcome) -> detail::Detached {
+        try {
+            if constexpr (std::is_void_v<Result>) {
+                co_await std::move(awaited);
+            } else {
+                auto result = co_await std::move(awaited);
+                outcome->result.emplace(std::move(result));
+            }
+        } catch (...) {
+            outcome->error = std::current_exception();
+        }
+        const MutexLock lock{outcome->mutex};
+        outcome->done = true;
+        outcome->changed.notifyAll();
+    };
+    const auto outcome = std::make_shared<Outcome>();
+    run(std::move(task), outcome);
+    {
+        const MutexLock lock{outcome->mutex};
+        while (!outcome->done) {
+            outcome->changed.wait(outcome->mutex);
+        }
+    }
+    if (outcome->error) {
+        std::rethrow_exception(outcome->error);
+    }
+    if constexpr (!std::is_void_v<Result>) {
+        return *std::move(outcome->result);
+    }
+}
+
+} // namespace MCPStdio

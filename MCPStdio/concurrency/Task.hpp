@@ -1,0 +1,156 @@
+#pragma once
+
+#include <atomic>
+#include <coroutine>
+#include <exception>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+/// The unit of asynchronous work.
+///
+/// The one hard question of such a type is how a child that finishes hands control to its parent
+/// without growing the stack. Jumping from one coroutine straight into the next needs a tail call,
+/// which one of our compilers makes only when it optimises and neither makes under its sanitizers;
+/// a loop over a million children would overflow there. So a parent runs its child by an ordinary
+/// call. A child that finished within that call is seen to be done, and the parent goes on without
+/// having suspended; a loop needs no stack at all. A child that is still waiting resumes its
+/// parent when it ends, on whatever thread that happens. One atomic exchange decides which it was.
+namespace MCPStdio {
+
+template <typename Result>
+class Task;
+
+namespace detail {
+
+class TaskPromiseBase {
+public:
+    std::suspend_always initial_suspend() noexcept { return {}; }
+
+    struct FinalAwaiter {
+        [[nodiscard]] bool await_ready() const noexcept { return false; }
+        template <typename Promise>
+        std::coroutine_handle<> await_suspend(std::coroutine_handle<Promise> self) noexcept {
+            // Releases the result to the parent, acquires the parent's handle.
+            TaskPromiseBase& promise = self.promise();
+            const bool parentWaits = promise.met_.exchange(true, std::memory_order_acq_rel);
+            return parentWaits ? promise.parent_ : std::noop_coroutine();
+        }
+        void await_resume() const noexcept {}
+    };
+    FinalAwaiter final_suspend() noexcept { return {}; }
+
+    void unhandled_exception() noexcept { error_ = std::current_exception(); }
+
+    /// Runs the task on this thread. True when the parent has to wait for it to end.
+    template <typename Promise>
+    static bool start(std::coroutine_handle<Promise> self, std::coroutine_handle<> parent) {
+        TaskPromiseBase& promise = self.promise();
+        promise.parent_ = parent;
+        self.resume();
+        // Whoever comes second knows that the other has been here. Nothing of either frame may be
+        // touched after this when it was us: the task may end, and its parent with it, at once.
+        return !promise.met_.exchange(true, std::memory_order_acq_rel);
+    }
+
+protected:
+    void rethrowError() const {
+        if (error_) {
+            std::rethrow_exception(error_);
+        }
+    }
+
+private:
+    std::coroutine_handle<> parent_;
+    std::exception_ptr error_;
+    std::atomic<bool> met_{false};
+};
+
+template <typename Result>
+class TaskPromise : public TaskPromiseBase {
+public:
+    Task<Result> get_return_object() noexcept;
+    template <typename Value>
+        requires std::constructible_from<Result, Value&&>
+    void return_value(Value&& value) {
+        result_.emplace(std::forward<Value>(value));
+    }
+    Result take() {
+        rethrowError();
+        return *std::move(result_);
+    }
+
+private:
+    std::optional<Result> result_;
+};
+
+template <>
+class TaskPromise<void> : public TaskPromiseBase {
+public:
+    Task<void> get_return_object() noexcept;
+    void return_void() noexcept {}
+    void take() const { rethrowError(); }
+};
+
+/// A coroutine that begins at once, belongs to nobody and disappears at its end; it must not throw.
+struct Detached {
+    struct promise_type {
+        Detached get_return_object() const noexcept { return {}; }
+        std::suspend_never initial_suspend() const noexcept { return {}; }
+        std::suspend_never final_suspend() const noexcept { return {}; }
+        void return_void() const noexcept {}
+        void unhandled_exception() const noexcept { std::terminate(); }
+    };
+};
+
+} // namespace detail
+
+/// A computation that starts when it is awaited and is awaited once: `co_await std::move(task)`.
+/// Awaiting runs it on the awaiting thread up to the first point where it has to wait; the awaiter
+/// goes on, with the result or the exception, on the thread that finished it. A task that was never
+/// awaited does nothing; one that has begun must not be destroyed before its end.
+template <typename Result = void>
+class [[nodiscard]] Task {
+public:
+    using promise_type = detail::TaskPromise<Result>;
+
+    Task(Task&& other) noexcept : handle_{std::exchange(other.handle_, nullptr)} {}
+    Task(const Task&) = delete;
+    Task& operator=(const Task&) = delete;
+    Task& operator=(Task&&) = delete;
+    ~Task() {
+        if (handle_) {
+            handle_.destroy();
+        }
+    }
+
+    auto operator co_await() && noexcept {
+        struct Awaiter {
+            std::coroutine_handle<promise_type> handle;
+
+            [[nodiscard]] bool await_ready() const noexcept { return false; }
+            bool await_suspend(std::coroutine_handle<> parent) {
+                return promise_type::start(handle, parent);
+            }
+            Result await_resume() { return handle.promise().take(); }
+        };
+        return Awaiter{handle_};
+    }
+
+private:
+    friend promise_type;
+    explicit Task(std::coroutine_handle<promise_type> handle) noexcept : handle_{handle} {}
+
+    std::coroutine_handle<promise_type> handle_;
+};
+
+template <typename Result>
+Task<Result> detail::TaskPromise<Result>::get_return_object() noexcept {
+    return Task<Result>{std::coroutine_handle<TaskPromise>::from_promise(*this)};
+}
+
+inline Task<void> detail::TaskPromise<void>::get_return_object() noexcept {
+    return Task<void>{std::coroutine_handle<TaskPromise>::from_promise(*this)};
+}
+
+} // namespace MCPStdio

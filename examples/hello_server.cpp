@@ -1,0 +1,32 @@
+// The smallest useful server: one tool that gives back its argument.
+
+#include <MCPStdio/MCPServer.hpp>
+#include <MCPStdio/concurrency/SyncWait.hpp>
+
+using namespace MCPStdio;
+
+namespace {
+
+Task<MCPToolResult> echo(JSONValue arguments) {
+    const JSONValue* text = arguments["text"];
+    if (text == nullptr || !text->stringValue()) {
+        throw MCPToolError{"‘text’ is required"};
+    }
+    co_return MCPToolResult{std::string{*text->stringValue()}, false};
+}
+
+const MCPTool echoTool{
+    "echo", "Give back a text.",
+    JSONValue::object({
+        {"type", "object"},
+        {"properties", JSONValue::object({{"text", JSONValue::object({{"type", "string"}})}})},
+        {"required", JSONValue::array("text")},
+    }),
+    true, echo};
+
+} // namespace
+
+int main() {
+    MCPServer server{"hello", "1.0", std::nullopt, {echoTool}};
+    syncWait(server.run());
+}

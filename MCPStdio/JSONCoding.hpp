@@ -205,7 +205,7 @@ JSONValue JSONValue::encoding(const Value& value) {
 
 template <typename Value>
 Value JSONValue::decode() const {
-    return detail::decode<Value>(*this, "value");
+    return detail::decode<Value>(detail::checked(*this), "value");
 }
 
 } // namespace MCPStdio

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "MCPStdio/MCPTool.hpp"
+#include "velmiro_mcp/Approval.hpp"
+
+#include <vector>
+
+/// The tools, one group for each kind of data, in the order in which they are listed.
+namespace velmiro {
+
+class EventStore;
+
+/// `calendar_list_events` and `calendar_create_event`. The store must outlive them.
+std::vector<MCPStdio::MCPTool> calendarTools(EventStore& store, const Ask& ask);
+
+} // namespace velmiro

@@ -1,0 +1,30 @@
+#include "velmiro_mcp/Process.hpp"
+
+#include <string_view>
+#include <sys/resource.h>
+
+extern "C" char** environ; // POSIX leaves its declaration to the program
+
+namespace velmiro {
+
+std::map<std::string, std::string> processEnvironment() {
+    std::map<std::string, std::string> environment;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        const std::string_view text{*entry};
+        const std::size_t equals = text.find('=');
+        if (equals != std::string_view::npos) {
+            environment.emplace(text.substr(0, equals), text.substr(equals + 1));
+        }
+    }
+    return environment;
+}
+
+void raiseDescriptorLimit() noexcept {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        ::setrlimit(RLIMIT_NOFILE, &limit); // as it was where the system refuses
+    }
+}
+
+} // namespace velmiro

@@ -1,0 +1,21 @@
+#include "MCPStdio/MCPServer.hpp"
+#include "MCPStdio/concurrency/SyncWait.hpp"
+#include "velmiro_mcp/Kind.hpp"
+#include "velmiro_mcp/Process.hpp"
+#include "velmiro_mcp/ToolCatalogue.hpp"
+
+namespace {
+
+constexpr const char* instructions =
+    "The user's own Apple data on this Mac. Read tools run at once. Tools that change data ask the "
+    "user first; if the user says no, do not retry unless asked.";
+
+} // namespace
+
+int main() {
+    velmiro::raiseDescriptorLimit();
+    const auto enabled = velmiro::enabledKinds(velmiro::processEnvironment());
+    MCPStdio::MCPServer server{"velmiro-apple", "1.0", instructions, velmiro::tools(enabled)};
+    MCPStdio::syncWait(server.run());
+    return 0;
+}

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The ports: what the application asks of the system it runs on, and no more.
+///
+/// Exactly one platform is linked into a program; the build list chooses it. Everything that can be
+/// decided in plain C++ (sorting, cutting, wording, records) is decided above this header, once for
+/// all systems. All text is valid UTF-8 in both directions.
+namespace velmiro {
+
+/// A point in time, in milliseconds since 1970-01-01T00:00:00Z.
+using Instant = std::chrono::sys_time<std::chrono::milliseconds>;
+
+/// What a calendar holds. The values are the platform's own numbers.
+enum class EntityType { event = 0, reminder = 1 };
+
+/// How far the user lets this program into a database. The values are the platform's own numbers.
+enum class AuthorizationStatus {
+    notDetermined = 0,
+    restricted = 1,
+    denied = 2,
+    fullAccess = 3,
+    writeOnly = 4,
+};
+
+/// A calendar or a reminder list.
+struct Calendar {
+    std::string identifier; ///< meaningful to the database that gave it, to nobody else
+    std::string title;
+};
+
+/// One event, or one occurrence of a repeating one, as the database holds it.
+struct Event {
+    std::string identifier; ///< shared by all occurrences of a series
+    std::optional<std::string> title;
+    std::optional<Instant> start;
+    std::optional<Instant> end; ///< of an all-day event: the midnight after its last day
+    bool allDay = false;
+    std::optional<std::string> calendar; ///< the title of its calendar
+    std::optional<std::string> location;
+    std::optional<std::string> notes;
+};
+
+/// What is needed to make an event; `start` is before `end`.
+struct NewEvent {
+    std::string title;
+    Instant start;
+    Instant end;
+    bool allDay = false;
+    std::optional<std::string> location;
+    std::optional<std::string> notes;
+};
+
+/// The platform could not do what it was asked; `what()` is its own description, fit for the agent.
+class PlatformError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The platform's calendar database. Its owner calls one operation at a time, on any thread; an
+/// operation may block that thread. Nothing a call returns refers to the database.
+class EventDatabase {
+public:
+    EventDatabase() = default;
+    EventDatabase(const EventDatabase&) = delete;
+    EventDatabase& operator=(const EventDatabase&) = delete;
+    virtual ~EventDatabase() = default;
+
+    /// Asks the platform, never the user.
+    virtual AuthorizationStatus authorizationStatus(EntityType type) = 0;
+
+    /// All calendars that hold items of `type`, in the database's own order.
+    virtual std::vector<Calendar> calendars(EntityType type) = 0;
+
+    /// Where a new event goes when no calendar was named; nothing when there is no such calendar.
+    virtual std::optional<Calendar> defaultCalendarForNewEvents() = 0;
+
+    /// The events of `calendar`, or of all calendars when it is null, that overlap the time from
+    /// `start` up to but not including `end`; in no particular order. Items that cannot be read are
+    /// passed over.
+    virtual std::vector<Event> events(Instant start, Instant end, const Calendar* calendar) = 0;
+
+    /// Adds an event to `calendar` and commits it; gives back its identifier.
+    /// Throws PlatformError when it cannot be stored just as given; then nothing was stored.
+    virtual std::string saveEvent(const NewEvent& event, const Calendar& calendar) = 0;
+};
+
+/// The database of the user who runs the program. Opening it touches nothing yet.
+std::unique_ptr<EventDatabase> openEventDatabase();
+
+/// The user's Application Support folder, without a slash at the end; worked out afresh each time.
+std::string applicationSupportDirectory();
+
+/// The first `count` user-perceived characters of `text` (all of it when it has no more).
+std::string_view firstCharacters(std::string_view text, std::size_t count);
+
+/// Whether two names are the same to the user: case does not count, the user's language does.
+bool equalIgnoringCase(std::string_view left, std::string_view right);
+
+/// A date for the user to read, in the user's language and time zone, in the system's medium style.
+std::string localizedDate(Instant instant);
+
+/// The same, followed by the time of day in the system's short style.
+std::string localizedDateTime(Instant instant);
+
+} // namespace velmiro

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "velmiro_mcp/platform/local/CivilTime.hpp"
+#include "velmiro_mcp/platform/local/ContentLines.hpp"
+#include "velmiro_mcp/platform/local/Libical.hpp"
+
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+/// Values of calendar properties in this program's own types.
+namespace velmiro::local {
+
+/// Finds the zone that a TZID names; null is the user's own.
+using ZoneFinder = std::function<std::shared_ptr<const Zone>(std::string_view)>;
+
+/// A DATE or DATE-TIME; nothing when the text is neither, or not a possible one. A time that ends
+/// in Z is in UTC, another one in `zone`.
+std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<const Zone>& zone);
+
+/// The value of a property such as DTSTART, with its TZID and VALUE=DATE.
+std::optional<Moment> readMoment(const ContentLine& line, const ZoneFinder& zones);
+
+/// A time from an RDATE: where it is a period, with its own end or duration.
+struct AddedTime {
+    Moment start;
+    std::optional<Moment> end;
+    std::optional<NominalDuration> duration;
+};
+
+/// The readable values of a list property such as RDATE or EXDATE.
+std::vector<AddedTime> readTimes(const ContentLine& line, const ZoneFinder& zones);
+
+/// +0200 or -013015; nothing when the text is no offset, or one of more than a day.
+std::optional<std::chrono::seconds> readOffset(std::string_view text);
+
+} // namespace velmiro::local

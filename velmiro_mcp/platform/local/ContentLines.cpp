@@ -1,0 +1,127 @@
+#include "velmiro_mcp/platform/local/ContentLines.hpp"
+
+#include "MCPStdio/UTF8.hpp"
+
+#include <algorithm>
+
+namespace velmiro::local {
+namespace {
+
+char lowered(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+/// Joins folded lines in place: a line break that a blank follows goes, and the blank with it.
+void unfold(std::string& text) {
+    std::size_t kept = 0;
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        const bool folded = text[index] == '\n' && index + 1 < text.size() &&
+                            (text[index + 1] == ' ' || text[index + 1] == '\t');
+        if (!folded) {
+            text[kept++] = text[index];
+            continue;
+        }
+        if (kept > 0 && text[kept - 1] == '\r') {
+            --kept;
+        }
+        ++index;
+    }
+    text.resize(kept);
+}
+
+/// Where the colon before the value is: the first that no quotes enclose.
+std::size_t findValue(std::string_view line) {
+    bool quoted = false;
+    for (std::size_t index = 0; index < line.size(); ++index) {
+        if (line[index] == '"') {
+            quoted = !quoted;
+        } else if (line[index] == ':' && !quoted) {
+            return index;
+        }
+    }
+    return std::string_view::npos;
+}
+
+} // namespace
+
+bool sameWord(std::string_view left, std::string_view right) {
+    return std::ranges::equal(left, right, {}, lowered, lowered);
+}
+
+std::string unfoldedText(std::string bytes) {
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (bytes.starts_with(byteOrderMark)) {
+        bytes.erase(0, byteOrderMark.size());
+    }
+    unfold(bytes);
+    std::string text = MCPStdio::repairUTF8(std::move(bytes));
+    for (auto found = text.find('\0'); found != std::string::npos; found = text.find('\0', found)) {
+        text.replace(found, 1, "\xEF\xBF\xBD");
+    }
+    return text;
+}
+
+bool ContentLine::is(std::string_view wanted) const {
+    return sameWord(name, wanted);
+}
+
+std::string_view ContentLine::parameter(std::string_view wanted) const {
+    std::string_view rest = parameters;
+    while (rest.starts_with(';')) {
+        rest.remove_prefix(1);
+        const auto nameEnd = rest.find_first_of("=;");
+        const auto found = rest.substr(0, nameEnd);
+        rest.remove_prefix(found.size());
+        std::string_view content;
+        if (rest.starts_with("=\"")) {
+            rest.remove_prefix(2);
+            content = rest.substr(0, rest.find('"'));
+            rest.remove_prefix(std::min(content.size() + 1, rest.size()));
+        } else if (rest.starts_with('=')) {
+            rest.remove_prefix(1);
+            content = rest.substr(0, rest.find_first_of(",;"));
+            rest.remove_prefix(content.size());
+        }
+        if (sameWord(found, wanted)) {
+            return content;
+        }
+        rest.remove_prefix(std::min(rest.find(';'), rest.size()));
+    }
+    return {};
+}
+
+ContentLine takeLine(std::string_view& text) {
+    auto line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    const auto colon = findValue(line);
+    if (colon == std::string_view::npos) {
+        return {};
+    }
+    const auto head = line.substr(0, colon);
+    const auto nameSize = std::min(head.find(';'), head.size());
+    return {head.substr(0, nameSize), head.substr(nameSize), line.substr(colon + 1)};
+}
+
+std::string unescapedText(std::string_view value) {
+    std::string text;
+    text.reserve(value.size());
+    for (std::size_t index = 0; index < value.size(); ++index) {
+        const char next =
+            value[index] == '\\' && index + 1 < value.size() ? value[index + 1] : '\0';
+        if (next == 'n' || next == 'N') {
+            text += '\n';
+            ++index;
+        } else if (next == '\\' || next == ';' || next == ',') {
+            text += next;
+            ++index;
+        } else {
+            text += value[index];
+        }
+    }
+    return text;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// The lines of a calendar file (RFC 5545, 3.1).
+namespace velmiro::local {
+
+/// The bytes of a file as text: folded lines joined, valid UTF-8, without a byte order mark. A NUL
+/// becomes U+FFFD like any byte that is no text; other control characters stay.
+/// Lines are joined first, for a fold may lie within a character.
+std::string unfoldedText(std::string bytes);
+
+/// NAME;PARAMETER=value;PARAMETER="value":value. Views into the text that was read.
+struct ContentLine {
+    std::string_view name;
+    std::string_view parameters; ///< with the semicolon before each
+    std::string_view value;
+
+    [[nodiscard]] bool is(std::string_view wanted) const;
+
+    /// The first value of a parameter, without its quotes; empty when there is none.
+    [[nodiscard]] std::string_view parameter(std::string_view wanted) const;
+};
+
+/// Takes the next line from the front of an unfolded text; a line that is not of the form above
+/// has no name.
+ContentLine takeLine(std::string_view& text);
+
+/// Whether two words of the format are the same; the case of ASCII letters does not count.
+bool sameWord(std::string_view left, std::string_view right);
+
+/// What an escaped TEXT value says. A backslash that begins no known escape stays.
+std::string unescapedText(std::string_view value);
+
+} // namespace velmiro::local

@@ -1,0 +1,100 @@
+#include "velmiro_mcp/platform/local/Files.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <string_view>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace velmiro::local {
+
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest) {
+    // O_NONBLOCK: opening a pipe that nobody writes would wait for ever.
+    const FileDescriptor file{open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)};
+    struct stat about{};
+    if (!file || fstat(file.number(), &about) != 0 || !S_ISREG(about.st_mode) ||
+        static_cast<std::size_t>(about.st_size) > largest) {
+        return std::nullopt;
+    }
+    // One byte more than expected shows the end without a growing file being followed for ever.
+    std::string contents(static_cast<std::size_t>(about.st_size) + 1, '\0');
+    std::size_t length = 0;
+    while (length < contents.size()) {
+        const ssize_t count =
+            read(file.number(), contents.data() + length, contents.size() - length);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return std::nullopt;
+        }
+        if (count == 0) {
+            break;
+        }
+        length += static_cast<std::size_t>(count);
+    }
+    contents.resize(length);
+    return contents;
+}
+
+std::optional<std::vector<std::string>> visibleNames(const std::string& folder) {
+    const auto closeFolder = [](DIR* open) { closedir(open); };
+    const std::unique_ptr<DIR, decltype(closeFolder)> open{opendir(folder.c_str()), closeFolder};
+    if (!open) {
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    while (const dirent* entry = readdir(open.get())) {
+        const std::string_view name = &entry->d_name[0];
+        if (!name.starts_with('.')) {
+            names.emplace_back(name);
+        }
+    }
+    std::ranges::sort(names, [](const std::string& left, const std::string& right) {
+        return std::ranges::lexicographical_compare(left, right, [](char first, char second) {
+            return static_cast<unsigned char>(first) < static_cast<unsigned char>(second);
+        });
+    });
+    return names;
+}
+
+bool isFolder(const std::string& path) {
+    struct stat about{};
+    return stat(path.c_str(), &about) == 0 && S_ISDIR(about.st_mode);
+}
+
+bool isWritableFolder(const std::string& path) {
+    return isFolder(path) && faccessat(AT_FDCWD, path.c_str(), R_OK | W_OK | X_OK, AT_EACCESS) == 0;
+}
+
+bool makeFolders(const std::string& path) {
+    if (isFolder(path)) {
+        return true;
+    }
+    const std::string parent = parentOf(path);
+    if (!makeFolders(parent)) {
+        return false;
+    }
+    if (mkdir(path.c_str(), S_IRWXU) != 0) {
+        return isFolder(path); // another process made it at the same time
+    }
+    return flushFolder(parent);
+}
+
+bool flushFolder(const std::string& path) {
+    const FileDescriptor folder{open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    return folder && flushFolder(folder.number());
+}
+
+std::string parentOf(const std::string& path) {
+    return path.substr(0, std::max<std::size_t>(path.find_last_of('/'), 1));
+}
+
+bool flushFolder(int folder) {
+    return fsync(folder) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace velmiro::local {
+
+/// An open file or folder; closed with its owner.
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int number = -1) noexcept : number_{number} {}
+    FileDescriptor(FileDescriptor&& other) noexcept : number_{other.number_} { other.number_ = -1; }
+    FileDescriptor& operator=(FileDescriptor&&) = delete;
+    ~FileDescriptor() {
+        if (number_ >= 0) {
+            close(number_);
+        }
+    }
+
+    [[nodiscard]] int number() const noexcept { return number_; }
+    explicit operator bool() const noexcept { return number_ >= 0; }
+
+private:
+    int number_;
+};
+
+/// The contents of a regular file of at most `largest` bytes; nothing, without waiting and without
+/// reading, when it is anything else: larger, a folder, a pipe, unreadable, gone.
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest);
+
+/// The names in a folder, byte by byte in order, without those that begin with a dot; nothing when
+/// the folder cannot be read.
+std::optional<std::vector<std::string>> visibleNames(const std::string& folder);
+
+bool isFolder(const std::string& path);
+
+/// Whether this process may read, write and enter the folder.
+bool isWritableFolder(const std::string& path);
+
+/// Makes a folder that only the user can enter, and those above it that are missing, and has them
+/// last.
+/// False, with errno set, when there is none afterwards.
+bool makeFolders(const std::string& path);
+
+/// Makes what was done to the names in a folder last. False, with errno set, when it failed; a file
+/// system that cannot be asked for it counts as done.
+bool flushFolder(int folder);
+bool flushFolder(const std::string& path);
+
+/// The folder in which something with an absolute path lies; of the root, the root.
+std::string parentOf(const std::string& path);
+
+} // namespace velmiro::local

@@ -1,0 +1,94 @@
+#include "velmiro_mcp/platform/local/ICUZones.hpp"
+
+#include <unicode/ucal.h>
+#include <unicode/ustring.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace velmiro::local {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+/// Zone names are ASCII; anything else names no zone.
+std::optional<std::u16string> asciiName(std::string_view name) {
+    std::u16string wide;
+    for (const char letter : name) {
+        if (letter < ' ' || letter > '~') {
+            return std::nullopt;
+        }
+        wide.push_back(static_cast<char16_t>(letter));
+    }
+    return wide;
+}
+
+UTCTime timeOf(UDate date) {
+    return std::chrono::floor<seconds>(
+        std::chrono::sys_time<milliseconds>{milliseconds{static_cast<std::int64_t>(date)}});
+}
+
+UDate dateOf(UTCTime time) {
+    return static_cast<UDate>(time.time_since_epoch().count()) * 1000;
+}
+
+/// The offset at the time to which the calendar is set.
+seconds offsetOf(UCalendar* calendar, UErrorCode& status) {
+    return std::chrono::floor<seconds>(milliseconds{ucal_get(calendar, UCAL_ZONE_OFFSET, &status) +
+                                                    ucal_get(calendar, UCAL_DST_OFFSET, &status)});
+}
+
+} // namespace
+
+std::string zoneNameOfWindows(std::string_view name) {
+    const auto wide = asciiName(name);
+    std::array<char16_t, 128> found{};
+    UErrorCode status = U_ZERO_ERROR;
+    const int32_t length = wide ? ucal_getTimeZoneIDForWindowsID(
+                                      wide->data(), static_cast<int32_t>(wide->size()), nullptr,
+                                      found.data(), static_cast<int32_t>(found.size()), &status)
+                                : 0;
+    if (U_FAILURE(status) || length <= 0) {
+        return {};
+    }
+    return {found.begin(), found.begin() + length};
+}
+
+std::shared_ptr<const Zone> zoneFromICU(std::string_view name) {
+    const auto wide = asciiName(name);
+    if (!wide) {
+        return nullptr;
+    }
+    const auto size = static_cast<int32_t>(wide->size());
+    UErrorCode status = U_ZERO_ERROR;
+    std::array<char16_t, 128> canonical{};
+    UBool known = 0;
+    ucal_getCanonicalTimeZoneID(wide->data(), size, canonical.data(),
+                                static_cast<int32_t>(canonical.size()), &known, &status);
+    if (U_FAILURE(status) || known == 0) {
+        return nullptr;
+    }
+    UCalendar* calendar = ucal_open(wide->data(), size, "en", UCAL_GREGORIAN, &status);
+    if (U_FAILURE(status)) {
+        return nullptr;
+    }
+    const UTCTime end = std::chrono::sys_days{std::chrono::year{Zone::lastYear + 1} / 1 / 1};
+    ucal_setMillis(calendar, dateOf(std::chrono::sys_days{std::chrono::year{1900} / 1 / 1}),
+                   &status);
+    const seconds first = offsetOf(calendar, status);
+    std::vector<Zone::Change> changes;
+    UDate next = 0;
+    while (ucal_getTimeZoneTransitionDate(calendar, UCAL_TZ_TRANSITION_NEXT, &next, &status) != 0 &&
+           U_SUCCESS(status) && timeOf(next) < end) {
+        ucal_setMillis(calendar, next, &status);
+        changes.push_back({timeOf(next), offsetOf(calendar, status)});
+    }
+    ucal_close(calendar);
+    return U_SUCCESS(status) ? std::make_shared<const Zone>(first, std::move(changes)) : nullptr;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,65 @@
+#include "velmiro_mcp/platform/Platform.hpp"
+
+#include "velmiro_mcp/platform/local/Locale.hpp"
+#include "velmiro_mcp/platform/local/UserClock.hpp"
+
+#include <unicode/udat.h>
+#include <unicode/ustring.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace velmiro {
+namespace {
+
+using std::chrono::seconds;
+
+/// The user's zone at `instant`, as a zone of that one offset: ICU's own notion of the machine's
+/// zone is made once, and cannot read a zone file without a name.
+std::u16string zoneAt(Instant instant) {
+    const auto civil = local::UserClock::civil(instant, nullptr).time_since_epoch();
+    const seconds offset = civil - std::chrono::floor<seconds>(instant).time_since_epoch();
+    const std::chrono::hh_mm_ss size{offset};
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "GMT%c%02d:%02d:%02d", size.is_negative() ? '-' : '+',
+                  static_cast<int>(size.hours().count()), static_cast<int>(size.minutes().count()),
+                  static_cast<int>(size.seconds().count()));
+    const std::string name = text.data();
+    return {name.begin(), name.end()};
+}
+
+std::string formatted(Instant instant, UDateFormatStyle time) {
+    const std::u16string zone = zoneAt(instant);
+    UErrorCode status = U_ZERO_ERROR;
+    UDateFormat* const format =
+        udat_open(time, UDAT_MEDIUM, local::userLocale().c_str(), zone.data(),
+                  static_cast<int32_t>(zone.size()), nullptr, 0, &status);
+    if (U_FAILURE(status)) {
+        return {};
+    }
+    std::array<char16_t, 256> wide{};
+    const auto date = static_cast<UDate>(instant.time_since_epoch().count());
+    const int32_t length =
+        udat_format(format, date, wide.data(), static_cast<int32_t>(wide.size()), nullptr, &status);
+    udat_close(format);
+    std::array<char, 3 * wide.size()> text{};
+    int32_t size = 0;
+    u_strToUTF8(text.data(), static_cast<int32_t>(text.size()), &size, wide.data(), length,
+                &status);
+    return U_SUCCESS(status) ? std::string(text.data(), static_cast<std::size_t>(size))
+                             : std::string{};
+}
+
+} // namespace
+
+std::string localizedDate(Instant instant) {
+    return formatted(instant, UDAT_NONE);
+}
+
+std::string localizedDateTime(Instant instant) {
+    return formatted(instant, UDAT_SHORT);
+}
+
+} // namespace velmiro

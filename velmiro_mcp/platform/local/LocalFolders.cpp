@@ -1,0 +1,48 @@
+#include "velmiro_mcp/platform/local/LocalFolders.hpp"
+
+#include "velmiro_mcp/platform/Platform.hpp"
+
+#include <cstdlib>
+#include <vector>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace velmiro {
+namespace {
+
+std::string accountHome() {
+    constexpr std::size_t enoughForMost = 16'384;
+    std::vector<char> buffer(enoughForMost);
+    passwd account{};
+    passwd* found = nullptr;
+    if (getpwuid_r(getuid(), &account, buffer.data(), buffer.size(), &found) != 0 ||
+        found == nullptr || found->pw_dir == nullptr || *found->pw_dir != '/') {
+        return {};
+    }
+    return found->pw_dir;
+}
+
+std::string homeDirectory() {
+    const char* const home = std::getenv("HOME");
+    std::string folder = home != nullptr && *home == '/' ? home : accountHome();
+    while (folder.ends_with('/')) {
+        folder.pop_back();
+    }
+    return folder;
+}
+
+} // namespace
+
+std::string applicationSupportDirectory() {
+    return homeDirectory() + "/Library/Application Support";
+}
+
+namespace local {
+
+std::string dataFolder(std::string_view name) {
+    return applicationSupportDirectory() + "/Velmiro/" + std::string{name};
+}
+
+} // namespace local
+} // namespace velmiro

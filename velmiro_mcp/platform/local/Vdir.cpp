@@ -1,0 +1,84 @@
+#include "velmiro_mcp/platform/local/Vdir.hpp"
+
+#include "MCPStdio/UTF8.hpp"
+#include "velmiro_mcp/platform/local/Files.hpp"
+
+#include <sys/stat.h>
+
+namespace velmiro::local {
+namespace {
+
+bool exists(const std::string& path) {
+    struct stat about{};
+    return lstat(path.c_str(), &about) == 0;
+}
+
+std::string trimmed(const std::string& text) {
+    constexpr std::string_view blanks = " \t\r\n\v\f";
+    const auto first = text.find_first_not_of(blanks);
+    if (first == std::string::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::string titleOf(const std::string& path, const std::string& folder) {
+    constexpr std::size_t longestTitle = 4096;
+    const auto written = readRegularFile(path + "/displayname", longestTitle);
+    const std::string title = written ? trimmed(*written) : std::string{};
+    return MCPStdio::repairUTF8(title.empty() ? folder : title);
+}
+
+} // namespace
+
+bool Vdir::isAccessible() const {
+    std::string path = path_;
+    while (!exists(path)) {
+        path = parentOf(path);
+    }
+    return isWritableFolder(path);
+}
+
+void Vdir::makeIfMissing(const std::string& firstCollection) const {
+    if (exists(path_) || !makeFolders(parentOf(path_))) {
+        return;
+    }
+    // Made under another name and then renamed: whoever comes between never sees a root without its
+    // collection, which would mean that the user wants none.
+    const std::string prepared = parentOf(path_) + "/.velmiro-new";
+    const std::string collection = prepared + "/" + firstCollection;
+    if (!makeFolders(collection) || exists(path_) || rename(prepared.c_str(), path_.c_str()) != 0) {
+        rmdir(collection.c_str());
+        rmdir(prepared.c_str());
+    } else {
+        flushFolder(parentOf(path_));
+    }
+}
+
+std::optional<Collection> Vdir::collection(const std::string& folder) const {
+    const std::string path = path_ + "/" + folder;
+    const bool isName =
+        !folder.empty() && !folder.starts_with('.') && folder.find('/') == std::string::npos;
+    if (!isName || !isFolder(path)) {
+        return std::nullopt;
+    }
+    return Collection{folder, path, titleOf(path, folder)};
+}
+
+std::vector<Collection> Vdir::collections() const {
+    std::vector<Collection> found;
+    for (const std::string& name : visibleNames(path_).value_or(std::vector<std::string>{})) {
+        if (auto one = collection(name)) {
+            found.push_back(std::move(*one));
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> Vdir::items(const Collection& collection, std::string_view ending) {
+    auto names = visibleNames(collection.path).value_or(std::vector<std::string>{});
+    std::erase_if(names, [&](const std::string& name) { return !name.ends_with(ending); });
+    return names;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The vdir layout: a root folder, in it one folder per collection, in that one file per item.
+namespace velmiro::local {
+
+/// Larger files are not read: ten thousand events do not fill a third of this.
+inline constexpr std::size_t largestItem = 32UL << 20;
+
+struct Collection {
+    std::string folder; ///< its name in the root, as the file system has it
+    std::string path;
+    std::string title; ///< the text of its file `displayname`, else its folder's name
+};
+
+/// A root of collections. Nothing is kept; every question is answered from the folders.
+class Vdir {
+public:
+    /// Nothing is touched yet.
+    explicit Vdir(std::string path) : path_{std::move(path)} {}
+
+    /// Whether the root can be read and written; one that is missing, when it can be made.
+    [[nodiscard]] bool isAccessible() const;
+
+    /// Where there is no root yet, makes it with one empty collection, both or neither.
+    void makeIfMissing(const std::string& firstCollection) const;
+
+    /// In the order of their folders' names, byte by byte. A symbolic link to a folder counts.
+    [[nodiscard]] std::vector<Collection> collections() const;
+
+    /// Nothing when there is no such collection (any more).
+    [[nodiscard]] std::optional<Collection> collection(const std::string& folder) const;
+
+    /// The names of the collection's files with that ending, byte by byte in order.
+    static std::vector<std::string> items(const Collection& collection, std::string_view ending);
+
+private:
+    std::string path_;
+};
+
+} // namespace velmiro::local

@@ -1,0 +1,242 @@
+// The one hazard here is an answer that reaches the wrong question. What is typed counts for the
+// question that stands on the screen, and only when it was typed while it stood there:
+//  - hang-ups are handled before typed input, so a y that came after the hang-up answers nothing;
+//  - before a question is shown, everything typed so far is dropped, also half a line;
+//  - behind a withdrawn question the screen rests for a second, long enough for a hand that was
+//    about to answer it.
+
+#include "approval_host/Host.hpp"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string_view>
+
+namespace velmiro::host {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto restAfterWithdrawal = 1s;
+/// How long to leave connections in the kernel's queue when there is no descriptor for them.
+constexpr auto restWithoutDescriptors = 100ms;
+
+/// Where each stands among what is polled; the connections follow.
+enum Watched : std::size_t { stopAt, listenerAt, typedAt, connectionsAt };
+
+bool isReady(int descriptor) {
+    pollfd watched{descriptor, POLLIN, 0};
+    return ::poll(&watched, 1, 0) == 1;
+}
+
+} // namespace
+
+Host::Host(const Inputs& inputs, const Output& output, Policy policy)
+    : inputs_{inputs},
+      output_{output},
+      policy_{policy},
+      typedIsTerminal_{policy == Policy::askUser && ::isatty(inputs.typed) == 1} {}
+
+void Host::run() {
+    while (!ended_) {
+        runOnce();
+    }
+    if (shown_ != nullptr) {
+        print(endedText());
+    }
+    for (const auto& connection : connections_) {
+        connection->answer(false);
+    }
+    shown_ = nullptr;
+    queue_.clear();
+    connections_.clear();
+}
+
+void Host::runOnce() {
+    const std::vector<pollfd> news = waitForNews();
+    if (news[stopAt].revents != 0) {
+        ended_ = true;
+        return;
+    }
+    for (std::size_t at = connectionsAt; at < news.size(); ++at) {
+        if (news[at].revents != 0) {
+            receive(*connections_[at - connectionsAt]);
+        }
+    }
+    forgetClosed();
+    if (news[typedAt].revents != 0) {
+        readTyped();
+    }
+    if (news[listenerAt].revents != 0) {
+        acceptAll();
+    }
+    showNext();
+}
+
+std::vector<pollfd> Host::waitForNews() {
+    std::vector<pollfd> watched;
+    watched.reserve(connectionsAt + connections_.size());
+    watched.push_back({inputs_.stop, POLLIN, 0});
+    watched.push_back({acceptAfter_ ? -1 : inputs_.listener, POLLIN, 0});
+    watched.push_back({policy_ == Policy::askUser ? inputs_.typed : -1, POLLIN, 0});
+    for (const auto& connection : connections_) {
+        watched.push_back({connection->descriptor(), POLLIN, 0});
+    }
+    int timeout = -1;
+    for (const auto& moment : {showAfter_, acceptAfter_}) {
+        if (moment) {
+            const auto rest = std::chrono::ceil<std::chrono::milliseconds>(*moment - Clock::now());
+            const int wait = std::max(0, static_cast<int>(rest.count()));
+            timeout = timeout < 0 ? wait : std::min(timeout, wait);
+        }
+    }
+    if (::poll(watched.data(), static_cast<nfds_t>(watched.size()), timeout) < 0) {
+        for (pollfd& each : watched) {
+            each.revents = 0;
+        }
+    }
+    if (acceptAfter_ && Clock::now() >= *acceptAfter_) {
+        acceptAfter_.reset();
+    }
+    if (showAfter_ && Clock::now() >= *showAfter_) {
+        showAfter_.reset();
+    }
+    return watched;
+}
+
+void Host::receive(Connection& connection) {
+    switch (connection.receive()) {
+    case Connection::News::none:
+        break;
+    case Connection::News::over:
+        connection.answer(false);
+        break;
+    case Connection::News::question:
+        if (policy_ == Policy::askUser) {
+            queue_.push_back(&connection);
+        } else {
+            decide(connection);
+        }
+        break;
+    }
+}
+
+void Host::decide(Connection& connection) {
+    const bool allow = policy_ == Policy::allowAll;
+    print(decisionText(connection.question(), allow, style()));
+    // Nothing is allowed that could not be shown.
+    connection.answer(allow && !ended_);
+}
+
+void Host::forgetClosed() {
+    if (shown_ != nullptr && shown_->isClosed()) {
+        shown_ = nullptr;
+        showAfter_ = Clock::now() + restAfterWithdrawal;
+        print(withdrawnText());
+    }
+    std::erase_if(queue_, [](const Connection* each) { return each->isClosed(); });
+    const auto forgotten =
+        std::erase_if(connections_, [](const auto& each) { return each->isClosed(); });
+    if (forgotten > 0) {
+        acceptAfter_.reset();
+    }
+}
+
+void Host::acceptAll() {
+    // A bound, so that a flood of askers does not keep the user's answers waiting.
+    for (int accepted = 0; accepted < SOMAXCONN; ++accepted) {
+        Descriptor socket{::accept(inputs_.listener, nullptr, nullptr)};
+        if (socket) {
+            if (::fcntl(socket.get(), F_SETFL, O_NONBLOCK) == 0) {
+                connections_.push_back(std::make_unique<Connection>(std::move(socket)));
+            }
+        } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+            // Whoever asks waits in the kernel's queue until a descriptor is free again.
+            acceptAfter_ = Clock::now() + restWithoutDescriptors;
+            return;
+        } else if (errno != EINTR && errno != ECONNABORTED) {
+            return;
+        }
+    }
+}
+
+void Host::showNext() {
+    while (!ended_ && shown_ == nullptr && !queue_.empty() && !showAfter_) {
+        Connection* const next = queue_.front();
+        // Looked at once more, so that a question without an asker never appears.
+        if (next->receive() == Connection::News::over) {
+            next->answer(false);
+            forgetClosed();
+            continue;
+        }
+        print(questionText(next->question(), queue_.size() - 1, style()));
+        dropTyped();
+        print(promptText(style()));
+        shown_ = next;
+    }
+}
+
+void Host::readTyped() {
+    std::array<char, 4096> bytes;
+    const ssize_t count = ::read(inputs_.typed, bytes.data(), bytes.size());
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return;
+    }
+    if (count <= 0) {
+        ended_ = true;
+        return;
+    }
+    if (shown_ == nullptr) {
+        return;
+    }
+    switch (typed_.add({bytes.data(), static_cast<std::size_t>(count)})) {
+    case TypedLines::Answer::none:
+        break;
+    case TypedLines::Answer::yes:
+        answerShown(true);
+        break;
+    case TypedLines::Answer::no:
+        answerShown(false);
+        break;
+    case TypedLines::Answer::unclear:
+        print(promptAgainText(style()));
+        break;
+    }
+}
+
+void Host::dropTyped() {
+    typed_.clear();
+    if (typedIsTerminal_) {
+        ::tcflush(inputs_.typed, TCIFLUSH);
+        return;
+    }
+    // A bound: whoever types without end does not answer by hand.
+    for (int parts = 0; parts < 256 && !ended_ && isReady(inputs_.typed); ++parts) {
+        readTyped();
+    }
+}
+
+void Host::answerShown(bool allow) {
+    print(answeredText(allow, style()));
+    shown_->answer(allow && !ended_);
+    shown_ = nullptr;
+    forgetClosed();
+}
+
+void Host::print(std::string_view text) {
+    if (!output_.write(text)) {
+        ended_ = true;
+    }
+}
+
+Style Host::style() const {
+    return output_.style(typedIsTerminal_);
+}
+
+} // namespace velmiro::host

@@ -1,0 +1,169 @@
+// Two hosts that start at once must not both believe that they listen. Whether a socket file is
+// dead is found out by connecting to it, and between that and taking its place another host may
+// have taken it. So all of it (look, remove, bind, listen) happens while the folder is locked with
+// flock; the lock is the folder's own, leaves no file behind and ends with its descriptor. A host
+// that listens holds no lock: its socket answers for it.
+
+#include "approval_host/ListeningSocket.hpp"
+
+#include "approval_host/HostError.hpp"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
+namespace velmiro::host {
+
+namespace {
+
+/// The smallest path field among the systems has 104 bytes, one of them for the zero at the end.
+constexpr std::size_t longestPath = 103;
+
+class FileModeMask {
+public:
+    explicit FileModeMask(mode_t mask) noexcept : before_{::umask(mask)} {}
+    FileModeMask(const FileModeMask&) = delete;
+    FileModeMask& operator=(const FileModeMask&) = delete;
+    ~FileModeMask() { ::umask(before_); }
+
+private:
+    mode_t before_;
+};
+
+std::string folderOf(const std::string& path) {
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return ".";
+    }
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+void makeFolder(const std::string& folder) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(folder, ignored)) {
+        return;
+    }
+    if (const std::string parent = folderOf(folder); parent != folder) {
+        makeFolder(parent);
+    }
+    const FileModeMask ownerOnly{077};
+    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+        throw HostError{"cannot make the folder " + folder + ": " + systemReason()};
+    }
+}
+
+/// The folder, locked for as long as the descriptor is open.
+Descriptor lockFolder(const std::string& folder) {
+    Descriptor locked{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (!locked) {
+        throw HostError{"cannot open the folder " + folder + ": " + systemReason()};
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{5};
+    while (::flock(locked.get(), LOCK_EX | LOCK_NB) != 0) {
+        const bool taken = errno == EWOULDBLOCK || errno == EINTR;
+        if (!taken || std::chrono::steady_clock::now() > deadline) {
+            throw HostError{"cannot lock the folder " + folder + ": " + systemReason()};
+        }
+        ::poll(nullptr, 0, 5);
+    }
+    return locked;
+}
+
+Descriptor newSocket() {
+    Descriptor made{::socket(AF_UNIX, SOCK_STREAM, 0)};
+    if (!made || ::fcntl(made.get(), F_SETFL, O_NONBLOCK) != 0) {
+        throw HostError{"cannot make a socket: " + systemReason()};
+    }
+    return made;
+}
+
+sockaddr_un addressOf(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(static_cast<void*>(address.sun_path), path.data(), path.size());
+    return address;
+}
+
+const sockaddr* general(const sockaddr_un& address) {
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+/// Removes what an ended host left at the path. Throws when anything else is there.
+void clearPath(const std::string& path) {
+    struct stat found{};
+    if (::lstat(path.c_str(), &found) != 0) {
+        if (errno == ENOENT) {
+            return;
+        }
+        throw HostError{"cannot look at " + path + ": " + systemReason()};
+    }
+    if (!S_ISSOCK(found.st_mode)) {
+        throw HostError{path + " is not a socket; it is left as it is"};
+    }
+    const Descriptor probe = newSocket();
+    const sockaddr_un address = addressOf(path);
+    // EAGAIN: it listens, and so many wait to be accepted that one more does not fit.
+    if (::connect(probe.get(), general(address), sizeof address) == 0 || errno == EAGAIN ||
+        errno == EINPROGRESS) {
+        throw HostError{"another approval host is listening at " + path};
+    }
+    if (errno != ECONNREFUSED) {
+        throw HostError{"cannot tell whether " + path + " is in use: " + systemReason()};
+    }
+    if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
+        throw HostError{"cannot remove the abandoned socket " + path + ": " + systemReason()};
+    }
+}
+
+} // namespace
+
+ListeningSocket::ListeningSocket(std::string path) : path_{std::move(path)} {
+    if (path_.size() > longestPath) {
+        throw HostError{"the socket's path has " + std::to_string(path_.size()) +
+                        " bytes, and 103 is the most: " + path_};
+    }
+    const std::string folder = folderOf(path_);
+    makeFolder(folder);
+    const Descriptor lock = lockFolder(folder);
+    clearPath(path_);
+    socket_ = newSocket();
+    const sockaddr_un address = addressOf(path_);
+    {
+        const FileModeMask ownerReadsAndWrites{0177};
+        if (::bind(socket_.get(), general(address), sizeof address) != 0) {
+            throw HostError{"cannot make the socket " + path_ + ": " + systemReason()};
+        }
+    }
+    struct stat made{};
+    if (::listen(socket_.get(), SOMAXCONN) != 0 || ::lstat(path_.c_str(), &made) != 0) {
+        const std::string reason = systemReason();
+        ::unlink(path_.c_str());
+        throw HostError{"cannot listen at " + path_ + ": " + reason};
+    }
+    device_ = made.st_dev;
+    inode_ = made.st_ino;
+}
+
+ListeningSocket::~ListeningSocket() {
+    try {
+        const Descriptor lock = lockFolder(folderOf(path_));
+        struct stat found{};
+        if (::lstat(path_.c_str(), &found) == 0 && found.st_dev == device_ &&
+            found.st_ino == inode_) {
+            ::unlink(path_.c_str());
+        }
+    } catch (const HostError&) {
+        // The folder is gone or stays locked. A file left behind is replaced by the next host.
+        return;
+    }
+}
+
+} // namespace velmiro::host

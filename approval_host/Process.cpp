@@ -1,0 +1,84 @@
+#include "approval_host/Process.hpp"
+
+#include "approval_host/HostError.hpp"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <csignal>
+
+namespace velmiro::host {
+
+namespace {
+
+constexpr std::array stopping{SIGINT, SIGTERM, SIGHUP};
+
+std::atomic<int> signalled{-1};
+
+extern "C" void noteSignal(int /*signal*/) {
+    const int before = errno;
+    const char byte = 0;
+    // A full pipe says already what this byte would say.
+    static_cast<void>(::write(signalled.load(), &byte, 1) == 1);
+    errno = before;
+}
+
+} // namespace
+
+void openStandardDescriptors() noexcept {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) {
+            // The lowest free number is given, and that is this one.
+            static_cast<void>(::open("/dev/null", O_RDWR));
+        }
+    }
+}
+
+void raiseDescriptorLimit() noexcept {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return;
+    }
+    const rlim_t before = limit.rlim_cur;
+    limit.rlim_cur = limit.rlim_max;
+    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        // A hard limit without end is refused where the kernel has a bound of its own.
+        limit.rlim_cur = std::max<rlim_t>(before, 10'240);
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+StopSignals::StopSignals() {
+    std::array<int, 2> ends{};
+    if (::pipe(ends.data()) != 0) {
+        throw HostError{"cannot make a pipe: " + systemReason()};
+    }
+    readEnd_ = Descriptor{ends[0]};
+    writeEnd_ = Descriptor{ends[1]};
+    ::fcntl(writeEnd_.get(), F_SETFL, O_NONBLOCK);
+    signalled = writeEnd_.get();
+
+    struct sigaction action{};
+    action.sa_handler = noteSignal;
+    ::sigemptyset(&action.sa_mask);
+    for (const int signal : stopping) {
+        struct sigaction before{};
+        if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+            ::sigaction(signal, &action, nullptr);
+        }
+    }
+}
+
+StopSignals::~StopSignals() {
+    for (const int signal : stopping) {
+        struct sigaction current{};
+        if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == noteSignal) {
+            std::signal(signal, SIG_DFL);
+        }
+    }
+}
+
+} // namespace velmiro::host

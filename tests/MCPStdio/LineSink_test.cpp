@@ -1,0 +1,118 @@
+#include "MCPStdio/LineSink.hpp"
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace MCPStdio;
+
+namespace {
+
+struct Ends {
+    int reader = -1;
+    int writer = -1;
+};
+
+Ends makePipe(int flags) {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe2(ends.data(), flags), 0);
+    return {ends[0], ends[1]};
+}
+
+std::string readAll(int descriptor) {
+    std::string all;
+    std::array<char, 65536> chunk{};
+    for (ssize_t count = 0; (count = ::read(descriptor, chunk.data(), chunk.size())) > 0;) {
+        all.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+    ::close(descriptor);
+    return all;
+}
+
+/// Sends far more than the stream holds before anybody reads, then reads it all.
+void sendsEverythingBeforeAnybodyReads(Ends ends) {
+    constexpr int count = 20'000;
+    std::string expected;
+    {
+        LineSink sink{ends.writer};
+        for (int i = 0; i < count; ++i) {
+            const std::string line = std::to_string(i) + std::string(i % 100 == 0 ? 9000 : 30, 'x');
+            expected += line + "\n";
+            sink.send(line);
+        }
+        std::string received;
+        std::thread reader{[&] { received = readAll(ends.reader); }};
+        sink.finish();
+        ::close(ends.writer);
+        reader.join();
+        EXPECT_EQ(received.size(), expected.size());
+        EXPECT_TRUE(received == expected);
+    }
+}
+
+} // namespace
+
+TEST(LineSink, SendingNeverWaitsForTheReaderOfAPipe) {
+    sendsEverythingBeforeAnybodyReads(makePipe(O_CLOEXEC));
+}
+
+TEST(LineSink, SendingNeverWaitsForTheReaderOfANonBlockingPipe) {
+    const Ends ends = makePipe(O_CLOEXEC);
+    ASSERT_EQ(::fcntl(ends.writer, F_SETFL, O_NONBLOCK), 0);
+    sendsEverythingBeforeAnybodyReads(ends);
+}
+
+TEST(LineSink, SendingNeverWaitsForTheReaderOfASocket) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+    sendsEverythingBeforeAnybodyReads({ends[0], ends[1]});
+}
+
+TEST(LineSink, LinesOfManyThreadsStayWhole) {
+    const Ends ends = makePipe(O_CLOEXEC);
+    std::string received;
+    std::thread reader{[&] { received = readAll(ends.reader); }};
+    LineSink sink{ends.writer};
+    std::vector<std::thread> senders;
+    for (char letter = 'a'; letter < 'i'; ++letter) {
+        senders.emplace_back([&sink, letter] {
+            for (int i = 0; i < 500; ++i) {
+                sink.send(std::string(static_cast<std::size_t>(1 + i * 7 % 3000), letter));
+            }
+        });
+    }
+    for (std::thread& sender : senders) {
+        sender.join();
+    }
+    sink.finish();
+    ::close(ends.writer);
+    reader.join();
+    std::size_t lines = 0;
+    for (std::size_t at = 0; at < received.size(); ++lines) {
+        const std::size_t end = received.find('\n', at);
+        ASSERT_NE(end, std::string::npos);
+        ASSERT_EQ(received.substr(at, end - at).find_first_not_of(received[at]),
+                  std::string::npos);
+        at = end + 1;
+    }
+    EXPECT_EQ(lines, 8U * 500U);
+}
+
+TEST(LineSink, AClosedReaderEndsTheProcessAlsoWhereTheSignalIsIgnored) {
+    EXPECT_EXIT(
+        {
+            std::signal(SIGPIPE, SIG_IGN);
+            const Ends ends = makePipe(O_CLOEXEC);
+            ::close(ends.reader);
+            LineSink sink{ends.writer};
+            sink.send("to nobody");
+            std::_Exit(0);
+        },
+        testing::KilledBySignal(SIGPIPE), "");
+}

@@ -1,0 +1,95 @@
+#include "MCPStdio/concurrency/DispatchQueue.hpp"
+
+#include "MCPStdio/concurrency/Continuation.hpp"
+#include "MCPStdio/concurrency/SyncWait.hpp"
+#include "MCPStdio/concurrency/TaskGroup.hpp"
+
+#include <atomic>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <latch>
+#include <set>
+#include <thread>
+
+using namespace MCPStdio;
+using namespace std::chrono_literals;
+
+TEST(DispatchQueue, JobsThatBlockAllRunAtOnce) {
+    constexpr int count = 200;
+    std::latch everybodyIsHere{count};
+    const auto run = [&]() -> Task<> {
+        TaskGroup group;
+        const auto meet = [](std::latch& latch) -> Task<> {
+            auto call = blocking([&latch] {
+                latch.arrive_and_wait();
+                return 0;
+            });
+            static_cast<void>(co_await call);
+        };
+        for (int i = 0; i < count; ++i) {
+            group.add(meet(everybodyIsHere));
+        }
+        co_await group.finish();
+    };
+    syncWait(run());
+}
+
+TEST(DispatchQueue, AShortJobThatBlocksAfterAllHoldsUpNoOther) {
+    constexpr int count = 20;
+    std::latch everybodyIsHere{count};
+    const auto run = [&]() -> Task<> {
+        TaskGroup group;
+        const auto meet = [](std::latch& latch) -> Task<> {
+            co_await DispatchQueue::global().hop();
+            latch.arrive_and_wait();
+        };
+        for (int i = 0; i < count; ++i) {
+            group.add(meet(everybodyIsHere));
+        }
+        co_await group.finish();
+    };
+    syncWait(run());
+}
+
+TEST(DispatchQueue, ABurstOfShortJobsNeedsFewThreads) {
+    constexpr int count = 20'000;
+    std::atomic<int> done{0};
+    Mutex mutex;
+    std::set<std::thread::id> threads;
+    const auto run = [&]() -> Task<> {
+        TaskGroup group;
+        const auto job = [&]() -> Task<> {
+            co_await DispatchQueue::global().hop();
+            {
+                const MutexLock lock{mutex};
+                threads.insert(std::this_thread::get_id());
+            }
+            ++done;
+        };
+        for (int i = 0; i < count; ++i) {
+            group.add(job());
+        }
+        co_await group.finish();
+    };
+    syncWait(run());
+    EXPECT_EQ(done, count);
+    EXPECT_LT(threads.size(), 200U);
+}
+
+TEST(DispatchQueue, ManyThreadsMayQueueJobsAtOnce) {
+    std::atomic<int> done{0};
+    const auto hops = [&]() -> Task<> {
+        for (int i = 0; i < 2'000; ++i) {
+            co_await DispatchQueue::global().hop();
+            ++done;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([&] { syncWait(hops()); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(done, 16'000);
+}

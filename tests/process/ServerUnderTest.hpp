@@ -1,0 +1,49 @@
+#pragma once
+
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+#include <map>
+#include <string>
+
+namespace velmiro::test {
+
+/// The variables a server of these tests gets: a home of its own, a known zone and language.
+inline std::map<std::string, std::string> environmentFor(const TemporaryFolder& home) {
+    return {{"HOME", home.path().string()},
+            {"TZ", "Europe/Berlin"},
+            {"LC_ALL", "en_GB.UTF-8"},
+            {"VELMIRO_APPROVAL_SOCKET", (home.path() / "approval.sock").string()}};
+}
+
+inline ChildProcess::Options serverIn(const TemporaryFolder& home) {
+    ChildProcess::Options options;
+    options.arguments = {SERVER_BINARY};
+    options.environment = environmentFor(home);
+    return options;
+}
+
+inline std::filesystem::path calendarsIn(const TemporaryFolder& home) {
+    return home.path() / "Library/Application Support/Velmiro/Calendars";
+}
+
+inline std::string ping(int id) {
+    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"ping"})";
+}
+
+inline std::string pong(int id) {
+    return R"({"id":)" + std::to_string(id) + R"(,"jsonrpc":"2.0","result":{}})";
+}
+
+inline std::string callLine(int id, const std::string& tool, const std::string& arguments) {
+    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +
+           R"(,"method":"tools/call","params":{"name":")" + tool + R"(","arguments":)" + arguments +
+           "}}";
+}
+
+inline std::string creation(int id, const std::string& title = "Dentist") {
+    return callLine(id, "calendar_create_event",
+                    R"({"title":")" + title + R"(","start":"2026-10-14T15:00"})");
+}
+
+} // namespace velmiro::test

@@ -1,0 +1,29 @@
+// The one test that waits the full 120 seconds, so that the limit of the real program is seen once.
+
+#include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/ScriptedHost.hpp"
+
+#include <gtest/gtest.h>
+#include <latch>
+
+using namespace velmiro::test;
+using namespace std::chrono_literals;
+
+TEST(Silence, OfAHundredAndTwentySecondsIsANo) {
+    const TemporaryFolder home;
+    std::latch release{1};
+    const ScriptedHost host{home.path() / "approval.sock", [&](int connection) {
+                                readQuestion(connection);
+                                release.wait();
+                            }};
+    ChildProcess server{serverIn(home)};
+    const auto begin = std::chrono::steady_clock::now();
+    server.writeLine(creation(1));
+    const auto reply = server.readLine(150s);
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    release.count_down();
+    ASSERT_TRUE(reply);
+    EXPECT_NE(reply->find("did not allow"), std::string::npos);
+    EXPECT_GE(waited, 119s);
+    EXPECT_FALSE(std::filesystem::exists(calendarsIn(home)));
+}

@@ -1,0 +1,131 @@
+// Golden transcripts: what a client writes and, byte for byte, what the server answers.
+//
+// A transcript begins with its intent as comments (#). `! NAME=VALUE` sets a variable of the server,
+// `+ FILE` and the indented lines behind it put a file into its home, `> ` is a line to the server
+// and `< ` one from it. All lines are sent at once; replies may overtake one another, so they are
+// compared as a whole, each once. VELMIRO_REWRITE=1 in the environment writes what came instead.
+
+#include "tests/process/ServerUnderTest.hpp"
+
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+using namespace velmiro::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Transcript {
+    std::vector<std::string> preamble; ///< all before the first line to the server
+    std::vector<std::string> sent;
+    std::vector<std::string> expected;
+};
+
+Transcript read(const fs::path& file) {
+    Transcript transcript;
+    std::ifstream stream{file};
+    for (std::string line; std::getline(stream, line);) {
+        if (line.starts_with("> ")) {
+            transcript.sent.push_back(line.substr(2));
+        } else if (line.starts_with("< ")) {
+            transcript.expected.push_back(line.substr(2));
+        } else if (transcript.sent.empty()) {
+            transcript.preamble.push_back(line);
+        }
+    }
+    return transcript;
+}
+
+/// Does what a preamble says: files of the home, variables of the server.
+void prepare(const Transcript& transcript, const TemporaryFolder& home,
+             ChildProcess::Options& options) {
+    std::string file;
+    std::string content;
+    const auto finish = [&] {
+        if (!file.empty()) {
+            home.write(file, content);
+        }
+        content.clear();
+    };
+    for (const std::string& line : transcript.preamble) {
+        if (line.starts_with("+ ")) {
+            finish();
+            file = line.substr(2);
+        } else if (line.starts_with("  ")) {
+            content += line.substr(2) + "\r\n";
+        } else if (line.starts_with("! ")) {
+            const auto equals = line.find('=');
+            options.environment[line.substr(2, equals - 2)] = line.substr(equals + 1);
+        }
+    }
+    finish();
+}
+
+std::vector<std::string> run(const Transcript& transcript) {
+    const TemporaryFolder home;
+    auto options = serverIn(home);
+    prepare(transcript, home, options);
+    ChildProcess server{options};
+    for (const std::string& line : transcript.sent) {
+        server.writeLine(line);
+    }
+    server.closeInput();
+    std::vector<std::string> received;
+    while (auto line = server.readLine()) {
+        received.push_back(*std::move(line));
+    }
+    EXPECT_EQ(server.waitForEnd(), 0);
+    return received;
+}
+
+/// The replies in the order in which the file has them, then what it does not have.
+std::vector<std::string> inOrderOf(const std::vector<std::string>& expected,
+                                   std::vector<std::string> received) {
+    std::vector<std::string> ordered;
+    for (const std::string& line : expected) {
+        const auto at = std::ranges::find(received, line);
+        if (at != received.end()) {
+            ordered.push_back(*at);
+            received.erase(at);
+        }
+    }
+    ordered.insert(ordered.end(), received.begin(), received.end());
+    return ordered;
+}
+
+class TranscriptTest : public testing::TestWithParam<fs::path> {};
+
+std::vector<fs::path> allTranscripts() {
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::directory_iterator{TRANSCRIPTS_FOLDER}) {
+        files.push_back(entry.path());
+    }
+    std::ranges::sort(files);
+    return files;
+}
+
+} // namespace
+
+TEST_P(TranscriptTest, IsWhatTheServerSays) {
+    const auto transcript = read(GetParam());
+    ASSERT_FALSE(transcript.sent.empty());
+    const auto received = inOrderOf(transcript.expected, run(transcript));
+    if (std::getenv("VELMIRO_REWRITE") != nullptr) {
+        std::ofstream file{GetParam()};
+        for (const auto& [mark, lines] :
+             {std::pair{"", &transcript.preamble}, {"> ", &transcript.sent}, {"< ", &received}}) {
+            for (const std::string& line : *lines) {
+                file << mark << line << "\n";
+            }
+        }
+        return;
+    }
+    EXPECT_EQ(received, transcript.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TranscriptTest, testing::ValuesIn(allTranscripts()),
+                         [](const testing::TestParamInfo<fs::path>& test) {
+                             return test.param.stem().string();
+                         });

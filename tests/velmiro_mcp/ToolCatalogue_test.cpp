@@ -1,0 +1,30 @@
+#include "velmiro_mcp/ToolCatalogue.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace velmiro;
+
+namespace {
+
+std::vector<std::string> names(const std::set<Kind>& enabled) {
+    std::vector<std::string> list;
+    for (const auto& tool : tools(enabled)) {
+        list.push_back(tool.name);
+    }
+    return list;
+}
+
+using Names = std::vector<std::string>;
+
+} // namespace
+
+TEST(ToolCatalogue, HasEveryToolWhenAllKindsAreOn) {
+    EXPECT_EQ(names({allCases.begin(), allCases.end()}),
+              (Names{"calendar_list_events", "calendar_create_event"}));
+}
+
+TEST(ToolCatalogue, HasTheToolsOfTheKindsThatAreOn) {
+    EXPECT_EQ(names({Kind::mail, Kind::calendar}),
+              (Names{"calendar_list_events", "calendar_create_event"}));
+    EXPECT_EQ(names({}), Names{});
+}

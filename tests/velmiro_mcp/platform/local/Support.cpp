@@ -1,0 +1,129 @@
+#include "Support.hpp"
+
+#include "velmiro_mcp/Dates.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <tuple>
+
+namespace velmiro::local {
+namespace {
+
+std::optional<std::string> environment(const std::string& name) {
+    const char* const value = std::getenv(name.c_str());
+    return value != nullptr ? std::optional<std::string>{value} : std::nullopt;
+}
+
+void setEnvironment(const std::string& name, const std::optional<std::string>& value) {
+    if (value) {
+        setenv(name.c_str(), value->c_str(), 1);
+    } else {
+        unsetenv(name.c_str());
+    }
+}
+
+} // namespace
+
+EnvironmentGuard::EnvironmentGuard(std::string name, const std::optional<std::string>& value)
+    : name_{std::move(name)},
+      before_{environment(name_)} {
+    setEnvironment(name_, value);
+}
+
+EnvironmentGuard::~EnvironmentGuard() {
+    setEnvironment(name_, before_);
+}
+
+ZoneGuard::ZoneGuard(const std::string& zone) {
+    variable_.emplace("TZ", zone);
+    tzset();
+}
+
+ZoneGuard::~ZoneGuard() {
+    variable_.reset();
+    tzset();
+}
+
+TemporaryFolder::TemporaryFolder() : path_{testing::TempDir() + "velmiro-XXXXXX"} {
+    if (mkdtemp(path_.data()) == nullptr) {
+        ADD_FAILURE() << "no temporary folder";
+    }
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+std::string TemporaryHome::calendars() const {
+    return path() + "/Library/Application Support/Velmiro/Calendars";
+}
+
+void TemporaryHome::write(const std::string& calendar, const std::string& file,
+                          std::string_view contents) {
+    const std::string folder = calendars() + "/" + calendar;
+    std::filesystem::create_directories(folder);
+    writeFile(folder + "/" + file, contents);
+}
+
+void writeFile(const std::string& path, std::string_view contents) {
+    std::ofstream file{path, std::ios::binary};
+    file << contents;
+    ASSERT_TRUE(file.good()) << path;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream file{path, std::ios::binary};
+    return {std::istreambuf_iterator<char>{file}, {}};
+}
+
+std::vector<std::string> namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator{folder}) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+Instant at(std::string_view date) {
+    const auto instant = parseDate(date);
+    EXPECT_TRUE(instant) << date;
+    return instant.value_or(Instant{});
+}
+
+std::string eventFile(std::string_view lines, std::string_view before) {
+    return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\n" + std::string{before} +
+           "BEGIN:VEVENT\r\nUID:event@example.org\r\n" + std::string{lines} +
+           "END:VEVENT\r\nEND:VCALENDAR\r\n";
+}
+
+std::vector<std::string> listed(std::string_view start, std::string_view end) {
+    const auto database = openEventDatabase();
+    auto events = database->events(at(start), at(end), nullptr);
+    std::ranges::sort(events, {},
+                      [](const Event& event) { return std::tie(event.start, event.title); });
+    std::vector<std::string> texts;
+    texts.reserve(events.size());
+    for (const Event& event : events) {
+        texts.push_back(dateText(event.start.value_or(Instant{})) + ".." +
+                        dateText(event.end.value_or(Instant{})) + " " +
+                        event.title.value_or("(none)"));
+    }
+    return texts;
+}
+
+std::vector<std::string> listedFrom(std::string_view file, std::string_view start,
+                                    std::string_view end) {
+    TemporaryHome home;
+    home.write("Work", "event.ics", file);
+    return listed(start, end);
+}
+
+} // namespace velmiro::local

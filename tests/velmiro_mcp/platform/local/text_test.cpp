@@ -1,0 +1,153 @@
+#include "Support.hpp"
+
+#include "velmiro_mcp/Dates.hpp"
+#include "velmiro_mcp/platform/local/Locale.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+// Characters, names and dates as the user sees them.
+
+namespace velmiro::local {
+namespace {
+
+/// Another language for as long as this object lives.
+class LanguageGuard {
+public:
+    explicit LanguageGuard(const std::optional<std::string>& language)
+        : language_{"LANG", language} {}
+
+private:
+    EnvironmentGuard all_{"LC_ALL", std::nullopt};
+    EnvironmentGuard time_{"LC_TIME", std::nullopt};
+    EnvironmentGuard language_;
+};
+
+TEST(LocalText, FirstCharactersAreThoseThatTheUserSees) {
+    EXPECT_EQ(firstCharacters("", 5), "");
+    EXPECT_EQ(firstCharacters("abc", 0), "");
+    EXPECT_EQ(firstCharacters("abc", 2), "ab");
+    EXPECT_EQ(firstCharacters("abc", 3), "abc");
+    EXPECT_EQ(firstCharacters("abc", 4), "abc");
+    EXPECT_EQ(firstCharacters("äöü", 2), "äö");
+    EXPECT_EQ(firstCharacters("👩‍👩‍👧‍👦👍🏽🇩🇪x", 1),
+              "👩‍👩‍👧‍👦");
+    EXPECT_EQ(firstCharacters("👩‍👩‍👧‍👦👍🏽🇩🇪x", 3),
+              "👩‍👩‍👧‍👦👍🏽🇩🇪");
+    EXPECT_EQ(firstCharacters("ae\u0301b", 2), "ae\u0301");
+    EXPECT_EQ(firstCharacters("a\r\nb", 2), "a\r\n");
+    EXPECT_EQ(firstCharacters("ab\u0301", 1), "a");
+}
+
+TEST(LocalText, AMarkBehindTheLastCharacterBelongsToIt) {
+    EXPECT_EQ(firstCharacters("ab\u0301c", 2), "ab\u0301");
+    EXPECT_EQ(firstCharacters(std::string(500, 'x') + "\u0301", 500),
+              std::string(500, 'x') + "\u0301");
+    EXPECT_EQ(firstCharacters(std::string(501, 'x') + "\u0301", 500), std::string(500, 'x'));
+}
+
+TEST(LocalText, ManyCharactersOfSeveralBytesAreCounted) {
+    std::string text;
+    for (int count = 0; count < 600; ++count) {
+        text += "é";
+    }
+    EXPECT_EQ(firstCharacters(text, 500).size(), 1000U);
+    EXPECT_EQ(firstCharacters(text, 600), text);
+}
+
+TEST(LocalText, NamesAreTheSameInAnyCase) {
+    EXPECT_TRUE(equalIgnoringCase("Work", "wORK"));
+    EXPECT_TRUE(equalIgnoringCase("", ""));
+    EXPECT_TRUE(equalIgnoringCase("ÄÖÜ – é", "äöü – É"));
+    EXPECT_TRUE(equalIgnoringCase("STRASSE", "straße"));
+    EXPECT_TRUE(equalIgnoringCase("e\u0301te\u0301", "ÉTÉ"));
+    EXPECT_TRUE(equalIgnoringCase("Привет", "ПРИВЕТ"));
+}
+
+TEST(LocalText, NamesThatDifferInMoreThanCaseAreNotTheSame) {
+    EXPECT_FALSE(equalIgnoringCase("Work", "Wörk"));
+    EXPECT_FALSE(equalIgnoringCase("Work", "Work "));
+    EXPECT_FALSE(equalIgnoringCase("Work", "W-ork"));
+    EXPECT_FALSE(equalIgnoringCase("Work", "Wor"));
+    EXPECT_FALSE(equalIgnoringCase("", std::string_view{"\0", 1}));
+    EXPECT_FALSE(equalIgnoringCase("", "\u200B"));
+}
+
+TEST(LocalText, TheLettersIAreTheUsersLanguages) {
+    {
+        const LanguageGuard turkish{"tr_TR.UTF-8"};
+        EXPECT_TRUE(equalIgnoringCase("İş", "iş"));
+        EXPECT_FALSE(equalIgnoringCase("TITLE", "title"));
+    }
+    const LanguageGuard english{"en_US.UTF-8"};
+    EXPECT_TRUE(equalIgnoringCase("TITLE", "title"));
+}
+
+TEST(LocalText, TheLanguageIsTheOneForTimes) {
+    const LanguageGuard german{"de_DE.UTF-8@euro"};
+    EXPECT_EQ(userLocale(), "de_DE");
+    const EnvironmentGuard time{"LC_TIME", "fr_FR.UTF-8"};
+    EXPECT_EQ(userLocale(), "fr_FR");
+    const EnvironmentGuard all{"LC_ALL", "nl_NL"};
+    EXPECT_EQ(userLocale(), "nl_NL");
+}
+
+TEST(LocalText, WithoutALanguageDatesAreEnglish) {
+    const ZoneGuard zone{"UTC"};
+    for (const auto& language :
+         {std::optional<std::string>{}, std::optional<std::string>{""},
+          std::optional<std::string>{"C"}, std::optional<std::string>{"C.UTF-8"},
+          std::optional<std::string>{"POSIX"}}) {
+        const LanguageGuard guard{language};
+        const std::string text = localizedDateTime(at("2026-10-14T15:00:00Z"));
+        EXPECT_NE(text.find("14 Oct 2026"), std::string::npos) << text;
+        EXPECT_NE(text.find("15:00"), std::string::npos) << text;
+    }
+}
+
+TEST(LocalText, ADateHasNoTime) {
+    const ZoneGuard zone{"UTC"};
+    const LanguageGuard language{"en_GB.UTF-8"};
+    const std::string text = localizedDate(at("2026-10-14T15:37:00Z"));
+    EXPECT_NE(text.find("2026"), std::string::npos) << text;
+    EXPECT_EQ(text.find("37"), std::string::npos) << text;
+}
+
+TEST(LocalText, DatesAreInTheUsersLanguage) {
+    const ZoneGuard zone{"UTC"};
+    const auto textIn = [](const char* language) {
+        const LanguageGuard guard{language};
+        return localizedDateTime(at("2026-10-14T15:00:00Z"));
+    };
+    EXPECT_NE(textIn("de_DE.UTF-8"), textIn("en_US.UTF-8"));
+    EXPECT_NE(textIn("ja_JP.UTF-8"), textIn("en_US.UTF-8"));
+    EXPECT_FALSE(textIn("xx_YY").empty());
+    EXPECT_FALSE(textIn("\x01/../..").empty());
+}
+
+TEST(LocalText, TheZoneIsLookedAtAfreshEachTime) {
+    const LanguageGuard language{"en_GB.UTF-8"};
+    const Instant noon = at("2026-07-14T12:00:00Z");
+    const auto timeIn = [&](const char* name) {
+        const ZoneGuard zone{name};
+        const std::string text = localizedDateTime(noon);
+        return text.substr(text.size() - 5);
+    };
+    EXPECT_EQ(timeIn("Europe/Berlin"), "14:00");
+    EXPECT_EQ(timeIn("Africa/Cairo"), "15:00"); // where ICU's own data do not know the summer time
+    EXPECT_EQ(timeIn("Pacific/Apia"), "01:00");
+    EXPECT_EQ(timeIn("America/St_Johns"), "09:30");
+    EXPECT_EQ(timeIn("<-03>3"), "09:00");
+}
+
+TEST(LocalText, AZoneFileWithoutANameIsAZone) {
+    const TemporaryFolder folder;
+    std::filesystem::copy_file("/usr/share/zoneinfo/Asia/Tokyo", folder.path() + "/localtime");
+    const ZoneGuard zone{":" + folder.path() + "/localtime"};
+    const LanguageGuard language{"en_GB.UTF-8"};
+    EXPECT_NE(localizedDateTime(at("2026-07-14T12:00:00Z")).find("21:00"), std::string::npos);
+}
+
+} // namespace
+} // namespace velmiro::local

@@ -105,11 +105,10 @@ public:
     /// The element of an array, or null when there is none at this index or this is no array.
     template <std::integral Index>
     [[nodiscard]] const JSONValue* operator[](Index index) const noexcept {
-        const auto elements = arrayValue();
-        return elements && std::cmp_greater_equal(index, 0) &&
-                       std::cmp_less(index, elements->size())
-                   ? &(*elements)[static_cast<std::size_t>(index)]
-                   : nullptr;
+        const auto elements = arrayValue().value_or(std::span<const JSONValue>{});
+        const bool inside =
+            std::cmp_greater_equal(index, 0) && std::cmp_less(index, elements.size());
+        return inside ? elements.data() + index : nullptr;
     }
 
     /// Each gives the payload of its own case, and nothing for every other case.
@@ -177,7 +176,9 @@ struct JSONMember {
     JSONValue name;
     JSONValue value;
 
-    [[nodiscard]] std::string_view key() const noexcept { return *name.stringValue(); }
+    [[nodiscard]] std::string_view key() const noexcept {
+        return name.stringValue().value_or(std::string_view{});
+    }
 };
 
 /// Mutable behind const, so that a list of members can be moved out of and nothing is copied.

@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace MCPStdio {
@@ -44,7 +45,7 @@ public:
 
     /// Serves one descriptor on another until the input ends and every request is answered. To be
     /// called once. It blocks the thread that awaits it while it reads.
-    Task<void> run(int input = 0, int output = 1);
+    Task<void> run(int input = STDIN_FILENO, int output = STDOUT_FILENO);
 
     /// Answers one line; nothing where no answer is due. The answer is empty when it cannot be
     /// written as JSON.

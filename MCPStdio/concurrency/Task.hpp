@@ -106,9 +106,10 @@ struct Detached {
 } // namespace detail
 
 /// A computation that starts when it is awaited and is awaited once: `co_await std::move(task)`.
-/// Awaiting runs it on the awaiting thread up to the first point where it has to wait; the awaiter
-/// goes on, with the result or the exception, on the thread that finished it. A task that was never
-/// awaited does nothing; one that has begun must not be destroyed before its end.
+/// Awaiting runs it on the awaiting thread up to the first point where it has to wait. The awaiter
+/// goes on, with the result or the exception, on the awaiting thread where the task has ended by
+/// then, otherwise on the thread that ends it. A task that was never awaited does nothing; one that
+/// has begun must not be destroyed before its end.
 template <typename Result = void>
 class [[nodiscard]] Task {
 public:

@@ -104,7 +104,7 @@ TEST(LineSink, LinesOfManyThreadsStayWhole) {
     EXPECT_EQ(lines, 8U * 500U);
 }
 
-TEST(LineSink, AClosedReaderEndsTheProcessAlsoWhereTheSignalIsIgnored) {
+TEST(LineSinkDeathTest, AClosedReaderEndsTheProcessAlsoWhereTheSignalIsIgnored) {
     EXPECT_EXIT(
         {
             std::signal(SIGPIPE, SIG_IGN);

@@ -56,15 +56,16 @@ TEST(Continuation, GoesOnOnAWorkerNotOnTheThreadThatResumes) {
     EXPECT_TRUE(syncWait(run()));
 }
 
-TEST(Continuation, DroppingOneIsAnErrorTheWaiterHears) {
+TEST(ContinuationDeathTest, DroppingOneIsAnErrorTheWaiterHears) {
 #ifdef NDEBUG
     EXPECT_THROW(syncWait(waitFor([](Continuation<int>) {})), std::logic_error);
 #else
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(syncWait(waitFor([](Continuation<int>) {})), "dropped without being resumed");
 #endif
 }
 
-TEST(Continuation, ResumingTwiceIsAnError) {
+TEST(ContinuationDeathTest, ResumingTwiceIsAnError) {
     const auto twice = [](Continuation<int> waiting) {
         waiting.resume(1);
         waiting.resume(2);
@@ -72,6 +73,7 @@ TEST(Continuation, ResumingTwiceIsAnError) {
 #ifdef NDEBUG
     EXPECT_EQ(syncWait(waitFor(twice)), 1);
 #else
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(syncWait(waitFor(twice)), "resumed twice");
 #endif
 }

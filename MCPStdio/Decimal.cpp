@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <locale.h>
+#include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale is not in <clocale>
 #include <string>
 
 // `std::from_chars` for doubles would be the one call to make, but one of the two standard

@@ -67,7 +67,9 @@ double finite(double number) {
     return number;
 }
 
-JSONValue checked(const JSONValue& value) { return JSONValue::parse(compactEncoder().write(value)); }
+JSONValue checked(const JSONValue& value) {
+    return JSONValue::parse(compactEncoder().write(value));
+}
 
 } // namespace detail
 } // namespace MCPStdio

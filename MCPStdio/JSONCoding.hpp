@@ -124,7 +124,7 @@ JSONValue encode(const Value& value) {
 /// The whole number if it is one and fits `Integer`.
 template <std::integral Integer>
 std::optional<Integer> exactly(double number) {
-    const double lowest = static_cast<double>(std::numeric_limits<Integer>::min());
+    const auto lowest = static_cast<double>(std::numeric_limits<Integer>::min());
     // One above the greatest is a power of two, so it is an exact double.
     const double beyond = std::ldexp(1.0, std::numeric_limits<Integer>::digits);
     if (!(number >= lowest && number < beyond) || std::trunc(number) != number) {

@@ -9,7 +9,9 @@
 namespace MCPStdio {
 namespace {
 
-constexpr bool isDigit(char character) noexcept { return character >= '0' && character <= '9'; }
+constexpr bool isDigit(char character) noexcept {
+    return character >= '0' && character <= '9';
+}
 
 } // namespace
 
@@ -256,8 +258,8 @@ JSONValue JSONReader::readWord(std::string_view word, JSONValue meaning) {
 }
 
 void JSONReader::skipSpace() noexcept {
-    while (at_ < text_.size() && (text_[at_] == ' ' || text_[at_] == '\n' || text_[at_] == '\t' ||
-                                  text_[at_] == '\r')) {
+    while (at_ < text_.size() &&
+           (text_[at_] == ' ' || text_[at_] == '\n' || text_[at_] == '\t' || text_[at_] == '\r')) {
         ++at_;
     }
 }

@@ -72,13 +72,13 @@ struct alignas(8) JSONValue::Block {
 template <typename Element>
 JSONValue::Block<Element>* JSONValue::block() const noexcept {
     Block<Element>* found = nullptr;
-    std::memcpy(&found, bytes_.data(), sizeof found);
+    std::memcpy(static_cast<void*>(&found), bytes_.data(), sizeof(Block<Element>*));
     return found;
 }
 
 template <typename Element>
 void JSONValue::setBlock(Block<Element>* block) noexcept {
-    std::memcpy(bytes_.data(), &block, sizeof block);
+    std::memcpy(bytes_.data(), static_cast<const void*>(&block), sizeof(Block<Element>*));
 }
 
 void JSONValue::setNumber(double value) noexcept {
@@ -329,7 +329,9 @@ std::string JSONValue::jsonString() const {
     }
 }
 
-JSONValue JSONValue::parse(std::string_view text) { return JSONReader{text}.read(); }
+JSONValue JSONValue::parse(std::string_view text) {
+    return JSONReader{text}.read();
+}
 
 bool operator==(const JSONValue& left, const JSONValue& right) noexcept {
     if (left.kind() != right.kind()) {

@@ -50,8 +50,9 @@ LineEnd findLineEnd(std::string_view text) noexcept {
 
 } // namespace
 
-LineSequence::LineSequence(int descriptor) :
-    descriptor_{descriptor}, chunk_{new char[chunkSize]} {} // not zeroed: it is read into
+LineSequence::LineSequence(int descriptor)
+    : descriptor_{descriptor},
+      chunk_{new char[chunkSize]} {} // not zeroed: it is read into
 
 std::optional<std::string> LineSequence::next() {
     while (true) {

@@ -11,8 +11,8 @@ namespace MCPStdio {
 /// The lines of a byte stream.
 ///
 /// A line ends at LF, VT, FF or CR, or at one of the Unicode separators NEL (C2 85), LINE SEPARATOR
-/// (E2 80 A8) and PARAGRAPH SEPARATOR (E2 80 A9). Empty lines are skipped, so CR LF needs no rule of
-/// its own. Bytes that are not UTF-8 become U+FFFD. There is no limit on a line's length. A last
+/// (E2 80 A8) and PARAGRAPH SEPARATOR (E2 80 A9). Empty lines are skipped, so CR LF needs no rule
+/// of its own. Bytes that are not UTF-8 become U+FFFD. There is no limit on a line's length. A last
 /// line without an end counts. Used by one thread at a time.
 class LineSequence {
 public:

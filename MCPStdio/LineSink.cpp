@@ -16,7 +16,7 @@ namespace MCPStdio {
 namespace {
 
 mode_t kindOf(int descriptor) {
-    struct stat status {};
+    struct stat status{};
     return ::fstat(descriptor, &status) == 0 ? status.st_mode & S_IFMT : 0;
 }
 
@@ -46,9 +46,10 @@ std::size_t taken(ssize_t written) {
 
 } // namespace
 
-LineSink::LineSink(int descriptor) :
-    descriptor_{descriptor}, isSocket_{S_ISSOCK(kindOf(descriptor))},
-    isPipe_{S_ISFIFO(kindOf(descriptor))} {}
+LineSink::LineSink(int descriptor)
+    : descriptor_{descriptor},
+      isSocket_{S_ISSOCK(kindOf(descriptor))},
+      isPipe_{S_ISFIFO(kindOf(descriptor))} {}
 
 void LineSink::send(std::string line) {
     line.push_back('\n');

@@ -27,9 +27,10 @@ std::optional<JSONValue> readMessage(std::string_view line) {
         if (message.kind() == JSONValue::Case::object) {
             return message;
         }
-    } catch (const JSONError&) { // told to the client as a parse error, by the caller
+        return std::nullopt;
+    } catch (const JSONError&) {
+        return std::nullopt;
     }
-    return std::nullopt;
 }
 
 // The envelopes are written around their content rather than built as values: members in the order
@@ -104,9 +105,10 @@ Task<MCPToolResult> callHandler(const ToolHandler& handler, JSONValue arguments)
 } // namespace
 
 MCPServer::MCPServer(std::string serverName, std::string serverVersion,
-                     std::optional<std::string> serverInstructions, std::vector<MCPTool> tools) :
-    name{std::move(serverName)}, version{std::move(serverVersion)},
-    instructions{std::move(serverInstructions)} {
+                     std::optional<std::string> serverInstructions, std::vector<MCPTool> tools)
+    : name{std::move(serverName)},
+      version{std::move(serverVersion)},
+      instructions{std::move(serverInstructions)} {
     for (MCPTool& tool : tools) {
         order_.push_back(tool.name);
         tools_.insert_or_assign(order_.back(), std::move(tool));
@@ -159,8 +161,8 @@ Task<std::optional<std::string>> MCPServer::handleLine(std::string line) {
     co_return id == nullptr ? std::nullopt : std::optional{errorEnvelope(*id, *error)};
 }
 
-/// Answers a method in the caller's turn, which it gives up while a tool works and has again when it
-/// returns. Throws RPCError.
+/// Answers a method in the caller's turn, which it gives up while a tool works and has again when
+/// it returns. Throws RPCError.
 Task<JSONValue> MCPServer::dispatch(Actor::Turn& turn, std::string_view method,
                                     const JSONValue& params) {
     if (method == "initialize") {
@@ -190,8 +192,7 @@ Task<JSONValue> MCPServer::callTool(Actor::Turn& turn, const JSONValue& params) 
     }
     const auto tool = tools_.find(*toolName->stringValue());
     if (tool == tools_.end()) {
-        throw RPCError{invalidParamsCode,
-                       "unknown tool: " + std::string{*toolName->stringValue()}};
+        throw RPCError{invalidParamsCode, "unknown tool: " + std::string{*toolName->stringValue()}};
     }
     const JSONValue* given = params["arguments"];
     auto arguments = given == nullptr ? JSONValue::object() : *given;
@@ -209,9 +210,8 @@ Task<JSONValue> MCPServer::callTool(Actor::Turn& turn, const JSONValue& params) 
 JSONValue MCPServer::initializeResult(const JSONValue& params) const {
     const JSONValue* requested = params["protocolVersion"];
     const auto wanted = requested == nullptr ? std::nullopt : requested->stringValue();
-    const bool supported =
-        wanted && std::ranges::find(supportedProtocolVersions, *wanted) !=
-                      supportedProtocolVersions.end();
+    const bool supported = wanted && std::ranges::find(supportedProtocolVersions, *wanted) !=
+                                         supportedProtocolVersions.end();
     auto result = JSONValue::object({
         {"protocolVersion", supported ? *wanted : supportedProtocolVersions.front()},
         {"capabilities",

@@ -22,10 +22,10 @@ namespace MCPStdio {
 ///     MCPServer server{"hello", "1.0", std::nullopt, {echoTool}};
 ///     syncWait(server.run());
 ///
-/// The server is an actor: lines are parsed, dispatched and their results formatted one at a time. A
-/// tool's handler runs outside of it, on a worker, so calls overlap one another and everything else;
-/// replies leave in the order in which they are done. There is no protocol state: every request is
-/// answered at any time, whatever came before it.
+/// The server is an actor: lines are parsed, dispatched and their results formatted one at a time.
+/// A tool's handler runs outside of it, on a worker, so calls overlap one another and everything
+/// else; replies leave in the order in which they are done. There is no protocol state: every
+/// request is answered at any time, whatever came before it.
 class MCPServer {
 public:
     /// An error of the protocol itself, sent as a JSON-RPC error. A tool that fails is none.

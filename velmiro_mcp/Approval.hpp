@@ -17,8 +17,8 @@ namespace velmiro {
 class Approval {
 public:
     /// How long the host may be silent; each read begins anew.
-    explicit Approval(std::chrono::seconds patience = std::chrono::seconds{120}) noexcept :
-        patience_{patience} {}
+    explicit Approval(std::chrono::seconds patience = std::chrono::seconds{120}) noexcept
+        : patience_{patience} {}
 
     /// Whether the user allows `tool` what `summary` says. Never throws. Waits on a thread that has
     /// nothing else to do.

@@ -9,7 +9,9 @@ namespace {
 
 using MCPStdio::MCPToolError;
 
-std::string quoted(std::string_view name) { return "‘" + std::string{name} + "’"; }
+std::string quoted(std::string_view name) {
+    return "‘" + std::string{name} + "’";
+}
 
 /// The trimmed text of the argument when it has one.
 std::string_view trimmedText(std::string_view name, const JSONValue& arguments) {

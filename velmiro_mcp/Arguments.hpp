@@ -36,7 +36,8 @@ struct IntegerRule {
 /// else, or out of range, fails: "‘days’ must be a whole number from 1 to 62".
 std::int64_t integer(std::string_view name, const JSONValue& arguments, IntegerRule rule);
 
-/// The date (see `parseDate`); nothing when it is absent or blank. Fails when it is some other text.
+/// The date (see `parseDate`); nothing when it is absent or blank. Fails when it is some other
+/// text.
 std::optional<Instant> optionalDate(std::string_view name, const JSONValue& arguments);
 
 /// The same, but fails when it is absent: "‘start’ is required".

@@ -246,14 +246,14 @@ std::string dateText(Instant instant) {
     const auto size = std::chrono::abs(offset);
     std::array<char, 64> text{};
     const auto written = offset == minutes{0} ? 'Z' : (offset < minutes{0} ? '-' : '+');
-    const int length = std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d%c",
-                                     local.year, local.month, local.day, local.hour, local.minute,
-                                     local.second, written);
+    const int length =
+        std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d%c", local.year,
+                      local.month, local.day, local.hour, local.minute, local.second, written);
     std::string result(text.data(), static_cast<std::size_t>(length));
     if (offset != minutes{0}) {
-        const int more = std::snprintf(text.data(), text.size(), "%02d:%02d",
-                                       static_cast<int>(size / hours{1}),
-                                       static_cast<int>((size % hours{1}) / minutes{1}));
+        const int more =
+            std::snprintf(text.data(), text.size(), "%02d:%02d", static_cast<int>(size / hours{1}),
+                          static_cast<int>((size % hours{1}) / minutes{1}));
         result.append(text.data(), static_cast<std::size_t>(more));
     }
     return result;

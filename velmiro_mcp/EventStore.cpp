@@ -59,8 +59,7 @@ EventStore& EventStore::shared() {
 /// Throws unless the user gave full access. It is never asked for here: that is the host's part.
 void EventStore::checkAccess(EntityType type) {
     if (store_->authorizationStatus(type) != AuthorizationStatus::fullAccess) {
-        throw MCPToolError{"Velmiro has no full access to " +
-                           std::string{wordingFor(type).access} +
+        throw MCPToolError{"Velmiro has no full access to " + std::string{wordingFor(type).access} +
                            ". Ask the user to turn it on in Velmiro › Settings › Connectors."};
     }
 }

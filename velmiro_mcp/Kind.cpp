@@ -10,7 +10,9 @@ constexpr std::array<std::string_view, allCases.size()> names{"calendar", "remin
 
 } // namespace
 
-std::string_view rawValue(Kind kind) noexcept { return names.at(static_cast<std::size_t>(kind)); }
+std::string_view rawValue(Kind kind) noexcept {
+    return names.at(static_cast<std::size_t>(kind));
+}
 
 std::optional<Kind> kindNamed(std::string_view name) noexcept {
     for (const Kind kind : allCases) {

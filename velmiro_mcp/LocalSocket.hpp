@@ -19,8 +19,7 @@ public:
     /// A connection to whoever listens at `path`; nothing when that cannot be had.
     static std::optional<LocalSocket> connect(std::string_view path);
 
-    LocalSocket(LocalSocket&& other) noexcept :
-        descriptor_{std::exchange(other.descriptor_, -1)} {}
+    LocalSocket(LocalSocket&& other) noexcept : descriptor_{std::exchange(other.descriptor_, -1)} {}
     LocalSocket(const LocalSocket&) = delete;
     LocalSocket& operator=(const LocalSocket&) = delete;
     LocalSocket& operator=(LocalSocket&&) = delete;

@@ -10,10 +10,24 @@ using namespace std::string_view_literals;
 
 /// Unicode's space separators (general category Zs), and the tab.
 constexpr std::string_view spacesAndTab[] = {
-    " "sv,            "\t"sv,           "\xC2\xA0"sv,     "\xE1\x9A\x80"sv, "\xE2\x80\x80"sv,
-    "\xE2\x80\x81"sv, "\xE2\x80\x82"sv, "\xE2\x80\x83"sv, "\xE2\x80\x84"sv, "\xE2\x80\x85"sv,
-    "\xE2\x80\x86"sv, "\xE2\x80\x87"sv, "\xE2\x80\x88"sv, "\xE2\x80\x89"sv, "\xE2\x80\x8A"sv,
-    "\xE2\x80\xAF"sv, "\xE2\x81\x9F"sv, "\xE3\x80\x80"sv,
+    " "sv,
+    "\t"sv,
+    "\xC2\xA0"sv,
+    "\xE1\x9A\x80"sv,
+    "\xE2\x80\x80"sv,
+    "\xE2\x80\x81"sv,
+    "\xE2\x80\x82"sv,
+    "\xE2\x80\x83"sv,
+    "\xE2\x80\x84"sv,
+    "\xE2\x80\x85"sv,
+    "\xE2\x80\x86"sv,
+    "\xE2\x80\x87"sv,
+    "\xE2\x80\x88"sv,
+    "\xE2\x80\x89"sv,
+    "\xE2\x80\x8A"sv,
+    "\xE2\x80\xAF"sv,
+    "\xE2\x81\x9F"sv,
+    "\xE3\x80\x80"sv,
 };
 
 constexpr std::string_view lineBreaks[] = {

@@ -9,16 +9,17 @@
 
 namespace MCPStdio {
 
-/// A serial executor: of all who enter, one at a time has the turn, in the order in which they came.
+/// A serial executor: of all who enter, one at a time has the turn, in the order in which they
+/// came.
 ///
 ///     {
 ///         const auto turn = co_await actor.enter();
 ///         ... what must not overlap ...
 ///     }
 ///
-/// Entering an idle actor goes on at once, on the same thread; at a busy one the coroutine waits and
-/// goes on later, on the global queue. A turn is not a lock: end it before awaiting anything else,
-/// and take another one afterwards. The actor must outlive all turns.
+/// Entering an idle actor goes on at once, on the same thread; at a busy one the coroutine waits
+/// and goes on later, on the global queue. A turn is not a lock: end it before awaiting anything
+/// else, and take another one afterwards. The actor must outlive all turns.
 class Actor {
 public:
     class [[nodiscard]] Turn {

@@ -10,6 +10,8 @@ std::exception_ptr droppedContinuation() noexcept {
     return std::make_exception_ptr(std::logic_error{"the operation ended without a result"});
 }
 
-void resumedTwice() noexcept { assert(false && "a continuation was resumed twice"); }
+void resumedTwice() noexcept {
+    assert(false && "a continuation was resumed twice");
+}
 
 } // namespace MCPStdio::detail

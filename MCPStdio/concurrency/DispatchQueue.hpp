@@ -44,7 +44,8 @@ private:
 ///
 /// Threads come as they are needed and leave when they have been idle for a while. There are two
 /// kinds of work, because they are in need of different things:
-///  - A job that says that it blocks (a socket exchange, a child process) gets a thread to itself at
+///  - A job that says that it blocks (a socket exchange, a child process) gets a thread to itself
+///  at
 ///    once. A thousand of them are a thousand threads, which sleep.
 ///  - All other jobs are short and follow one another on one thread, so that a burst of them wakes
 ///    one thread and not one each. A watcher looks on: when none of them has been begun for a

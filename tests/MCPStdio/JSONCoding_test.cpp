@@ -31,14 +31,10 @@ struct Person {
     JSONValue extra;
 
     static constexpr auto jsonFields() {
-        return std::tuple{field("name", &Person::name),
-                          field("known", &Person::known),
-                          field("height", &Person::height),
-                          field("visits", &Person::visits),
-                          field("born", &Person::born),
-                          field("addresses", &Person::addresses),
-                          field("scores", &Person::scores),
-                          field("extra", &Person::extra)};
+        return std::tuple{field("name", &Person::name),     field("known", &Person::known),
+                          field("height", &Person::height), field("visits", &Person::visits),
+                          field("born", &Person::born),     field("addresses", &Person::addresses),
+                          field("scores", &Person::scores), field("extra", &Person::extra)};
     }
     friend bool operator==(const Person&, const Person&) = default;
 };
@@ -136,9 +132,9 @@ TEST(JSONCoding, DatesAreTextInUTCToTheSecond) {
     EXPECT_EQ(readDateTextUTC("2026-10-14T13:00:05Z"), time);
     const auto withMilliseconds = std::chrono::sys_time<std::chrono::milliseconds>{time} + 999ms;
     EXPECT_EQ(JSONValue::encoding(withMilliseconds).stringValue(), "2026-10-14T13:00:05Z");
-    for (const char* text : {"", "2026-10-14", "2026-10-14T13:00:05", "2026-10-14T24:00:00Z",
-                             "2026-13-14T13:00:05Z", "2026-10-14T13:60:05Z", "x026-10-14T13:00:05Z",
-                             "2026-10-14T13:00:05Zx"}) {
+    for (const char* text :
+         {"", "2026-10-14", "2026-10-14T13:00:05", "2026-10-14T24:00:00Z", "2026-13-14T13:00:05Z",
+          "2026-10-14T13:60:05Z", "x026-10-14T13:00:05Z", "2026-10-14T13:00:05Zx"}) {
         EXPECT_EQ(readDateTextUTC(text), std::nullopt) << text;
     }
 }

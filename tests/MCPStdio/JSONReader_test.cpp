@@ -8,9 +8,13 @@ using namespace MCPStdio;
 
 namespace {
 
-std::string nested(std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); }
+std::string nested(std::size_t depth) {
+    return std::string(depth, '[') + std::string(depth, ']');
+}
 
-std::string rewritten(std::string_view text) { return JSONValue::parse(text).jsonString(); }
+std::string rewritten(std::string_view text) {
+    return JSONValue::parse(text).jsonString();
+}
 
 } // namespace
 
@@ -97,13 +101,14 @@ INSTANTIATE_TEST_SUITE_P(
                     "[1]//", "\"", "\"a", "\"\\", "\"\\x\"", "\"\\u12\"", "\"\\u12G4\"", "1e400",
                     "-1e400", "1" + std::string(400, '0'), "\xEF\xBB\xBF{}", "[1]]", "{\"a\":1}}"));
 
-INSTANTIATE_TEST_SUITE_P(
-    Strings, RefusedJSON,
-    testing::Values("\"\\ud800\"", "\"\\udc00\"", "\"\\ud800\\u0041\"", "\"\\ud800x\"",
-                    "\"\\ud800\\n\"", "\"\\ud800\\ud800\"", "\"a\nb\"", "\"a\tb\"",
-                    std::string{"\"a\0b\"", 5}, "\"\x1F\"", "\"\xFF\"", "\"\xC3\"", "\"\xC0\xAF\"",
-                    "\"\xED\xA0\x80\"", "\"\xF4\x90\x80\x80\"", "\"abc\\n\xFF\"",
-                    "{\"\\ud800\":1}", std::string{"[1\0]", 4}));
+INSTANTIATE_TEST_SUITE_P(Strings, RefusedJSON,
+                         testing::Values("\"\\ud800\"", "\"\\udc00\"", "\"\\ud800\\u0041\"",
+                                         "\"\\ud800x\"", "\"\\ud800\\n\"", "\"\\ud800\\ud800\"",
+                                         "\"a\nb\"", "\"a\tb\"", std::string{"\"a\0b\"", 5},
+                                         "\"\x1F\"", "\"\xFF\"", "\"\xC3\"", "\"\xC0\xAF\"",
+                                         "\"\xED\xA0\x80\"", "\"\xF4\x90\x80\x80\"",
+                                         "\"abc\\n\xFF\"", "{\"\\ud800\":1}",
+                                         std::string{"[1\0]", 4}));
 
 TEST(JSONReader, AnErrorNamesTheByteAtWhichTheTextWentWrong) {
     try {

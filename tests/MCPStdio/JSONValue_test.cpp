@@ -78,8 +78,8 @@ TEST(JSONValue, SubscriptByIndexFindsElementsOfArraysOnly) {
 }
 
 TEST(JSONValue, AccessorsGiveNothingForEveryOtherCase) {
-    for (const JSONValue& value : {JSONValue{}, JSONValue{true}, JSONValue{1}, JSONValue{"1"},
-                                   someArray, someObject}) {
+    for (const JSONValue& value :
+         {JSONValue{}, JSONValue{true}, JSONValue{1}, JSONValue{"1"}, someArray, someObject}) {
         EXPECT_EQ(value.isNull(), value.kind() == Case::null);
         EXPECT_EQ(value.boolValue().has_value(), value.kind() == Case::boolean);
         EXPECT_EQ(value.doubleValue().has_value(), value.kind() == Case::number);

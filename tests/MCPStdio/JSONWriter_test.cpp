@@ -9,7 +9,9 @@ using namespace MCPStdio;
 
 namespace {
 
-std::string compact(const JSONValue& value) { return compactEncoder().write(value); }
+std::string compact(const JSONValue& value) {
+    return compactEncoder().write(value);
+}
 std::string pretty(const JSONValue& value) {
     return JSONWriter{JSONWriter::Form::pretty}.write(value);
 }

@@ -97,8 +97,7 @@ TEST(LineSink, LinesOfManyThreadsStayWhole) {
     for (std::size_t at = 0; at < received.size(); ++lines) {
         const std::size_t end = received.find('\n', at);
         ASSERT_NE(end, std::string::npos);
-        ASSERT_EQ(received.substr(at, end - at).find_first_not_of(received[at]),
-                  std::string::npos);
+        ASSERT_EQ(received.substr(at, end - at).find_first_not_of(received[at]), std::string::npos);
         at = end + 1;
     }
     EXPECT_EQ(lines, 8U * 500U);

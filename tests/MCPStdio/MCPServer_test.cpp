@@ -146,8 +146,8 @@ TEST(MCPServerDispatch, WithoutInstructionsThereIsNoSuchMember) {
 }
 
 TEST(MCPServerDispatch, ToolsAreListedInTheOrderInWhichTheyWereGiven) {
-    MCPServer server{"s", "1", std::nullopt,
-                     {tool("b", giveBackArguments), tool("a", giveBackArguments)}};
+    MCPServer server{
+        "s", "1", std::nullopt, {tool("b", giveBackArguments), tool("a", giveBackArguments)}};
     EXPECT_EQ(
         answerOf(server, R"({"id":1,"method":"tools/list","params":{"cursor":"x"}})"),
         R"({"id":1,"jsonrpc":"2.0","result":{"tools":[)"
@@ -189,8 +189,7 @@ TEST(MCPServerDispatch, ArgumentsArePassedOnUnchangedAndMissingOnesAreAnEmptyObj
     const auto passed = [](const std::string& arguments) {
         const auto reply = JSONValue::parse(answerOf(
             R"({"id":1,"method":"tools/call","params":{"name":"args")" + arguments + "}}"));
-        return std::string{
-            *(*(*(*(*reply["result"])["content"])[0])["text"]).stringValue()};
+        return std::string{*(*(*(*(*reply["result"])["content"])[0])["text"]).stringValue()};
     };
     EXPECT_EQ(passed(""), "{}");
     EXPECT_EQ(passed(R"(,"arguments":null)"), "null");

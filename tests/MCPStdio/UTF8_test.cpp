@@ -36,8 +36,10 @@ TEST(UTF8, WellFormedTextIsLeftAlone) {
 TEST(UTF8, EachLongestBeginningOfASequenceBecomesOneReplacement) {
     EXPECT_EQ(repairUTF8("a\xFFz"), "a" + replaced(1) + "z");
     EXPECT_EQ(repairUTF8("\x80\x80"), replaced(2));
-    EXPECT_EQ(repairUTF8("\xE2\x82"), replaced(1));         // a sequence cut short
-    EXPECT_EQ(repairUTF8("\xE2\x82" "a"), replaced(1) + "a");
+    EXPECT_EQ(repairUTF8("\xE2\x82"), replaced(1)); // a sequence cut short
+    EXPECT_EQ(repairUTF8("\xE2\x82"
+                         "a"),
+              replaced(1) + "a");
     EXPECT_EQ(repairUTF8("\xF0\x9F\x98"), replaced(1));
     EXPECT_EQ(repairUTF8("\xC0\xAF"), replaced(2));         // overlong
     EXPECT_EQ(repairUTF8("\xE0\x80\xAF"), replaced(3));     // overlong

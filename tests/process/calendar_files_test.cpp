@@ -22,7 +22,8 @@ namespace {
 std::string eventFile(const std::string& uid, const std::string& summary) {
     return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//t//EN\r\nBEGIN:VEVENT\r\nUID:" + uid +
            "\r\nDTSTAMP:20260901T080000Z\r\nDTSTART:20261014T080000Z\r\nDTEND:20261014T090000Z\r\n"
-           "SUMMARY:" + summary + "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
+           "SUMMARY:" +
+           summary + "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
 }
 
 const std::string listAll =
@@ -155,8 +156,9 @@ TEST_F(CalendarFiles, AChangeOfTheMachinesZoneIsSeenByTheNextCall) {
     auto options = serverIn(home);
     options.environment.erase("TZ");
     options.environment["PATH"] = "/usr/bin:/bin:/usr/sbin:/sbin";
-    options.arguments = {"/usr/bin/unshare", "--mount", "/bin/sh", "-c",
-                         "mount --bind \"$1\" /etc && exec \"$0\"", SERVER_BINARY, etc.string()};
+    options.arguments = {
+        "/usr/bin/unshare", "--mount",   "/bin/sh", "-c", "mount --bind \"$1\" /etc && exec \"$0\"",
+        SERVER_BINARY,      etc.string()};
     ChildProcess server{options};
     server.writeLine(listAll);
     EXPECT_NE(textOf(server.readLine()).find("2026-10-14T10:00:00+02:00"), std::string::npos);

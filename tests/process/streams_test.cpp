@@ -84,8 +84,7 @@ TEST(Streams, NonBlockingStreamsAreServed) {
     for (int i = 0; i < 1000; ++i) {
         written += ping(i) + "\n";
     }
-    ASSERT_EQ(::write(in[1], written.data(), written.size()),
-              static_cast<ssize_t>(written.size()));
+    ASSERT_EQ(::write(in[1], written.data(), written.size()), static_cast<ssize_t>(written.size()));
     ::close(in[1]);
     ::fcntl(out[0], F_SETFL, 0);
     std::string received;

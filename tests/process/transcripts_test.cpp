@@ -1,6 +1,7 @@
 // Golden transcripts: what a client writes and, byte for byte, what the server answers.
 //
-// A transcript begins with its intent as comments (#). `! NAME=VALUE` sets a variable of the server,
+// A transcript begins with its intent as comments (#). `! NAME=VALUE` sets a variable of the
+// server,
 // `+ FILE` and the indented lines behind it put a file into its home, `> ` is a line to the server
 // and `< ` one from it. All lines are sent at once; replies may overtake one another, so they are
 // compared as a whole, each once. VELMIRO_REWRITE=1 in the environment writes what came instead.

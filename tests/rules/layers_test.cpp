@@ -20,8 +20,8 @@ const std::map<std::string, std::set<std::string>> rooms{
     {"MCPStdio", {"MCPStdio/concurrency"}},
     {"velmiro_mcp/platform", {"MCPStdio"}},
     {"velmiro_mcp/platform/local", {"MCPStdio", "velmiro_mcp/platform", "velmiro_mcp"}},
-    {"velmiro_mcp", {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp/platform",
-                     "velmiro_mcp/AppleTools"}},
+    {"velmiro_mcp",
+     {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp/platform", "velmiro_mcp/AppleTools"}},
     {"velmiro_mcp/AppleTools",
      {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp", "velmiro_mcp/platform"}},
     {"approval_host", {"MCPStdio", "velmiro_mcp/platform"}},
@@ -72,11 +72,15 @@ std::set<std::string> offenders(const std::string& pattern, const std::set<std::
 const std::set<std::string> nobody;
 
 /// The approval host is a terminal program: it does print.
-bool isOfTheHost(const std::string& path) { return path.starts_with("approval_host/"); }
+bool isOfTheHost(const std::string& path) {
+    return path.starts_with("approval_host/");
+}
 
 } // namespace
 
-TEST(Rules, ThereIsSomethingToLookAt) { EXPECT_GT(sources().size(), 50U); }
+TEST(Rules, ThereIsSomethingToLookAt) {
+    EXPECT_GT(sources().size(), 50U);
+}
 
 TEST(Rules, ARoomIncludesOnlyTheRoomsItMay) {
     for (const SourceFile& file : sources()) {
@@ -86,8 +90,7 @@ TEST(Rules, ARoomIncludesOnlyTheRoomsItMay) {
         for (const std::string& header : matches(file.text, R"(^#include ["<]([^">]+)[">])")) {
             const std::string from = fs::path{header}.parent_path().string();
             if (rooms.contains(from) && from != room) {
-                EXPECT_TRUE(allowed->second.contains(from))
-                    << file.path << " includes " << header;
+                EXPECT_TRUE(allowed->second.contains(from)) << file.path << " includes " << header;
             }
         }
     }
@@ -108,8 +111,8 @@ TEST(Rules, NothingOfTheServerNamesStandardError) {
 
 TEST(Rules, OnlyThePlatformKnowsTheSystem) {
     auto found = offenders(R"(__APPLE__|__linux__|__MACH__|_WIN32|TARGET_OS_)", nobody);
-    std::erase_if(found,
-                  [](const std::string& path) { return path.starts_with("velmiro_mcp/platform/"); });
+    std::erase_if(
+        found, [](const std::string& path) { return path.starts_with("velmiro_mcp/platform/"); });
     EXPECT_EQ(found, nobody);
 }
 

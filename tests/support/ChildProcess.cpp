@@ -34,8 +34,8 @@ std::array<int, 2> closeOnExecPipe() {
 std::size_t entries(pid_t pid, const char* folder) {
     std::size_t count = 0;
     std::error_code gone;
-    for (const auto& entry : std::filesystem::directory_iterator{
-             "/proc/" + std::to_string(pid) + "/" + folder, gone}) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator{"/proc/" + std::to_string(pid) + "/" + folder, gone}) {
         count += entry.path().empty() ? 0 : 1;
     }
     return count;
@@ -143,10 +143,16 @@ std::optional<int> ChildProcess::waitForEnd(std::chrono::seconds limit) {
     return status_;
 }
 
-void ChildProcess::signal(int number) const { ::kill(pid_, number); }
+void ChildProcess::signal(int number) const {
+    ::kill(pid_, number);
+}
 
-std::size_t ChildProcess::descriptorCount() const { return entries(pid_, "fd"); }
+std::size_t ChildProcess::descriptorCount() const {
+    return entries(pid_, "fd");
+}
 
-std::size_t ChildProcess::threadCount() const { return entries(pid_, "task"); }
+std::size_t ChildProcess::threadCount() const {
+    return entries(pid_, "task");
+}
 
 } // namespace velmiro::test

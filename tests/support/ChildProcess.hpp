@@ -13,10 +13,10 @@ namespace velmiro::test {
 class ChildProcess {
 public:
     struct Options {
-        std::vector<std::string> arguments;                ///< the program first
-        std::map<std::string, std::string> environment;    ///< all of it
-        int input = -1;                                    ///< a descriptor instead of a pipe
-        int output = -1;                                   ///< likewise
+        std::vector<std::string> arguments;             ///< the program first
+        std::map<std::string, std::string> environment; ///< all of it
+        int input = -1;                                 ///< a descriptor instead of a pipe
+        int output = -1;                                ///< likewise
         bool ignoreBrokenPipe = false;
     };
 

@@ -9,8 +9,8 @@
 
 namespace velmiro::test {
 
-ScriptedHost::ScriptedHost(const std::filesystem::path& path, Serve serve) :
-    serve_{std::move(serve)} {
+ScriptedHost::ScriptedHost(const std::filesystem::path& path, Serve serve)
+    : serve_{std::move(serve)} {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     const std::string text = path.string();

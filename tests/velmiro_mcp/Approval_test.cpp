@@ -51,7 +51,9 @@ TEST_F(ApprovalTest, OnlyAnExplicitYesIsAYes) {
     }
 }
 
-TEST_F(ApprovalTest, AReplyWithoutItsLineFeedIsANo) { EXPECT_FALSE(answerTo("{\"allow\":true}")); }
+TEST_F(ApprovalTest, AReplyWithoutItsLineFeedIsANo) {
+    EXPECT_FALSE(answerTo("{\"allow\":true}"));
+}
 
 TEST_F(ApprovalTest, OnlyTheFirstLineCounts) {
     EXPECT_TRUE(answerTo("{\"allow\":true}\n{\"allow\":false}\ngarbage"));
@@ -87,7 +89,9 @@ TEST_F(ApprovalTest, TheQuestionIsOneLineWithSortedMembers) {
 
 TEST_F(ApprovalTest, NobodyListeningIsANo) {
     EXPECT_FALSE(ask());
-    { const ScriptedHost gone{path, [](int) {}}; }
+    {
+        const ScriptedHost gone{path, [](int) {}};
+    }
     EXPECT_TRUE(std::filesystem::exists(path)); // a stale socket
     EXPECT_FALSE(ask());
 }

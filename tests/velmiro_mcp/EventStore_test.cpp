@@ -77,11 +77,9 @@ TEST_F(EventStoreTest, ACalendarIsFoundByItsNameRegardlessOfCase) {
 }
 
 TEST_F(EventStoreTest, AnUnknownNameIsAnsweredWithTheKnownOnes) {
-    EXPECT_EQ(failure([&] { events("Garden"); }),
-              "no calendar named ‘Garden’. Known: Home, Work");
+    EXPECT_EQ(failure([&] { events("Garden"); }), "no calendar named ‘Garden’. Known: Home, Work");
     EXPECT_EQ(failure([&] { events(""); }), "no calendar named ‘’. Known: Home, Work");
-    EXPECT_EQ(failure([&] { create("Garden"); }),
-              "no calendar named ‘Garden’. Known: Home, Work");
+    EXPECT_EQ(failure([&] { create("Garden"); }), "no calendar named ‘Garden’. Known: Home, Work");
     database->eventCalendars = {{"c1", ""}, {"c2", ""}};
     EXPECT_EQ(failure([&] { events("x"); }), "no calendar named ‘x’. Known: , ");
     database->eventCalendars.clear();

@@ -46,8 +46,8 @@ TEST(EnabledKinds, IgnoreBlanksAndTabsAroundNames) {
 }
 
 TEST(EnabledKinds, AreNoneWhenTheVariableNamesNone) {
-    for (const char* value : {"", ",,,", "Calendar,MAIL", "notes\n", "\nnotes", "calendar;reminders",
-                              "calendar reminders", "calendars"}) {
+    for (const char* value : {"", ",,,", "Calendar,MAIL", "notes\n", "\nnotes",
+                              "calendar;reminders", "calendar reminders", "calendars"}) {
         EXPECT_EQ(enabledBy(value), none) << value;
     }
 }

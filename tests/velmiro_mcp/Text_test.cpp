@@ -6,8 +6,9 @@ using namespace velmiro;
 
 TEST(Trim, RemovesEveryKindOfWhiteSpaceAtBothEnds) {
     EXPECT_EQ(trim("  tea  "), "tea");
-    EXPECT_EQ(trim("\t\n\v\f\r\u0085\u2028\u2029tea time\u00A0\u1680\u2000\u200A\u202F\u205F\u3000"),
-              "tea time");
+    EXPECT_EQ(
+        trim("\t\n\v\f\r\u0085\u2028\u2029tea time\u00A0\u1680\u2000\u200A\u202F\u205F\u3000"),
+        "tea time");
     EXPECT_EQ(trim(" \n "), "");
     EXPECT_EQ(trim(""), "");
     EXPECT_EQ(trim("\u200Btea"), "\u200Btea"); // zero width, but no space

@@ -14,7 +14,9 @@ using MCPStdio::Task;
 using std::chrono::days;
 using std::chrono::minutes;
 
-JSONValue textProperty() { return JSONValue::object({{"type", "string"}}); }
+JSONValue textProperty() {
+    return JSONValue::object({{"type", "string"}});
+}
 
 JSONValue textProperty(const char* description) {
     return JSONValue::object({{"type", "string"}, {"description", description}});
@@ -113,8 +115,7 @@ std::vector<MCPTool> calendarTools(EventStore& store, const Ask& ask) {
     return {
         {"calendar_list_events",
          "List events in the user's calendars between two dates (default: today).", listSchema(),
-         true,
-         [&store](JSONValue arguments) { return listEvents(store, std::move(arguments)); }},
+         true, [&store](JSONValue arguments) { return listEvents(store, std::move(arguments)); }},
         {"calendar_create_event",
          "Add an event to the user's calendar. The user is asked to allow it first.",
          createSchema(), false,

@@ -24,7 +24,9 @@ struct Counted {
     ~Counted() { --alive; }
 };
 
-Task<int> give(int value) { co_return value; }
+Task<int> give(int value) {
+    co_return value;
+}
 
 Task<int> fail() {
     throw std::runtime_error{"failed"};

@@ -26,8 +26,8 @@ protected:
     bool answer = true;
     ScopedVariable zone{"TZ", "Europe/Berlin"};
     ScopedVariable locale{"LC_ALL", "en_GB.UTF-8"};
-    std::vector<MCPStdio::MCPTool> tools = calendarTools(
-        store, [this](std::string tool, std::string summary) -> Task<bool> {
+    std::vector<MCPStdio::MCPTool> tools =
+        calendarTools(store, [this](std::string tool, std::string summary) -> Task<bool> {
             database->journal.push_back("ask " + tool + ": " + summary);
             co_return answer;
         });
@@ -118,9 +118,9 @@ TEST_F(CalendarTools, CreateAsksFirstAndThenSaves) {
                R"("notes":" Card ","calendar":"work"})");
     EXPECT_EQ(result, (MCPToolResult{"{\n  \"created\" : true,\n  \"id\" : \"new-id\"\n}", false}));
     EXPECT_EQ(database->journal,
-              (std::vector<std::string>{
-                  "ask calendar_create_event: Dentist — 14 Oct 2026, 15:00",
-                  "authorizationStatus 0", "calendars 0", "saveEvent Dentist in c2"}));
+              (std::vector<std::string>{"ask calendar_create_event: Dentist — 14 Oct 2026, 15:00",
+                                        "authorizationStatus 0", "calendars 0",
+                                        "saveEvent Dentist in c2"}));
     EXPECT_EQ(database->saved.end - database->saved.start, std::chrono::minutes{60});
     EXPECT_EQ(database->saved.location, "Room 4");
     EXPECT_EQ(database->saved.notes, "Card");

@@ -163,7 +163,8 @@ private:
         if (!event->hasUID) {
             event->identifier = name_;
             if (++withoutUID_ > 1) {
-                event->identifier += "#" + std::to_string(withoutUID_);
+                event->identifier += '#';
+                event->identifier += std::to_string(withoutUID_);
             }
         }
         events_.push_back(std::move(*event));

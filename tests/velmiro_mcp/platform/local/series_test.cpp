@@ -217,6 +217,15 @@ TEST_F(LocalSeries, TheEndOfAnAllDaySeriesMayBeADateOrItsMidnightInUTC) {
               2U);
 }
 
+TEST_F(LocalSeries, AMidnightInUTCIsTheDateAlsoWhereThatIsTheEveningBefore) {
+    const ZoneGuard zone{"America/New_York"};
+    EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\n"
+                                   "RRULE:FREQ=DAILY;UNTIL=20261012T000000Z\r\n"),
+                         "2026-10-01", "2026-12-01")
+                  .size(),
+              3U);
+}
+
 TEST_F(LocalSeries, TimesOfDayInARuleMeanNothingToAnAllDaySeries) {
     EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\n"
                                    "RRULE:FREQ=DAILY;BYHOUR=9,10;COUNT=2\r\n"),

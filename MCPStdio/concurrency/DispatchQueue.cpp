@@ -57,20 +57,31 @@ void DispatchQueue::asyncBlocking(Job& job) {
     needThread();
 }
 
-std::size_t DispatchQueue::openRoles() const {
-    return openRunners_ + openWatchers_ + blocking_.size();
+/// Whether a thread without work could take up some now.
+bool DispatchQueue::hasRole() const {
+    return openRunners_ + openWatchers_ > 0 || (!blocking_.empty() && mayBlock());
+}
+
+/// Whether one more thread may go and block: not the last one that short jobs could still run on,
+/// or questions nobody answers could use up all the threads the system gives.
+bool DispatchQueue::mayBlock() const {
+    return blocked_ == 0 || threads_ - blocked_ > 1;
 }
 
 /// Called after a role was opened: somebody will take it up.
 void DispatchQueue::needThread() {
-    if (openRoles() <= idle_ + starting_) {
-        wake_.notifyOne();
-        return;
+    const std::size_t reserve = blocking_.empty() ? 0 : 1;
+    const std::size_t needed = openRunners_ + openWatchers_ + blocking_.size() + reserve;
+    while (needed > idle_ + starting_) {
+        if (startThread()) {
+            continue;
+        }
+        if (threads_ > 0) {
+            return; // whoever is done takes it up
+        }
+        std::this_thread::sleep_for(patience); // nobody would ever come back for it
     }
-    // With no thread at all nobody would ever come back for the role.
-    while (!startThread() && threads_ == 0) {
-        std::this_thread::sleep_for(patience);
-    }
+    wake_.notifyOne();
 }
 
 bool DispatchQueue::startThread() {
@@ -103,13 +114,15 @@ void DispatchQueue::work() noexcept {
         if (openRunners_ > 0) {
             --openRunners_;
             runShortJobs();
-        } else if (!blocking_.empty()) {
-            runUnlocked(blocking_.pop());
-        } else {
+        } else if (openWatchers_ > 0) {
             --openWatchers_;
             if (watch()) {
                 runShortJobs();
             }
+        } else {
+            ++blocked_;
+            runUnlocked(blocking_.pop());
+            --blocked_;
         }
     }
     --threads_;
@@ -117,16 +130,18 @@ void DispatchQueue::work() noexcept {
 
 /// False when the thread may leave.
 bool DispatchQueue::waitForWork() {
-    if (openRoles() > 0) {
+    if (hasRole()) {
         return true;
     }
-    const auto deadline = Clock::now() + idleTime;
     ++idle_;
-    while (openRoles() == 0 && Clock::now() < deadline) {
-        wake_.waitUntil(mutex_, deadline);
-    }
+    do {
+        const auto deadline = Clock::now() + idleTime;
+        while (!hasRole() && Clock::now() < deadline) {
+            wake_.waitUntil(mutex_, deadline);
+        }
+    } while (!hasRole() && !mayBlock()); // the last one stays while others block
     --idle_;
-    return openRoles() > 0;
+    return hasRole();
 }
 
 void DispatchQueue::runShortJobs() {

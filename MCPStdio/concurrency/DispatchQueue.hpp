@@ -50,7 +50,8 @@ private:
 ///  - All other jobs are short and follow one another on one thread, so that a burst of them wakes
 ///    one thread and not one each. A watcher looks on: when none of them has been begun for a
 ///    millisecond although some wait, the running one blocks after all, and a further thread joins.
-/// Where the system gives no more threads, work waits for one that exists.
+/// Where the system gives no more threads, work waits for one that exists; one of them is always
+/// kept for short jobs.
 class DispatchQueue {
 public:
     static DispatchQueue& global();
@@ -108,7 +109,8 @@ private:
     void runShortJobs() REQUIRES(mutex_);
     bool watch() REQUIRES(mutex_);
     void runUnlocked(Job& job) REQUIRES(mutex_);
-    [[nodiscard]] std::size_t openRoles() const REQUIRES(mutex_);
+    [[nodiscard]] bool hasRole() const REQUIRES(mutex_);
+    [[nodiscard]] bool mayBlock() const REQUIRES(mutex_);
 
     Mutex mutex_;
     Condition wake_;
@@ -122,6 +124,7 @@ private:
     bool watched_ GUARDED_BY(mutex_) = false;    ///< a thread watches them, or soon will
     std::uint64_t begun_ GUARDED_BY(mutex_) = 0; ///< short jobs, ever
     std::size_t threads_ GUARDED_BY(mutex_) = 0;
+    std::size_t blocked_ GUARDED_BY(mutex_) = 0;  ///< of these run a job that blocks
     std::size_t idle_ GUARDED_BY(mutex_) = 0;     ///< threads waiting for a role
     std::size_t starting_ GUARDED_BY(mutex_) = 0; ///< threads made that have not come to life yet
 };

@@ -54,7 +54,7 @@ TEST(JSONValue, TextsOfEveryLengthKeepTheirBytes) {
         }
         const JSONValue value{text};
         EXPECT_EQ(value.stringValue(), text) << length;
-        const JSONValue copy = value;
+        const JSONValue copy = value; // NOLINT(performance-unnecessary-copy-initialization)
         EXPECT_EQ(copy.stringValue(), text) << length;
     }
 }
@@ -166,7 +166,8 @@ TEST(JSONValue, ACopySharesNothing) {
 TEST(JSONValue, AMovedValueIsNull) {
     JSONValue value{longText};
     const JSONValue moved = std::move(value);
-    EXPECT_TRUE(value.isNull()); // NOLINT(bugprone-use-after-move): this is the promise
+    // The promise itself: NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+    EXPECT_TRUE(value.isNull());
     EXPECT_EQ(moved.stringValue(), longText);
 }
 

@@ -50,7 +50,7 @@ TEST(Continuation, GoesOnOnAWorkerNotOnTheThreadThatResumes) {
             resumer = std::this_thread::get_id();
             continuation.resume(1);
         });
-        static_cast<void>(co_await waiting);
+        co_await waiting;
         co_return resumer != std::this_thread::get_id();
     };
     EXPECT_TRUE(syncWait(run()));

@@ -24,7 +24,7 @@ TEST(DispatchQueue, JobsThatBlockAllRunAtOnce) {
                 latch.arrive_and_wait();
                 return 0;
             });
-            static_cast<void>(co_await call);
+            co_await call;
         };
         for (int i = 0; i < count; ++i) {
             group.add(meet(everybodyIsHere));

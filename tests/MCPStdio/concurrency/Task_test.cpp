@@ -74,7 +74,8 @@ TEST(Task, AMillionChildrenInALoopNeedNoStack) {
         long total = 0;
         for (int i = 0; i < 1'000'000; ++i) {
             auto child = give(1);
-            total += co_await std::move(child);
+            const int value = co_await std::move(child);
+            total += value;
         }
         co_return total;
     };

@@ -1,0 +1,126 @@
+# Shared by the commands: where things are, what a machine must have, how a preset is built.
+# Sourced, never run. Standard output is left to the caller: the server speaks on it.
+# shellcheck shell=bash
+
+set -euo pipefail
+cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
+
+# Where our C++ lies.
+cpp_folders=(MCPStdio velmiro_mcp approval_host examples demo tests bench)
+end_to_end=tests/end_to_end
+
+say() { printf '%s\n' "$*" >&2; }
+die() {
+    say "$(basename "$0"): $*"
+    exit 1
+}
+
+# What each purpose needs, by the names Debian 12 gives. Its versions are the ones we support:
+# g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint; khal 0.10.5.
+packages_for() {
+    local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
+    local clang='clang-19 libclang-rt-19-dev'
+    local test="$build $clang libgtest-dev libgmock-dev khal nodejs npm ca-certificates"
+    local lint="$build $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
+    local bench="$build libbenchmark-dev nlohmann-json3-dev rapidjson-dev libsimdjson-dev"
+    case $1 in
+    build | test | lint | bench) echo "${!1}" ;;
+    all) echo "$test $lint $bench" ;;
+    *) die "unknown purpose '$1': build, test, lint, bench or all" ;;
+    esac
+}
+
+# Those of the packages given that are not installed. Node.js counts wherever it came from.
+missing_packages() {
+    local installed package
+    installed=$(dpkg-query -W -f '${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null || true)
+    for package in "$@"; do
+        case $package in
+        nodejs) ! command -v node >/dev/null || continue ;;
+        npm) ! command -v npm >/dev/null || continue ;;
+        esac
+        [[ $'\n'$installed$'\n' == *$'\nii '$package$'\n'* ]] || echo "$package"
+    done
+}
+
+as_root() {
+    if [[ $(id -u) == 0 ]]; then
+        env DEBIAN_FRONTEND=noninteractive "$@"
+    else
+        sudo -n env DEBIAN_FRONTEND=noninteractive "$@"
+    fi
+}
+
+# Installs what is missing for a purpose; does nothing, in milliseconds, when nothing is.
+install_for() {
+    local -a wanted missing
+    local log
+    read -ra wanted <<<"$(packages_for "$1")"
+    ((${#wanted[@]} > 0)) || exit 1 # packages_for has said why
+    command -v dpkg-query >/dev/null || die "needs Debian's packages: ${wanted[*]}"
+    mapfile -t missing < <(missing_packages "${wanted[@]}" | sort -u)
+    ((${#missing[@]} > 0)) || return 0
+    if [[ $(id -u) != 0 ]] && ! sudo -n true 2>/dev/null; then
+        die "missing and not installed, as neither root nor sudo without a password is here:" \
+            "apt-get install ${missing[*]}"
+    fi
+    say "installing ${missing[*]}"
+    log=$(mktemp)
+    if ! as_root apt-get update -qq >"$log" 2>&1 </dev/null ||
+        ! as_root apt-get install -qq --yes --no-install-recommends \
+            -o DPkg::Lock::Timeout=300 "${missing[@]}" >>"$log" 2>&1 </dev/null; then
+        tail -n 5 "$log" >&2
+        rm -f "$log"
+        die "could not install ${missing[*]} (is the network there?)"
+    fi
+    rm -f "$log"
+}
+
+# Configures a preset when its settings changed, and builds what is not up to date. One at a time
+# for each preset: two hosts may start the server in the same moment.
+configure_preset() {
+    local output
+    if [[ ! -e build/$1/build.ninja || CMakePresets.json -nt build/$1/.configured ]]; then
+        output=$(cmake --preset "$1" 2>&1) || die "$output"
+        touch "build/$1/.configured"
+    fi
+}
+build_preset() {
+    local quiet=--quiet
+    mkdir -p build
+    if [[ ! -e build/$1/.configured ]]; then
+        say "building $1"
+        [[ ! -t 2 ]] || quiet= # the first build takes a while: show how far it is
+    fi
+    (
+        flock 9
+        configure_preset "$1"
+        if [[ -n $quiet ]]; then
+            cmake --build "build/$1" -- $quiet 2>&1 | { grep -v '^-- \|^ninja: no work to do' || true; }
+        else
+            cmake --build "build/$1"
+        fi >&2
+    ) 9>"build/$1.lock" </dev/null
+}
+
+# What the end-to-end tests take from npm, once for each state of the lock file. No install hooks:
+# nothing here needs one. The clients need a newer Node.js than Debian's: it is one of the packages.
+install_npm_packages() {
+    local stamp
+    stamp=$end_to_end/node_modules/.installed-$(sha256sum <$end_to_end/package-lock.json | cut -c1-16)
+    [[ ! -e $stamp ]] || return 0
+    say "installing the packages of $end_to_end"
+    # npm looks at the folder it runs in, and warns of the machine's Node.js being too old.
+    (cd $end_to_end && npm ci --ignore-scripts --no-audit --no-fund --loglevel=error) \
+        >&2 </dev/null || die "npm ci failed in $end_to_end"
+    touch "$stamp"
+}
+
+# Every C++ file of ours, one a line.
+cpp_files() {
+    local folder
+    for folder in "${cpp_folders[@]}"; do
+        [[ ! -d $folder ]] || find "$folder" -name node_modules -prune -o \
+            \( -name '*.cpp' -o -name '*.hpp' \) -type f -print
+    done | sort
+}

@@ -1,0 +1,213 @@
+// A whole session, with each client: what an agent sees, and what lies in the folders afterwards.
+
+import assert from 'node:assert/strict';
+import { describe, test } from 'node:test';
+import { identity, instructions, tools } from './support/catalogue.mjs';
+import { clients, Session } from './support/clients.mjs';
+import { Home } from './support/home.mjs';
+
+const deadline = { timeout: 30_000 };
+
+for (const which of clients) {
+    describe(`with ${which.name}`, deadline, () => {
+        test('the server says who it is and which protocol it speaks', async (t) => {
+            const session = await Session.open(which, await Home.make(t));
+            assert.deepEqual(session.client.getServerVersion(), identity);
+            assert.equal(session.client.getInstructions(), instructions);
+            assert.deepEqual(session.client.getServerCapabilities(), { tools: { listChanged: false } });
+            const welcome = session.received.find((message) => message.result?.protocolVersion);
+            assert.equal(welcome.result.protocolVersion, '2025-06-18');
+        });
+
+        test('the tools are those of the catalogue, in its order', async (t) => {
+            const session = await Session.open(which, await Home.make(t));
+            const listed = await session.client.listTools();
+            assert.deepEqual(listed.tools, tools());
+            assert.equal(listed.nextCursor, undefined);
+        });
+
+        test('a ping is answered', async (t) => {
+            const session = await Session.open(which, await Home.make(t));
+            assert.deepEqual(await session.client.ping(), {});
+        });
+
+        test('an event is created after a yes, and listed', async (t) => {
+            const home = await Home.make(t);
+            const host = await home.startHost('--yes');
+            const session = await Session.open(which, home);
+            const nothing = await session.payload('calendar_list_events', { start: '2026-10-14' });
+            assert.deepEqual(nothing, { events: [] });
+
+            const created = await session.payload('calendar_create_event', {
+                title: 'Zahnarzt 🦷',
+                start: '2026-10-14T15:00',
+                duration_minutes: 30,
+                location: 'Hauptstraße 5; 2. Stock',
+                notes: 'Karte,\nÜberweisung',
+            });
+            assert.equal(created.created, true);
+            assert.match(await host.next(), /^allowed calendar_create_event: Zahnarzt 🦷 — .*14.*2026/);
+
+            const files = await home.calendarFiles();
+            assert.deepEqual([...files.keys()], [`Calendar/${created.id}.ics`]);
+            const listed = await session.payload('calendar_list_events', { start: '2026-10-14' });
+            assert.deepEqual(listed.events, [
+                {
+                    id: created.id,
+                    title: 'Zahnarzt 🦷',
+                    start: '2026-10-14T15:00:00+02:00',
+                    end: '2026-10-14T15:30:00+02:00',
+                    all_day: false,
+                    calendar: 'Calendar',
+                    location: 'Hauptstraße 5; 2. Stock',
+                    notes: 'Karte,\nÜberweisung',
+                },
+            ]);
+        });
+
+        test('nothing changes after a no', async (t) => {
+            const home = await Home.make(t);
+            await home.write('Calendars/work/displayname', 'Work\n');
+            await home.write('Calendars/work/broken.ics', 'BEGIN:VCALENDAR\r\nBEGIN:VEV');
+            const host = await home.startHost('--no');
+            const session = await Session.open(which, home);
+            const before = await home.calendarFiles();
+            assert.equal(before.size, 2);
+
+            const result = await session.call('calendar_create_event', {
+                title: 'Party',
+                start: '2026-10-14',
+                all_day: true,
+            });
+            const question = await host.next();
+            assert.match(question, /^refused calendar_create_event: Party — .*14.*2026$/);
+            const summary = question.replace('refused calendar_create_event: ', '');
+            assert.equal(result.isError, true);
+            assert.deepEqual(result.content, [
+                {
+                    type: 'text',
+                    text: `The user did not allow this (${summary}). Do not retry unless the user asks.`,
+                },
+            ]);
+            assert.deepEqual(await home.calendarFiles(), before);
+        });
+
+        test('nobody who answers is a no', async (t) => {
+            const home = await Home.make(t);
+            const session = await Session.open(which, home);
+            const result = await session.call('calendar_create_event', {
+                title: 'Party',
+                start: '2026-10-14',
+            });
+            assert.equal(result.isError, true);
+            assert.match(result.content[0].text, /^The user did not allow this \(Party — /);
+        });
+
+        test('wrong arguments are a result that says what is wrong', async (t) => {
+            const session = await Session.open(which, await Home.make(t));
+            const cases = [
+                ['calendar_list_events', { days: 63 }, '‘days’ must be a whole number from 1 to 62'],
+                [
+                    'calendar_list_events',
+                    { start: '14.10.2026' },
+                    '‘start’ is not a date: use 2026-10-14, 2026-10-14T15:00 or ISO 8601 with an offset',
+                ],
+                ['calendar_create_event', { start: '2026-10-14' }, '‘title’ is required'],
+                ['calendar_list_events', { calendar: 'Nope' }, 'no calendar named ‘Nope’. Known: Calendar'],
+            ];
+            for (const [name, given, text] of cases) {
+                const result = await session.call(name, given);
+                assert.deepEqual([result.isError, result.content], [true, [{ type: 'text', text }]]);
+            }
+        });
+
+        test('an unknown tool and an unknown method are protocol errors', async (t) => {
+            const session = await Session.open(which, await Home.make(t));
+            await assert.rejects(session.call('no_such_tool'), (error) => {
+                assert.equal(error.code, -32602);
+                return /unknown tool: no_such_tool/.test(error.message);
+            });
+            // The clients do not send what the server has not announced, so the line is ours.
+            const reply = new Promise((resolve) => {
+                const next = session.transport.onmessage;
+                session.transport.onmessage = (message, extra) =>
+                    message.id === 'ours' ? resolve(message) : next(message, extra);
+            });
+            await session.transport.send({ jsonrpc: '2.0', id: 'ours', method: 'resources/list' });
+            assert.deepEqual((await reply).error, {
+                code: -32601,
+                message: 'method not found: resources/list',
+            });
+        });
+
+        test('twenty calls at once each get their own answer', async (t) => {
+            const home = await Home.make(t);
+            await home.startHost('--yes');
+            const session = await Session.open(which, home);
+            const calls = Array.from({ length: 20 }, (_, at) =>
+                at % 2 === 0
+                    ? session.payload('calendar_create_event', {
+                          title: `Number ${at}`,
+                          start: `2026-11-${10 + at}T09:00`,
+                      })
+                    : session.call('calendar_list_events', { days: 62 + at }),
+            );
+            const answers = await Promise.all(calls);
+            const errors = answers.filter((answer) => answer.isError);
+            assert.equal(errors.length, 10);
+            const identifiers = new Set(answers.map((answer) => answer.id).filter(Boolean));
+            assert.equal(identifiers.size, 10);
+            for (const at of [0, 8, 18]) {
+                const { events } = await session.payload('calendar_list_events', {
+                    start: `2026-11-${10 + at}`,
+                });
+                assert.deepEqual(
+                    events.map(({ id, title }) => ({ id, title })),
+                    [{ id: answers[at].id, title: `Number ${at}` }],
+                );
+            }
+            assert.equal((await home.calendarFiles()).size, 10);
+        });
+
+        test('closing ends the server with status 0', async (t) => {
+            const session = await Session.open(which, await Home.make(t));
+            await session.client.ping();
+            const begun = Date.now();
+            assert.equal(await session.close(), 0);
+            // A client that waits in vain sends a signal after two seconds.
+            assert.ok(Date.now() - begun < 1900);
+        });
+
+        test('VELMIRO_ENABLED chooses the kinds', async (t) => {
+            const home = await Home.make(t);
+            const variants = [
+                ['calendar', ['calendar']],
+                [' mail , calendar ', ['calendar', 'mail']],
+                ['contacts', ['contacts']],
+                ['nonsense', []],
+                ['Calendar', []],
+                ['', []],
+            ];
+            for (const [value, kinds] of variants) {
+                const session = await Session.open(which, home, {
+                    environment: { VELMIRO_ENABLED: value },
+                });
+                assert.deepEqual((await session.client.listTools()).tools, tools(kinds), value);
+                assert.equal(await session.close(), 0);
+            }
+        });
+
+        test('the example server gives back what it is sent', async (t) => {
+            const session = await Session.open(which, await Home.make(t), {
+                program: 'hello_server',
+            });
+            assert.deepEqual(session.client.getServerVersion(), { name: 'hello', version: '1.0' });
+            const listed = await session.client.listTools();
+            assert.deepEqual(listed.tools.map((tool) => tool.name), ['echo']);
+            const text = 'Grüße "\\\u0000 👩‍👩‍👧';
+            const result = await session.call('echo', { text });
+            assert.deepEqual(result, { content: [{ type: 'text', text }], isError: false });
+            assert.equal(await session.close(), 0);
+        });
+    });
+}

@@ -1,0 +1,70 @@
+// What tools/list must say, kind by kind, in the order of the list.
+
+const date = {
+    type: 'string',
+    description:
+        "Date or date-time: 2026-10-14, 2026-10-14T15:00 (this Mac's time zone) or ISO 8601 with an offset.",
+};
+const text = { type: 'string' };
+
+/** @param {Record<string, object>} properties @param {string[]} required */
+const schema = (properties, required = []) => ({
+    type: 'object',
+    properties,
+    required,
+    additionalProperties: false,
+});
+
+const reads = { readOnlyHint: true, destructiveHint: false };
+const changes = { readOnlyHint: false, destructiveHint: false };
+
+/** @type {Record<string, {name: string, description: string, annotations: object, inputSchema: object}[]>} */
+const catalogue = {
+    calendar: [
+        {
+            name: 'calendar_list_events',
+            description: "List events in the user's calendars between two dates (default: today).",
+            annotations: reads,
+            inputSchema: schema({
+                start: date,
+                end: date,
+                days: {
+                    type: 'integer',
+                    description: 'Days from start when end is not given (1–62).',
+                    minimum: 1,
+                    maximum: 62,
+                },
+                calendar: { type: 'string', description: 'Only this calendar (by name).' },
+            }),
+        },
+        {
+            name: 'calendar_create_event',
+            description: "Add an event to the user's calendar. The user is asked to allow it first.",
+            annotations: changes,
+            inputSchema: schema(
+                {
+                    title: text,
+                    start: date,
+                    end: date,
+                    duration_minutes: { type: 'integer', minimum: 1, maximum: 10080 },
+                    all_day: { type: 'boolean' },
+                    location: text,
+                    notes: text,
+                    calendar: text,
+                },
+                ['title', 'start'],
+            ),
+        },
+    ],
+};
+
+/**
+ * The tools of some kinds, or of all, in the order of the list.
+ * @param {string[]} kinds
+ */
+export const tools = (kinds = Object.keys(catalogue)) =>
+    Object.entries(catalogue).flatMap(([kind, group]) => (kinds.includes(kind) ? group : []));
+
+export const identity = { name: 'velmiro-apple', version: '1.0' };
+export const instructions =
+    "The user's own Apple data on this Mac. Read tools run at once. Tools that change data ask the user first; if the user says no, do not retry unless asked.";

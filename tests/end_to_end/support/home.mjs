@@ -1,0 +1,89 @@
+// A home of a test's own: its calendars, its approval host, its khal. Gone when the test ends.
+
+import { spawn } from 'node:child_process';
+import { once } from 'node:events';
+import { mkdir, mkdtemp, readFile, readdir, rm, writeFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { dirname, join, relative } from 'node:path';
+import { createInterface } from 'node:readline';
+import { fileURLToPath } from 'node:url';
+
+const binaries = fileURLToPath(new URL('../../../build/release/bin/', import.meta.url));
+
+/** @param {string} name */
+export const binary = (name) => join(binaries, name);
+
+/**
+ * The lines that a child prints.
+ * @param {import('node:stream').Readable} stream
+ * @returns {AsyncIterator<string>}
+ */
+export const linesOf = (stream) => createInterface({ input: stream })[Symbol.asyncIterator]();
+
+/** @typedef {import('node:test').TestContext} TestContext */
+
+export class Home {
+    /** @param {string} path */
+    constructor(path) {
+        this.path = path;
+        this.velmiro = join(path, 'Library/Application Support/Velmiro');
+        this.calendars = join(this.velmiro, 'Calendars');
+        /** What is done when the test ends, the last first. @type {(() => Promise<unknown>)[]} */
+        this.endings = [];
+        this.environment = { HOME: path, TZ: 'Europe/Berlin' };
+    }
+
+    /** @param {TestContext} test @returns {Promise<Home>} */
+    static async make(test) {
+        const home = new Home(await mkdtemp(join(tmpdir(), 'velmiro-')));
+        test.after(async () => {
+            for (const ending of home.endings.reverse()) await ending();
+            await rm(home.path, { recursive: true });
+        });
+        return home;
+    }
+
+    /**
+     * Writes a file in the folder of the application's data.
+     * @param {string} name @param {string} content
+     */
+    async write(name, content) {
+        const path = join(this.velmiro, name);
+        await mkdir(dirname(path), { recursive: true });
+        await writeFile(path, content);
+    }
+
+    /**
+     * Every file of the calendars by its path, with its bytes.
+     * @returns {Promise<Map<string, string>>}
+     */
+    async calendarFiles() {
+        const found = await readdir(this.calendars, { recursive: true, withFileTypes: true });
+        const files = found.filter((entry) => entry.isFile()).map((entry) => join(entry.parentPath, entry.name));
+        files.sort();
+        const contents = await Promise.all(files.map((file) => readFile(file, 'latin1')));
+        return new Map(files.map((file, at) => [relative(this.calendars, file), contents[at]]));
+    }
+
+    /**
+     * Starts the real approval host, and ends it with the test.
+     * @param {'--yes' | '--no'} answer
+     */
+    async startHost(answer) {
+        await mkdir(this.velmiro, { recursive: true });
+        const host = spawn(binary('approval_host'), [answer], {
+            env: { ...process.env, ...this.environment, VELMIRO_APPROVAL_SOCKET: '' },
+            stdio: ['ignore', 'pipe', 'inherit'],
+        });
+        const lines = linesOf(host.stdout);
+        this.endings.push(async () => {
+            host.kill('SIGTERM');
+            if (host.exitCode === null && host.signalCode === null) await once(host, 'exit');
+        });
+        const first = await lines.next();
+        if (first.value !== `listening at ${join(this.velmiro, 'approval.sock')}`) {
+            throw new Error(`the approval host said: ${first.value}`);
+        }
+        return { next: async () => (await lines.next()).value };
+    }
+}

@@ -1,0 +1,38 @@
+// A server with one tool, on the installed framework alone.
+
+#include <MCPStdio/JSONCoding.hpp>
+#include <MCPStdio/MCPServer.hpp>
+#include <MCPStdio/concurrency/SyncWait.hpp>
+
+#include <tuple>
+
+namespace {
+
+using namespace MCPStdio;
+
+struct Sum {
+    double sum = 0;
+
+    static constexpr auto jsonFields() { return std::tuple{field("sum", &Sum::sum)}; }
+};
+
+Task<MCPToolResult> add(JSONValue arguments) {
+    const JSONValue* given = arguments["numbers"];
+    const auto numbers = given == nullptr ? std::nullopt : given->arrayValue();
+    if (!numbers) {
+        throw MCPToolError{"‘numbers’ is required"};
+    }
+    Sum answer;
+    for (const JSONValue& number : *numbers) {
+        answer.sum += number.doubleValue().value_or(0);
+    }
+    co_return MCPToolResult::json(JSONValue::encoding(answer));
+}
+
+} // namespace
+
+int main() {
+    const MCPTool tool{"add", "Add numbers.", JSONValue::object({{"type", "object"}}), true, add};
+    MCPServer server{"consumer", "1.0", std::nullopt, {tool}};
+    syncWait(server.run());
+}

@@ -22,7 +22,7 @@ packages_for() {
     local clang='clang-19 libclang-rt-19-dev'
     local test="$build $clang libgtest-dev libgmock-dev khal nodejs npm ca-certificates"
     local lint="$build $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
-    local bench="$build libbenchmark-dev nlohmann-json3-dev rapidjson-dev libsimdjson-dev"
+    local bench="$build nlohmann-json3-dev rapidjson-dev libsimdjson-dev"
     case $1 in
     build | test | lint | bench) echo "${!1}" ;;
     all) echo "$test $lint $bench" ;;

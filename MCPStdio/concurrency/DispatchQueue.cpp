@@ -73,13 +73,12 @@ void DispatchQueue::needThread() {
     const std::size_t reserve = blocking_.empty() ? 0 : 1;
     const std::size_t needed = openRunners_ + openWatchers_ + blocking_.size() + reserve;
     while (needed > idle_ + starting_) {
-        if (startThread()) {
-            continue;
+        if (!startThread()) {
+            if (threads_ > 0) {
+                break; // whoever is done takes it up
+            }
+            std::this_thread::sleep_for(patience); // nobody would ever come back for it
         }
-        if (threads_ > 0) {
-            return; // whoever is done takes it up
-        }
-        std::this_thread::sleep_for(patience); // nobody would ever come back for it
     }
     wake_.notifyOne();
 }

@@ -1,0 +1,122 @@
+#include "bench/Figures.hpp"
+
+#include <algorithm>
+#include <iostream>
+#include <sstream>
+#include <utility>
+
+namespace velmiro::bench {
+
+using MCPStdio::JSONValue;
+
+namespace {
+
+/// As wide as `width` characters, where the text is one of letters that take one column each.
+std::string padded(std::string text, std::size_t width) {
+    const auto shown = static_cast<std::size_t>(std::ranges::count_if(
+        text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
+    text.append(width > shown ? width - shown : 0, ' ');
+    return text;
+}
+
+std::string cell(const Figure& figure, const std::string& column, Ratio ratio) {
+    const auto at = std::ranges::find(figure.costs, column, &Costs::contender);
+    if (at == figure.costs.end()) {
+        return "-";
+    }
+    const auto contender = static_cast<std::size_t>(at - figure.costs.begin());
+    return decimal(medianRatio(figure, contender, ratio), 2) + " [" +
+           figure.shown(median(at->samples)) + "]";
+}
+
+} // namespace
+
+double median(std::vector<double> samples) {
+    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
+    std::ranges::nth_element(samples, middle);
+    if (samples.size() % 2 == 1) {
+        return *middle;
+    }
+    return (*middle + *std::max_element(samples.begin(), middle)) / 2;
+}
+
+double medianRatio(const Figure& figure, std::size_t contender, Ratio ratio) {
+    const auto& first = figure.costs.front().samples;
+    const auto& other = figure.costs[contender].samples;
+    std::vector<double> ratios(first.size());
+    for (std::size_t round = 0; round < ratios.size(); ++round) {
+        ratios[round] =
+            ratio == Ratio::speed ? first[round] / other[round] : other[round] / first[round];
+    }
+    return median(std::move(ratios));
+}
+
+void printTable(const std::vector<std::string>& columns, const std::vector<Figure>& figures,
+                Ratio ratio) {
+    std::vector<std::vector<std::string>> rows{{""}};
+    rows.front().insert(rows.front().end(), columns.begin(), columns.end());
+    for (const Figure& figure : figures) {
+        auto& row = rows.emplace_back(1, figure.name);
+        for (const std::string& column : columns) {
+            row.push_back(cell(figure, column, ratio));
+        }
+    }
+    for (const auto& row : rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            std::size_t width = 0;
+            for (const auto& other : rows) {
+                width = std::max(width, padded(other[i], 0).size());
+            }
+            line += padded(row[i], width + 2);
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        std::cout << "  " << line << '\n';
+    }
+    std::cout << '\n' << std::flush; // tables appear as they are done, also in a pipe
+}
+
+JSONValue asJSON(const std::vector<Figure>& figures, Ratio ratio) {
+    auto all = JSONValue::array();
+    for (const Figure& figure : figures) {
+        auto contenders = JSONValue::array();
+        for (std::size_t i = 0; i < figure.costs.size(); ++i) {
+            const Costs& costs = figure.costs[i];
+            auto samples = JSONValue::array();
+            for (const double sample : costs.samples) {
+                samples.append(sample);
+            }
+            contenders.append(JSONValue::object({
+                {"name", costs.contender},
+                {"ratio", medianRatio(figure, i, ratio)},
+                {"median", median(costs.samples)},
+                {"samples", std::move(samples)},
+            }));
+        }
+        all.append(JSONValue::object({
+            {"name", figure.name},
+            {"unit", figure.unit},
+            {"ratio", ratio == Ratio::speed ? "speed" : "cost"},
+            {"contenders", std::move(contenders)},
+        }));
+    }
+    return all;
+}
+
+void inTurns(int rounds, std::size_t contenders, const std::function<void(std::size_t)>& take) {
+    for (int round = 0; round < rounds; ++round) {
+        for (std::size_t i = 0; i < contenders; ++i) {
+            take((static_cast<std::size_t>(round) + i) % contenders);
+        }
+    }
+}
+
+std::string decimal(double number, int digits) {
+    std::ostringstream text;
+    text.setf(std::ios::fixed);
+    text.precision(digits);
+    text << number;
+    return text.str();
+}
+
+} // namespace velmiro::bench

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "MCPStdio/JSONValue.hpp"
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace velmiro::bench {
+
+/// What one contender needed for one thing, round by round.
+struct Costs {
+    std::string contender;
+    std::vector<double> samples; ///< seconds or bytes: less is better
+};
+
+/// One row of a table: one thing, done by several contenders in turns. The first of them is the one
+/// that all are compared with.
+struct Figure {
+    std::string name;
+    const char* unit; ///< of the samples: "seconds" or "bytes"
+    /// How a reader would put a cost: 2.5 µs, 400 k/s, 331 MB/s.
+    std::function<std::string(double cost)> shown;
+    std::vector<Costs> costs;
+};
+
+enum class Ratio {
+    speed, ///< how many times as fast as the first contender: more is better
+    cost,  ///< how many times what the first contender needs: less is better
+};
+
+double median(std::vector<double> samples);
+
+/// The median of the ratios of each round. What disturbs a round disturbs both sides of it.
+double medianRatio(const Figure& figure, std::size_t contender, Ratio ratio);
+
+/// Prints ratios with medians of the absolute figures in brackets. Every contender of every figure
+/// is one of `columns`.
+void printTable(const std::vector<std::string>& columns, const std::vector<Figure>& figures,
+                Ratio ratio);
+
+MCPStdio::JSONValue asJSON(const std::vector<Figure>& figures, Ratio ratio);
+
+/// Calls `take(contender)` for each contender in each round; who begins changes from round to
+/// round.
+void inTurns(int rounds, std::size_t contenders, const std::function<void(std::size_t)>& take);
+
+/// A number with a fixed count of digits behind the point.
+std::string decimal(double number, int digits);
+
+} // namespace velmiro::bench

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "MCPStdio/JSONValue.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace velmiro::bench {
+
+/// A JSON library, made to do what is timed. A text is the same for as long as its address is.
+class Contender {
+public:
+    Contender() = default;
+    Contender(const Contender&) = delete;
+    Contender& operator=(const Contender&) = delete;
+    virtual ~Contender() = default;
+
+    /// As it stands at the head of a column.
+    [[nodiscard]] virtual std::string name() const = 0;
+
+    /// Timed: makes the tree of a text and frees it.
+    virtual void read(std::string_view text) = 0;
+    /// The tree that `read` made, to be compared.
+    virtual MCPStdio::JSONValue tree(std::string_view text) = 0;
+
+    [[nodiscard]] virtual bool canWrite() const = 0;
+    /// Makes the tree that is to be written; until another text is read.
+    virtual void keep(std::string_view text) = 0;
+    /// Timed: writes the kept tree to a new, compact text and frees that.
+    virtual void write() = 0;
+    /// The text that `write` wrote, to be compared.
+    virtual std::string written() = 0;
+};
+
+/// Nothing that leads to `object` is left out by the compiler.
+template <typename Object>
+void observe(const Object& object) {
+    asm volatile("" : : "g"(&object) : "memory");
+}
+
+/// Makes a contender of a library that has: `name`, `Tree read(text)`, `JSONValue value(tree)`, and
+/// where it can write, `write(tree)`, which gives a text that `view` looks at.
+template <typename Library>
+class ContenderWith final : public Contender {
+public:
+    [[nodiscard]] std::string name() const override { return Library::name; }
+
+    void read(std::string_view text) override { observe(library_.read(text)); }
+    MCPStdio::JSONValue tree(std::string_view text) override {
+        return Library::value(library_.read(text));
+    }
+
+    [[nodiscard]] bool canWrite() const override { return writes; }
+    void keep(std::string_view text) override { kept_.emplace(library_.read(text)); }
+    void write() override {
+        if constexpr (writes) {
+            observe(Library::write(*kept_));
+        }
+    }
+    std::string written() override {
+        if constexpr (writes) {
+            const auto text = Library::write(*kept_);
+            return std::string{Library::view(text)};
+        }
+        return {};
+    }
+
+private:
+    using Tree = decltype(std::declval<Library&>().read(std::string_view{}));
+    static constexpr bool writes = requires(const Tree& tree) { Library::write(tree); };
+
+    Library library_;
+    std::optional<Tree> kept_;
+};
+
+std::unique_ptr<Contender> mcpStdioContender();
+std::unique_ptr<Contender> nlohmannContender();
+std::unique_ptr<Contender> rapidJSONContender();
+/// simdjson's document alone: it can be read and written but not changed.
+std::unique_ptr<Contender> simdjsonContender();
+/// The same, turned into a tree that owns its text and can be changed. It has no writer.
+std::unique_ptr<Contender> simdjsonTreeContender();
+
+} // namespace velmiro::bench

@@ -243,6 +243,13 @@ void JSONValue::set(std::string_view key, JSONValue value) {
     std::rotate(store->elements() + index, end, end + 1);
 }
 
+std::optional<JSONValue> JSONValue::take(std::string_view key) {
+    const JSONValue* found = (*this)[key];
+    // This value is not const, so neither are its members.
+    return found == nullptr ? std::nullopt
+                            : std::optional{std::move(const_cast<JSONValue&>(*found))};
+}
+
 const JSONValue* JSONValue::operator[](std::string_view key) const noexcept {
     const auto members = objectValue();
     if (!members) {

@@ -94,6 +94,8 @@ public:
     void append(JSONValue element);
     /// Adds a member or replaces the one that has this key. The value must be an object.
     void set(std::string_view key, JSONValue value);
+    /// Moves a member out of an object and leaves null in its place; nothing where there is none.
+    std::optional<JSONValue> take(std::string_view key);
 
     [[nodiscard]] Case kind() const noexcept { return static_cast<Case>(bytes_[tagAt] & caseMask); }
 

@@ -165,6 +165,11 @@ const JSONWriter& compactEncoder() noexcept {
 }
 
 void appendJSONString(std::string& text, std::string_view content) {
+    // A long text gets its room at once, and some for what follows, so that it is copied only once.
+    constexpr std::size_t longText = 4096;
+    if (content.size() >= longText) {
+        text.reserve(text.size() + content.size() + longText);
+    }
     text.push_back('"');
     std::size_t from = 0;
     while (true) {

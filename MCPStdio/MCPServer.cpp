@@ -136,21 +136,20 @@ Task<void> MCPServer::answer(std::string line, LineSink& output) {
 
 Task<std::optional<std::string>> MCPServer::handleLine(std::string line) {
     auto turn = co_await actor_.enter();
-    const auto message = readMessage(line);
+    auto message = readMessage(line);
+    std::string{}.swap(line); // a call may take long, and only the values are needed
     if (!message) {
         co_return errorEnvelope(nullptr, {parseErrorCode, "parse error"});
     }
     const JSONValue* method = (*message)["method"];
-    const JSONValue* params = (*message)["params"];
     const JSONValue* id = (*message)["id"];
     if (method == nullptr || !method->stringValue()) {
         co_return std::nullopt;
     }
-    static const JSONValue noParams = JSONValue::object();
+    auto params = message->take("params").value_or(JSONValue::object());
     std::optional<RPCError> error;
     try {
-        auto dispatched =
-            dispatch(turn, *method->stringValue(), params == nullptr ? noParams : *params);
+        auto dispatched = dispatch(turn, *method->stringValue(), std::move(params));
         const auto result = co_await std::move(dispatched);
         co_return id == nullptr ? std::nullopt : std::optional{successEnvelope(*id, result)};
     } catch (const RPCError& thrown) {
@@ -163,8 +162,7 @@ Task<std::optional<std::string>> MCPServer::handleLine(std::string line) {
 
 /// Answers a method in the caller's turn, which it gives up while a tool works and has again when
 /// it returns. Throws RPCError.
-Task<JSONValue> MCPServer::dispatch(Actor::Turn& turn, std::string_view method,
-                                    const JSONValue& params) {
+Task<JSONValue> MCPServer::dispatch(Actor::Turn& turn, std::string_view method, JSONValue params) {
     if (method == "initialize") {
         co_return initializeResult(params);
     }
@@ -175,7 +173,7 @@ Task<JSONValue> MCPServer::dispatch(Actor::Turn& turn, std::string_view method,
         co_return toolsListResult();
     }
     if (method == "tools/call") {
-        auto call = callTool(turn, params);
+        auto call = callTool(turn, std::move(params));
         auto result = co_await std::move(call);
         co_return std::move(result);
     }
@@ -185,7 +183,7 @@ Task<JSONValue> MCPServer::dispatch(Actor::Turn& turn, std::string_view method,
     throw RPCError{methodNotFoundCode, "method not found: " + std::string{method}};
 }
 
-Task<JSONValue> MCPServer::callTool(Actor::Turn& turn, const JSONValue& params) {
+Task<JSONValue> MCPServer::callTool(Actor::Turn& turn, JSONValue params) {
     const JSONValue* toolName = params["name"];
     if (toolName == nullptr || !toolName->stringValue()) {
         throw RPCError{invalidParamsCode, "missing tool name"};
@@ -194,8 +192,7 @@ Task<JSONValue> MCPServer::callTool(Actor::Turn& turn, const JSONValue& params) 
     if (tool == tools_.end()) {
         throw RPCError{invalidParamsCode, "unknown tool: " + std::string{*toolName->stringValue()}};
     }
-    const JSONValue* given = params["arguments"];
-    auto arguments = given == nullptr ? JSONValue::object() : *given;
+    auto arguments = params.take("arguments").value_or(JSONValue::object());
 
     turn.end();
     // A handler may take long to reach its first wait: not on the thread that reads.

@@ -57,8 +57,8 @@ public:
 
 private:
     Task<void> answer(std::string line, LineSink& output);
-    Task<JSONValue> dispatch(Actor::Turn& turn, std::string_view method, const JSONValue& params);
-    Task<JSONValue> callTool(Actor::Turn& turn, const JSONValue& params);
+    Task<JSONValue> dispatch(Actor::Turn& turn, std::string_view method, JSONValue params);
+    Task<JSONValue> callTool(Actor::Turn& turn, JSONValue params);
     [[nodiscard]] JSONValue initializeResult(const JSONValue& params) const;
     [[nodiscard]] JSONValue toolsListResult() const;
 

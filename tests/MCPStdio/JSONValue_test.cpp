@@ -182,6 +182,14 @@ TEST(JSONValue, AValueMayBeAssignedAPartOfItself) {
     EXPECT_EQ(value, JSONValue{longText});
 }
 
+TEST(JSONValue, TakeMovesAMemberOut) {
+    auto value = JSONValue::object({{"text", longText}});
+    EXPECT_EQ(value.take("text"), JSONValue{longText});
+    EXPECT_EQ(value.take("text"), JSONValue{});
+    EXPECT_EQ(value.take("other"), std::nullopt);
+    EXPECT_EQ(JSONValue{5}.take("text"), std::nullopt);
+}
+
 TEST(JSONValue, SetAndAppendKeepAnObjectSortedAndAnArrayInOrder) {
     auto object = JSONValue::object();
     auto array = JSONValue::array();

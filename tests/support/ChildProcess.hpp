@@ -62,7 +62,7 @@ bool eventually(Condition holds, std::chrono::seconds limit = std::chrono::secon
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
         }
-        timespec nap{0, 2'000'000};
+        const timespec nap{0, 2'000'000};
         ::nanosleep(&nap, nullptr);
     }
     return true;

@@ -149,7 +149,7 @@ TEST_F(ApprovalTest, ASummaryOfAMegabyteToAHostThatHangsUpUnreadIsANo) {
 
 TEST_F(ApprovalTest, APathOfAHundredAndThreeBytesIsUsedAndOneMoreIsANoWithoutAConnection) {
     const auto pathOf = [&](std::size_t length) {
-        std::string text = folder.path().string() + "/";
+        const std::string text = folder.path().string() + "/";
         return text + std::string(length - text.size(), 's');
     };
     for (const auto& [length, expected] : {std::pair{103U, true}, std::pair{104U, false}}) {

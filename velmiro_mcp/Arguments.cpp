@@ -101,6 +101,27 @@ bool flag(std::string_view name, const JSONValue& arguments) noexcept {
     return argument != nullptr && argument->boolValue() == true;
 }
 
+JSONValue textProperty() {
+    return JSONValue::object({{"type", "string"}});
+}
+
+JSONValue textProperty(std::string_view description) {
+    return JSONValue::object({{"type", "string"}, {"description", description}});
+}
+
+JSONValue integerProperty(std::int64_t lowest, std::int64_t highest) {
+    return JSONValue::object({{"type", "integer"}, {"minimum", lowest}, {"maximum", highest}});
+}
+
+JSONValue flagProperty() {
+    return JSONValue::object({{"type", "boolean"}});
+}
+
+JSONValue dateProperty() {
+    return textProperty("Date or date-time: 2026-10-14, 2026-10-14T15:00 (this Mac's time zone) or "
+                        "ISO 8601 with an offset.");
+}
+
 JSONValue schema(JSONValue properties, std::initializer_list<std::string_view> required) {
     auto names = JSONValue::array();
     for (const std::string_view name : required) {

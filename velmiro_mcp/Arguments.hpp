@@ -50,6 +50,13 @@ std::vector<std::string> stringList(std::string_view name, const JSONValue& argu
 /// Whether the argument is the JSON value true.
 bool flag(std::string_view name, const JSONValue& arguments) noexcept;
 
+/// The descriptions of single properties, for a schema.
+JSONValue textProperty();
+JSONValue textProperty(std::string_view description);
+JSONValue integerProperty(std::int64_t lowest, std::int64_t highest);
+JSONValue flagProperty();
+JSONValue dateProperty();
+
 /// The input schema of a tool. `properties` is an object of property descriptions.
 JSONValue schema(JSONValue properties, std::initializer_list<std::string_view> required);
 

@@ -14,23 +14,6 @@ using MCPStdio::Task;
 using std::chrono::days;
 using std::chrono::minutes;
 
-JSONValue textProperty() {
-    return JSONValue::object({{"type", "string"}});
-}
-
-JSONValue textProperty(const char* description) {
-    return JSONValue::object({{"type", "string"}, {"description", description}});
-}
-
-JSONValue integerProperty(std::int64_t lowest, std::int64_t highest) {
-    return JSONValue::object({{"type", "integer"}, {"minimum", lowest}, {"maximum", highest}});
-}
-
-JSONValue dateProperty() {
-    return textProperty("Date or date-time: 2026-10-14, 2026-10-14T15:00 (this Mac's time zone) or "
-                        "ISO 8601 with an offset.");
-}
-
 constexpr IntegerRule daysRule{1, 1, 62};
 constexpr std::int64_t longestMinutes = 10080;
 
@@ -101,7 +84,7 @@ JSONValue createSchema() {
         {"start", dateProperty()},
         {"end", dateProperty()},
         {"duration_minutes", integerProperty(1, longestMinutes)},
-        {"all_day", JSONValue::object({{"type", "boolean"}})},
+        {"all_day", flagProperty()},
         {"location", textProperty()},
         {"notes", textProperty()},
         {"calendar", textProperty()},

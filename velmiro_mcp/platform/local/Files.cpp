@@ -10,14 +10,38 @@
 #include <sys/stat.h>
 
 namespace velmiro::local {
+namespace {
 
-std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest) {
+std::int64_t nanoseconds(const timespec& time) {
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+FileStamp stampOf(const struct stat& about) {
+    return {about.st_dev, about.st_ino, about.st_size, nanoseconds(about.st_mtim),
+            nanoseconds(about.st_ctim)};
+}
+
+} // namespace
+
+std::optional<FileStamp> stampOf(const std::string& path) {
+    struct stat about{};
+    if (stat(path.c_str(), &about) != 0 || !S_ISREG(about.st_mode)) {
+        return std::nullopt;
+    }
+    return stampOf(about);
+}
+
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
+                                           FileStamp* stamp) {
     // O_NONBLOCK: opening a pipe that nobody writes would wait for ever.
     const FileDescriptor file{open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)};
     struct stat about{};
     if (!file || fstat(file.number(), &about) != 0 || !S_ISREG(about.st_mode) ||
         static_cast<std::size_t>(about.st_size) > largest) {
         return std::nullopt;
+    }
+    if (stamp != nullptr) {
+        *stamp = stampOf(about);
     }
     // One byte more than expected shows the end without a growing file being followed for ever.
     std::string contents(static_cast<std::size_t>(about.st_size) + 1, '\0');

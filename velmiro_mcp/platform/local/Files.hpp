@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,9 +29,26 @@ private:
     int number_;
 };
 
+/// What changes when a file's contents do: another file in its place has another number, and the
+/// system sets the time of change whenever one is written, whatever its writer wishes.
+struct FileStamp {
+    std::uint64_t device = 0;
+    std::uint64_t number = 0;
+    std::int64_t size = 0;
+    std::int64_t modified = 0; ///< nanoseconds since 1970
+    std::int64_t changed = 0;  ///< likewise; a rename or a change of permissions counts too
+
+    friend bool operator==(const FileStamp&, const FileStamp&) = default;
+};
+
+/// The stamp of what a path leads to; nothing unless that is a regular file.
+std::optional<FileStamp> stampOf(const std::string& path);
+
 /// The contents of a regular file of at most `largest` bytes; nothing, without waiting and without
 /// reading, when it is anything else: larger, a folder, a pipe, unreadable, gone.
-std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest);
+/// With `stamp`, also its stamp from before the first byte was read.
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
+                                           FileStamp* stamp = nullptr);
 
 /// The names in a folder, byte by byte in order, without those that begin with a dot; nothing when
 /// the folder cannot be read.

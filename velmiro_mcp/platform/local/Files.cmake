@@ -1,19 +1,36 @@
-#The local platform : calendar folders on disk, whose values libical reads; text and dates with ICU.
-find_package(PkgConfig REQUIRED) pkg_check_modules(ICAL REQUIRED IMPORTED_TARGET libical >= 3.0.16)
-    pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu - uc icu - i18n)
+# The local platform: calendar folders on disk, whose values libical reads; text and dates with ICU.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(ICAL REQUIRED IMPORTED_TARGET libical>=3.0.16)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
 
-        set(PLATFORM_FILES platform / local / CalendarValues.cpp platform / local /
-            Components.cpp platform / local / ContentLines.cpp platform / local /
-            DescribedZone.cpp platform / local / EventText.cpp platform / local /
-            Exclusions.cpp platform / local / FileCreation.cpp platform / local /
-            Files.cpp platform / local / ICUZones.cpp platform / local / Libical.cpp platform /
-            local / LocalDateText.cpp platform / local / LocalEventDatabase.cpp platform / local /
-            LocalFolders.cpp platform / local / LocalText.cpp platform / local /
-            Locale.cpp platform / local / OccurrenceList.cpp platform / local /
-            Occurrences.cpp platform / local / Random.cpp platform / local /
-            Recurrence.cpp platform / local / RecurrenceDays.cpp platform / local /
-            Series.cpp platform / local / StoredEvent.cpp platform / local /
-            SystemZone.cpp platform / local / TextLines.cpp platform / local /
-            UserClock.cpp platform / local / Vdir.cpp platform / local / Zone.cpp platform / local /
-            ZoneCatalogue.cpp platform / local / ZoneRule.cpp)
-            set(PLATFORM_LIBRARIES PkgConfig::ICAL PkgConfig::ICU)
+set(PLATFORM_FILES
+    platform/local/CalendarValues.cpp
+    platform/local/Components.cpp
+    platform/local/ContentLines.cpp
+    platform/local/DescribedZone.cpp
+    platform/local/EventText.cpp
+    platform/local/Exclusions.cpp
+    platform/local/FileCreation.cpp
+    platform/local/Files.cpp
+    platform/local/ICUZones.cpp
+    platform/local/Libical.cpp
+    platform/local/LocalDateText.cpp
+    platform/local/LocalEventDatabase.cpp
+    platform/local/LocalFolders.cpp
+    platform/local/LocalText.cpp
+    platform/local/Locale.cpp
+    platform/local/OccurrenceList.cpp
+    platform/local/Occurrences.cpp
+    platform/local/Random.cpp
+    platform/local/Recurrence.cpp
+    platform/local/RecurrenceDays.cpp
+    platform/local/Series.cpp
+    platform/local/StoredEvent.cpp
+    platform/local/SystemZone.cpp
+    platform/local/TextLines.cpp
+    platform/local/UserClock.cpp
+    platform/local/Vdir.cpp
+    platform/local/Zone.cpp
+    platform/local/ZoneCatalogue.cpp
+    platform/local/ZoneRule.cpp)
+set(PLATFORM_LIBRARIES PkgConfig::ICAL PkgConfig::ICU)

@@ -11,7 +11,9 @@ set(PLATFORM_FILES
     platform/local/EventText.cpp
     platform/local/Exclusions.cpp
     platform/local/FileCreation.cpp
+    platform/local/FileReplacement.cpp
     platform/local/Files.cpp
+    platform/local/HiddenFiles.cpp
     platform/local/ICUZones.cpp
     platform/local/Libical.cpp
     platform/local/LocalDateText.cpp

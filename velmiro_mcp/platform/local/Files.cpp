@@ -21,20 +21,11 @@ FileStamp stampOf(const struct stat& about) {
             nanoseconds(about.st_ctim)};
 }
 
-} // namespace
+// O_NONBLOCK: opening a pipe that nobody writes would wait for ever.
+constexpr int readingOnly = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-std::optional<FileStamp> stampOf(const std::string& path) {
-    struct stat about{};
-    if (stat(path.c_str(), &about) != 0 || !S_ISREG(about.st_mode)) {
-        return std::nullopt;
-    }
-    return stampOf(about);
-}
-
-std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
-                                           FileStamp* stamp) {
-    // O_NONBLOCK: opening a pipe that nobody writes would wait for ever.
-    const FileDescriptor file{open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)};
+std::optional<std::string> contentsOf(const FileDescriptor& file, std::size_t largest,
+                                      FileStamp* stamp) {
     struct stat about{};
     if (!file || fstat(file.number(), &about) != 0 || !S_ISREG(about.st_mode) ||
         static_cast<std::size_t>(about.st_size) > largest) {
@@ -62,6 +53,28 @@ std::optional<std::string> readRegularFile(const std::string& path, std::size_t 
     }
     contents.resize(length);
     return contents;
+}
+
+} // namespace
+
+std::optional<FileStamp> stampOf(const std::string& path) {
+    struct stat about{};
+    if (stat(path.c_str(), &about) != 0 || !S_ISREG(about.st_mode)) {
+        return std::nullopt;
+    }
+    return stampOf(about);
+}
+
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
+                                           FileStamp* stamp) {
+    return contentsOf(FileDescriptor{open(path.c_str(), readingOnly)}, largest, stamp);
+}
+
+std::optional<std::string> readRegularFile(const FileDescriptor& folder, const std::string& name,
+                                           std::size_t largest) {
+    return contentsOf(
+        FileDescriptor{openat(folder.number(), name.c_str(), readingOnly | O_NOFOLLOW)}, largest,
+        nullptr);
 }
 
 std::optional<std::vector<std::string>> visibleNames(const std::string& folder) {

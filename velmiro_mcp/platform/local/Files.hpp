@@ -50,6 +50,10 @@ std::optional<FileStamp> stampOf(const std::string& path);
 std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
                                            FileStamp* stamp = nullptr);
 
+/// The same for a name in an open folder; a symbolic link is not followed.
+std::optional<std::string> readRegularFile(const FileDescriptor& folder, const std::string& name,
+                                           std::size_t largest);
+
 /// The names in a folder, byte by byte in order, without those that begin with a dot; nothing when
 /// the folder cannot be read.
 std::optional<std::vector<std::string>> visibleNames(const std::string& folder);

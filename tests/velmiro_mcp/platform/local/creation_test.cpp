@@ -160,14 +160,15 @@ TEST_P(LocalFileCreation, RemovesWhatADeadMakerLeftAndNothingElse) {
     for (const std::string& name : others) {
         writeFile(folder_.path() + "/" + name, "");
     }
-    writeFile(folder_.path() + "/.velmiro-dead.tmp", "half");
-    writeFile(folder_.path() + "/.velmiro-alive.tmp", "half");
-    const int alive = open((folder_.path() + "/.velmiro-alive.tmp").c_str(), O_RDONLY | O_CLOEXEC);
+    writeFile(folder_.path() + "/.velmiro-new-dead.tmp", "half");
+    writeFile(folder_.path() + "/.velmiro-new-alive.tmp", "half");
+    const int alive =
+        open((folder_.path() + "/.velmiro-new-alive.tmp").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_GE(alive, 0);
     ASSERT_EQ(flock(alive, LOCK_EX), 0);
     ASSERT_EQ(createFile(folder_.path(), "a.ics", "x", GetParam()), 0);
     EXPECT_EQ(namesIn(folder_.path()),
-              (Texts{".velmiro-alive.tmp", ".velmiro-x", ".x.tmp", "a.ics", "velmiro-x.tmp"}));
+              (Texts{".velmiro-new-alive.tmp", ".velmiro-x", ".x.tmp", "a.ics", "velmiro-x.tmp"}));
     close(alive);
 }
 

@@ -1,0 +1,214 @@
+// A changed file in the place of the old one, whatever other programs do meanwhile.
+
+#include "Support.hpp"
+
+#include "velmiro_mcp/platform/local/FileReplacement.hpp"
+#include "velmiro_mcp/platform/local/HiddenFiles.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+
+namespace velmiro::local {
+namespace {
+
+namespace fs = std::filesystem;
+using Texts = std::vector<std::string>;
+
+class LocalFileReplacement : public testing::TestWithParam<Replacing> {
+protected:
+    [[nodiscard]] std::string path(const std::string& name) const {
+        return folder_.path() + "/" + name;
+    }
+    int replace(const std::string& name, std::string_view expected, std::string_view contents) {
+        return replaceFile(path(name), expected, contents, GetParam());
+    }
+
+    TemporaryFolder folder_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Ways, LocalFileReplacement,
+                         testing::Values(Replacing::bySwap, Replacing::byRename),
+                         [](const auto& way) {
+                             return way.param == Replacing::bySwap ? "BySwap" : "ByRename";
+                         });
+
+} // namespace
+
+TEST_P(LocalFileReplacement, PutsTheNewVersionInPlaceAndLeavesNothingElse) {
+    writeFile(path("a.ics"), "old");
+    EXPECT_EQ(replace("a.ics", "old", "new"), 0);
+    EXPECT_EQ(readFile(path("a.ics")), "new");
+    EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
+}
+
+TEST_P(LocalFileReplacement, LeavesWhatIsNotWhatWasRead) {
+    writeFile(path("a.ics"), "other");
+    EXPECT_EQ(replace("a.ics", "old", "new"), EAGAIN);
+    EXPECT_EQ(readFile(path("a.ics")), "other");
+    EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
+}
+
+TEST_P(LocalFileReplacement, MakesNoFileWhereThereIsNone) {
+    EXPECT_EQ(replace("a.ics", "old", "new"), ENOENT);
+    EXPECT_EQ(namesIn(folder_.path()), Texts{});
+}
+
+TEST_P(LocalFileReplacement, KeepsTheModeOfTheFile) {
+    writeFile(path("a.ics"), "old");
+    ASSERT_EQ(chmod(path("a.ics").c_str(), 0664), 0);
+    ASSERT_EQ(replace("a.ics", "old", "new"), 0);
+    struct stat about{};
+    ASSERT_EQ(stat(path("a.ics").c_str(), &about), 0);
+    EXPECT_EQ(about.st_mode & 07777U, 0664U);
+}
+
+TEST_P(LocalFileReplacement, ReplacesWhatALinkLeadsToAndKeepsTheLink) {
+    fs::create_directory(path("elsewhere"));
+    writeFile(path("elsewhere/real.ics"), "old");
+    fs::create_symlink("elsewhere/real.ics", path("a.ics"));
+    EXPECT_EQ(replace("a.ics", "old", "new"), 0);
+    EXPECT_TRUE(fs::is_symlink(path("a.ics")));
+    EXPECT_EQ(readFile(path("elsewhere/real.ics")), "new");
+    EXPECT_EQ(namesIn(path("elsewhere")), Texts{"real.ics"});
+}
+
+TEST_P(LocalFileReplacement, WhatDoesNotFitChangesNothing) {
+    writeFile(path("a.ics"), "old");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{1000, before.rlim_max};
+    const auto disposition = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const int error = replace("a.ics", "old", std::string(5000, 'x'));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, disposition);
+    EXPECT_EQ(error, EFBIG);
+    EXPECT_EQ(readFile(path("a.ics")), "old");
+    EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
+}
+
+TEST_P(LocalFileReplacement, KilledAtAnyMomentLeavesTheOldFileOrTheNew) {
+    const std::string even(50'000, 'e');
+    const std::string odd(60'000, 'o');
+    writeFile(path("a.ics"), even);
+    for (int round = 0; round < 30; ++round) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (;;) {
+                replace("a.ics", even, odd);
+                replace("a.ics", odd, even);
+            }
+        }
+        usleep(static_cast<useconds_t>(500 + round * 211));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        const std::string found = readFile(path("a.ics"));
+        ASSERT_TRUE(found == even || found == odd) << found.size();
+        for (const std::string& name : namesIn(folder_.path())) {
+            ASSERT_TRUE(name == "a.ics" || name.starts_with('.')) << name;
+        }
+    }
+    const std::string found = readFile(path("a.ics"));
+    ASSERT_EQ(replace("a.ics", found, "last"), 0);
+    EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"}) << "leftovers go with the next change";
+}
+
+TEST(LocalFileReplacement, AVersionOfAnotherProgramLeftAsideIsNotRemoved) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path() + "/a.ics";
+    writeFile(file, "new");
+    const pid_t dead = fork();
+    ASSERT_GE(dead, 0);
+    if (dead == 0) {
+        for (const char* contents : {"old", "new", "written by another program"}) {
+            writeFile(folder.path() + "/" + asideName("old", "new"), contents);
+        }
+        _exit(0);
+    }
+    waitpid(dead, nullptr, 0);
+    const std::string alive = asideName("old", "new");
+    writeFile(folder.path() + "/" + alive, "old");
+    ASSERT_EQ(namesIn(folder.path()).size(), 5U);
+    ASSERT_EQ(replaceFile(file, "new", "newer"), 0);
+    Texts left;
+    for (const std::string& name : namesIn(folder.path())) {
+        left.push_back(readFile(folder.path() + "/" + name));
+    }
+    std::ranges::sort(left);
+    EXPECT_EQ(left, (Texts{"newer", "old", "written by another program"}));
+    EXPECT_TRUE(fs::exists(folder.path() + "/" + alive));
+}
+
+TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path() + "/a.ics";
+    writeFile(file, "0");
+    constexpr int versions = 20'000;
+    std::atomic<bool> done = false;
+    std::thread writer{[&] {
+        for (int version = 1; version <= versions; ++version) {
+            writeFile(folder.path() + "/other", std::to_string(version));
+            fs::rename(folder.path() + "/other", file);
+        }
+        done = true;
+    }};
+    // Each version that the writer places may get a mark. Whatever stands there never goes back to
+    // a version before the one that was marked or seen last.
+    int seen = 0;
+    int marked = 0;
+    int refused = 0;
+    for (bool last = false; !last;) {
+        last = done;
+        const std::string current = readFile(file);
+        const int version = std::stoi(current);
+        ASSERT_GE(version, seen);
+        seen = version;
+        if (!current.ends_with("+")) {
+            const int error = replaceFile(file, current, current + "+");
+            ASSERT_TRUE(error == 0 || error == EAGAIN) << error;
+            (error == 0 ? marked : refused) += 1;
+        }
+    }
+    writer.join();
+    EXPECT_EQ(readFile(file), std::to_string(versions) + "+");
+    EXPECT_GT(marked, 0);
+    EXPECT_GT(refused, 0) << "the two never met: this proved nothing";
+    EXPECT_EQ(namesIn(folder.path()), Texts{"a.ics"});
+}
+
+TEST(LocalFileReplacement, OfTwoThatChangeTheSameVersionOneWins) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path() + "/a.ics";
+    writeFile(file, "0");
+    // Each adds one to what it read, and tries again when it was too late: no addition is lost.
+    constexpr int each = 300;
+    std::vector<std::thread> changers;
+    for (int changer = 0; changer < 3; ++changer) {
+        changers.emplace_back([&] {
+            for (int count = 0; count < each;) {
+                const std::string current = readFile(file);
+                const int error =
+                    replaceFile(file, current, std::to_string(std::stoi(current) + 1));
+                ASSERT_TRUE(error == 0 || error == EAGAIN) << error;
+                count += error == 0 ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& changer : changers) {
+        changer.join();
+    }
+    EXPECT_EQ(readFile(file), std::to_string(3 * each));
+    EXPECT_EQ(namesIn(folder.path()), Texts{"a.ics"});
+}
+
+} // namespace velmiro::local

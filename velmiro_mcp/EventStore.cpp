@@ -1,9 +1,11 @@
 #include "velmiro_mcp/EventStore.hpp"
 
 #include "MCPStdio/MCPTool.hpp"
+#include "MCPStdio/concurrency/Continuation.hpp"
 #include "velmiro_mcp/Dates.hpp"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace velmiro {
@@ -14,7 +16,9 @@ using MCPStdio::MCPToolError;
 using MCPStdio::Task;
 
 constexpr std::size_t mostEvents = 200;
+constexpr std::size_t mostReminders = 300;
 constexpr std::size_t longestEventNotes = 500; // in characters as the user counts them
+constexpr std::size_t longestReminderNotes = 300;
 
 /// How messages speak of a type of items.
 struct Wording {
@@ -31,6 +35,19 @@ std::string dateTextOrEmpty(const std::optional<Instant>& date) {
     return date ? dateText(*date) : std::string{};
 }
 
+void addIfNotEmpty(JSONValue& record, std::string_view key,
+                   const std::optional<std::string>& text) {
+    if (text && !text->empty()) {
+        record.set(key, *text);
+    }
+}
+
+void addNotes(JSONValue& record, const std::optional<std::string>& notes, std::size_t longest) {
+    if (notes && !notes->empty()) {
+        record.set("notes", firstCharacters(*notes, longest));
+    }
+}
+
 JSONValue eventRecord(const Event& event) {
     auto record = JSONValue::object({
         {"id", event.identifier},
@@ -40,13 +57,28 @@ JSONValue eventRecord(const Event& event) {
         {"all_day", event.allDay},
         {"calendar", event.calendar.value_or("")},
     });
-    if (event.location && !event.location->empty()) {
-        record.set("location", *event.location);
-    }
-    if (event.notes && !event.notes->empty()) {
-        record.set("notes", firstCharacters(*event.notes, longestEventNotes));
-    }
+    addIfNotEmpty(record, "location", event.location);
+    addNotes(record, event.notes, longestEventNotes);
     return record;
+}
+
+JSONValue reminderRecord(const Reminder& reminder) {
+    auto record = JSONValue::object({
+        {"id", reminder.identifier},
+        {"title", reminder.title.value_or("")},
+        {"list", reminder.list.value_or("")},
+        {"completed", reminder.completed},
+        {"priority", reminder.priority},
+    });
+    if (reminder.due) {
+        record.set("due", dateText(*reminder.due));
+    }
+    addNotes(record, reminder.notes, longestReminderNotes);
+    return record;
+}
+
+MCPToolError noReminder(const std::string& identifier) {
+    return MCPToolError{"no reminder with id " + identifier};
 }
 
 } // namespace
@@ -109,6 +141,73 @@ Task<std::string> EventStore::createEvent(NewEvent event, std::optional<std::str
         throw MCPToolError{"there is no calendar to add to"};
     }
     co_return store_->saveEvent(event, *calendar);
+}
+
+/// Waits for the database's callback, which a missing answer reaches as none at all.
+Task<std::vector<Reminder>> EventStore::fetched(ReminderQuery query) {
+    using Found = std::optional<std::vector<Reminder>>;
+    const auto fetch = [this, query](MCPStdio::Continuation<Found> waiting) {
+        // Shared, for the callback's type is copied; whoever drops all copies fails the fetch.
+        const auto answer = std::make_shared<MCPStdio::Continuation<Found>>(std::move(waiting));
+        try {
+            store_->fetchReminders(query,
+                                   [answer](Found found) { answer->resume(std::move(found)); });
+        } catch (...) {
+            answer->fail(std::current_exception());
+        }
+    };
+    auto found = co_await MCPStdio::withContinuation<Found>(fetch);
+    co_return std::move(found).value_or(std::vector<Reminder>{});
+}
+
+Task<JSONValue> EventStore::reminders(std::optional<std::string> listName, bool includeCompleted,
+                                      std::optional<Instant> dueBefore) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::reminder);
+    const auto list = calendarNamed(listName, EntityType::reminder);
+    auto fetching = fetched({includeCompleted, dueBefore, list ? &*list : nullptr});
+    auto found = co_await std::move(fetching);
+    found.resize(std::min(found.size(), mostReminders));
+    auto records = JSONValue::array();
+    for (const Reminder& reminder : found) {
+        records.append(reminderRecord(reminder));
+    }
+    co_return std::move(records);
+}
+
+Task<std::string> EventStore::createReminder(NewReminder reminder,
+                                             std::optional<std::string> listName) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::reminder);
+    auto list = calendarNamed(listName, EntityType::reminder);
+    if (!list) {
+        list = store_->defaultListForNewReminders();
+    }
+    if (!list) {
+        throw MCPToolError{"there is no reminders list to add to"};
+    }
+    if (reminder.due) {
+        reminder.due = std::chrono::floor<std::chrono::minutes>(*reminder.due);
+    }
+    co_return store_->saveReminder(reminder, *list);
+}
+
+Task<std::string> EventStore::reminderTitle(std::string identifier) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::reminder);
+    const auto reminder = store_->reminder(identifier);
+    if (!reminder) {
+        throw noReminder(identifier);
+    }
+    co_return reminder->title.value_or("");
+}
+
+Task<void> EventStore::completeReminder(std::string identifier) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::reminder);
+    if (!store_->completeReminder(identifier)) {
+        throw noReminder(identifier);
+    }
 }
 
 } // namespace velmiro

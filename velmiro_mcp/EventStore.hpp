@@ -8,11 +8,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velmiro {
 
-/// The one place that touches the user's calendar database: it checks access, finds calendars by
-/// name, and turns what the platform gives into the records that tools answer with.
+/// The one place that touches the user's database of events and reminders: it checks access, finds
+/// calendars and lists by name, and turns what the platform gives into the records that tools
+/// answer with.
 ///
 /// An actor: its operations run one at a time. Nothing is kept between calls; calendars, defaults
 /// and access are looked up afresh. Failures meant for the agent are thrown as MCPToolError, what
@@ -33,9 +35,27 @@ public:
     MCPStdio::Task<std::string> createEvent(NewEvent event,
                                             std::optional<std::string> calendarName);
 
+    /// The open reminders, of one list if named, or all with `includeCompleted`: an array of
+    /// records, the first 300 in the database's order. `dueBefore` narrows the open ones only.
+    MCPStdio::Task<MCPStdio::JSONValue> reminders(std::optional<std::string> listName,
+                                                  bool includeCompleted,
+                                                  std::optional<Instant> dueBefore);
+
+    /// Adds a reminder to the list named, or to the default one; gives back its identifier. It is
+    /// due to the minute: seconds are dropped.
+    MCPStdio::Task<std::string> createReminder(NewReminder reminder,
+                                               std::optional<std::string> listName);
+
+    /// The title, "" when it has none. Fails when there is no such reminder.
+    MCPStdio::Task<std::string> reminderTitle(std::string identifier);
+
+    /// Marks a reminder completed, also one that is already. Fails when there is none.
+    MCPStdio::Task<void> completeReminder(std::string identifier);
+
 private:
     void checkAccess(EntityType type);
     std::optional<Calendar> calendarNamed(const std::optional<std::string>& name, EntityType type);
+    MCPStdio::Task<std::vector<Reminder>> fetched(ReminderQuery query);
 
     MCPStdio::Actor actor_;
     const std::unique_ptr<EventDatabase> store_; ///< used within a turn of the actor only

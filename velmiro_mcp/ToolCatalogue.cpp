@@ -21,7 +21,10 @@ const Group& group(Kind kind) {
         static const Group calendar = calendarTools(EventStore::shared(), askTheUser);
         return calendar;
     }
-    case Kind::reminders:
+    case Kind::reminders: {
+        static const Group reminders = remindersTools(EventStore::shared(), askTheUser);
+        return reminders;
+    }
     case Kind::contacts:
     case Kind::notes:
     case Kind::mail:

@@ -2,6 +2,7 @@
 
 #include "velmiro_mcp/platform/Platform.hpp"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,9 +22,17 @@ public:
         std::string saveError; ///< when not empty, saving fails with this text
         NewEvent saved;        ///< the last one
 
+        AuthorizationStatus reminderAccess = AuthorizationStatus::fullAccess;
+        std::vector<Calendar> lists{{"l1", "Reminders"}, {"l2", "Work"}};
+        bool hasDefaultList = true;
+        std::vector<Reminder> reminders; ///< what every fetch gives; looked up by identifier
+        NewReminder savedReminder;       ///< the last one
+        /// When set, does what the fetch's callback is for, in its own time and thread.
+        std::function<void(RemindersFound)> fetch;
+
         [[nodiscard]] bool changed() const {
             for (const std::string& call : journal) {
-                if (call.starts_with("save")) {
+                if (call.starts_with("save") || call.starts_with("complete")) {
                     return true;
                 }
             }
@@ -35,11 +44,11 @@ public:
 
     AuthorizationStatus authorizationStatus(EntityType type) override {
         script_->journal.push_back("authorizationStatus " + number(type));
-        return script_->eventAccess;
+        return type == EntityType::event ? script_->eventAccess : script_->reminderAccess;
     }
     std::vector<Calendar> calendars(EntityType type) override {
         script_->journal.push_back("calendars " + number(type));
-        return script_->eventCalendars;
+        return type == EntityType::event ? script_->eventCalendars : script_->lists;
     }
     std::optional<Calendar> defaultCalendarForNewEvents() override {
         script_->journal.emplace_back("defaultCalendarForNewEvents");
@@ -57,6 +66,51 @@ public:
         }
         script_->saved = event;
         return "new-id";
+    }
+    std::optional<Calendar> defaultListForNewReminders() override {
+        script_->journal.emplace_back("defaultListForNewReminders");
+        return script_->hasDefaultList ? std::optional{script_->lists.at(0)} : std::nullopt;
+    }
+    void fetchReminders(const ReminderQuery& query, RemindersFound found) override {
+        script_->journal.push_back(std::string{"fetchReminders "} +
+                                   (query.includeCompleted ? "all " : "open ") +
+                                   (query.dueBefore ? number(*query.dueBefore) : "-") + " " +
+                                   (query.list == nullptr ? "everywhere" : query.list->identifier));
+        if (script_->fetch) {
+            script_->fetch(std::move(found));
+        } else {
+            found(script_->reminders);
+        }
+    }
+    std::optional<Reminder> reminder(const std::string& identifier) override {
+        script_->journal.push_back("reminder " + identifier);
+        for (const Reminder& one : script_->reminders) {
+            if (one.identifier == identifier) {
+                return one;
+            }
+        }
+        return std::nullopt;
+    }
+    std::string saveReminder(const NewReminder& reminder, const Calendar& list) override {
+        script_->journal.push_back("saveReminder " + reminder.title + " in " + list.identifier);
+        if (!script_->saveError.empty()) {
+            throw PlatformError{script_->saveError};
+        }
+        script_->savedReminder = reminder;
+        return "new-id";
+    }
+    bool completeReminder(const std::string& identifier) override {
+        script_->journal.push_back("completeReminder " + identifier);
+        if (!script_->saveError.empty()) {
+            throw PlatformError{script_->saveError};
+        }
+        for (Reminder& one : script_->reminders) {
+            if (one.identifier == identifier) {
+                one.completed = true;
+                return true;
+            }
+        }
+        return false;
     }
 
 private:

@@ -20,7 +20,8 @@ using Names = std::vector<std::string>;
 
 TEST(ToolCatalogue, HasEveryToolWhenAllKindsAreOn) {
     EXPECT_EQ(names({allCases.begin(), allCases.end()}),
-              (Names{"calendar_list_events", "calendar_create_event"}));
+              (Names{"calendar_list_events", "calendar_create_event", "reminders_list",
+                     "reminders_create", "reminders_complete"}));
 }
 
 TEST(ToolCatalogue, HasTheToolsOfTheKindsThatAreOn) {

@@ -13,4 +13,7 @@ class EventStore;
 /// `calendar_list_events` and `calendar_create_event`. The store must outlive them.
 std::vector<MCPStdio::MCPTool> calendarTools(EventStore& store, const Ask& ask);
 
+/// `reminders_list`, `reminders_create` and `reminders_complete`. The store must outlive them.
+std::vector<MCPStdio::MCPTool> remindersTools(EventStore& store, const Ask& ask);
+
 } // namespace velmiro

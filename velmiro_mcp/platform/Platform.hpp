@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -59,6 +60,35 @@ struct NewEvent {
     std::optional<std::string> notes;
 };
 
+/// One reminder, as the database holds it.
+struct Reminder {
+    std::string identifier;
+    std::optional<std::string> title;
+    std::optional<std::string> list; ///< the title of its list
+    bool completed = false;
+    int priority = 0; ///< 0 none, 1 high … 9 low
+    std::optional<Instant> due;
+    std::optional<std::string> notes;
+};
+
+/// What is needed to make a reminder.
+struct NewReminder {
+    std::string title;
+    std::optional<std::string> notes;
+    int priority = 0;           ///< 0 to 9
+    std::optional<Instant> due; ///< a whole minute
+};
+
+/// Which reminders are wanted.
+struct ReminderQuery {
+    bool includeCompleted = false;    ///< then all, whenever they are due
+    std::optional<Instant> dueBefore; ///< else the open ones due before this, or all open ones
+    const Calendar* list = nullptr;   ///< of this list, or of all
+};
+
+/// Takes what a fetch found; nothing when the platform gives no answer.
+using RemindersFound = std::function<void(std::optional<std::vector<Reminder>>)>;
+
 /// The platform could not do what it was asked; `what()` is its own description, fit for the agent.
 class PlatformError : public std::runtime_error {
 public:
@@ -88,9 +118,29 @@ public:
     /// passed over.
     virtual std::vector<Event> events(Instant start, Instant end, const Calendar* calendar) = 0;
 
+    /// The same for reminders and their lists.
+    virtual std::optional<Calendar> defaultListForNewReminders() = 0;
+
     /// Adds an event to `calendar` and commits it; gives back its identifier.
     /// Throws PlatformError when it cannot be stored just as given; then nothing was stored.
     virtual std::string saveEvent(const NewEvent& event, const Calendar& calendar) = 0;
+
+    /// Looks for reminders and hands them to `found`, in the database's own order: exactly once, on
+    /// any thread, perhaps before this returns. An open reminder without a due date is due before
+    /// no date. Items that cannot be read are passed over.
+    virtual void fetchReminders(const ReminderQuery& query, RemindersFound found) = 0;
+
+    /// The reminder with this identifier; nothing when there is none, or when it is an event's.
+    virtual std::optional<Reminder> reminder(const std::string& identifier) = 0;
+
+    /// Adds a reminder to `list` and commits it; gives back its identifier. Throws PlatformError
+    /// when it cannot be stored just as given; then nothing was stored.
+    virtual std::string saveReminder(const NewReminder& reminder, const Calendar& list) = 0;
+
+    /// Marks a reminder completed now, also one that is already, and commits it. False when there
+    /// is no such reminder (any more). Throws PlatformError when it cannot be stored; then nothing
+    /// was changed.
+    virtual bool completeReminder(const std::string& identifier) = 0;
 };
 
 /// The database of the user who runs the program. Opening it touches nothing yet.

@@ -3,6 +3,8 @@
 #include "velmiro_mcp/platform/local/Zone.hpp"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <string>
 
 namespace velmiro::local {
@@ -63,9 +65,42 @@ std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<co
                   inUTC ? Zone::utc() : zone};
 }
 
+std::string momentText(const Moment& moment) {
+    const CivilDay day = dayOf(moment.civil);
+    const std::chrono::year_month_day date{day};
+    const std::chrono::hh_mm_ss time{moment.civil - day};
+    std::array<char, 64> text{};
+    int length = std::snprintf(text.data(), text.size(), "%04d%02u%02u", int{date.year()},
+                               unsigned{date.month()}, unsigned{date.day()});
+    if (!moment.isDate) {
+        length = std::snprintf(
+            text.data(), text.size(), "%04d%02u%02uT%02d%02d%02d%s", int{date.year()},
+            unsigned{date.month()}, unsigned{date.day()}, static_cast<int>(time.hours().count()),
+            static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()),
+            moment.zone == Zone::utc() ? "Z" : "");
+    }
+    return {text.data(), static_cast<std::size_t>(length)};
+}
+
 std::optional<Moment> readMoment(const ContentLine& line, const ZoneFinder& zones) {
     const auto times = readTimes(line, zones);
     return times.empty() ? std::nullopt : std::optional{times.front().start};
+}
+
+std::optional<std::string> readText(const Component& component, std::string_view name) {
+    const ContentLine* const line = component.line(name);
+    return line != nullptr ? std::optional{unescapedText(line->value)} : std::nullopt;
+}
+
+std::optional<Moment> readMoment(const Component& component, std::string_view name,
+                                 const ZoneFinder& zones) {
+    const ContentLine* const line = component.line(name);
+    return line != nullptr ? readMoment(*line, zones) : std::nullopt;
+}
+
+std::optional<NominalDuration> readDuration(const Component& component) {
+    const ContentLine* const line = component.line("DURATION");
+    return line != nullptr ? readDuration(std::string{line->value}) : std::nullopt;
 }
 
 std::vector<AddedTime> readTimes(const ContentLine& line, const ZoneFinder& zones) {

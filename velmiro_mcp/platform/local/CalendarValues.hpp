@@ -1,11 +1,13 @@
 #pragma once
 
 #include "velmiro_mcp/platform/local/CivilTime.hpp"
-#include "velmiro_mcp/platform/local/ContentLines.hpp"
+#include "velmiro_mcp/platform/local/Components.hpp"
 #include "velmiro_mcp/platform/local/Libical.hpp"
 
 #include <functional>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,8 +21,18 @@ using ZoneFinder = std::function<std::shared_ptr<const Zone>(std::string_view)>;
 /// in Z is in UTC, another one in `zone`.
 std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<const Zone>& zone);
 
+/// The same backwards. A time in UTC ends in Z; of any other zone the text says nothing.
+std::string momentText(const Moment& moment);
+
 /// The value of a property such as DTSTART, with its TZID and VALUE=DATE.
 std::optional<Moment> readMoment(const ContentLine& line, const ZoneFinder& zones);
+
+/// What a component says in the first line of that name; nothing when it has none, or none that can
+/// be read.
+std::optional<std::string> readText(const Component& component, std::string_view name);
+std::optional<Moment> readMoment(const Component& component, std::string_view name,
+                                 const ZoneFinder& zones);
+std::optional<NominalDuration> readDuration(const Component& component);
 
 /// A time from an RDATE: where it is a period, with its own end or duration.
 struct AddedTime {

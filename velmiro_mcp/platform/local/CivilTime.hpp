@@ -24,6 +24,8 @@ struct Moment {
     CivilTime civil;
     bool isDate = false;
     std::shared_ptr<const Zone> zone; ///< null: whatever zone the user is in
+
+    friend bool operator==(const Moment&, const Moment&) = default;
 };
 
 } // namespace velmiro::local

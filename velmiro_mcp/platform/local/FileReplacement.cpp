@@ -75,7 +75,7 @@ int putBack(const Place& place, Version placed, Version foreign) {
 
 /// Zero, or EBUSY when somebody else keeps the folder locked for seconds.
 int lockFolder(const FileDescriptor& folder) {
-    constexpr int tries = 5'000;
+    constexpr int tries = 2'000;
     constexpr useconds_t pause = 1'000;
     for (int attempt = 0; flock(folder.number(), LOCK_EX | LOCK_NB) != 0; ++attempt) {
         if (errno != EWOULDBLOCK || attempt == tries) {

@@ -4,14 +4,19 @@ pkg_check_modules(ICAL REQUIRED IMPORTED_TARGET libical>=3.0.16)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
 
 set(PLATFORM_FILES
+    platform/local/CalendarFile.cpp
+    platform/local/CalendarFiles.cpp
     platform/local/CalendarValues.cpp
+    platform/local/ComponentLines.cpp
     platform/local/Components.cpp
     platform/local/ContentLines.cpp
     platform/local/DescribedZone.cpp
     platform/local/EventText.cpp
     platform/local/Exclusions.cpp
     platform/local/FileCreation.cpp
+    platform/local/FileLines.cpp
     platform/local/FileReplacement.cpp
+    platform/local/FileZones.cpp
     platform/local/Files.cpp
     platform/local/HiddenFiles.cpp
     platform/local/ICUZones.cpp
@@ -21,13 +26,18 @@ set(PLATFORM_FILES
     platform/local/LocalFolders.cpp
     platform/local/LocalText.cpp
     platform/local/Locale.cpp
+    platform/local/NewItemText.cpp
+    platform/local/NextReminder.cpp
     platform/local/OccurrenceList.cpp
     platform/local/Occurrences.cpp
     platform/local/Random.cpp
     platform/local/Recurrence.cpp
     platform/local/RecurrenceDays.cpp
+    platform/local/ReminderCompletion.cpp
+    platform/local/ReminderText.cpp
     platform/local/Series.cpp
     platform/local/StoredEvent.cpp
+    platform/local/StoredReminder.cpp
     platform/local/SystemZone.cpp
     platform/local/TextLines.cpp
     platform/local/UserClock.cpp

@@ -59,10 +59,7 @@ std::optional<std::string> contentsOf(const FileDescriptor& file, std::size_t la
 
 std::optional<FileStamp> stampOf(const std::string& path) {
     struct stat about{};
-    if (stat(path.c_str(), &about) != 0 || !S_ISREG(about.st_mode)) {
-        return std::nullopt;
-    }
-    return stampOf(about);
+    return stat(path.c_str(), &about) == 0 ? std::optional{stampOf(about)} : std::nullopt;
 }
 
 std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,

@@ -41,7 +41,7 @@ struct FileStamp {
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 
-/// The stamp of what a path leads to; nothing unless that is a regular file.
+/// The stamp of the file or folder that a path leads to; nothing when there is none.
 std::optional<FileStamp> stampOf(const std::string& path);
 
 /// The contents of a regular file of at most `largest` bytes; nothing, without waiting and without

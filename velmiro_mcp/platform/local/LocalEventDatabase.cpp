@@ -1,11 +1,15 @@
 #include "velmiro_mcp/platform/Platform.hpp"
 
+#include "velmiro_mcp/platform/local/CalendarFiles.hpp"
 #include "velmiro_mcp/platform/local/EventText.hpp"
 #include "velmiro_mcp/platform/local/FileCreation.hpp"
+#include "velmiro_mcp/platform/local/FileReplacement.hpp"
 #include "velmiro_mcp/platform/local/Files.hpp"
 #include "velmiro_mcp/platform/local/LocalFolders.hpp"
 #include "velmiro_mcp/platform/local/OccurrenceList.hpp"
 #include "velmiro_mcp/platform/local/Random.hpp"
+#include "velmiro_mcp/platform/local/ReminderCompletion.hpp"
+#include "velmiro_mcp/platform/local/ReminderText.hpp"
 #include "velmiro_mcp/platform/local/Vdir.hpp"
 
 #include <algorithm>
@@ -22,9 +26,45 @@ Calendar calendarOf(const Collection& collection) {
     return {collection.folder, collection.title};
 }
 
-PlatformError cannotWrite(const std::string& title, int error) {
-    return PlatformError{"the calendar ‘" + title +
+PlatformError cannotWrite(const std::string& what, const std::string& title, int error) {
+    return PlatformError{what + " ‘" + title +
                          "’ cannot be written: " + std::generic_category().message(error)};
+}
+
+Instant now() {
+    return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+}
+
+std::optional<Calendar> firstWritable(const std::vector<Collection>& all) {
+    const auto first = std::ranges::find_if(
+        all, [](const Collection& collection) { return isWritableFolder(collection.path); });
+    return first == all.end() ? std::nullopt : std::optional{calendarOf(*first)};
+}
+
+/// Adds a file for a new item, which `textFor` writes, given the UID; gives back the UID.
+template <typename TextFor>
+std::string addItem(const Collection& collection, const std::string& what, const TextFor& textFor) {
+    for (;;) {
+        std::string uid = randomUUID();
+        const int error = createFile(collection.path, uid + ".ics", textFor(uid));
+        if (error == 0) {
+            return uid;
+        }
+        if (error != EEXIST) {
+            throw cannotWrite(what, collection.title, error);
+        }
+    }
+}
+
+Reminder recordOf(const StoredReminder& reminder, const std::string& list, UserClock& clock) {
+    return {reminder.identifier, reminder.title,           list,          reminder.completed,
+            reminder.priority,   dueDate(reminder, clock), reminder.notes};
+}
+
+bool isWanted(const ReminderQuery& query, const StoredReminder& reminder,
+              const std::optional<Instant>& due) {
+    return query.includeCompleted ||
+           (reminder.isOpen() && (!query.dueBefore || (due && *due < *query.dueBefore)));
 }
 
 /// Calendars as folders of files. The folder of a calendar is its identifier.
@@ -44,57 +84,81 @@ public:
     }
 
     std::optional<Calendar> defaultCalendarForNewEvents() override {
-        const auto all = openRoot(EntityType::event).collections();
-        const auto first = std::ranges::find_if(
-            all, [](const Collection& collection) { return isWritableFolder(collection.path); });
-        return first == all.end() ? std::nullopt : std::optional{calendarOf(*first)};
+        return firstWritable(openRoot(EntityType::event).collections());
+    }
+
+    std::optional<Calendar> defaultListForNewReminders() override {
+        return firstWritable(openRoot(EntityType::reminder).collections());
     }
 
     std::vector<Event> events(Instant start, Instant end, const Calendar* calendar) override {
-        const Vdir root = openRoot(EntityType::event);
-        std::vector<Collection> wanted;
-        if (calendar == nullptr) {
-            wanted = root.collections();
-        } else if (auto one = root.collection(calendar->identifier)) {
-            wanted.push_back(std::move(*one));
-        }
         OccurrenceList list;
-        ZoneCatalogue zones;
         UserClock clock;
-        for (const Collection& collection : wanted) {
-            for (const std::string& item : Vdir::items(collection, ".ics")) {
-                auto bytes = readRegularFile(collection.path + "/" + item, largestItem);
-                if (!bytes) {
-                    continue;
-                }
-                auto file = std::make_shared<const std::vector<StoredEvent>>(
-                    readEventFile(std::move(*bytes), collection.folder + "/" + item, zones).events);
-                WorkBudget budget{stepsOfFile(file->size())};
-                const auto found = occurrences(*file, {start, end}, clock, budget);
-                list.add(found, std::move(file), collection.title);
-            }
-        }
+        forEachFile(EntityType::event, calendar, [&](const Place& place, const FilePointer& file) {
+            const std::shared_ptr<const std::vector<StoredEvent>> events{file, &file->events};
+            WorkBudget budget{stepsOfFile(events->size())};
+            const auto found = occurrences(*events, {start, end}, clock, budget);
+            list.add(found, events, place.collection.title);
+            return true;
+        });
         return list.take();
     }
 
     std::string saveEvent(const NewEvent& event, const Calendar& calendar) override {
-        const auto collection = openRoot(EntityType::event).collection(calendar.identifier);
-        if (!collection) {
-            throw cannotWrite(calendar.title, ENOENT);
+        const auto collection = collectionOf(EntityType::event, calendar);
+        return addItem(collection, "the calendar",
+                       [&](const std::string& uid) { return eventFileText(event, uid, now()); });
+    }
+
+    void fetchReminders(const ReminderQuery& query, RemindersFound found) override {
+        std::vector<Reminder> reminders;
+        UserClock clock;
+        forEachFile(EntityType::reminder, query.list,
+                    [&](const Place& place, const FilePointer& file) {
+                        for (const StoredReminder& reminder : file->reminders) {
+                            auto record = recordOf(reminder, place.collection.title, clock);
+                            if (!reminder.isOverride && isWanted(query, reminder, record.due)) {
+                                reminders.push_back(std::move(record));
+                            }
+                        }
+                        return true;
+                    });
+        found(std::move(reminders));
+    }
+
+    std::optional<Reminder> reminder(const std::string& identifier) override {
+        const auto place = placeOf(identifier);
+        if (!place) {
+            return std::nullopt;
         }
-        const auto now =
-            std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
-        for (;;) {
-            std::string uid = randomUUID();
-            const std::string text = eventFileText(event, uid, now);
-            const int error = createFile(collection->path, uid + ".ics", text);
+        UserClock clock;
+        return recordOf(place->file->reminders[place->index], place->collection.title, clock);
+    }
+
+    std::string saveReminder(const NewReminder& reminder, const Calendar& list) override {
+        const auto collection = collectionOf(EntityType::reminder, list);
+        return addItem(collection, "the list", [&](const std::string& uid) {
+            return reminderFileText(reminder, uid, now());
+        });
+    }
+
+    bool completeReminder(const std::string& identifier) override {
+        // Whoever changes the file in the same moment goes first, but not for ever.
+        constexpr int tries = 100;
+        for (int attempt = 0; attempt < tries; ++attempt) {
+            const auto place = placeOf(identifier);
+            if (!place) {
+                return false;
+            }
+            const int error = complete(*place, identifier);
             if (error == 0) {
-                return uid;
+                return true;
             }
-            if (error != EEXIST) {
-                throw cannotWrite(collection->title, error);
+            if (error != EAGAIN && error != ENOENT) {
+                throw cannotWrite("the list", place->collection.title, error);
             }
         }
+        throw PlatformError{"another program keeps changing this reminder; nothing was saved"};
     }
 
 private:
@@ -108,6 +172,103 @@ private:
         opened.makeIfMissing(type == EntityType::event ? "Calendar" : "Reminders");
         return opened;
     }
+
+    /// Where a file was found; valid while it is being visited.
+    struct Place {
+        const Collection& collection;
+        const std::string& item;
+    };
+    using FilePointer = std::shared_ptr<const CalendarFile>;
+
+    /// Visits the files of a calendar, or of all, in the store's order, until a visit gives false.
+    template <typename Visit>
+    void forEachFile(EntityType type, const Calendar* calendar, const Visit& visit) {
+        files_.refresh();
+        const Vdir opened = openRoot(type);
+        std::vector<Collection> wanted;
+        if (calendar == nullptr) {
+            wanted = opened.collections();
+        } else if (auto one = opened.collection(calendar->identifier)) {
+            wanted.push_back(std::move(*one));
+        }
+        for (const Collection& collection : wanted) {
+            for (const std::string& item : Vdir::items(collection, ".ics")) {
+                const auto file = files_.read(collection, item);
+                if (file && !visit(Place{collection, item}, file)) {
+                    return;
+                }
+            }
+        }
+    }
+
+    static Collection collectionOf(EntityType type, const Calendar& calendar) {
+        auto collection = openRoot(type).collection(calendar.identifier);
+        if (!collection) {
+            throw cannotWrite(type == EntityType::event ? "the calendar" : "the list",
+                              calendar.title, ENOENT);
+        }
+        return *std::move(collection);
+    }
+
+    struct ReminderPosition {
+        Collection collection;
+        std::string item;
+        FilePointer file;
+        std::size_t index; ///< among the reminders of the file
+    };
+
+    /// The first reminder with this identifier.
+    std::optional<ReminderPosition> placeOf(const std::string& identifier) {
+        std::optional<ReminderPosition> found;
+        forEachFile(EntityType::reminder, nullptr,
+                    [&](const Place& place, const FilePointer& file) {
+                        if (const auto index = indexOf(*file, identifier)) {
+                            found = {place.collection, place.item, file, *index};
+                        }
+                        return !found;
+                    });
+        return found;
+    }
+
+    static std::optional<std::size_t> indexOf(const CalendarFile& file,
+                                              const std::string& identifier) {
+        const auto found =
+            std::ranges::find_if(file.reminders, [&](const StoredReminder& reminder) {
+                return !reminder.isOverride && reminder.identifier == identifier;
+            });
+        return found == file.reminders.end()
+                   ? std::nullopt
+                   : std::optional{static_cast<std::size_t>(found - file.reminders.begin())};
+    }
+
+    /// Zero; EAGAIN or ENOENT when the file is not what it was a moment ago; another error's
+    /// number.
+    int complete(const ReminderPosition& place, const std::string& identifier) {
+        const std::string path = place.collection.path + "/" + place.item;
+        const auto bytes = readRegularFile(path, largestItem);
+        if (!bytes) {
+            return EAGAIN;
+        }
+        const auto index = indexOf(files_.parse(*bytes, place.collection, place.item), identifier);
+        if (!index) {
+            return EAGAIN;
+        }
+        const Completion change = completed(*bytes, *index, now(), files_.zones());
+        // The next one is there before this one is done: better twice than not at all.
+        const std::string next = change.nextUID + ".ics";
+        if (change.next) {
+            if (const int error = createFile(place.collection.path, next, *change.next)) {
+                return error;
+            }
+        }
+        const int error = replaceFile(path, *bytes, change.text);
+        if (error != 0 && change.next) {
+            unlink((place.collection.path + "/" + next).c_str());
+        }
+        return error;
+    }
+
+    CalendarFiles files_;
 };
 
 } // namespace

@@ -1,41 +1,7 @@
 #include "velmiro_mcp/platform/local/StoredEvent.hpp"
 
-#include "MCPStdio/UTF8.hpp"
-
-#include <functional>
-#include <map>
-
 namespace velmiro::local {
 namespace {
-
-/// Finds the zones of one file: what its VTIMEZONEs describe goes before what the system knows.
-class FileZones {
-public:
-    FileZones(ZoneCatalogue& catalogue, WorkBudget& budget)
-        : catalogue_{catalogue},
-          budget_{budget} {}
-
-    void learn(const Component& component) {
-        const ContentLine* const name = component.line("TZID");
-        if (component.complete && name != nullptr) {
-            components_.insert_or_assign(name->value, &component);
-        }
-    }
-
-    std::shared_ptr<const Zone> find(std::string_view name) {
-        if (const auto own = components_.find(name); own != components_.end()) {
-            if (auto zone = catalogue_.described(*own->second, budget_)) {
-                return zone;
-            }
-        }
-        return catalogue_.named(name, budget_);
-    }
-
-private:
-    ZoneCatalogue& catalogue_;
-    WorkBudget& budget_;
-    std::map<std::string_view, const Component*> components_;
-};
 
 /// A rule of dates does not go into times of day; one that repeats more often than daily has no
 /// meaning for them.
@@ -64,11 +30,9 @@ public:
 
     /// Nothing when the component says of no time at all.
     std::optional<StoredEvent> read() {
-        readText();
+        readTexts();
         event_.end = moment("DTEND");
-        if (const ContentLine* line = component_.line("DURATION")) {
-            event_.duration = readDuration(std::string{line->value});
-        }
+        event_.duration = readDuration(component_);
         if (const ContentLine* line = component_.line("STATUS")) {
             event_.cancelled = sameWord(line->value, "CANCELLED");
         }
@@ -90,13 +54,19 @@ public:
         return std::move(event_);
     }
 
+    StoredEvent readSeries(const Moment& start) {
+        event_.start = start;
+        readRepetition();
+        return std::move(event_);
+    }
+
 private:
-    void readText() {
-        event_.identifier = text("UID").value_or("");
+    void readTexts() {
+        event_.identifier = readText(component_, "UID").value_or("");
         event_.hasUID = !event_.identifier.empty();
-        event_.title = text("SUMMARY");
-        event_.location = text("LOCATION");
-        event_.notes = text("DESCRIPTION");
+        event_.title = readText(component_, "SUMMARY");
+        event_.location = readText(component_, "LOCATION");
+        event_.notes = readText(component_, "DESCRIPTION");
     }
 
     void readRepetition() {
@@ -114,14 +84,8 @@ private:
         }
     }
 
-    [[nodiscard]] std::optional<std::string> text(std::string_view name) const {
-        const ContentLine* line = component_.line(name);
-        return line != nullptr ? std::optional{unescapedText(line->value)} : std::nullopt;
-    }
-
     [[nodiscard]] std::optional<Moment> moment(std::string_view name) const {
-        const ContentLine* line = component_.line(name);
-        return line != nullptr ? readMoment(*line, zones_) : std::nullopt;
+        return readMoment(component_, name, zones_);
     }
 
     const Component& component_;
@@ -129,66 +93,14 @@ private:
     StoredEvent event_;
 };
 
-class FileReader {
-public:
-    FileReader(const std::string& name, ZoneCatalogue& catalogue, WorkBudget& budget)
-        : name_{name},
-          zones_{catalogue, budget},
-          finder_{[this](std::string_view wanted) { return zones_.find(wanted); }} {}
-
-    /// Zones first, for a component may name one that is described after it.
-    void read(const std::vector<Component>& components) {
-        for (const Component& component : components) {
-            if (component.is("VTIMEZONE")) {
-                zones_.learn(component);
-            }
-        }
-        for (const Component& component : components) {
-            if (component.is("VCALENDAR")) {
-                read(component.parts);
-            } else if (component.is("VEVENT") && component.complete) {
-                add(component);
-            }
-        }
-    }
-
-    std::vector<StoredEvent> take() { return std::move(events_); }
-
-private:
-    void add(const Component& component) {
-        auto event = EventReader{component, finder_}.read();
-        if (!event) {
-            return;
-        }
-        if (!event->hasUID) {
-            event->identifier = name_;
-            if (++withoutUID_ > 1) {
-                event->identifier += '#';
-                event->identifier += std::to_string(withoutUID_);
-            }
-        }
-        events_.push_back(std::move(*event));
-    }
-
-    const std::string& name_;
-    FileZones zones_;
-    ZoneFinder finder_;
-    std::vector<StoredEvent> events_;
-    int withoutUID_ = 0;
-};
-
 } // namespace
 
-EventFile readEventFile(std::string bytes, const std::string& name, ZoneCatalogue& zones) {
-    constexpr std::uint64_t stepsOfAnyFile = 100'000;
-    const std::string text = unfoldedText(std::move(bytes));
-    // Zones cost something to look up, so a larger file, which can hold more of them, may do more.
-    WorkBudget budget{stepsOfAnyFile + text.size()};
-    const std::vector<Component> components = readComponents(text);
-    const std::string readableName = MCPStdio::repairUTF8(name);
-    FileReader reader{readableName, zones, budget};
-    reader.read(components);
-    return {reader.take(), budget.spent()};
+std::optional<StoredEvent> readEvent(const Component& component, const ZoneFinder& zones) {
+    return EventReader{component, zones}.read();
+}
+
+StoredEvent readSeries(const Component& component, const Moment& start, const ZoneFinder& zones) {
+    return EventReader{component, zones}.readSeries(start);
 }
 
 } // namespace velmiro::local

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "velmiro_mcp/platform/local/CalendarValues.hpp"
+#include "velmiro_mcp/platform/local/Components.hpp"
 #include "velmiro_mcp/platform/local/RecurrenceRule.hpp"
-#include "velmiro_mcp/platform/local/ZoneCatalogue.hpp"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,14 +34,10 @@ struct StoredEvent {
     [[nodiscard]] bool isAllDay() const { return start.isDate; }
 };
 
-struct EventFile {
-    std::vector<StoredEvent> events;
-    std::uint64_t steps = 0; ///< the work that reading it took
-};
+/// Nothing when the VEVENT has no readable start. An event without UID gets no identifier here.
+std::optional<StoredEvent> readEvent(const Component& component, const ZoneFinder& zones);
 
-/// Reads every VEVENT of a file: in whatever number of calendars, or in none. One that is cut off
-/// at the end of the file, or has no readable start, is passed over. `name` is the file's name, for
-/// identifiers of events that have none.
-EventFile readEventFile(std::string bytes, const std::string& name, ZoneCatalogue& zones);
+/// How any component that begins at `start` repeats, as an event without texts.
+StoredEvent readSeries(const Component& component, const Moment& start, const ZoneFinder& zones);
 
 } // namespace velmiro::local

@@ -19,9 +19,15 @@ std::string zoneFolder() {
 
 } // namespace
 
-ZoneCatalogue::ZoneCatalogue() : folder_{zoneFolder()} {}
+ZoneCatalogue::ZoneCatalogue() : ZoneCatalogue{zoneFolder()} {}
 
-ZoneCatalogue::ZoneCatalogue(std::string folder) : folder_{std::move(folder)} {}
+ZoneCatalogue::ZoneCatalogue(std::string folder)
+    : folder_{std::move(folder)},
+      stamp_{stampOf(folder_)} {}
+
+bool ZoneCatalogue::isCurrent() const {
+    return stampOf(folder_) == stamp_;
+}
 
 std::shared_ptr<const Zone> ZoneCatalogue::described(const Component& component,
                                                      WorkBudget& budget) {

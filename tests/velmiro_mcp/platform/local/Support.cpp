@@ -65,6 +65,17 @@ std::string TemporaryHome::calendars() const {
     return path() + "/Library/Application Support/Velmiro/Calendars";
 }
 
+std::string TemporaryHome::reminders() const {
+    return path() + "/Library/Application Support/Velmiro/Reminders";
+}
+
+void TemporaryHome::writeReminder(const std::string& list, const std::string& file,
+                                  std::string_view contents) const {
+    const std::string folder = reminders() + "/" + list;
+    std::filesystem::create_directories(folder);
+    writeFile(folder + "/" + file, contents);
+}
+
 void TemporaryHome::write(const std::string& calendar, const std::string& file,
                           std::string_view contents) {
     const std::string folder = calendars() + "/" + calendar;
@@ -102,6 +113,23 @@ std::string eventFile(std::string_view lines, std::string_view before) {
     return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\n" + std::string{before} +
            "BEGIN:VEVENT\r\nUID:event@example.org\r\n" + std::string{lines} +
            "END:VEVENT\r\nEND:VCALENDAR\r\n";
+}
+
+std::string reminderFile(std::string_view lines, std::string_view before) {
+    return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\n" + std::string{before} +
+           "BEGIN:VTODO\r\nUID:todo@example.org\r\n" + std::string{lines} +
+           "END:VTODO\r\nEND:VCALENDAR\r\n";
+}
+
+std::vector<Reminder> fetched(EventDatabase& database, const ReminderQuery& query) {
+    std::vector<Reminder> reminders;
+    int answers = 0;
+    database.fetchReminders(query, [&](std::optional<std::vector<Reminder>> found) {
+        ++answers;
+        reminders = std::move(found).value_or(std::vector<Reminder>{});
+    });
+    EXPECT_EQ(answers, 1);
+    return reminders;
 }
 
 std::vector<std::string> listed(std::string_view start, std::string_view end) {

@@ -55,9 +55,14 @@ class TemporaryHome {
 public:
     [[nodiscard]] const std::string& path() const { return folder_.path(); }
     [[nodiscard]] std::string calendars() const;
+    [[nodiscard]] std::string reminders() const;
 
     /// Writes a file into a calendar, which is made when it is missing.
     void write(const std::string& calendar, const std::string& file, std::string_view contents);
+
+    /// The same for a list of reminders.
+    void writeReminder(const std::string& list, const std::string& file,
+                       std::string_view contents) const;
 
 private:
     TemporaryFolder folder_;
@@ -75,6 +80,12 @@ Instant at(std::string_view date);
 
 /// A file that holds one VEVENT with these lines, and before it whatever else is given.
 std::string eventFile(std::string_view lines, std::string_view before = "");
+
+/// The same for one VTODO.
+std::string reminderFile(std::string_view lines, std::string_view before = "");
+
+/// The reminders that a query gives, in its order.
+std::vector<Reminder> fetched(EventDatabase& database, const ReminderQuery& query = {});
 
 /// The events from `start` to `end`, each as "start..end title", by start.
 std::vector<std::string> listed(std::string_view start, std::string_view end);

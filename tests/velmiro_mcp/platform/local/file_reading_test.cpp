@@ -1,6 +1,7 @@
 #include "Support.hpp"
 
 #include "MCPStdio/UTF8.hpp"
+#include "velmiro_mcp/platform/local/CalendarFile.hpp"
 #include "velmiro_mcp/platform/local/Occurrences.hpp"
 
 #include <gtest/gtest.h>
@@ -14,7 +15,7 @@ namespace {
 
 std::vector<StoredEvent> read(const std::string& bytes) {
     ZoneCatalogue zones;
-    return readEventFile(bytes, "Work/file.ics", zones).events;
+    return readCalendarFile(bytes, "Work/file.ics", zones).events;
 }
 
 std::string event(const std::string& uid) {
@@ -182,7 +183,7 @@ TEST(LocalFile, DamagedFilesGiveValidTextAndNeverEndTheProgram) {
         }
         ZoneCatalogue zones;
         UserClock clock;
-        const auto events = readEventFile(damaged, "f", zones).events;
+        const auto events = readCalendarFile(damaged, "f", zones).events;
         WorkBudget budget{stepsOfFile(events.size())};
         for (const Occurrence& found :
              occurrences(events, {at("2026-01-01"), at("2027-01-01")}, clock, budget)) {

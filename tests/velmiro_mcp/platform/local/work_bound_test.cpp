@@ -1,5 +1,6 @@
 #include "Support.hpp"
 
+#include "velmiro_mcp/platform/local/CalendarFile.hpp"
 #include "velmiro_mcp/platform/local/Occurrences.hpp"
 
 #include <gtest/gtest.h>
@@ -24,7 +25,7 @@ Outcome expand(const std::string& file, std::string_view start = "2026-09-01",
     ZoneCatalogue zones;
     UserClock clock;
     Outcome outcome;
-    EventFile read = readEventFile(file, "file.ics", zones);
+    CalendarFile read = readCalendarFile(file, "file.ics", zones);
     outcome.events = std::make_shared<std::vector<StoredEvent>>(std::move(read.events));
     WorkBudget budget{stepsOfFile(outcome.events->size())};
     outcome.found = occurrences(*outcome.events, {at(start), at(end)}, clock, budget);

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "velmiro_mcp/platform/local/CalendarFile.hpp"
+#include "velmiro_mcp/platform/local/ParseCache.hpp"
+#include "velmiro_mcp/platform/local/Vdir.hpp"
+
+#include <memory>
+#include <string>
+
+namespace velmiro::local {
+
+/// The calendar files of a user, each parsed once as long as it does not change. One caller at a
+/// time.
+class CalendarFiles {
+public:
+    /// To be called before the files are read on behalf of somebody: where the system's zone data
+    /// were renewed, all that was read with the old ones is forgotten.
+    void refresh();
+
+    /// Null when there is no such file that can be read.
+    std::shared_ptr<const CalendarFile> read(const Collection& collection, const std::string& item);
+
+    /// The same for bytes that were read already; they are not kept.
+    CalendarFile parse(std::string bytes, const Collection& collection, const std::string& item);
+
+    [[nodiscard]] ZoneCatalogue& zones() { return *zones_; }
+
+private:
+    static constexpr std::size_t mostMemory = 128UL << 20;
+
+    ParseCache<CalendarFile> cache_{mostMemory};
+    std::unique_ptr<ZoneCatalogue> zones_ = std::make_unique<ZoneCatalogue>();
+};
+
+} // namespace velmiro::local

@@ -63,6 +63,8 @@ std::string errorEnvelope(const JSONValue& id, const RPCError& error) {
 std::string currentDescription() {
     try {
         throw;
+    } catch (const MCPToolError& error) {
+        return repairUTF8(error.message); // whole, also where it quotes a NUL
     } catch (const std::exception& error) {
         return repairUTF8(error.what());
     } catch (...) {
@@ -97,7 +99,7 @@ Task<MCPToolResult> callHandler(const ToolHandler& handler, JSONValue arguments)
         auto call = handler(std::move(arguments));
         auto result = co_await std::move(call);
         co_return std::move(result);
-    } catch (...) { // MCPToolError is described by its message
+    } catch (...) {
         co_return MCPToolResult::error(currentDescription());
     }
 }

@@ -56,6 +56,40 @@ const catalogue = {
             ),
         },
     ],
+    reminders: [
+        {
+            name: 'reminders_list',
+            description: "List the user's reminders (by default the ones not completed).",
+            annotations: reads,
+            inputSchema: schema({
+                list: { type: 'string', description: 'Only this list (by name).' },
+                include_completed: { type: 'boolean' },
+                due_before: date,
+            }),
+        },
+        {
+            name: 'reminders_create',
+            description: 'Add a reminder. The user is asked to allow it first.',
+            annotations: changes,
+            inputSchema: schema(
+                {
+                    title: text,
+                    due: date,
+                    list: text,
+                    notes: text,
+                    priority: { type: 'integer', description: '0 none, 1 high … 9 low', minimum: 0, maximum: 9 },
+                },
+                ['title'],
+            ),
+        },
+        {
+            name: 'reminders_complete',
+            description:
+                'Mark a reminder completed (id from reminders_list). The user is asked to allow it first.',
+            annotations: changes,
+            inputSchema: schema({ id: text }, ['id']),
+        },
+    ],
 };
 
 /**

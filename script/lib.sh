@@ -20,7 +20,7 @@ die() {
 packages_for() {
     local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
     local clang='clang-19 libclang-rt-19-dev'
-    local test="$build $clang libgtest-dev libgmock-dev khal nodejs npm ca-certificates"
+    local test="$build $clang libgtest-dev libgmock-dev khal todoman nodejs npm ca-certificates"
     local lint="$build $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
     local bench="$build nlohmann-json3-dev rapidjson-dev libsimdjson-dev"
     case $1 in

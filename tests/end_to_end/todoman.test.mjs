@@ -12,7 +12,7 @@ import { Home } from './support/home.mjs';
 const deadline = { timeout: 60_000 };
 const run = promisify(execFile);
 
-/** Gives todoman for the lists of a home, with a database of its own; it answers in JSON. */
+/** Gives todoman for the lists of a home, with a database of its own; its lists are JSON. */
 async function todomanIn(home) {
     const settings = join(home.path, 'todoman.py');
     await mkdir(join(home.velmiro, 'Reminders/Reminders'), { recursive: true });
@@ -31,7 +31,9 @@ default_due = 0
             env: { ...process.env, ...home.environment, LC_ALL: 'C.UTF-8', TODOMAN_CONFIG: settings },
             timeout: 30_000,
         };
-        return (await run('todoman', ['--porcelain', ...rest], options)).stdout;
+        // Without a priority, `new` fails on the option for JSON.
+        const form = rest[0] === 'list' ? ['--porcelain'] : [];
+        return (await run('todoman', [...form, ...rest], options)).stdout;
     };
 }
 

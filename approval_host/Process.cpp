@@ -3,9 +3,7 @@
 #include "approval_host/HostError.hpp"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
@@ -34,20 +32,6 @@ void openStandardDescriptors() noexcept {
             // The lowest free number is given, and that is this one.
             static_cast<void>(::open("/dev/null", O_RDWR));
         }
-    }
-}
-
-void raiseDescriptorLimit() noexcept {
-    rlimit limit{};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
-        return;
-    }
-    const rlim_t before = limit.rlim_cur;
-    limit.rlim_cur = limit.rlim_max;
-    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
-        // A hard limit without end is refused where the kernel has a bound of its own.
-        limit.rlim_cur = std::max<rlim_t>(before, 10'240);
-        ::setrlimit(RLIMIT_NOFILE, &limit);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "approval_host/Descriptor.hpp"
+#include "velmiro_mcp/platform/DescriptorLimit.hpp"
 
 /// What the process arranges for itself before it listens.
 namespace velmiro::host {
@@ -10,7 +11,7 @@ namespace velmiro::host {
 void openStandardDescriptors() noexcept;
 
 /// Every waiting question is an open connection: as many as the system lets this user have.
-void raiseDescriptorLimit() noexcept;
+using velmiro::raiseDescriptorLimit;
 
 /// Turns SIGINT, SIGTERM and SIGHUP into something to poll for; one that is ignored when the
 /// program starts (nohup, a background job) stays ignored. There is one object of this in a

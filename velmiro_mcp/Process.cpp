@@ -1,7 +1,6 @@
 #include "velmiro_mcp/Process.hpp"
 
 #include <string_view>
-#include <sys/resource.h>
 
 extern "C" char** environ; // POSIX leaves its declaration to the program
 
@@ -17,14 +16,6 @@ std::map<std::string, std::string> processEnvironment() {
         }
     }
     return environment;
-}
-
-void raiseDescriptorLimit() noexcept {
-    rlimit limit{};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
-        limit.rlim_cur = limit.rlim_max;
-        ::setrlimit(RLIMIT_NOFILE, &limit); // as it was where the system refuses
-    }
 }
 
 } // namespace velmiro

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 /// The ports: what the application asks of the system it runs on, and no more.
@@ -160,5 +161,21 @@ std::string localizedDate(Instant instant);
 
 /// The same, followed by the time of day in the system's short style.
 std::string localizedDateTime(Instant instant);
+
+/// The program that runs automation scripts, by its full path.
+std::string osascriptPath();
+
+/// Starts a program with the arguments given, its own name first, and gives back its process, which
+/// the caller reaps. The program gets this process's standard input, `output` and `error` as its
+/// three descriptors and no others, whatever else is open or is being opened meanwhile; its signals
+/// are unblocked and act by default, its soft limit of descriptors is the one this process was
+/// started with; environment and working folder are ours. Throws std::system_error when it does not
+/// come to run. Safe to use from several threads at once.
+pid_t startProgram(const std::string& path, std::vector<std::string> arguments, int output,
+                   int error);
+
+/// A descriptor that is readable from the end of a child on, which need not be reaped before; to be
+/// closed by the caller. Negative when none can be had.
+int openExitDescriptor(pid_t child) noexcept;
 
 } // namespace velmiro

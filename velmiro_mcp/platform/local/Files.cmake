@@ -28,8 +28,10 @@ set(PLATFORM_FILES
     platform/local/Locale.cpp
     platform/local/NewItemText.cpp
     platform/local/NextReminder.cpp
+    platform/local/OSAScriptPath.cpp
     platform/local/OccurrenceList.cpp
     platform/local/Occurrences.cpp
+    platform/local/ProgramStart.cpp
     platform/local/Random.cpp
     platform/local/Recurrence.cpp
     platform/local/RecurrenceDays.cpp

@@ -3,6 +3,7 @@
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
 #include "velmiro_mcp/Approval.hpp"
 #include "velmiro_mcp/EventStore.hpp"
+#include "velmiro_mcp/ScriptRunner.hpp"
 
 namespace velmiro {
 namespace {
@@ -11,6 +12,12 @@ using Group = std::vector<MCPStdio::MCPTool>;
 
 MCPStdio::Task<bool> askTheUser(std::string tool, std::string summary) {
     return Approval{}.ask(std::move(tool), std::move(summary));
+}
+
+MCPStdio::Task<MCPStdio::JSONValue> runScript(std::string script,
+                                              std::vector<std::string> arguments,
+                                              std::chrono::milliseconds timeout) {
+    return ScriptRunner::shared().run(std::move(script), std::move(arguments), timeout);
 }
 
 /// A kind's tools, made on first use and kept for the life of the process.
@@ -26,9 +33,15 @@ const Group& group(Kind kind) {
         return reminders;
     }
     case Kind::contacts:
-    case Kind::notes:
-    case Kind::mail:
         break;
+    case Kind::notes: {
+        static const Group notes = notesTools(runScript, askTheUser);
+        return notes;
+    }
+    case Kind::mail: {
+        static const Group mail = mailTools(runScript, askTheUser);
+        return mail;
+    }
     }
     return none;
 }

@@ -83,8 +83,9 @@ JSONValue valueOf(std::string output) {
 
 /// Blocks the calling thread until the script has ended.
 JSONValue runScript(const std::vector<std::string>& line, milliseconds timeout,
-                    Places::Place& place) {
+                    Places::Place& place, Places::Place& turn) {
     Subprocess process = start(line, timeout);
+    turn.leave();
     process.terminateAt(Subprocess::Clock::now() + timeout, [&] { place.leave(); });
     // One after the other: a script that fills standard error before it has closed its output is
     // ended by the timeout.
@@ -96,16 +97,6 @@ JSONValue runScript(const std::vector<std::string>& line, milliseconds timeout,
     return valueOf(std::move(output));
 }
 
-MCPStdio::Task<JSONValue> runInItsPlace(Places& places, std::string interpreter, std::string script,
-                                        std::vector<std::string> arguments, milliseconds timeout) {
-    const auto line = commandLine(interpreter, script, arguments);
-    auto entering = places.enter();
-    auto place = co_await entering;
-    auto running = MCPStdio::blocking([&] { return runScript(line, timeout, place); });
-    auto value = co_await running;
-    co_return value;
-}
-
 } // namespace
 
 ScriptRunner& ScriptRunner::shared() {
@@ -115,7 +106,14 @@ ScriptRunner& ScriptRunner::shared() {
 
 MCPStdio::Task<JSONValue> ScriptRunner::run(std::string script, std::vector<std::string> arguments,
                                             milliseconds timeout) {
-    return runInItsPlace(places_, interpreter_, std::move(script), std::move(arguments), timeout);
+    const auto line = commandLine(interpreter_, script, arguments);
+    auto entering = running_.enter();
+    auto place = co_await entering;
+    auto queueing = starting_.enter();
+    auto turn = co_await queueing;
+    auto running = MCPStdio::blocking([&] { return runScript(line, timeout, place, turn); });
+    auto value = co_await running;
+    co_return value;
 }
 
 } // namespace velmiro

@@ -37,7 +37,11 @@ public:
 
 private:
     const std::string interpreter_;
-    Places places_{mostAtOnce};
+    Places running_{mostAtOnce};
+    /// One starts at a time. Where the system has run out of something, it alone waits for that on
+    /// a thread; many would hold, with their threads and half of their pipes, what all are short
+    /// of.
+    Places starting_{1};
 };
 
 /// How a tool runs a script: `ScriptRunner::run`, or what stands for it in a test.

@@ -8,6 +8,7 @@
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/FakeScript.hpp"
 #include "tests/support/TemporaryFolder.hpp"
+#include "velmiro_mcp/Subprocess.hpp"
 #include "velmiro_mcp/platform/DescriptorLimit.hpp"
 #include "velmiro_mcp/platform/Platform.hpp"
 
@@ -101,13 +102,14 @@ TEST(ScriptChildren, HaveTheirSignalsAsAFreshProgramDoes) {
     for (const int signal : {SIGPIPE, SIGTERM, SIGCHLD, SIGUSR1, SIGHUP}) {
         std::signal(signal, SIG_IGN);
     }
-    sigset_t blocked;
-    ::sigfillset(&blocked);
-    auto signals = std::async(std::launch::async, [&] {
-        ::pthread_sigmask(SIG_SETMASK, &blocked, nullptr); // and the thread that starts the child
-        return run("signals");
+    auto signals = std::async(std::launch::async, [] {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+        Subprocess child{FAKE_OSASCRIPT, {FAKE_OSASCRIPT, "-l", "JavaScript", "-e", "signals"}};
+        return child.readOutputToEnd();
     });
-    EXPECT_EQ(signals.get(), JSONValue::array());
+    EXPECT_EQ(signals.get(), "[]");
     for (const int signal : {SIGPIPE, SIGTERM, SIGCHLD, SIGUSR1, SIGHUP}) {
         std::signal(signal, SIG_DFL);
     }
@@ -228,6 +230,24 @@ TEST(ScriptChildren, FailToStartWhenDescriptorsAreNeverToBeHad) {
         }
     }
     EXPECT_EQ(message, "osascript could not start: Too many open files");
+}
+
+TEST(ScriptChildren, AreAwaitedAlsoWhereThatTakesADescriptorNobodyHas) {
+    const TemporaryFolder folder;
+    const std::string ready = (folder.path() / "ready").string();
+    const std::string close = (folder.path() / "close").string();
+    const std::string go = (folder.path() / "go").string();
+    ScriptRunner runner{FAKE_OSASCRIPT};
+    auto call = std::async(std::launch::async, [&] {
+        return run(runner, steps({"out 1", "mark " + ready, "await " + close, "close-out",
+                                  "close-err", "await " + go, "exit 0"}));
+    });
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(ready); }));
+    const ScopedDescriptorLimit none{3};
+    std::filesystem::create_directory(close); // which takes none
+    EXPECT_EQ(call.wait_for(100ms), std::future_status::timeout);
+    std::filesystem::create_directory(go);
+    EXPECT_EQ(call.get(), JSONValue{1});
 }
 
 TEST(OSAScriptPath, IsBesideTheProgramWhereTheSystemHasNone) {

@@ -1,0 +1,246 @@
+// Notes and Mail through the real server, installed beside a program that stands in for osascript.
+
+#include "MCPStdio/JSONValue.hpp"
+#include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/ScriptedHost.hpp"
+
+#include <csignal>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <set>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace velmiro::test;
+using namespace std::chrono_literals;
+using MCPStdio::JSONValue;
+namespace fs = std::filesystem;
+
+namespace {
+
+/// The same file under another name, so that a program finds itself in another folder.
+void install(const fs::path& program, const fs::path& as) {
+    fs::create_directories(as.parent_path());
+    std::error_code otherDisk;
+    fs::create_hard_link(program, as, otherDisk);
+    if (otherDisk) {
+        fs::copy_file(program, as);
+    }
+}
+
+/// What a tool answered: its text, and whether that reports a failure.
+struct Answer {
+    int id = 0;
+    std::string text;
+    bool isError = false;
+};
+
+Answer answerIn(const std::optional<std::string>& line) {
+    if (!line) {
+        ADD_FAILURE() << "no reply";
+        return {};
+    }
+    const auto reply = JSONValue::parse(*line);
+    const JSONValue* result = reply["result"];
+    if (result == nullptr) {
+        ADD_FAILURE() << *line;
+        return {};
+    }
+    const JSONValue& content = *(*(*result)["content"])[0];
+    return {static_cast<int>(reply["id"]->intValue().value_or(-1)),
+            std::string{content["text"]->stringValue().value_or("")},
+            (*result)["isError"]->boolValue().value_or(false)};
+}
+
+class ScriptsThroughTheServer : public testing::Test {
+protected:
+    TemporaryFolder home;
+    fs::path program = home.path() / "bin" / "velmiro_mcp";
+    fs::path interpreter = home.path() / "libexec" / "velmiro" / "osascript";
+    fs::path go = home.path() / "go";
+
+    void SetUp() override {
+        if (fs::exists("/usr/bin/osascript")) {
+            GTEST_SKIP() << "the system's own osascript would run";
+        }
+        install(SERVER_BINARY, program);
+        install(FAKE_OSASCRIPT, interpreter);
+    }
+    [[nodiscard]] ChildProcess::Options server() const {
+        auto options = serverIn(home);
+        options.arguments = {program.string()};
+        return options;
+    }
+    /// The server, begun by a shell that does something before.
+    [[nodiscard]] ChildProcess::Options serverAfter(const std::string& command) const {
+        auto options = serverIn(home);
+        options.arguments = {"/bin/sh", "-c", command + " \"$0\"", program.string()};
+        options.environment["PATH"] = "/usr/bin:/bin";
+        return options;
+    }
+    [[nodiscard]] static std::string search(int id, const std::string& query) {
+        const auto arguments = JSONValue::object({{"query", query}});
+        return callLine(id, "notes_search", arguments.jsonString());
+    }
+    [[nodiscard]] std::string awaitThenPrint(int number) const {
+        return "do await " + go.string() + "\x1eout " + std::to_string(number);
+    }
+    Answer call(const std::string& tool, const std::string& arguments) const {
+        ChildProcess child{server()};
+        child.writeLine(callLine(1, tool, arguments));
+        return answerIn(child.readLine());
+    }
+    /// What the interpreter was called with when this tool was.
+    void isRun(const std::string& tool, const std::string& arguments,
+               const std::vector<std::string>& handedOn) const {
+        auto expected = JSONValue::array(interpreter.string(), "-l", "JavaScript", "-e",
+                                         readFile(fs::path{SCRIPTS_FOLDER} / (tool + ".js")));
+        for (const std::string& text : handedOn) {
+            expected.append(text);
+        }
+        const Answer answer = call(tool, arguments);
+        EXPECT_EQ(answer.text, expected.jsonString());
+        EXPECT_FALSE(answer.isError);
+    }
+    /// Answers so many calls, each with the number that its script printed.
+    void areAnsweredByTheirNumbers(ChildProcess& child, int count) {
+        std::set<int> answered;
+        for (int i = 0; i < count; ++i) {
+            const Answer answer = answerIn(child.readLine(120s));
+            ASSERT_EQ(answer.text, std::to_string(answer.id));
+            ASSERT_FALSE(answer.isError);
+            answered.insert(answer.id);
+        }
+        EXPECT_EQ(answered.size(), static_cast<std::size_t>(count));
+    }
+};
+
+ScriptedHost::Serve answering(const std::string& line) {
+    return [line](int connection) {
+        readQuestion(connection);
+        answerWith(connection, line);
+    };
+}
+
+} // namespace
+
+TEST_F(ScriptsThroughTheServer, EveryToolRunsItsOwnWithItsArguments) {
+    const ScriptedHost host{home.path() / "approval.sock", answering("{\"allow\":true}\n")};
+    isRun("notes_search", R"({"query":" milk "})", {"milk", "10"});
+    isRun("notes_create", R"({"title":"</h1>${x}","body":"a\n\n\"b\" \\ 😀\u200f","folder":"F"})",
+          {"</h1>${x}", "a\n\n\"b\" \\ 😀\u200f", "F"});
+    isRun("mail_list", R"({"unread_only":true})", {"3", "20", "true"});
+    isRun("mail_read", R"({"id":42})", {"42"});
+    isRun("mail_create_draft", R"({"to":["a@x"],"cc":["b"],"subject":"s","body":"t"})",
+          {R"(["a@x"])", R"(["b"])", "s", "t"});
+}
+
+TEST_F(ScriptsThroughTheServer, RunOnlyAfterAYes) {
+    const fs::path mark = home.path() / "ran";
+    const auto note =
+        JSONValue::object({{"title", "do mark " + mark.string()}, {"body", "b"}}).jsonString();
+    const std::string denial = "The user did not allow this (do mark " + mark.string() +
+                               "). Do not retry unless the user asks.";
+    const fs::path socket = home.path() / "approval.sock";
+    EXPECT_EQ(call("notes_create", note).text, denial); // nobody there to ask
+    {
+        const ScriptedHost host{socket, answering("{\"allow\":false}\n")};
+        EXPECT_EQ(call("notes_create", note).text, denial);
+    }
+    EXPECT_FALSE(fs::exists(mark));
+    fs::remove(socket);
+    const ScriptedHost host{socket, answering("{\"allow\":true}\n")};
+    EXPECT_FALSE(call("notes_create", note).isError);
+    EXPECT_TRUE(fs::exists(mark));
+}
+
+TEST_F(ScriptsThroughTheServer, FailInTheirOwnWords) {
+    const auto failing = [&](const std::string& steps) {
+        const Answer answer =
+            call("notes_search", JSONValue::object({{"query", "do " + steps}}).jsonString());
+        EXPECT_TRUE(answer.isError);
+        return answer.text;
+    };
+    EXPECT_EQ(failing("err why\n\x1e"
+                      "exit 1"),
+              "why");
+    EXPECT_EQ(failing("exit 1"), "the script failed");
+    EXPECT_EQ(failing("err (-1743)\x1e"
+                      "exit 1"),
+              "Velmiro may not control this app yet. Ask the user to allow it in System Settings › "
+              "Privacy & Security › Automation.");
+    fs::remove(interpreter);
+    EXPECT_EQ(failing("exit 0"), "osascript could not start: No such file or directory");
+}
+
+TEST_F(ScriptsThroughTheServer, FindTheProcessAsItWasStarted) {
+    auto options = serverAfter("trap '' PIPE CHLD TERM; ulimit -S -n 77; exec");
+    options.ignoreBrokenPipe = true;
+    ChildProcess child{options};
+    child.writeLine(search(1, "do signals"));
+    EXPECT_EQ(answerIn(child.readLine()).text, "[]");
+    child.writeLine(search(2, "do descriptor-limit"));
+    EXPECT_EQ(answerIn(child.readLine()).text, "77");
+    child.writeLine(search(3, "do descriptors"));
+    EXPECT_EQ(answerIn(child.readLine()).text, "[0,1,2]");
+}
+
+TEST_F(ScriptsThroughTheServer, AThousandAtOnceAreAllRunAndHoldUpNothing) {
+    constexpr int count = 1000;
+    ChildProcess child{server()};
+    child.writeLine(ping(0));
+    EXPECT_EQ(child.readLine(), pong(0));
+    const std::size_t idleDescriptors = child.descriptorCount();
+    for (int i = 1; i <= count; ++i) {
+        child.writeLine(search(i, awaitThenPrint(i)));
+    }
+    // Sixty-four run, each read by a thread; the others are in line without one.
+    EXPECT_TRUE(eventually([&] { return child.descriptorCount() >= idleDescriptors + 128; }));
+    for (int i = 0; i < 100; ++i) {
+        child.writeLine(ping(5000 + i));
+        ASSERT_EQ(child.readLine(), pong(5000 + i));
+    }
+    EXPECT_LT(child.threadCount(), 80U);
+    home.write(go, "");
+    areAnsweredByTheirNumbers(child, count);
+    EXPECT_TRUE(eventually([&] { return child.threadCount() == 1; }));
+    EXPECT_EQ(child.descriptorCount(), idleDescriptors);
+}
+
+TEST_F(ScriptsThroughTheServer, ShareFewDescriptors) {
+    constexpr int count = 300;
+    home.write(go, "");
+    ChildProcess child{serverAfter("ulimit -n 40; exec")};
+    for (int i = 1; i <= count; ++i) {
+        child.writeLine(search(i, awaitThenPrint(i)));
+    }
+    areAnsweredByTheirNumbers(child, count);
+}
+
+TEST_F(ScriptsThroughTheServer, ShareFewProcessesAndThreads) {
+    if (::geteuid() != 0 || !fs::exists("/usr/bin/setpriv")) {
+        GTEST_SKIP() << "takes a user with no other processes";
+    }
+    constexpr int count = 300;
+    home.write(go, "");
+    fs::permissions(home.path(),
+                    fs::perms::owner_all | fs::perms::others_exec | fs::perms::others_read);
+    // Nobody else has this number.
+    ChildProcess child{
+        serverAfter("exec prlimit --nproc=20 setpriv --reuid=31337 --regid=31337 --clear-groups")};
+    for (int i = 1; i <= count; ++i) {
+        child.writeLine(search(i, awaitThenPrint(i)));
+    }
+    areAnsweredByTheirNumbers(child, count);
+}
+
+TEST_F(ScriptsThroughTheServer, ThatRunWhenTheInputEndsAreStillAnswered) {
+    ChildProcess child{server()};
+    child.writeLine(search(1, awaitThenPrint(1)));
+    child.closeInput();
+    home.write(go, "");
+    areAnsweredByTheirNumbers(child, 1);
+    const auto status = child.waitForEnd();
+    ASSERT_TRUE(status);
+    EXPECT_EQ(*status, 0);
+}

@@ -194,62 +194,6 @@ TEST(ScriptChildren, ThatRefuseToEndGiveTheirPlacesUp) {
     EXPECT_EQ(next.get(), JSONValue{2});
 }
 
-TEST(ScriptChildren, WaitForDescriptorsThatOthersHave) {
-    ScriptRunner runner{FAKE_OSASCRIPT};
-    std::vector<int> taken;
-    const ScopedDescriptorLimit few{200};
-    for (int next = 0; (next = ::open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) {
-        taken.push_back(next);
-    }
-    ASSERT_EQ(errno, EMFILE);
-    auto call = std::async(std::launch::async, [&] { return run(runner, "out 1"); });
-    EXPECT_EQ(call.wait_for(100ms), std::future_status::timeout);
-    for (const int descriptor : taken) {
-        ::close(descriptor);
-    }
-    EXPECT_EQ(call.get(), JSONValue{1});
-}
-
-TEST(ScriptChildren, ShareFewDescriptorsAmongMany) {
-    ScriptRunner runner{FAKE_OSASCRIPT};
-    Outcomes outcomes{runner};
-    const ScopedDescriptorLimit few{40};
-    MCPStdio::syncWait(outcomes.runAll(200, "out 1", 1));
-    EXPECT_EQ(outcomes.good(), 200);
-}
-
-TEST(ScriptChildren, FailToStartWhenDescriptorsAreNeverToBeHad) {
-    ScriptRunner runner{FAKE_OSASCRIPT};
-    std::string message;
-    {
-        const ScopedDescriptorLimit none{3};
-        try {
-            MCPStdio::syncWait(runner.run("out 1", {}, 50ms));
-        } catch (const MCPStdio::MCPToolError& error) {
-            message = error.message;
-        }
-    }
-    EXPECT_EQ(message, "osascript could not start: Too many open files");
-}
-
-TEST(ScriptChildren, AreAwaitedAlsoWhereThatTakesADescriptorNobodyHas) {
-    const TemporaryFolder folder;
-    const std::string ready = (folder.path() / "ready").string();
-    const std::string close = (folder.path() / "close").string();
-    const std::string go = (folder.path() / "go").string();
-    ScriptRunner runner{FAKE_OSASCRIPT};
-    auto call = std::async(std::launch::async, [&] {
-        return run(runner, steps({"out 1", "mark " + ready, "await " + close, "close-out",
-                                  "close-err", "await " + go, "exit 0"}));
-    });
-    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(ready); }));
-    const ScopedDescriptorLimit none{3};
-    std::filesystem::create_directory(close); // which takes none
-    EXPECT_EQ(call.wait_for(100ms), std::future_status::timeout);
-    std::filesystem::create_directory(go);
-    EXPECT_EQ(call.get(), JSONValue{1});
-}
-
 TEST(OSAScriptPath, IsBesideTheProgramWhereTheSystemHasNone) {
     const std::filesystem::path ofTheSystem = "/usr/bin/osascript";
     const auto program = std::filesystem::read_symlink("/proc/self/exe");

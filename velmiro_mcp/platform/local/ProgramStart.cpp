@@ -89,10 +89,12 @@ private:
 
 pid_t startInOurMemory(const Program& program) {
     const SignalsBlocked blocked;
-    const pid_t child = ::vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork)
+    // NOLINTBEGIN(*.vfork, *.Vfork, bugprone-unsafe-functions): for the reasons above
+    const pid_t child = ::vfork();
     if (child == 0) {
-        become(program); // NOLINT(clang-analyzer-unix.Vfork)
+        become(program);
     }
+    // NOLINTEND(*.vfork, *.Vfork, bugprone-unsafe-functions)
     return child;
 }
 

@@ -1,0 +1,97 @@
+// Scripts in a process that has run out of descriptors. Not among the unit tests, for there the
+// sanitizers run, which need some themselves.
+
+#include "MCPStdio/MCPTool.hpp"
+#include "MCPStdio/concurrency/SyncWait.hpp"
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/FakeScript.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+#include "velmiro_mcp/ScriptRunner.hpp"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <future>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace velmiro;
+using namespace std::chrono_literals;
+using MCPStdio::JSONValue;
+using velmiro::test::eventually;
+using velmiro::test::steps;
+using velmiro::test::TemporaryFolder;
+
+namespace {
+
+constexpr auto ample = 60s;
+
+JSONValue run(ScriptRunner& runner, const std::string& script) {
+    return MCPStdio::syncWait(runner.run(script, {}, ample));
+}
+
+/// Sets a limit of this process, and puts it back at the end.
+class ScopedDescriptorLimit {
+public:
+    explicit ScopedDescriptorLimit(rlim_t soft) {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        const rlimit changed{soft, before_.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &changed);
+    }
+    ScopedDescriptorLimit(const ScopedDescriptorLimit&) = delete;
+    ScopedDescriptorLimit& operator=(const ScopedDescriptorLimit&) = delete;
+    ~ScopedDescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+private:
+    rlimit before_{};
+};
+
+} // namespace
+
+TEST(ScriptShortage, WaitForDescriptorsThatOthersHave) {
+    ScriptRunner runner{FAKE_OSASCRIPT};
+    std::vector<int> taken;
+    const ScopedDescriptorLimit few{200};
+    for (int next = 0; (next = ::open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) {
+        taken.push_back(next);
+    }
+    ASSERT_EQ(errno, EMFILE);
+    auto call = std::async(std::launch::async, [&] { return run(runner, "out 1"); });
+    EXPECT_EQ(call.wait_for(100ms), std::future_status::timeout);
+    for (const int descriptor : taken) {
+        ::close(descriptor);
+    }
+    EXPECT_EQ(call.get(), JSONValue{1});
+}
+
+TEST(ScriptShortage, FailToStartWhenDescriptorsAreNeverToBeHad) {
+    ScriptRunner runner{FAKE_OSASCRIPT};
+    std::string message;
+    {
+        const ScopedDescriptorLimit none{3};
+        try {
+            MCPStdio::syncWait(runner.run("out 1", {}, 50ms));
+        } catch (const MCPStdio::MCPToolError& error) {
+            message = error.message;
+        }
+    }
+    EXPECT_EQ(message, "osascript could not start: Too many open files");
+}
+
+TEST(ScriptShortage, AreAwaitedAlsoWhereThatTakesADescriptorNobodyHas) {
+    const TemporaryFolder folder;
+    const std::string ready = (folder.path() / "ready").string();
+    const std::string close = (folder.path() / "close").string();
+    const std::string go = (folder.path() / "go").string();
+    ScriptRunner runner{FAKE_OSASCRIPT};
+    auto call = std::async(std::launch::async, [&] {
+        return run(runner, steps({"out 1", "mark " + ready, "await " + close, "close-out",
+                                  "close-err", "await " + go, "exit 0"}));
+    });
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(ready); }));
+    const ScopedDescriptorLimit none{3};
+    std::filesystem::create_directory(close); // which takes none
+    EXPECT_EQ(call.wait_for(100ms), std::future_status::timeout);
+    std::filesystem::create_directory(go);
+    EXPECT_EQ(call.get(), JSONValue{1});
+}

@@ -110,13 +110,19 @@ auto blocking(Function function) {
             DispatchQueue::global().asyncBlocking(
                 [function = std::move(function), waiting = std::move(waiting)]() mutable {
                     std::optional<Result> result;
+                    std::exception_ptr error;
                     try {
                         result = function();
                     } catch (...) {
-                        waiting.fail(std::current_exception());
-                        return;
+                        error = std::current_exception();
                     }
-                    waiting.resume(*std::move(result));
+                    // Outside the handler: the exception is not to be held, and perhaps destroyed,
+                    // by this thread while another reads it.
+                    if (error) {
+                        waiting.fail(std::move(error));
+                    } else {
+                        waiting.resume(*std::move(result));
+                    }
                 });
         });
 }

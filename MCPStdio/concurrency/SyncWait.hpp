@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <type_traits>
+#include <utility>
 
 namespace MCPStdio {
 
@@ -24,10 +25,12 @@ Result syncWait(Task<Result> task) {
     const auto run = [](Task<Result> awaited,
                         std::shared_ptr<Outcome> outcome) -> detail::Detached {
         try {
+            // Whatever the task holds is gone before the waiting thread goes on.
+            auto owned = std::move(awaited);
             if constexpr (std::is_void_v<Result>) {
-                co_await std::move(awaited);
+                co_await std::move(owned);
             } else {
-                auto result = co_await std::move(awaited);
+                auto result = co_await std::move(owned);
                 outcome->result.emplace(std::move(result));
             }
         } catch (...) {
@@ -46,7 +49,7 @@ Result syncWait(Task<Result> task) {
         }
     }
     if (outcome->error) {
-        std::rethrow_exception(outcome->error);
+        std::rethrow_exception(std::move(outcome->error)); // this thread alone has it from now on
     }
     if constexpr (!std::is_void_v<Result>) {
         return *std::move(outcome->result);

@@ -15,10 +15,11 @@ namespace velmiro {
 /// Runs automation scripts, each in a child process of its own. Safe to use from any thread; must
 /// outlive its calls.
 ///
-/// A call neither holds up another nor fails for lack of threads, descriptors or processes: 64
-/// children run at a time, which is more than the applications that they talk to serve at once and
-/// less than a small machine can hold; further calls wait, without a thread. A child that has
-/// outlived its time no longer counts, so that not even those that refuse to end block the way.
+/// A call neither holds up another nor fails for lack of threads, descriptors or processes. 64
+/// children run at a time: more than the applications that they talk to serve at once, and as many
+/// as a small machine can hold. Further calls wait, without a thread. A child that has outlived its
+/// time no longer counts, so that even those that refuse to end do not block the way for good.
+/// Where the system has run out of something, starting is tried again for as long as `timeout`.
 class ScriptRunner {
 public:
     static constexpr std::size_t mostAtOnce = 64;

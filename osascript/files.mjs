@@ -78,10 +78,6 @@ export function read(path, most) {
   }
 }
 
-/** @param {ByteString} folder is made where it is missing, with those above it */
-export function makeFolder(folder) {
-  mkdirSync(onDisk(folder), { recursive: true, mode: 0o700 });
-}
 
 /** @param {ByteString} folder whose entries are to outlast a crash */
 function flush(folder) {
@@ -90,6 +86,23 @@ function flush(folder) {
     fsyncSync(descriptor);
   } finally {
     closeSync(descriptor);
+  }
+}
+
+/** @param {ByteString} folder is made where it is missing, with those above it */
+export function makeFolder(folder) {
+  const parent = folder.slice(0, folder.lastIndexOf('/'));
+  const make = () => {
+    mkdirSync(onDisk(folder), { mode: 0o700 });
+    flush(parent);
+  };
+  try {
+    make();
+  } catch (error) {
+    if (codeOf(error) === 'EEXIST') return;
+    if (codeOf(error) !== 'ENOENT' || parent === '') throw error;
+    makeFolder(parent);
+    make();
   }
 }
 
@@ -111,6 +124,7 @@ function writeNew(path, content) {
  * @param {Iterable<ByteString>} candidates names for it
  * @param {Buffer} content
  * @param {ByteString} [workshop] a folder on the same disk where it is written first
+ * @returns {boolean} whether a name was free
  */
 export function create(folder, candidates, content, workshop = folder) {
   const draft = `${workshop}/.${process.pid}.${randomBytes(8).toString('hex')}`;
@@ -120,11 +134,12 @@ export function create(folder, candidates, content, workshop = folder) {
       try {
         linkSync(onDisk(draft), onDisk(`${folder}/${name}`));
         flush(folder);
-        return;
+        return true;
       } catch (error) {
         if (codeOf(error) !== 'EEXIST') throw error;
       }
     }
+    return false;
   } finally {
     try {
       unlinkSync(onDisk(draft));

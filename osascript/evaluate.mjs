@@ -27,8 +27,8 @@ const realmSource = `({
  * @returns {string} the text of an error as osascript prints it
  */
 function failureText(thrown) {
-  const number = Object(thrown).errorNumber;
-  return `Error: ${String(thrown)} (${Number.isInteger(number) ? number : -2700})`;
+    const number = Object(thrown).errorNumber;
+    return `Error: ${String(thrown)} (${Number.isInteger(number) ? number : -2700})`;
 }
 
 /**
@@ -40,27 +40,27 @@ function failureText(thrown) {
  * @returns {{output: string, failure?: undefined} | {output?: undefined, failure: string}}
  */
 export function evaluate(source, argv, applications) {
-  const context = createContext({});
-  /** @param {string} text @param {string} [filename] @returns {any} */
-  const run = (text, filename) => new Script(text, { filename }).runInContext(context);
+    const context = createContext({});
+    /** @param {string} text @param {string} [filename] @returns {any} */
+    const run = (text, filename) => new Script(text, { filename }).runInContext(context);
 
-  /** @type {Realm} */
-  const realm = run(realmSource);
-  const specifiers = dictionary(realm);
-  context.Application = specifiers.guarded((/** @type {unknown} */ name) => {
-    const application = Object.hasOwn(applications, String(name)) && applications[String(name)];
-    if (!application) throw new ScriptError("Application can't be found.", -2700);
-    return specifiers.object(application(), undefined);
-  });
+    /** @type {Realm} */
+    const realm = run(realmSource);
+    const specifiers = dictionary(realm);
+    context.Application = specifiers.guarded((/** @type {unknown} */ name) => {
+        const application = Object.hasOwn(applications, String(name)) && applications[String(name)];
+        if (!application) throw new ScriptError("Application can't be found.", -2700);
+        return specifiers.object(application(), undefined);
+    });
 
-  try {
-    const last = run(source, 'script');
-    const main = run("typeof run === 'function' ? run : undefined");
-    const result = main ? main(realm.array(argv)) : last;
-    if (result === undefined) return { output: '' };
-    if (typeof result !== 'string') throw specifiers.translated(wrongType());
-    return { output: result };
-  } catch (error) {
-    return { failure: failureText(error) };
-  }
+    try {
+        const last = run(source, 'script');
+        const main = run("typeof run === 'function' ? run : undefined");
+        const result = main ? main(realm.array(argv)) : last;
+        if (result === undefined) return { output: '' };
+        if (typeof result !== 'string') throw specifiers.translated(wrongType());
+        return { output: result };
+    } catch (error) {
+        return { failure: failureText(error) };
+    }
 }

@@ -11,11 +11,13 @@ export class MissingPackage extends ScriptError {}
 
 /** @param {string} name @returns {any} */
 export function load(name) {
-  try {
-    return require(name);
-  } catch (error) {
-    if (/** @type {NodeJS.ErrnoException} */ (error).code !== 'MODULE_NOT_FOUND') throw error;
-    const here = fileURLToPath(new URL('.', import.meta.url));
-    throw new MissingPackage(`npm package ${name} is missing: run "npm ci --omit=dev --ignore-scripts" in ${here}`);
-  }
+    try {
+        return require(name);
+    } catch (error) {
+        if (/** @type {NodeJS.ErrnoException} */ (error).code !== 'MODULE_NOT_FOUND') throw error;
+        const here = fileURLToPath(new URL('.', import.meta.url));
+        throw new MissingPackage(
+            `npm package ${name} is missing: run "npm ci --omit=dev --ignore-scripts" in ${here}`,
+        );
+    }
 }

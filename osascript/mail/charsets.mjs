@@ -12,42 +12,45 @@ const iconv = () => load('iconv-lite');
 
 /** Labels that mean more than they say, as every mail program reads them. */
 const meant = new Map([
-  ['us-ascii', 'windows-1252'],
-  ['ascii', 'windows-1252'],
-  ['iso-8859-1', 'windows-1252'],
-  ['iso8859-1', 'windows-1252'],
-  ['iso_8859-1', 'windows-1252'],
-  ['latin1', 'windows-1252'],
-  ['iso-8859-9', 'windows-1254'],
-  ['iso-8859-8-i', 'iso-8859-8'],
-  ['iso-8859-8-e', 'iso-8859-8'],
-  ['gb2312', 'gb18030'],
-  ['gbk', 'gb18030'],
+    ['us-ascii', 'windows-1252'],
+    ['ascii', 'windows-1252'],
+    ['iso-8859-1', 'windows-1252'],
+    ['iso8859-1', 'windows-1252'],
+    ['iso_8859-1', 'windows-1252'],
+    ['latin1', 'windows-1252'],
+    ['iso-8859-9', 'windows-1254'],
+    ['iso-8859-8-i', 'iso-8859-8'],
+    ['iso-8859-8-e', 'iso-8859-8'],
+    ['gb2312', 'gb18030'],
+    ['gbk', 'gb18030'],
 ]);
 
 const utf8 = /^utf-?8$/;
 
 class MailDecoder {
-  /** @type {InstanceType<typeof Native> | undefined} */
-  #native;
+    /** @type {InstanceType<typeof Native> | undefined} */
+    #native;
 
-  constructor(label = 'utf-8') {
-    const named = String(label).trim().toLowerCase();
-    this.encoding = meant.get(named) ?? named;
-    if (utf8.test(this.encoding) || !iconv().encodingExists(this.encoding)) this.#native = new Native(this.encoding);
-  }
+    constructor(label = 'utf-8') {
+        const named = String(label).trim().toLowerCase();
+        this.encoding = meant.get(named) ?? named;
+        if (utf8.test(this.encoding) || !iconv().encodingExists(this.encoding))
+            this.#native = new Native(this.encoding);
+    }
 
-  /** @param {ArrayBuffer | ArrayBufferView} [input] */
-  decode(input = new ArrayBuffer(0)) {
-    if (this.#native) return this.#native.decode(/** @type {ArrayBuffer} */ (input));
-    const bytes = ArrayBuffer.isView(input) ? Buffer.from(input.buffer, input.byteOffset, input.byteLength) : Buffer.from(input);
-    return iconv().decode(bytes, this.encoding);
-  }
+    /** @param {ArrayBuffer | ArrayBufferView} [input] */
+    decode(input = new ArrayBuffer(0)) {
+        if (this.#native) return this.#native.decode(/** @type {ArrayBuffer} */ (input));
+        const bytes = ArrayBuffer.isView(input)
+            ? Buffer.from(input.buffer, input.byteOffset, input.byteLength)
+            : Buffer.from(input);
+        return iconv().decode(bytes, this.encoding);
+    }
 }
 
 /** Decodes mail as mail programs do from here on, in this thread. */
 export function installDecoder() {
-  globalThis.TextDecoder = /** @type {any} */ (MailDecoder);
+    globalThis.TextDecoder = /** @type {any} */ (MailDecoder);
 }
 
 /**
@@ -55,11 +58,11 @@ export function installDecoder() {
  * @returns {string} UTF-8, or else what is most likely
  */
 export function decodeUnlabelled(bytes) {
-  const text = bytes.toString('latin1');
-  if (!/[\x80-\xff]/.test(text)) return text;
-  try {
-    return new Native('utf-8', { fatal: true }).decode(bytes);
-  } catch {
-    return iconv().decode(bytes, 'windows-1252');
-  }
+    const text = bytes.toString('latin1');
+    if (!/[\x80-\xff]/.test(text)) return text;
+    try {
+        return new Native('utf-8', { fatal: true }).decode(bytes);
+    } catch {
+        return iconv().decode(bytes, 'windows-1252');
+    }
 }

@@ -34,17 +34,22 @@ const controls = /[\p{Cc}\u2028\u2029]+/gu;
 const printable = /^[ -~]*$/;
 
 /** @param {string} text @returns {string} encoded words, which hold any text */
-const encoded = text => words().encodeWord(text, 'B', longestWord);
+const encoded = (text) => words().encodeWord(text, 'B', longestWord);
 
 /** @param {string} text @returns {string} a text that is read as itself */
 function unstructured(text) {
-  const line = text.replace(controls, ' ');
-  const plain = printable.test(line) && line.trim() === line && !line.includes('=?') && !/\S{900}/.test(line);
-  return plain ? line : encoded(line);
+    const line = text.replace(controls, ' ');
+    const plain =
+        printable.test(line) &&
+        line.trim() === line &&
+        !line.includes('=?') &&
+        !/\S{900}/.test(line);
+    return plain ? line : encoded(line);
 }
 
 /** @param {string} name @returns {string} as part of an address */
-const phrase = name => (printable.test(name) ? `"${name.replace(/["\\]/g, '\\$&')}"` : encoded(name));
+const phrase = (name) =>
+    printable.test(name) ? `"${name.replace(/["\\]/g, '\\$&')}"` : encoded(name);
 
 /**
  * One recipient as it was given, as far as a header can hold it. Names are encoded where they must be; an
@@ -53,32 +58,48 @@ const phrase = name => (printable.test(name) ? `"${name.replace(/["\\]/g, '\\$&'
  * @returns {string}
  */
 function recipient({ name, address }) {
-  const given = address.replace(controls, ' ').trim();
-  const called = name.replace(controls, ' ').trim();
-  if (called) return `${phrase(called)} <${given.replace(/[<>]/g, '')}>`;
-  const parse = addressParser();
-  const alone = parse(given, { flatten: true });
-  const followed = parse(`${given}, next@example.org`, { flatten: true });
-  const closed = followed.length === alone.length + 1 && followed[alone.length].address === 'next@example.org';
-  if (!closed || alone.length === 0) return phrase(given);
-  if (printable.test(given)) return given;
-  const understood = alone.map(one => (one.name && one.address ? `${one.name} <${one.address}>` : one.name || one.address)).join(', ');
-  if (understood !== given.replace(/"/g, '')) return phrase(given);
-  return alone.map(one => (!one.address ? phrase(one.name) : one.name ? `${phrase(one.name)} <${one.address}>` : one.address)).join(', ');
+    const given = address.replace(controls, ' ').trim();
+    const called = name.replace(controls, ' ').trim();
+    if (called) return `${phrase(called)} <${given.replace(/[<>]/g, '')}>`;
+    const parse = addressParser();
+    const alone = parse(given, { flatten: true });
+    const followed = parse(`${given}, next@example.org`, { flatten: true });
+    const closed =
+        followed.length === alone.length + 1 &&
+        followed[alone.length].address === 'next@example.org';
+    if (!closed || alone.length === 0) return phrase(given);
+    if (printable.test(given)) return given;
+    const understood = alone
+        .map((one) =>
+            one.name && one.address ? `${one.name} <${one.address}>` : one.name || one.address,
+        )
+        .join(', ');
+    if (understood !== given.replace(/"/g, '')) return phrase(given);
+    return alone
+        .map((one) =>
+            !one.address
+                ? phrase(one.name)
+                : one.name
+                  ? `${phrase(one.name)} <${one.address}>`
+                  : one.address,
+        )
+        .join(', ');
 }
 
 /** @param {string} name @param {{name: string, address: string}[]} recipients @returns {string[]} */
 function recipients(name, recipients) {
-  if (recipients.length === 0) return [];
-  return [words().foldLines(`${name}: ${recipients.map(recipient).join(', ')}`, 76)];
+    if (recipients.length === 0) return [];
+    return [words().foldLines(`${name}: ${recipients.map(recipient).join(', ')}`, 76)];
 }
 
 /** @param {string} text @returns {string} its lines in quoted-printable, exact to the last blank */
 function body(text) {
-  const { encode, wrap } = quotedPrintable();
-  // A lone CR would be taken for a line end, "From " for the beginning of the next message of a mailbox.
-  const safe = encode(text.replace(/\r\n/g, '\n')).replace(/\r/g, '=0D').replace(/^From /gm, '=46rom ');
-  return wrap(safe, 76);
+    const { encode, wrap } = quotedPrintable();
+    // A lone CR would be taken for a line end, "From " for the beginning of the next message of a mailbox.
+    const safe = encode(text.replace(/\r\n/g, '\n'))
+        .replace(/\r/g, '=0D')
+        .replace(/^From /gm, '=46rom ');
+    return wrap(safe, 76);
 }
 
 /**
@@ -89,18 +110,18 @@ function body(text) {
  * @returns {Buffer}
  */
 export function composed(draft, now, identifier) {
-  const header = [
-    `Date: ${now.toUTCString().replace('GMT', '+0000')}`,
-    `Message-ID: <${identifier}>`,
-    ...recipients('To', draft.to),
-    ...recipients('Cc', draft.cc),
-    words().foldLines(`Subject: ${unstructured(draft.subject)}`, 76),
-    'X-Unsent: 1',
-    'MIME-Version: 1.0',
-    'Content-Type: text/plain; charset=utf-8',
-    'Content-Transfer-Encoding: quoted-printable',
-  ];
-  return Buffer.from(`${header.join('\n')}\n\n${body(draft.content)}\n`.replace(/\r\n/g, '\n'));
+    const header = [
+        `Date: ${now.toUTCString().replace('GMT', '+0000')}`,
+        `Message-ID: <${identifier}>`,
+        ...recipients('To', draft.to),
+        ...recipients('Cc', draft.cc),
+        words().foldLines(`Subject: ${unstructured(draft.subject)}`, 76),
+        'X-Unsent: 1',
+        'MIME-Version: 1.0',
+        'Content-Type: text/plain; charset=utf-8',
+        'Content-Transfer-Encoding: quoted-printable',
+    ];
+    return Buffer.from(`${header.join('\n')}\n\n${body(draft.content)}\n`.replace(/\r\n/g, '\n'));
 }
 
 /**
@@ -108,19 +129,19 @@ export function composed(draft, now, identifier) {
  * @param {Draft} draft
  */
 export function save(mail, draft) {
-  const drafts = `${mail}/.Drafts`;
-  for (const folder of ['cur', 'new', 'tmp']) {
-    makeFolder(`${mail}/${folder}`);
-    makeFolder(`${drafts}/${folder}`);
-  }
-  // What tells a folder of a Maildir from a Maildir.
-  if (!stat(`${drafts}/maildirfolder`)) create(drafts, ['maildirfolder'], Buffer.alloc(0));
+    const drafts = `${mail}/.Drafts`;
+    for (const folder of ['cur', 'new', 'tmp']) {
+        makeFolder(`${mail}/${folder}`);
+        makeFolder(`${drafts}/${folder}`);
+    }
+    // What tells a folder of a Maildir from a Maildir.
+    if (!stat(`${drafts}/maildirfolder`)) create(drafts, ['maildirfolder'], Buffer.alloc(0));
 
-  const now = new Date();
-  const host = hostname().replace(/[^\w.-]/g, '_') || 'localhost';
-  const random = randomBytes(8).toString('hex');
-  const unique = `${Math.floor(now.getTime() / 1000)}.M${now.getTime() % 1000}P${process.pid}R${random}.${host}`;
-  const message = composed(draft, now, `${now.getTime()}.${random}@${host}`);
-  const created = create(`${drafts}/cur`, [bytesOf(`${unique}:2,DS`)], message, `${drafts}/tmp`);
-  if (!created) throw new ScriptError('another message bears the name of the draft');
+    const now = new Date();
+    const host = hostname().replace(/[^\w.-]/g, '_') || 'localhost';
+    const random = randomBytes(8).toString('hex');
+    const unique = `${Math.floor(now.getTime() / 1000)}.M${now.getTime() % 1000}P${process.pid}R${random}.${host}`;
+    const message = composed(draft, now, `${now.getTime()}.${random}@${host}`);
+    const created = create(`${drafts}/cur`, [bytesOf(`${unique}:2,DS`)], message, `${drafts}/tmp`);
+    if (!created) throw new ScriptError('another message bears the name of the draft');
 }

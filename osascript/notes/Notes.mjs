@@ -18,159 +18,177 @@ const usualFolder = 'Notes';
  * @param {ByteString} name
  */
 function identifying(name) {
-  const text = textOf(name);
-  const unclear = text.includes('\ufffd') ? /[^ -~]|%/g : /[\0-\x1f\x7f%]/g;
-  return (text.includes('\ufffd') ? name : text).replace(unclear, one => `%${one.charCodeAt(0).toString(16).padStart(2, '0')}`);
+    const text = textOf(name);
+    const unclear = text.includes('\ufffd') ? /[^ -~]|%/g : /[\0-\x1f\x7f%]/g;
+    return (text.includes('\ufffd') ? name : text).replace(
+        unclear,
+        (one) => `%${one.charCodeAt(0).toString(16).padStart(2, '0')}`,
+    );
 }
 
 class Folder {
-  /** @param {ByteString} name */
-  constructor(name) {
-    this.name = name;
-    this.path = `${root()}/${name}`;
-  }
-
-  /** @returns {Note[]} */
-  notes() {
-    /** @type {Note[]} */
-    const found = [];
-    for (const name of names(this.path)) {
-      if (!/\.(?:md|txt)$/i.test(name)) continue;
-      const about = stat(`${this.path}/${name}`);
-      if (about?.isFile()) found.push(new Note(this, name, about));
+    /** @param {ByteString} name */
+    constructor(name) {
+        this.name = name;
+        this.path = `${root()}/${name}`;
     }
-    return found;
-  }
+
+    /** @returns {Note[]} */
+    notes() {
+        /** @type {Note[]} */
+        const found = [];
+        for (const name of names(this.path)) {
+            if (!/\.(?:md|txt)$/i.test(name)) continue;
+            const about = stat(`${this.path}/${name}`);
+            if (about?.isFile()) found.push(new Note(this, name, about));
+        }
+        return found;
+    }
 }
 
 class Note {
-  /** @param {Folder} folder @param {ByteString} name of the file @param {import('node:fs').Stats} about */
-  constructor(folder, name, about) {
-    this.folder = folder;
-    this.file = name;
-    this.path = `${folder.path}/${name}`;
-    this.modified = about.mtime;
-    this.order = about.mtimeMs;
-    this.created = about.birthtimeMs > 0 && about.birthtimeMs < about.mtimeMs ? about.birthtime : about.mtime;
-  }
+    /** @param {Folder} folder @param {ByteString} name of the file @param {import('node:fs').Stats} about */
+    constructor(folder, name, about) {
+        this.folder = folder;
+        this.file = name;
+        this.path = `${folder.path}/${name}`;
+        this.modified = about.mtime;
+        this.order = about.mtimeMs;
+        this.created =
+            about.birthtimeMs > 0 && about.birthtimeMs < about.mtimeMs
+                ? about.birthtime
+                : about.mtime;
+    }
 
-  /** @type {{title: string, lines: string[]} | undefined} */
-  #content;
+    /** @type {{title: string, lines: string[]} | undefined} */
+    #content;
 
-  /** The file is read when something of it is first asked for; one that cannot be is an empty note. */
-  get content() {
-    return (this.#content ??= parse((read(this.path, mostOfANote) ?? '').toString(), !/\.txt$/i.test(this.file)));
-  }
+    /** The file is read when something of it is first asked for; one that cannot be is an empty note. */
+    get content() {
+        return (this.#content ??= parse(
+            (read(this.path, mostOfANote) ?? '').toString(),
+            !/\.txt$/i.test(this.file),
+        ));
+    }
 
-  get title() {
-    return this.content.title || textOf(this.file).replace(/\.[^.]*$/, '');
-  }
+    get title() {
+        return this.content.title || textOf(this.file).replace(/\.[^.]*$/, '');
+    }
 
-  get text() {
-    const { title, lines } = this.content;
-    return title === '' ? '' : [title, ...lines].join('\n');
-  }
+    get text() {
+        const { title, lines } = this.content;
+        return title === '' ? '' : [title, ...lines].join('\n');
+    }
 }
 
 /** A note that a script has made and not yet put anywhere. */
 class NewNote {
-  html = '';
+    html = '';
 }
 
 /** @returns {Folder[]} */
 const folders = () =>
-  names(root()).filter(name => stat(`${root()}/${name}`)?.isDirectory()).map(name => new Folder(name));
+    names(root())
+        .filter((name) => stat(`${root()}/${name}`)?.isDirectory())
+        .map((name) => new Folder(name));
 
 /** @returns {Folder} the one that is meant where none is named */
 function defaultFolder() {
-  const all = folders();
-  const usual = all.find(folder => folder.name === usualFolder) ?? all[0];
-  if (usual) return usual;
-  const made = new Folder(usualFolder);
-  makeFolder(made.path);
-  return made;
+    const all = folders();
+    const usual = all.find((folder) => folder.name === usualFolder) ?? all[0];
+    if (usual) return usual;
+    const made = new Folder(usualFolder);
+    makeFolder(made.path);
+    return made;
 }
 
 /** @param {Folder} folder @param {unknown} note */
 function add(folder, note) {
-  if (!(note instanceof NewNote)) throw wrongType();
-  const [title = '', ...lines] = linesOf(note.html);
-  const candidates = function* () {
-    for (const name of fileNames(title)) yield bytesOf(name);
-  };
-  create(folder.path, candidates(), Buffer.from(compose(title, lines)));
+    if (!(note instanceof NewNote)) throw wrongType();
+    const [title = '', ...lines] = linesOf(note.html);
+    const candidates = function* () {
+        for (const name of fileNames(title)) yield bytesOf(name);
+    };
+    create(folder.path, candidates(), Buffer.from(compose(title, lines)));
 }
 
 /** @param {Note[]} notes @returns {Note[]} the latest first */
-const arranged = notes => notes.sort((a, b) => b.order - a.order || (a.path < b.path ? -1 : 1));
+const arranged = (notes) => notes.sort((a, b) => b.order - a.order || (a.path < b.path ? -1 : 1));
 
 /** @param {(note: Note) => unknown} ofNote what is known of a note that lies in a folder */
-const stored = ofNote => ({
-  read: (/** @type {Note | NewNote} */ note) => {
-    if (note instanceof NewNote) throw noObject();
-    return ofNote(note);
-  },
+const stored = (ofNote) => ({
+    read: (/** @type {Note | NewNote} */ note) => {
+        if (note instanceof NewNote) throw noObject();
+        return ofNote(note);
+    },
 });
 
 /** @type {Kind} */
 const folder = {
-  properties: {
-    id: { read: (/** @type {Folder} */ self) => `folder:${identifying(self.name)}`, known: true },
-    name: { read: (/** @type {Folder} */ self) => textOf(self.name), known: true },
-  },
+    properties: {
+        id: {
+            read: (/** @type {Folder} */ self) => `folder:${identifying(self.name)}`,
+            known: true,
+        },
+        name: { read: (/** @type {Folder} */ self) => textOf(self.name), known: true },
+    },
 };
 
 /** @type {Kind} */
 const note = {
-  properties: {
-    id: { ...stored(self => `note:${identifying(self.folder.name)}/${identifying(self.file)}`), known: true },
-    name: stored(self => self.title),
-    plaintext: stored(self => self.text),
-    body: {
-      read: (/** @type {Note | NewNote} */ self) => (self instanceof NewNote ? self.html : htmlOf(self.title, self.content.lines)),
-      write: (self, html) => {
-        if (!(self instanceof NewNote)) throw readOnly('body');
-        if (typeof html !== 'string') throw wrongType();
-        self.html = html;
-      },
+    properties: {
+        id: {
+            ...stored((self) => `note:${identifying(self.folder.name)}/${identifying(self.file)}`),
+            known: true,
+        },
+        name: stored((self) => self.title),
+        plaintext: stored((self) => self.text),
+        body: {
+            read: (/** @type {Note | NewNote} */ self) =>
+                self instanceof NewNote ? self.html : htmlOf(self.title, self.content.lines),
+            write: (self, html) => {
+                if (!(self instanceof NewNote)) throw readOnly('body');
+                if (typeof html !== 'string') throw wrongType();
+                self.html = html;
+            },
+        },
+        container: { ...stored((self) => self.folder), kind: folder, known: true },
+        creationDate: { ...stored((self) => self.created), known: true },
+        modificationDate: { ...stored((self) => self.modified), known: true },
     },
-    container: { ...stored(self => self.folder), kind: folder, known: true },
-    creationDate: { ...stored(self => self.created), known: true },
-    modificationDate: { ...stored(self => self.modified), known: true },
-  },
 };
 
 folder.elements = {
-  notes: { kind: note, all: (/** @type {Folder} */ self) => self.notes(), arranged, push: add },
+    notes: { kind: note, all: (/** @type {Folder} */ self) => self.notes(), arranged, push: add },
 };
 
 const everywhere = {
-  folders: { kind: folder, all: folders },
-  notes: {
-    kind: note,
-    all: () => folders().flatMap(one => one.notes()),
-    arranged,
-    push: (/** @type {unknown} */ _, /** @type {unknown} */ one) => add(defaultFolder(), one),
-  },
+    folders: { kind: folder, all: folders },
+    notes: {
+        kind: note,
+        all: () => folders().flatMap((one) => one.notes()),
+        arranged,
+        push: (/** @type {unknown} */ _, /** @type {unknown} */ one) => add(defaultFolder(), one),
+    },
 };
 
 /** @type {Kind} */
 const account = {
-  properties: {
-    name: { read: () => 'Velmiro', known: true },
-    defaultFolder: { read: defaultFolder, kind: folder },
-  },
-  elements: everywhere,
+    properties: {
+        name: { read: () => 'Velmiro', known: true },
+        defaultFolder: { read: defaultFolder, kind: folder },
+    },
+    elements: everywhere,
 };
 
 /** @type {Kind} */
 const application = {
-  properties: {
-    name: { read: () => 'Notes', known: true },
-    defaultAccount: { read: () => null, kind: account },
-  },
-  elements: { ...everywhere, accounts: { kind: account, all: () => [null] } },
-  constructors: { Note: { kind: note, make: () => new NewNote() } },
+    properties: {
+        name: { read: () => 'Notes', known: true },
+        defaultAccount: { read: () => null, kind: account },
+    },
+    elements: { ...everywhere, accounts: { kind: account, all: () => [null] } },
+    constructors: { Note: { kind: note, make: () => new NewNote() } },
 };
 
 export const Notes = () => application;

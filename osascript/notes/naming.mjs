@@ -13,15 +13,15 @@ const roomForNumber = 8;
  * @returns {string} as many of its characters, as a reader counts them, as fit into so many bytes
  */
 function shortened(text, most) {
-  if (Buffer.byteLength(text) <= most) return text;
-  let kept = '';
-  let length = 0;
-  for (const { segment } of new Intl.Segmenter().segment(text.slice(0, most))) {
-    length += Buffer.byteLength(segment);
-    if (length > most) break;
-    kept += segment;
-  }
-  return kept;
+    if (Buffer.byteLength(text) <= most) return text;
+    let kept = '';
+    let length = 0;
+    for (const { segment } of new Intl.Segmenter().segment(text.slice(0, most))) {
+        length += Buffer.byteLength(segment);
+        if (length > most) break;
+        kept += segment;
+    }
+    return kept;
 }
 
 /**
@@ -29,8 +29,12 @@ function shortened(text, most) {
  * @returns {Generator<string>} `Title.md`, `Title 2.md`, `Title 3.md` and so on
  */
 export function* fileNames(title) {
-  const clean = title.replace(unfit, ' ').replace(/\s+/gu, ' ').replace(/^[. ]+/, '');
-  const stem = shortened(clean, mostBytes - ending.length - roomForNumber).replace(/[. ]+$/, '') || 'Note';
-  yield `${stem}${ending}`;
-  for (let number = 2; ; number++) yield `${stem} ${number}${ending}`;
+    const clean = title
+        .replace(unfit, ' ')
+        .replace(/\s+/gu, ' ')
+        .replace(/^[. ]+/, '');
+    const stem =
+        shortened(clean, mostBytes - ending.length - roomForNumber).replace(/[. ]+$/, '') || 'Note';
+    yield `${stem}${ending}`;
+    for (let number = 2; ; number++) yield `${stem} ${number}${ending}`;
 }

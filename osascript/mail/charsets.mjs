@@ -27,6 +27,14 @@ const meant = new Map([
 
 const utf8 = /^utf-?8$/;
 
+/**
+ * The standard makes an error of an escape to ASCII that another escape follows; Japanese programs that
+ * put texts together write them.
+ * @param {Buffer} bytes
+ */
+const withoutIdleEscapes = (bytes) =>
+    Buffer.from(bytes.toString('latin1').replace(/\x1b\([BJ](?=\x1b[($])/g, ''), 'latin1');
+
 class MailDecoder {
     /** @type {InstanceType<typeof Native> | undefined} */
     #native;
@@ -38,13 +46,15 @@ class MailDecoder {
             this.#native = new Native(this.encoding);
     }
 
-    /** @param {ArrayBuffer | ArrayBufferView} [input] */
+    /** @param {ArrayBuffer | ArrayBufferView<ArrayBuffer>} [input] */
     decode(input = new ArrayBuffer(0)) {
-        if (this.#native) return this.#native.decode(/** @type {ArrayBuffer} */ (input));
         const bytes = ArrayBuffer.isView(input)
             ? Buffer.from(input.buffer, input.byteOffset, input.byteLength)
             : Buffer.from(input);
-        return iconv().decode(bytes, this.encoding);
+        if (!this.#native) return iconv().decode(bytes, this.encoding);
+        return this.#native.decode(
+            this.encoding === 'iso-2022-jp' ? withoutIdleEscapes(bytes) : bytes,
+        );
     }
 }
 

@@ -61,7 +61,8 @@ export class Header {
                 .addressParser(textOfValue(value).replace(/\s+/g, ' '), { flatten: true })
                 .map(({ name: called = '', address = '' }) => ({
                     name: inOneLine(called),
-                    address: inOneLine(address),
+                    // The library takes a name without an address for both, and decodes the one.
+                    address: address.startsWith('=?') ? '' : inOneLine(address),
                 })),
         );
     }

@@ -31,6 +31,13 @@ function readable(html) {
     });
 }
 
+/** @param {string} text @returns {string} as it was written: mail programs and parts add line ends */
+function withoutLastLineEnds(text) {
+    let end = text.length;
+    while (text[end - 1] === '\n') end--;
+    return text.slice(0, end);
+}
+
 /** @param {ArrayBuffer} message @returns {Promise<string>} */
 async function content(message) {
     installDecoder();
@@ -40,7 +47,7 @@ async function content(message) {
     const { text = '', html = '' } = await PostalMime.parse(message, { maxNestingDepth: 50 });
     // Some programs send an empty text beside the HTML that holds all of it.
     const plain = text.trim() === '' && html !== '' ? readable(html) : text;
-    return plain.replace(/\r\n?/g, '\n').replace(/\n$/, '');
+    return withoutLastLineEnds(plain.replace(/\r\n?/g, '\n'));
 }
 
 /** @type {{port: import('node:worker_threads').MessagePort, answered: Int32Array}} */

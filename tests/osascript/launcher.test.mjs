@@ -1,0 +1,254 @@
+// The command as a host sees it: arguments, results, errors, streams, surroundings.
+
+import assert from 'node:assert/strict';
+import { spawn } from 'node:child_process';
+import { once } from 'node:events';
+import { closeSync, cpSync, mkdirSync, openSync, readSync, symlinkSync, writeSync } from 'node:fs';
+import { spawnSync } from 'node:child_process';
+import { dirname, join } from 'node:path';
+import { test } from 'node:test';
+import { Home, awkward, environment, exchange, launcher, root, script } from './support.mjs';
+
+const echo = 'function run(argv) { return JSON.stringify(argv); }';
+const command = ['-l', 'JavaScript', '-e'];
+
+test('what comes after the script reaches run as it is', async (t) => {
+    const given = ['--help', '-e', '-l', '--', '', '-', '--inspect', '--eval=1', '-v', ...awkward];
+    const { output, errors, status } = await new Home(t).evaluate(echo, ...given);
+    assert.deepEqual([JSON.parse(output), errors, status], [given, '', 0]);
+});
+
+test('an argument of the greatest length that Linux takes arrives whole', async (t) => {
+    const long = 'x'.repeat(131_071);
+    const { output } = await new Home(t).evaluate(echo, long);
+    assert.deepEqual(JSON.parse(output), [long]);
+});
+
+test('a returned text is printed as it is, with a line end', async (t) => {
+    const { output } = await new Home(t).evaluate('function run() { return "a\\n\\"b\\" ü"; }');
+    assert.equal(output, 'a\n"b" ü\n');
+});
+
+test('a script without run gives the value of its last expression', async (t) => {
+    assert.equal((await new Home(t).evaluate('const a = "1"; a + "2"')).output, '12\n');
+});
+
+test('nothing returned is an empty line', async (t) => {
+    assert.equal((await new Home(t).evaluate('function run() {}')).output, '\n');
+});
+
+for (const value of ['1', 'null', '({})', '[]', 'true', 'Promise.resolve("a")']) {
+    test(`a result that is no text is an error: ${value}`, async (t) => {
+        const { output, errors, status } = await new Home(t).evaluate(
+            `function run() { return ${value}; }`,
+        );
+        assert.deepEqual([output, status], ['', 1]);
+        assert.equal(errors, "execution error: Error: Error: Can't convert types. (-1700)\n");
+    });
+}
+
+const failures = {
+    'throw new Error("no such thing")': 'Error: no such thing',
+    'throw new TypeError("not that")': 'TypeError: not that',
+    'throw "a text"': 'a text',
+    'throw undefined': 'undefined',
+    undefinedName: 'ReferenceError: undefinedName is not defined',
+    'let x = ;': "SyntaxError: Unexpected token ';'",
+    'Application("Foo")': "Error: Application can't be found.",
+    'Application("constructor")': "Error: Application can't be found.",
+};
+for (const [source, text] of Object.entries(failures)) {
+    test(`an error is told in the form of the real command: ${source}`, async (t) => {
+        const { output, errors, status } = await new Home(t).evaluate(source);
+        const expected = ['', `execution error: Error: ${text} (-2700)\n`, 1];
+        assert.deepEqual([output, errors, status], expected);
+    });
+}
+
+test('a script sees the standard globals and nothing of Node.js', async (t) => {
+    const names =
+        '["process","require","Buffer","setTimeout","fetch","module","JSON","Intl","Map"]';
+    const seen = await new Home(t).value(`${names}.filter(name => name in globalThis)`);
+    assert.deepEqual(seen, ['JSON', 'Intl', 'Map']);
+});
+
+test('errors of the stand-in are errors in the script', async (t) => {
+    const source =
+        '(() => { try { Application("Foo") } catch (e) { return [e instanceof Error, e.errorNumber] } })()';
+    assert.deepEqual(await new Home(t).value(source), [true, -2700]);
+});
+
+for (const given of [
+    [],
+    ['-e', '1'],
+    ['-l', 'AppleScript', '-e', '1'],
+    ['-l', 'JavaScript', '-e'],
+    ['x'],
+]) {
+    test(`another command line is refused: ${given.join(' ')}`, async () => {
+        const { output, errors, status } = await exchange(launcher, { env: environment }, ...given);
+        assert.deepEqual([output, status], ['', 1]);
+        assert.match(errors, /^usage: osascript .*\n$/);
+    });
+}
+
+test('an output of 50 MB is written whole', { timeout: 120_000 }, async (t) => {
+    const source = 'function run() { return "0123456789".repeat(5000000); }';
+    const { output, status } = await new Home(t).evaluate(source);
+    assert.deepEqual([output.length, status], [50_000_001, 0]);
+});
+
+test('a reader that goes away is no crash and no message', { timeout: 60_000 }, async (t) => {
+    const source = 'function run() { return "x".repeat(10000000); }';
+    const options = { env: new Home(t).environment, stdio: ['ignore', 'pipe', 'pipe'] };
+    const child = spawn(launcher, [...command, source], options);
+    let errors = '';
+    child.stderr.on('data', (part) => (errors += part));
+    child.stdout.once('data', () => child.stdout.destroy());
+    const [status] = await once(child, 'close');
+    assert.deepEqual([status, errors], [1, '']);
+});
+
+/** A pipe in which a line waits, as in the pipe of a host; `left` gives what is still in it. */
+function pipeWithLine(home) {
+    const path = join(home.path, 'pipe');
+    spawnSync('mkfifo', [path]);
+    const ends = openSync(path, 'r+');
+    writeSync(ends, 'a line of the host\n');
+    return {
+        ends,
+        left() {
+            writeSync(ends, '|');
+            const buffer = Buffer.alloc(100);
+            return buffer.toString('utf8', 0, readSync(ends, buffer));
+        },
+    };
+}
+
+test('standard input is left unread', async (t) => {
+    const home = new Home(t);
+    home.mail('cur/1.a:2,', 'Subject: s\n\nbody\n');
+    const { ends, left } = pipeWithLine(home);
+    t.after(() => closeSync(ends));
+    for (const [name, ...given] of [
+        ['mail_list', '3', '20', 'false'],
+        ['mail_read', String(await home.value('Application("Mail").inbox.messages[0].id()'))],
+        ['mail_create_draft', '["a@b"]', '[]', 's', 'b'],
+        ['notes_create', 't', 'b', ''],
+        ['notes_search', 't', '5'],
+    ]) {
+        const options = { env: home.environment, stdio: [ends, 'pipe', 'pipe'] };
+        const { status } = await exchange(launcher, options, ...command, script(name), ...given);
+        assert.equal(status, 0, name);
+    }
+    assert.equal(left(), 'a line of the host\n|');
+});
+
+test('closed standard streams do no harm', async (t) => {
+    const home = new Home(t);
+    home.note('A/a.md', '# one\n');
+    const line = `exec "$0" -l JavaScript -e "$1" one 5 <&-`;
+    const given = ['-c', line, launcher, script('notes_search')];
+    const { output, status } = await exchange('/bin/sh', { env: home.environment }, ...given);
+    assert.equal(JSON.parse(output).notes.length, 1);
+    assert.equal(status, 0);
+});
+
+test('what the environment says to Node.js changes nothing', async (t) => {
+    const home = new Home(t);
+    const env = {
+        ...home.environment,
+        NODE_OPTIONS: '--no-such-option --require=/no/such/file',
+        NODE_PATH: '/no/such/folder',
+        NODE_DEBUG: 'fs,module',
+        NODE_CHANNEL_FD: '9',
+        NODE_V8_COVERAGE: join(home.path, 'coverage'),
+    };
+    const { output, errors } = await exchange(launcher, { env }, ...command, echo, 'a');
+    assert.deepEqual([output, errors], ['["a"]\n', '']);
+});
+
+test('it is found through symbolic links', async (t) => {
+    const home = new Home(t);
+    const first = join(home.path, 'first');
+    const second = join(home.path, 'second');
+    symlinkSync(launcher, first);
+    symlinkSync('first', second);
+    const { output } = await exchange(second, { env: home.environment }, ...command, echo);
+    assert.equal(output, '[]\n');
+});
+
+test('a PATH without the usual folders is enough when it holds node', async () => {
+    const env = { ...environment, PATH: dirname(process.execPath) };
+    assert.equal((await exchange(launcher, { env }, ...command, echo)).output, '[]\n');
+});
+
+const usual = ['/usr/local/bin/node', '/usr/bin/node', '/bin/node'];
+const isUsual = usual.some((path) => spawnSync(path, ['--version']).status === 0);
+for (const PATH of [undefined, '', '/nonexistent']) {
+    const skip = !isUsual && 'no node in the usual folders of this machine';
+    test(`the usual folders are searched when PATH is ${PATH}`, { skip }, async () => {
+        const env = { ...environment, PATH };
+        if (PATH === undefined) delete env.PATH;
+        assert.equal((await exchange(launcher, { env }, ...command, echo)).output, '[]\n');
+    });
+}
+
+test('without Node.js one line says so', async (t) => {
+    const home = new Home(t);
+    const folder = join(home.path, 'bin');
+    mkdirSync(folder);
+    // A copy that looks nowhere else, and a PATH with readlink alone.
+    const copy = join(home.path, 'osascript');
+    const source = spawnSync('sed', ['s|^PATH=.*|PATH=$PATH|', launcher]).stdout;
+    home.write('../../../osascript', source);
+    symlinkSync('/usr/bin/readlink', join(folder, 'readlink'));
+    const env = { ...environment, PATH: folder };
+    const { output, errors, status } = await exchange('/bin/sh', { env }, copy, ...command, echo);
+    assert.deepEqual([output, status], ['', 1]);
+    assert.match(errors, /^osascript: Node\.js 18 or newer is needed .*\n$/);
+});
+
+test('without the npm packages one line says so, and notes work all the same', async (t) => {
+    const home = new Home(t);
+    const copy = join(home.path, 'copy');
+    const filter = (path) => !path.includes('node_modules');
+    cpSync(join(root, 'osascript'), copy, { recursive: true, filter });
+    home.mail('cur/1.a:2,', 'From: a@b\n\nbody\n');
+    home.note('A/a.md', '# one\n');
+    const run = (name, ...given) =>
+        exchange(
+            join(copy, 'osascript'),
+            { env: home.environment },
+            ...command,
+            script(name),
+            ...given,
+        );
+    for (const [name, ...given] of [
+        ['mail_list', '3', '20', 'false'],
+        ['mail_create_draft', '["a@b"]', '[]', 's', 'b'],
+    ]) {
+        const { output, errors, status } = await run(name, ...given);
+        assert.deepEqual([output, status], ['', 1]);
+        assert.match(errors, /^execution error: .*npm ci --omit=dev --ignore-scripts.*\n$/);
+    }
+    assert.equal(JSON.parse((await run('notes_search', 'one', '5')).output).notes.length, 1);
+});
+
+test('a script that never ends is ended by a signal', { timeout: 60_000 }, async (t) => {
+    const child = spawn(launcher, [...command, 'while (true);'], { env: new Home(t).environment });
+    setTimeout(() => child.kill('SIGTERM'), 1000);
+    const [status, signal] = await once(child, 'close');
+    assert.deepEqual([status, signal], [null, 'SIGTERM']);
+});
+
+for (const HOME of [undefined, '', 'relative/home']) {
+    test(`a HOME that is ${HOME} is the one of the account`, async () => {
+        const env = { ...environment, HOME };
+        if (HOME === undefined) delete env.HOME;
+        // Read only: what the account holds is its own.
+        const source = `JSON.stringify(Application('Notes').folders.whose({name: 'no such folder'})())`;
+        const { output, status } = await exchange(launcher, { env, cwd: '/' }, ...command, source);
+        assert.deepEqual([output, status], ['[]\n', 0]);
+    });
+}

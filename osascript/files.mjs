@@ -101,20 +101,20 @@ function flush(folder) {
     }
 }
 
-/** @param {ByteString} folder is made where it is missing, with those above it */
-export function makeFolder(folder) {
+/**
+ * @param {ByteString} folder is made where it is missing; another process may make it at the same time
+ * @param {boolean} [above] whether those above it are made too
+ */
+export function makeFolder(folder, above = true) {
     const parent = folder.slice(0, folder.lastIndexOf('/'));
-    const make = () => {
+    try {
         mkdirSync(onDisk(folder), { mode: 0o700 });
         flush(parent);
-    };
-    try {
-        make();
     } catch (error) {
         if (codeOf(error) === 'EEXIST') return;
-        if (codeOf(error) !== 'ENOENT' || parent === '') throw error;
+        if (codeOf(error) !== 'ENOENT' || !above || parent === '') throw error;
         makeFolder(parent);
-        make();
+        makeFolder(folder, false);
     }
 }
 

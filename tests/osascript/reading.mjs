@@ -1,6 +1,6 @@
 // What the stand-in makes of one sample.
 
-import { readFileSync } from 'node:fs';
+import { readFileSync, utimesSync } from 'node:fs';
 import { join } from 'node:path';
 import { samples } from './support.mjs';
 
@@ -8,8 +8,8 @@ import { samples } from './support.mjs';
 const written = Date.UTC(2026, 1, 1) / 1000;
 
 export async function readMail(home, file) {
-    const age = Date.now() / 1000 - written;
-    home.mail(`cur/1767600000.M1P1.sample:2,S`, readFileSync(join(samples, 'mail', file)), age);
+    const path = home.mail('cur/1.M1P1.sample:2,S', readFileSync(join(samples, 'mail', file)));
+    utimesSync(path, written, written);
     return home.value(`(() => {
         const [m] = Application('Mail').inbox.messages();
         const people = r => ({name: r.name(), address: r.address()});

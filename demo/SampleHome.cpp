@@ -2,6 +2,7 @@
 
 #include "demo/Failure.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 #include <system_error>
+#include <vector>
 
 namespace velmiro::demo {
 
@@ -27,15 +29,28 @@ std::string berlin(const std::string& property, int daysFromToday, const std::st
     return property + ";TZID=Europe/Berlin:" + icsDay(daysFromToday) + 'T' + time + '\n';
 }
 
-/// One event file, from lines with a bare line feed.
-std::string eventFile(const std::string& events) {
-    std::istringstream lines{"BEGIN:VCALENDAR\nVERSION:2.0\nPRODID:-//velmiro//demo//EN\n" +
-                             events + "END:VCALENDAR\n"};
+/// The text of a file, from lines with a bare line feed.
+std::string withLineEnds(const std::string& plain) {
+    std::istringstream lines{plain};
     std::string text;
     for (std::string line; std::getline(lines, line);) {
         text += line + "\r\n";
     }
     return text;
+}
+
+std::string calendarFile(const std::string& items) {
+    return withLineEnds("BEGIN:VCALENDAR\nVERSION:2.0\nPRODID:-//velmiro//demo//EN\n" + items +
+                        "END:VCALENDAR\n");
+}
+
+std::string reminder(const std::string& identifier, const std::string& lines) {
+    return calendarFile("BEGIN:VTODO\nUID:" + identifier + "\nDTSTAMP:20260101T000000Z\n" + lines +
+                        "END:VTODO\n");
+}
+
+std::string card(const std::string& lines) {
+    return withLineEnds("BEGIN:VCARD\nVERSION:3.0\n" + lines + "END:VCARD\n");
 }
 
 std::string event(const std::string& identifier, const std::string& lines) {
@@ -63,12 +78,15 @@ std::string isoDay(std::chrono::year_month_day day) {
     return text.data();
 }
 
-SampleHome::SampleHome() {
+SampleHome::SampleHome(const std::string& samples) {
     // Not below TMPDIR: the path of a socket has 103 bytes at most.
     std::string pattern = "/tmp/velmiro-demo-XXXXXX";
     require(::mkdtemp(pattern.data()) != nullptr, "no temporary home could be made");
     path_ = pattern;
-    fill();
+    fillCalendars();
+    fillReminders();
+    fillContacts();
+    copy(samples);
 }
 
 SampleHome::~SampleHome() {
@@ -80,28 +98,27 @@ std::map<std::string, std::string> SampleHome::environment() const {
     return {{"HOME", path_.string()},
             {"TZ", "Europe/Berlin"},
             {"LC_ALL", "en_GB.UTF-8"},
-            {"VELMIRO_ENABLED", "calendar"},
             {"VELMIRO_APPROVAL_SOCKET", ""}};
 }
 
-fs::path SampleHome::calendars() const {
-    return path_ / "Library/Application Support/Velmiro/Calendars";
+fs::path SampleHome::data() const {
+    return path_ / "Library/Application Support/Velmiro";
 }
 
-std::map<std::string, std::string> SampleHome::calendarFiles() const {
+std::map<std::string, std::string> SampleHome::files() const {
     std::map<std::string, std::string> files;
-    for (const auto& entry : fs::recursive_directory_iterator{calendars()}) {
+    for (const auto& entry : fs::recursive_directory_iterator{data()}) {
         if (entry.is_regular_file()) {
             std::ostringstream content;
             content << std::ifstream{entry.path(), std::ios::binary}.rdbuf();
-            files.emplace(fs::relative(entry.path(), calendars()).string(), content.str());
+            files.emplace(fs::relative(entry.path(), data()).string(), content.str());
         }
     }
     return files;
 }
 
 void SampleHome::write(const std::string& name, const std::string& content) const {
-    const fs::path file = calendars() / name;
+    const fs::path file = data() / name;
     fs::create_directories(file.parent_path());
     std::ofstream stream{file, std::ios::binary};
     stream << content;
@@ -109,30 +126,72 @@ void SampleHome::write(const std::string& name, const std::string& content) cons
     require(!stream.fail(), "the sample data could not be written");
 }
 
-void SampleHome::fill() const {
-    write("family/displayname", "Family 🏡\n");
-    write("family/birthday.ics",
-          eventFile(event("birthday", "SUMMARY:Grandma’s birthday 🎂\nDTSTART;VALUE=DATE:" +
-                                          icsDay(2) + "\nDTEND;VALUE=DATE:" + icsDay(3) + '\n')));
-    write("family/dinner.ics",
-          eventFile(event("dinner", "SUMMARY:Dinner with Noor and Emil\n" +
-                                        berlin("DTSTART", 1, "193000") +
-                                        berlin("DTEND", 1, "220000") +
-                                        "LOCATION:Trattoria Lucia\\, Lindenstraße 7\n"
-                                        "DESCRIPTION:They bring the dog 🐕\\; ask for a table "
-                                        "outside 🌳\n")));
-    write("work/displayname", "Work\n");
+void SampleHome::fillCalendars() const {
+    write("Calendars/family/displayname", "Family 🏡\n");
+    write("Calendars/family/birthday.ics",
+          calendarFile(
+              event("birthday", "SUMMARY:Grandma’s birthday 🎂\nDTSTART;VALUE=DATE:" + icsDay(2) +
+                                    "\nDTEND;VALUE=DATE:" + icsDay(3) + '\n')));
+    write("Calendars/family/dinner.ics",
+          calendarFile(event("dinner", "SUMMARY:Dinner with Noor and Emil\n" +
+                                           berlin("DTSTART", 1, "193000") +
+                                           berlin("DTEND", 1, "220000") +
+                                           "LOCATION:Trattoria Lucia\\, Lindenstraße 7\n"
+                                           "DESCRIPTION:They bring the dog 🐕\\; ask for a table "
+                                           "outside 🌳\n")));
+    write("Calendars/work/displayname", "Work\n");
     // Every week since three weeks ago; the second to come is moved by a day and two hours, the
     // third is cancelled.
-    write("work/planning.ics",
-          eventFile(event("planning", "SUMMARY:Planning ☕\n" + berlin("DTSTART", -20, "090000") +
-                                          berlin("DTEND", -20, "093000") +
-                                          "RRULE:FREQ=WEEKLY;COUNT=12\n" +
-                                          berlin("EXDATE", 15, "090000") + "LOCATION:Room 3\n") +
-                    event("planning", "SUMMARY:Planning ☕ (moved)\n" +
-                                          berlin("RECURRENCE-ID", 8, "090000") +
-                                          berlin("DTSTART", 9, "110000") +
-                                          berlin("DTEND", 9, "113000") + "LOCATION:Room 5\n")));
+    write("Calendars/work/planning.ics",
+          calendarFile(event("planning",
+                             "SUMMARY:Planning ☕\n" + berlin("DTSTART", -20, "090000") +
+                                 berlin("DTEND", -20, "093000") + "RRULE:FREQ=WEEKLY;COUNT=12\n" +
+                                 berlin("EXDATE", 15, "090000") + "LOCATION:Room 3\n") +
+                       event("planning", "SUMMARY:Planning ☕ (moved)\n" +
+                                             berlin("RECURRENCE-ID", 8, "090000") +
+                                             berlin("DTSTART", 9, "110000") +
+                                             berlin("DTEND", 9, "113000") + "LOCATION:Room 5\n")));
+}
+
+void SampleHome::fillReminders() const {
+    write("Reminders/home/displayname", "Home\n");
+    write("Reminders/home/plants.ics",
+          reminder("plants", "SUMMARY:Water the plants 🪴\n" + berlin("DUE", 0, "200000") +
+                                 "RRULE:FREQ=WEEKLY\nX-PLANT:fern\n"));
+    write("Reminders/home/trip.ics", reminder("trip", "SUMMARY:Renew the passport\nPRIORITY:1\n" +
+                                                          berlin("DUE", 30, "120000")));
+    write("Reminders/work/displayname", "Work\n");
+    write("Reminders/work/slides.ics",
+          reminder("slides", "SUMMARY:Send the slides to Tomas\n" + berlin("DUE", 2, "170000")));
+    write("Reminders/work/done.ics", reminder("done", "SUMMARY:Book room 3\nSTATUS:COMPLETED\n"));
+}
+
+void SampleHome::fillContacts() const {
+    write("Contacts/people/anna.vcf",
+          card("UID:anna\nN:Berg;Anna;;;\nFN:Anna Berg\nORG:Engine Ltd;Sales\n"
+               "item1.EMAIL;TYPE=work:anna@example.org\nEMAIL:berg@example.com\n"
+               "TEL;TYPE=cell:+49 170 5550101\n"));
+    write("Contacts/people/lucia.vcf",
+          card("UID:lucia\nN:;;;;\nFN:Trattoria Lucia\nORG:Trattoria Lucia\nX-ABShowAs:COMPANY\n"
+               "TEL:+49 30 5550102\n"));
+    write("Contacts/people/zoe.vcf",
+          card("UID:zoe\nN:Ünal;Zoë;;;\nFN:Zoë Ünal\nEMAIL:zoe@example.org\n"));
+}
+
+/// Notes and messages, which are as old as their files: each an hour older than the one before.
+void SampleHome::copy(const std::string& samples) const {
+    fs::copy(samples, data(), fs::copy_options::recursive);
+    auto time = fs::file_time_type::clock::now();
+    std::vector<fs::path> copied;
+    for (const auto& entry : fs::recursive_directory_iterator{samples}) {
+        if (entry.is_regular_file()) {
+            copied.push_back(data() / fs::relative(entry.path(), samples));
+        }
+    }
+    std::ranges::sort(copied);
+    for (const fs::path& file : copied) {
+        fs::last_write_time(file, time -= std::chrono::hours{1});
+    }
 }
 
 } // namespace velmiro::demo

@@ -7,11 +7,12 @@
 
 namespace velmiro::demo {
 
-/// A temporary home with two calendars, whose events lie in the weeks from today on. It is removed
-/// with this object.
+/// A temporary home with some data of every kind, whose dates lie in the weeks around today. It is
+/// removed with this object.
 class SampleHome {
 public:
-    SampleHome();
+    /// `samples` is the folder of the notes and messages to start with.
+    explicit SampleHome(const std::string& samples);
     SampleHome(const SampleHome&) = delete;
     SampleHome& operator=(const SampleHome&) = delete;
     ~SampleHome();
@@ -19,15 +20,18 @@ public:
     /// What a program needs in its environment to live in this home.
     [[nodiscard]] std::map<std::string, std::string> environment() const;
 
-    /// Every file of the calendars, by its path below them, and what is in it.
-    [[nodiscard]] std::map<std::string, std::string> calendarFiles() const;
+    /// Every file of the user's data, by its path in their folder, and what is in it.
+    [[nodiscard]] std::map<std::string, std::string> files() const;
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
 private:
-    [[nodiscard]] std::filesystem::path calendars() const;
+    [[nodiscard]] std::filesystem::path data() const;
     void write(const std::string& name, const std::string& content) const;
-    void fill() const;
+    void fillCalendars() const;
+    void fillReminders() const;
+    void fillContacts() const;
+    void copy(const std::string& samples) const;
 
     std::filesystem::path path_;
 };

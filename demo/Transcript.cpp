@@ -2,12 +2,8 @@
 
 #include <unistd.h>
 
-#include <array>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <iostream>
-#include <sstream>
 
 namespace velmiro::demo {
 
@@ -32,36 +28,6 @@ Look lookOf(Transcript::Speaker speaker) {
         break;
     }
     return {"user", "35"};
-}
-
-std::string textOf(const MCPStdio::JSONValue& record, const char* name) {
-    const auto* member = record[name];
-    return std::string{member == nullptr ? "" : member->stringValue().value_or("")};
-}
-
-/// 2026-10-14T15:00:00+02:00 as "Wed 14 Oct"
-std::string shortDay(const std::string& date) {
-    static constexpr std::array<const char*, 7> weekdays{"Sun", "Mon", "Tue", "Wed",
-                                                         "Thu", "Fri", "Sat"};
-    static constexpr std::array<const char*, 12> months{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    const std::chrono::year_month_day day{
-        std::chrono::year{std::atoi(date.substr(0, 4).c_str())},
-        std::chrono::month{static_cast<unsigned>(std::atoi(date.substr(5, 2).c_str()))},
-        std::chrono::day{static_cast<unsigned>(std::atoi(date.substr(8, 2).c_str()))}};
-    if (!day.ok()) {
-        return date;
-    }
-    const std::chrono::weekday weekday{std::chrono::sys_days{day}};
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%s %2u %s", weekdays.at(weekday.c_encoding()),
-                  static_cast<unsigned>(day.day()),
-                  months.at(static_cast<unsigned>(day.month()) - 1));
-    return text.data();
-}
-
-std::string clockOf(const std::string& date) {
-    return date.size() < 16 ? date : date.substr(11, 5);
 }
 
 } // namespace
@@ -106,30 +72,6 @@ std::string Transcript::lines(Speaker speaker, std::string_view text) const {
         }
     }
     return indented;
-}
-
-std::string agenda(const MCPStdio::JSONValue& events) {
-    const auto records = events.arrayValue();
-    if (!records || records->empty()) {
-        return "(nothing)";
-    }
-    std::string text;
-    for (const auto& record : *records) {
-        const std::string start = textOf(record, "start");
-        const auto* allDay = record["all_day"];
-        const bool isAllDay = allDay != nullptr && allDay->boolValue().value_or(false);
-        text += text.empty() ? "" : "\n";
-        text += shortDay(start) + "  " +
-                (isAllDay ? "all day    " : clockOf(start) + "–" + clockOf(textOf(record, "end"))) +
-                "  " + textOf(record, "title") + "  [" + textOf(record, "calendar") + ']';
-        for (const char* detail : {"location", "notes"}) {
-            std::istringstream lines{textOf(record, detail)};
-            for (std::string line; std::getline(lines, line);) {
-                text += "\n                         " + line;
-            }
-        }
-    }
-    return text;
 }
 
 } // namespace velmiro::demo

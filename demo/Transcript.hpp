@@ -1,7 +1,5 @@
 #pragma once
 
-#include "MCPStdio/JSONValue.hpp"
-
 #include <string>
 #include <string_view>
 
@@ -29,8 +27,5 @@ private:
 
     bool hasColour_;
 };
-
-/// The records of a calendar_list_events reply, a line or two each.
-std::string agenda(const MCPStdio::JSONValue& events);
 
 } // namespace velmiro::demo

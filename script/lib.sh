@@ -8,6 +8,7 @@ cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
 # Where our C++ lies.
 cpp_folders=(MCPStdio velmiro_mcp approval_host examples demo tests bench)
 end_to_end=tests/end_to_end
+osascript=osascript
 
 say() { printf '%s\n' "$*" >&2; }
 die() {
@@ -20,13 +21,15 @@ die() {
 packages_for() {
     local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
     local clang='clang-19 libclang-rt-19-dev'
-    local test="$build $clang libgtest-dev libgmock-dev khal todoman nodejs npm ca-certificates"
-    local lint="$build $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
+    local run="$build nodejs npm ca-certificates"
+    local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 strace"
+    test+=' bsdutils'
+    local lint="$run $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
     local bench="$build nlohmann-json3-dev rapidjson-dev libsimdjson-dev"
     case $1 in
-    build | test | lint | bench) echo "${!1}" ;;
+    build | run | test | lint | bench) echo "${!1}" ;;
     all) echo "$test $lint $bench" ;;
-    *) die "unknown purpose '$1': build, test, lint, bench or all" ;;
+    *) die "unknown purpose '$1': build, run, test, lint, bench or all" ;;
     esac
 }
 
@@ -103,17 +106,24 @@ build_preset() {
     ) 9>"build/$1.lock" </dev/null
 }
 
-# What the end-to-end tests take from npm, once for each state of the lock file. No install hooks:
-# nothing here needs one. The clients need a newer Node.js than Debian's: it is one of the packages.
+# What a folder takes from npm, once for each state of its lock file: install_npm_packages FOLDER
+# [production]. No install hooks: nothing here needs one.
 install_npm_packages() {
-    local stamp
-    stamp=$end_to_end/node_modules/.installed-$(sha256sum <$end_to_end/package-lock.json | cut -c1-16)
-    [[ ! -e $stamp ]] || return 0
-    say "installing the packages of $end_to_end"
+    local folder=$1 which=${2:-all} state
+    local -a options=(--ignore-scripts --no-audit --no-fund --loglevel=error)
+    state=$folder/node_modules/.installed-$(sha256sum <"$folder/package-lock.json" | cut -c1-16)
+    [[ ! -e $state-all && ! -e $state-$which ]] || return 0
+    [[ $which == all ]] || options+=(--omit=dev)
+    say "installing the packages of $folder"
     # npm looks at the folder it runs in, and warns of the machine's Node.js being too old.
-    (cd $end_to_end && npm ci --ignore-scripts --no-audit --no-fund --loglevel=error) \
-        >&2 </dev/null || die "npm ci failed in $end_to_end"
-    touch "$stamp"
+    (cd "$folder" && npm ci "${options[@]}") >&2 </dev/null || die "npm ci failed in $folder"
+    touch "$state-$which"
+}
+
+# What running the server takes: the release build, and what its scripts run on.
+prepare_release() {
+    build_preset release
+    install_npm_packages $osascript production
 }
 
 # Every C++ file of ours, one a line.

@@ -11,7 +11,25 @@ char lowered(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-/// Joins folded lines in place: a line break that a blank follows goes, and the blank with it.
+/// Where a sign stands that no quotes enclose.
+std::size_t findUnquoted(std::string_view text, char wanted) {
+    bool quoted = false;
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        if (text[index] == '"') {
+            quoted = !quoted;
+        } else if (text[index] == wanted && !quoted) {
+            return index;
+        }
+    }
+    return std::string_view::npos;
+}
+
+} // namespace
+
+bool sameWord(std::string_view left, std::string_view right) {
+    return std::ranges::equal(left, right, {}, lowered, lowered);
+}
+
 void unfold(std::string& text) {
     std::size_t kept = 0;
     for (std::size_t index = 0; index < text.size(); ++index) {
@@ -27,25 +45,6 @@ void unfold(std::string& text) {
         ++index;
     }
     text.resize(kept);
-}
-
-/// Where the colon before the value is: the first that no quotes enclose.
-std::size_t findValue(std::string_view line) {
-    bool quoted = false;
-    for (std::size_t index = 0; index < line.size(); ++index) {
-        if (line[index] == '"') {
-            quoted = !quoted;
-        } else if (line[index] == ':' && !quoted) {
-            return index;
-        }
-    }
-    return std::string_view::npos;
-}
-
-} // namespace
-
-bool sameWord(std::string_view left, std::string_view right) {
-    return std::ranges::equal(left, right, {}, lowered, lowered);
 }
 
 std::string unfoldedText(std::string bytes) {
@@ -65,27 +64,23 @@ bool ContentLine::is(std::string_view wanted) const {
     return sameWord(name, wanted);
 }
 
+Parameter takeParameter(std::string_view& parameters) {
+    parameters.remove_prefix(1);
+    const auto whole = parameters.substr(0, findUnquoted(parameters, ';'));
+    parameters.remove_prefix(whole.size());
+    const auto name = whole.substr(0, whole.find('='));
+    const auto contents = whole.substr(std::min(name.size() + 1, whole.size()));
+    const auto content = contents.starts_with('"') ? contents.substr(1, contents.find('"', 1) - 1)
+                                                   : contents.substr(0, contents.find(','));
+    return {name, content};
+}
+
 std::string_view ContentLine::parameter(std::string_view wanted) const {
-    std::string_view rest = parameters;
-    while (rest.starts_with(';')) {
-        rest.remove_prefix(1);
-        const auto nameEnd = rest.find_first_of("=;");
-        const auto found = rest.substr(0, nameEnd);
-        rest.remove_prefix(found.size());
-        std::string_view content;
-        if (rest.starts_with("=\"")) {
-            rest.remove_prefix(2);
-            content = rest.substr(0, rest.find('"'));
-            rest.remove_prefix(std::min(content.size() + 1, rest.size()));
-        } else if (rest.starts_with('=')) {
-            rest.remove_prefix(1);
-            content = rest.substr(0, rest.find_first_of(",;"));
-            rest.remove_prefix(content.size());
+    for (std::string_view rest = parameters; !rest.empty();) {
+        const Parameter found = takeParameter(rest);
+        if (sameWord(found.name, wanted)) {
+            return found.content;
         }
-        if (sameWord(found, wanted)) {
-            return content;
-        }
-        rest.remove_prefix(std::min(rest.find(';'), rest.size()));
     }
     return {};
 }
@@ -96,7 +91,7 @@ ContentLine takeLine(std::string_view& text) {
     if (line.ends_with('\r')) {
         line.remove_suffix(1);
     }
-    const auto colon = findValue(line);
+    const auto colon = findUnquoted(line, ':');
     if (colon == std::string_view::npos) {
         return {};
     }

@@ -3,8 +3,11 @@
 #include <string>
 #include <string_view>
 
-/// The lines of a calendar file (RFC 5545, 3.1).
+/// The lines of a calendar file (RFC 5545, 3.1), and those of a card, which look the same.
 namespace velmiro::local {
+
+/// Joins folded lines in place: a line break that a blank follows goes, and the blank with it.
+void unfold(std::string& text);
 
 /// The bytes of a file as text: folded lines joined, valid UTF-8, without a byte order mark. A NUL
 /// becomes U+FFFD like any byte that is no text; other control characters stay.
@@ -22,6 +25,15 @@ struct ContentLine {
     /// The first value of a parameter, without its quotes; empty when there is none.
     [[nodiscard]] std::string_view parameter(std::string_view wanted) const;
 };
+
+struct Parameter {
+    std::string_view name;
+    std::string_view content; ///< the first value, without its quotes; empty when there is none
+};
+
+/// Takes the first of a line's parameters from the front of those that are left, which are some and
+/// begin with the semicolon before it.
+Parameter takeParameter(std::string_view& parameters);
 
 /// Takes the next line from the front of an unfolded text; a line that is not of the form above
 /// has no name.

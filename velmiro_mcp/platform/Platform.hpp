@@ -178,4 +178,43 @@ pid_t startProgram(const std::string& path, std::vector<std::string> arguments, 
 /// closed by the caller. Negative when none can be had.
 int openExitDescriptor(pid_t child) noexcept;
 
+/// How far the user lets this program into the contacts. The values are the platform's own numbers.
+enum class ContactsAuthorizationStatus {
+    notDetermined = 0,
+    restricted = 1,
+    denied = 2,
+    authorized = 3,
+    limited = 4,
+};
+
+/// A person or a company of the address book. A text that is not there is empty.
+struct Contact {
+    std::string identifier;
+    std::string givenName;
+    std::string familyName;
+    std::string organization;
+    std::vector<std::string> emails; ///< in the contact's order, like the numbers
+    std::vector<std::string> phones;
+};
+
+/// The user's address book. Each call of a tool opens one of its own and uses it on one thread at a
+/// time, which an operation may block.
+class ContactStore {
+public:
+    ContactStore() = default;
+    ContactStore(const ContactStore&) = delete;
+    ContactStore& operator=(const ContactStore&) = delete;
+    virtual ~ContactStore() = default;
+
+    /// The contacts whose name the platform finds in `query`, in the store's own order; each person
+    /// once. Throws PlatformError when the address book cannot be read.
+    virtual std::vector<Contact> contactsMatchingName(const std::string& query) = 0;
+};
+
+/// Asks the platform, never the user. May block the thread.
+ContactsAuthorizationStatus contactsAuthorizationStatus();
+
+/// The address book of the user who runs the program. Opening it touches nothing yet.
+std::unique_ptr<ContactStore> openContactStore();
+
 } // namespace velmiro

@@ -1,4 +1,4 @@
-# The local platform: calendar folders on disk, whose values libical reads; text and dates with ICU.
+# The local platform: calendar folders on disk, whose values libical reads, and cards; text with ICU.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ICAL REQUIRED IMPORTED_TARGET libical>=3.0.16)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
@@ -9,6 +9,7 @@ set(PLATFORM_FILES
     platform/local/CalendarValues.cpp
     platform/local/ComponentLines.cpp
     platform/local/Components.cpp
+    platform/local/ContactFolders.cpp
     platform/local/ContentLines.cpp
     platform/local/DescribedZone.cpp
     platform/local/EventText.cpp
@@ -21,11 +22,13 @@ set(PLATFORM_FILES
     platform/local/HiddenFiles.cpp
     platform/local/ICUZones.cpp
     platform/local/Libical.cpp
+    platform/local/LocalContactStore.cpp
     platform/local/LocalDateText.cpp
     platform/local/LocalEventDatabase.cpp
     platform/local/LocalFolders.cpp
     platform/local/LocalText.cpp
     platform/local/Locale.cpp
+    platform/local/NameQuery.cpp
     platform/local/NewItemText.cpp
     platform/local/NextReminder.cpp
     platform/local/OSAScriptPath.cpp
@@ -42,7 +45,11 @@ set(PLATFORM_FILES
     platform/local/StoredReminder.cpp
     platform/local/SystemZone.cpp
     platform/local/TextLines.cpp
+    platform/local/UnicodeText.cpp
     platform/local/UserClock.cpp
+    platform/local/VCard.cpp
+    platform/local/VCardLines.cpp
+    platform/local/VCards.cpp
     platform/local/Vdir.cpp
     platform/local/Zone.cpp
     platform/local/ZoneCatalogue.cpp

@@ -100,6 +100,10 @@ bool isFolder(const std::string& path) {
     return stat(path.c_str(), &about) == 0 && S_ISDIR(about.st_mode);
 }
 
+bool isReadableFolder(const std::string& path) {
+    return isFolder(path) && faccessat(AT_FDCWD, path.c_str(), R_OK | X_OK, AT_EACCESS) == 0;
+}
+
 bool isWritableFolder(const std::string& path) {
     return isFolder(path) && faccessat(AT_FDCWD, path.c_str(), R_OK | W_OK | X_OK, AT_EACCESS) == 0;
 }

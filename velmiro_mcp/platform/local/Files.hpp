@@ -55,12 +55,15 @@ std::optional<std::string> readRegularFile(const FileDescriptor& folder, const s
                                            std::size_t largest);
 
 /// The names in a folder, byte by byte in order, without those that begin with a dot; nothing when
-/// the folder cannot be read.
+/// the folder cannot be read (`errno` says why).
 std::optional<std::vector<std::string>> visibleNames(const std::string& folder);
 
 bool isFolder(const std::string& path);
 
-/// Whether this process may read, write and enter the folder.
+/// Whether this process may read and enter the folder.
+bool isReadableFolder(const std::string& path);
+
+/// Whether it may write there as well.
 bool isWritableFolder(const std::string& path);
 
 /// Makes a folder that only the user can enter, and those above it that are missing, and has them

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <tuple>
+#include <unistd.h>
 
 namespace velmiro::local {
 namespace {
@@ -81,6 +82,14 @@ void TemporaryHome::write(const std::string& calendar, const std::string& file,
     const std::string folder = calendars() + "/" + calendar;
     std::filesystem::create_directories(folder);
     writeFile(folder + "/" + file, contents);
+}
+
+Nobody::Nobody() : allowed_{geteuid() != 0 || seteuid(65'534) == 0} {}
+
+Nobody::~Nobody() {
+    if (getuid() == 0 && seteuid(0) != 0) {
+        ADD_FAILURE() << "still nobody";
+    }
 }
 
 void writeFile(const std::string& path, std::string_view contents) {

@@ -69,6 +69,20 @@ private:
     EnvironmentGuard home_{"HOME", folder_.path()};
 };
 
+/// Acts as a user without any rights for as long as it lives, where this process may.
+class Nobody {
+public:
+    Nobody();
+    Nobody(const Nobody&) = delete;
+    Nobody& operator=(const Nobody&) = delete;
+    ~Nobody();
+
+    [[nodiscard]] bool allowed() const { return allowed_; }
+
+private:
+    bool allowed_;
+};
+
 void writeFile(const std::string& path, std::string_view contents);
 std::string readFile(const std::string& path);
 

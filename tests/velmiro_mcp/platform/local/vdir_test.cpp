@@ -40,24 +40,6 @@ Texts septemberTitles() {
     return found;
 }
 
-/// Acts as a user without any rights for as long as it lives, where this process may.
-class Nobody {
-public:
-    Nobody() : allowed_{geteuid() != 0 || seteuid(65'534) == 0} {}
-    Nobody(const Nobody&) = delete;
-    Nobody& operator=(const Nobody&) = delete;
-    ~Nobody() {
-        if (getuid() == 0 && seteuid(0) != 0) {
-            ADD_FAILURE() << "still nobody";
-        }
-    }
-
-    [[nodiscard]] bool allowed() const { return allowed_; }
-
-private:
-    bool allowed_;
-};
-
 TEST(LocalCalendars, TheFolderIsMadeAtFirstUseWithOneCalendar) {
     const TemporaryHome home;
     EXPECT_EQ(openEventDatabase()->authorizationStatus(EntityType::event),

@@ -1,0 +1,61 @@
+#include "velmiro_mcp/platform/Platform.hpp"
+
+#include "velmiro_mcp/platform/local/ContactFolders.hpp"
+#include "velmiro_mcp/platform/local/LocalFolders.hpp"
+
+#include <algorithm>
+#include <semaphore>
+#include <thread>
+
+namespace velmiro {
+namespace {
+
+using namespace local;
+
+/// What the files say, for all stores of this process; never destroyed.
+ContactCache& sharedCache() {
+    constexpr std::size_t mostMemory = 256UL << 20;
+    static auto* const cache = new ContactCache{mostMemory};
+    return *cache;
+}
+
+/// A search keeps one processor busy. More of them at once than there are processors would all
+/// take longer, and leave less to everything else.
+class Turn {
+public:
+    Turn() { turns().acquire(); }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() { turns().release(); }
+
+private:
+    static std::counting_semaphore<>& turns() {
+        static auto* const all = new std::counting_semaphore<>{
+            std::max<std::ptrdiff_t>(std::thread::hardware_concurrency(), 1)};
+        return *all;
+    }
+};
+
+/// Files of cards. What a folder holds is looked up anew each time; see ParseCache for the files.
+class LocalContactStore final : public ContactStore {
+public:
+    std::vector<Contact> contactsMatchingName(const std::string& query) override {
+        const NameQuery asked{query};
+        const Turn turn;
+        return ContactFolders{dataFolder("Contacts"), sharedCache()}.matching(asked);
+    }
+};
+
+} // namespace
+
+ContactsAuthorizationStatus contactsAuthorizationStatus() {
+    return ContactFolders{dataFolder("Contacts"), sharedCache()}.isReadable()
+               ? ContactsAuthorizationStatus::authorized
+               : ContactsAuthorizationStatus::denied;
+}
+
+std::unique_ptr<ContactStore> openContactStore() {
+    return std::make_unique<LocalContactStore>();
+}
+
+} // namespace velmiro

@@ -32,8 +32,11 @@ const Group& group(Kind kind) {
         static const Group reminders = remindersTools(EventStore::shared(), askTheUser);
         return reminders;
     }
-    case Kind::contacts:
-        break;
+    case Kind::contacts: {
+        static const Group contacts =
+            contactsTools({contactsAuthorizationStatus, openContactStore});
+        return contacts;
+    }
     case Kind::notes: {
         static const Group notes = notesTools(runScript, askTheUser);
         return notes;

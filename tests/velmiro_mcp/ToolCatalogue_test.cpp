@@ -21,14 +21,15 @@ using Names = std::vector<std::string>;
 TEST(ToolCatalogue, HasEveryToolWhenAllKindsAreOn) {
     EXPECT_EQ(names({allCases.begin(), allCases.end()}),
               (Names{"calendar_list_events", "calendar_create_event", "reminders_list",
-                     "reminders_create", "reminders_complete", "notes_search", "notes_create",
-                     "mail_list", "mail_read", "mail_create_draft"}));
+                     "reminders_create", "reminders_complete", "contacts_search", "notes_search",
+                     "notes_create", "mail_list", "mail_read", "mail_create_draft"}));
 }
 
 TEST(ToolCatalogue, HasTheToolsOfTheKindsThatAreOn) {
     EXPECT_EQ(names({Kind::mail, Kind::calendar}),
               (Names{"calendar_list_events", "calendar_create_event", "mail_list", "mail_read",
                      "mail_create_draft"}));
+    EXPECT_EQ(names({Kind::contacts}), Names{"contacts_search"});
     EXPECT_EQ(names({Kind::notes}), (Names{"notes_search", "notes_create"}));
     EXPECT_EQ(names({}), Names{});
 }

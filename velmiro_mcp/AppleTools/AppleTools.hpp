@@ -3,7 +3,10 @@
 #include "MCPStdio/MCPTool.hpp"
 #include "velmiro_mcp/Approval.hpp"
 #include "velmiro_mcp/ScriptRunner.hpp"
+#include "velmiro_mcp/platform/Platform.hpp"
 
+#include <functional>
+#include <memory>
 #include <vector>
 
 /// The tools, one group for each kind of data, in the order in which they are listed.
@@ -16,6 +19,16 @@ std::vector<MCPStdio::MCPTool> calendarTools(EventStore& store, const Ask& ask);
 
 /// `reminders_list`, `reminders_create` and `reminders_complete`. The store must outlive them.
 std::vector<MCPStdio::MCPTool> remindersTools(EventStore& store, const Ask& ask);
+
+/// What the contacts tools ask of the platform: both are called anew by every call of a tool, on
+/// any thread, many at once.
+struct ContactsPlatform {
+    std::function<ContactsAuthorizationStatus()> authorizationStatus;
+    std::function<std::unique_ptr<ContactStore>()> openStore;
+};
+
+/// `contacts_search`.
+std::vector<MCPStdio::MCPTool> contactsTools(const ContactsPlatform& platform);
 
 /// `notes_search` and `notes_create`.
 std::vector<MCPStdio::MCPTool> notesTools(const RunScript& run, const Ask& ask);

@@ -17,7 +17,8 @@ die() {
 }
 
 # What each purpose needs, by the names Debian 12 gives. Its versions are the ones we support:
-# g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint; khal 0.10.5.
+# g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint; khal 0.10.5,
+# todoman 4.1.0, khard 0.18.0; Node.js 18.
 packages_for() {
     local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
     local clang='clang-19 libclang-rt-19-dev'
@@ -25,7 +26,7 @@ packages_for() {
     local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 strace"
     test+=' bsdutils'
     local lint="$run $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
-    local bench="$build nlohmann-json3-dev rapidjson-dev libsimdjson-dev"
+    local bench="$build nlohmann-json3-dev rapidjson-dev libsimdjson-dev khard"
     case $1 in
     build | run | test | lint | bench) echo "${!1}" ;;
     all) echo "$test $lint $bench" ;;

@@ -90,6 +90,14 @@ const catalogue = {
             inputSchema: schema({ id: text }, ['id']),
         },
     ],
+    contacts: [
+        {
+            name: 'contacts_search',
+            description: "Find people in the user's contacts by name.",
+            annotations: reads,
+            inputSchema: schema({ query: text, limit: { type: 'integer', minimum: 1, maximum: 50 } }, ['query']),
+        },
+    ],
 };
 
 /**

@@ -4,9 +4,11 @@
 #include "velmiro_mcp/platform/local/Vdir.hpp"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -73,15 +75,18 @@ int putBack(const Place& place, Version placed, Version foreign) {
     }
 }
 
-/// Zero, or EBUSY when somebody else keeps the folder locked for seconds.
-int lockFolder(const FileDescriptor& folder) {
-    constexpr int tries = 2'000;
-    constexpr useconds_t pause = 1'000;
-    for (int attempt = 0; flock(folder.number(), LOCK_EX | LOCK_NB) != 0; ++attempt) {
-        if (errno != EWOULDBLOCK || attempt == tries) {
-            return errno == EWOULDBLOCK ? EBUSY : 0; // no locks on this file system: go without
+/// Zero, or EBUSY when somebody else keeps the folder locked for longer than `patience`.
+int lockFolder(const FileDescriptor& folder, std::chrono::milliseconds patience) {
+    constexpr std::chrono::milliseconds pause{1};
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (flock(folder.number(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK) {
+            return 0; // no locks on this file system: go without
         }
-        usleep(pause);
+        if (std::chrono::steady_clock::now() >= end) {
+            return EBUSY;
+        }
+        std::this_thread::sleep_for(pause);
     }
     return 0;
 }
@@ -117,7 +122,7 @@ int replaceByRename(const Place& place) {
 } // namespace
 
 int replaceFile(const std::string& path, std::string_view expected, std::string_view contents,
-                Replacing how) {
+                Replacing how, std::chrono::milliseconds patience) {
     const std::unique_ptr<char, decltype(&std::free)> resolved{realpath(path.c_str(), nullptr),
                                                                &std::free};
     if (!resolved) {
@@ -134,9 +139,6 @@ int replaceFile(const std::string& path, std::string_view expected, std::string_
     if (faccessat(folder.number(), name.c_str(), W_OK, AT_EACCESS) != 0) {
         return errno;
     }
-    if (const int error = lockFolder(folder)) {
-        return error;
-    }
     removeLeftovers(folder);
     const HiddenFile fresh{folder, contents, S_IRUSR | S_IWUSR};
     if (fresh.error() != 0) {
@@ -144,6 +146,10 @@ int replaceFile(const std::string& path, std::string_view expected, std::string_
     }
     if (fchmod(fresh.number(), about.st_mode & 07777) != 0) {
         return errno;
+    }
+    // Only now, for the disk has taken the new version already: nobody waits for that.
+    if (const int error = lockFolder(folder, patience)) {
+        return error;
     }
     if (readRegularFile(folder, name, largestItem) != expected) {
         return EAGAIN;

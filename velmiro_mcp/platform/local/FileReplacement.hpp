@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,10 @@ enum class Replacing {
     byRename, ///< where the file system cannot swap: what another program writes in the very moment
               ///< between the last look and the rename is lost
 };
+
+/// A busy disk may take seconds to write one change down: somebody who keeps a folder locked for
+/// longer than this has forgotten it.
+constexpr std::chrono::seconds folderPatience{30};
 
 /// Puts `contents` in the place of a file that holds `expected`: whole or not at all, to the disk,
 /// and never in the place of anything else. The mode of the file stays; where `path` is a symbolic
@@ -26,6 +31,6 @@ int replaceFile(const std::string& path, std::string_view expected, std::string_
 
 /// The same in one of the two ways only.
 int replaceFile(const std::string& path, std::string_view expected, std::string_view contents,
-                Replacing how);
+                Replacing how, std::chrono::milliseconds patience = folderPatience);
 
 } // namespace velmiro::local

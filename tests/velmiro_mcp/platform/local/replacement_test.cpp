@@ -11,7 +11,10 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
+#include <optional>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -21,6 +24,7 @@ namespace velmiro::local {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using Texts = std::vector<std::string>;
 
 class LocalFileReplacement : public testing::TestWithParam<Replacing> {
@@ -94,6 +98,29 @@ TEST_P(LocalFileReplacement, WhatDoesNotFitChangesNothing) {
     EXPECT_EQ(error, EFBIG);
     EXPECT_EQ(readFile(path("a.ics")), "old");
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
+}
+
+TEST_P(LocalFileReplacement, WaitsForWhoeverLocksTheFolderButNotForEver) {
+    writeFile(path("a.ics"), "old");
+    const auto holder = [this] {
+        FileDescriptor folder{open(folder_.path().c_str(), O_RDONLY | O_CLOEXEC)};
+        EXPECT_EQ(flock(folder.number(), LOCK_EX), 0);
+        return folder;
+    };
+    {
+        const FileDescriptor forgotten = holder();
+        EXPECT_EQ(replaceFile(path("a.ics"), "old", "new", GetParam(), 20ms), EBUSY);
+        EXPECT_EQ(readFile(path("a.ics")), "old");
+        EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
+    }
+    std::optional<FileDescriptor> busy{holder()};
+    std::thread soon{[&busy] {
+        std::this_thread::sleep_for(50ms);
+        busy.reset();
+    }};
+    EXPECT_EQ(replace("a.ics", "old", "new"), 0);
+    soon.join();
+    EXPECT_EQ(readFile(path("a.ics")), "new");
 }
 
 TEST_P(LocalFileReplacement, KilledAtAnyMomentLeavesTheOldFileOrTheNew) {

@@ -6,6 +6,7 @@ const date = {
         "Date or date-time: 2026-10-14, 2026-10-14T15:00 (this Mac's time zone) or ISO 8601 with an offset.",
 };
 const text = { type: 'string' };
+const texts = { type: 'array', items: text };
 
 /** @param {Record<string, object>} properties @param {string[]} required */
 const schema = (properties, required = []) => ({
@@ -96,6 +97,45 @@ const catalogue = {
             description: "Find people in the user's contacts by name.",
             annotations: reads,
             inputSchema: schema({ query: text, limit: { type: 'integer', minimum: 1, maximum: 50 } }, ['query']),
+        },
+    ],
+    notes: [
+        {
+            name: 'notes_search',
+            description: 'Find notes in Apple Notes whose title or text contains the query.',
+            annotations: reads,
+            inputSchema: schema({ query: text, limit: { type: 'integer', minimum: 1, maximum: 30 } }, ['query']),
+        },
+        {
+            name: 'notes_create',
+            description: 'Create a note in Apple Notes. The user is asked to allow it first.',
+            annotations: changes,
+            inputSchema: schema({ title: text, body: text, folder: text }, ['title', 'body']),
+        },
+    ],
+    mail: [
+        {
+            name: 'mail_list',
+            description: 'List recent messages in the Mail inbox (newest first).',
+            annotations: reads,
+            inputSchema: schema({
+                days: { type: 'integer', minimum: 1, maximum: 31 },
+                limit: { type: 'integer', minimum: 1, maximum: 100 },
+                unread_only: { type: 'boolean' },
+            }),
+        },
+        {
+            name: 'mail_read',
+            description: 'Read one inbox message (id from mail_list).',
+            annotations: reads,
+            inputSchema: schema({ id: { type: 'integer' } }, ['id']),
+        },
+        {
+            name: 'mail_create_draft',
+            description:
+                'Save a message as a draft in Mail. It is never sent. The user is asked to allow it first.',
+            annotations: changes,
+            inputSchema: schema({ to: texts, cc: texts, subject: text, body: text }, ['to', 'subject', 'body']),
         },
     ],
 };

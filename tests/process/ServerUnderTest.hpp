@@ -23,6 +23,16 @@ inline ChildProcess::Options serverIn(const TemporaryFolder& home) {
     return options;
 }
 
+/// The same file under another name, so that a program finds itself in another folder.
+inline void install(const std::filesystem::path& program, const std::filesystem::path& as) {
+    std::filesystem::create_directories(as.parent_path());
+    std::error_code otherDisk;
+    std::filesystem::create_hard_link(program, as, otherDisk);
+    if (otherDisk) {
+        std::filesystem::copy_file(program, as);
+    }
+}
+
 inline std::filesystem::path calendarsIn(const TemporaryFolder& home) {
     return home.path() / "Library/Application Support/Velmiro/Calendars";
 }

@@ -18,16 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The same file under another name, so that a program finds itself in another folder.
-void install(const fs::path& program, const fs::path& as) {
-    fs::create_directories(as.parent_path());
-    std::error_code otherDisk;
-    fs::create_hard_link(program, as, otherDisk);
-    if (otherDisk) {
-        fs::copy_file(program, as);
-    }
-}
-
 /// What a tool answered: its text, and whether that reports a failure.
 struct Answer {
     int id = 0;

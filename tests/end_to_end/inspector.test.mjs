@@ -7,6 +7,7 @@ import { text } from 'node:stream/consumers';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { tools } from './support/catalogue.mjs';
+import { changes, denial, failures, furnish, payloadOf, readings } from './support/calls.mjs';
 import { binary, Home } from './support/home.mjs';
 
 const deadline = { timeout: 60_000 };
@@ -16,9 +17,10 @@ const toolFailed = 5;
 
 /** @param {Home} home @param {string[]} rest */
 async function inspect(home, ...rest) {
+    const variables = Object.entries(home.environment).flatMap(([name, value]) => ['-e', `${name}=${value}`]);
     const inspector = spawn(
         program,
-        ['--cli', binary('velmiro_mcp'), '-e', `TZ=${home.environment.TZ}`, '--format', 'json', ...rest],
+        ['--cli', binary('velmiro_mcp'), ...variables, '--format', 'json', ...rest],
         { env: { ...process.env, ...home.environment }, stdio: ['ignore', 'pipe', 'pipe'] },
     );
     const [output, errors, [status]] = await Promise.all([
@@ -39,38 +41,58 @@ test('the Inspector lists the tools and finds no fault in them', deadline, async
     assert.deepEqual(result.tools, tools());
 });
 
-test('the Inspector creates an event and lists it', deadline, async (t) => {
+/** Does something with each of a list, two at a time: a call is a process of seconds. */
+async function inPairs(list, work) {
+    const rest = [...list];
+    const worker = async () => {
+        for (let one = rest.shift(); one; one = rest.shift()) await work(one);
+    };
+    await Promise.all([worker(), worker()]);
+}
+
+test('the Inspector reads with every tool', deadline, async (t) => {
     const home = await Home.make(t);
-    await home.startHost('--yes');
-    const created = await call(home, 'calendar_create_event', {
-        title: 'Tea',
-        start: '2026-10-14',
-        all_day: true,
+    await furnish(home);
+    await inPairs(readings, async ({ name, given, payload }) => {
+        const { status, errors, result } = await call(home, name, given);
+        assert.equal(status, 0, errors);
+        assert.equal(result.isError, false);
+        assert.deepEqual(payloadOf(result, payload), payload);
     });
-    assert.equal(created.status, 0, created.errors);
-    const listed = await call(home, 'calendar_list_events', { start: '2026-10-14' });
-    assert.equal(listed.status, 0, listed.errors);
-    const { events } = JSON.parse(listed.result.content[0].text);
-    assert.deepEqual(events, [
-        {
-            id: JSON.parse(created.result.content[0].text).id,
-            title: 'Tea',
-            start: '2026-10-14T00:00:00+02:00',
-            end: '2026-10-15T00:00:00+02:00',
-            all_day: true,
-            calendar: 'Calendar',
-        },
-    ]);
 });
 
-test('the Inspector takes a no and a wrong argument as failures of the tool', deadline, async (t) => {
+test('the Inspector changes something with every tool that does', deadline, async (t) => {
+    const home = await Home.make(t);
+    await furnish(home);
+    const host = await home.startHost('--yes');
+    const asked = [];
+    await inPairs(changes, async ({ name, given, payload }) => {
+        const { status, errors, result } = await call(home, name, given);
+        assert.equal(status, 0, errors);
+        assert.deepEqual(payloadOf(result, payload), payload);
+        asked.push(await host.next());
+    });
+    assert.deepEqual(asked.sort(), changes.map(({ name, summary }) => `allowed ${name}: ${summary}`).sort());
+});
+
+test('the Inspector takes what every tool says of a mistake as its failure', deadline, async (t) => {
+    const home = await Home.make(t);
+    await furnish(home);
+    await home.startHost('--yes');
+    const before = await home.snapshot();
+    await inPairs(failures, async ({ name, given, error }) => {
+        const { status, result } = await call(home, name, given);
+        assert.equal(status, toolFailed, name);
+        assert.deepEqual([result.isError, result.content], [true, [{ type: 'text', text: error }]]);
+    });
+    assert.deepEqual(await home.snapshot(), before);
+});
+
+test('the Inspector takes a no as a failure of the tool', deadline, async (t) => {
     const home = await Home.make(t);
     await home.startHost('--no');
-    const refused = await call(home, 'calendar_create_event', { title: 'Tea', start: '2026-10-14' });
-    assert.equal(refused.status, toolFailed);
-    assert.equal(refused.result.isError, true);
-    assert.match(refused.result.content[0].text, /^The user did not allow this \(Tea — /);
-    const wrong = await call(home, 'calendar_list_events', { days: 99 });
-    assert.equal(wrong.status, toolFailed);
-    assert.equal(wrong.result.content[0].text, '‘days’ must be a whole number from 1 to 62');
+    const [{ name, given, summary }] = changes;
+    const { status, result } = await call(home, name, given);
+    assert.equal(status, toolFailed);
+    assert.deepEqual([result.isError, result.content], [true, [{ type: 'text', text: denial(summary) }]]);
 });

@@ -3,10 +3,21 @@
 import assert from 'node:assert/strict';
 import { describe, test } from 'node:test';
 import { identity, instructions, tools } from './support/catalogue.mjs';
+import { changes, denial, failures, furnish, payloadOf, readings } from './support/calls.mjs';
 import { clients, Session } from './support/clients.mjs';
 import { Home } from './support/home.mjs';
 
-const deadline = { timeout: 30_000 };
+/** For all that is done with one client. */
+const deadline = { timeout: 120_000 };
+
+test('the table of calls has every tool', () => {
+    const names = tools().map((tool) => tool.name);
+    assert.deepEqual([...readings, ...changes].map((call) => call.name).sort(), [...names].sort());
+    assert.deepEqual(failures.map((call) => call.name), names);
+    for (const { name, annotations } of tools()) {
+        assert.equal(readings.some((call) => call.name === name), annotations.readOnlyHint, name);
+    }
+});
 
 for (const which of clients) {
     describe(`with ${which.name}`, deadline, () => {
@@ -65,33 +76,6 @@ for (const which of clients) {
             ]);
         });
 
-        test('nothing changes after a no', async (t) => {
-            const home = await Home.make(t);
-            await home.write('Calendars/work/displayname', 'Work\n');
-            await home.write('Calendars/work/broken.ics', 'BEGIN:VCALENDAR\r\nBEGIN:VEV');
-            const host = await home.startHost('--no');
-            const session = await Session.open(which, home);
-            const before = await home.calendarFiles();
-            assert.equal(before.size, 2);
-
-            const result = await session.call('calendar_create_event', {
-                title: 'Party',
-                start: '2026-10-14',
-                all_day: true,
-            });
-            const question = await host.next();
-            assert.match(question, /^refused calendar_create_event: Party — .*14.*2026$/);
-            const summary = question.replace('refused calendar_create_event: ', '');
-            assert.equal(result.isError, true);
-            assert.deepEqual(result.content, [
-                {
-                    type: 'text',
-                    text: `The user did not allow this (${summary}). Do not retry unless the user asks.`,
-                },
-            ]);
-            assert.deepEqual(await home.calendarFiles(), before);
-        });
-
         test('nobody who answers is a no', async (t) => {
             const home = await Home.make(t);
             const session = await Session.open(which, home);
@@ -103,22 +87,64 @@ for (const which of clients) {
             assert.match(result.content[0].text, /^The user did not allow this \(Party — /);
         });
 
-        test('wrong arguments are a result that says what is wrong', async (t) => {
-            const session = await Session.open(which, await Home.make(t));
-            const cases = [
-                ['calendar_list_events', { days: 63 }, '‘days’ must be a whole number from 1 to 62'],
-                [
-                    'calendar_list_events',
-                    { start: '14.10.2026' },
-                    '‘start’ is not a date: use 2026-10-14, 2026-10-14T15:00 or ISO 8601 with an offset',
-                ],
-                ['calendar_create_event', { start: '2026-10-14' }, '‘title’ is required'],
-                ['calendar_list_events', { calendar: 'Nope' }, 'no calendar named ‘Nope’. Known: Calendar'],
-            ];
-            for (const [name, given, text] of cases) {
+        test('every tool gives what is in the home', async (t) => {
+            const home = await Home.make(t);
+            await furnish(home);
+            const before = await home.snapshot();
+            const session = await Session.open(which, home);
+            await Promise.all(
+                readings.map(async ({ name, given, payload }) => {
+                    const result = await session.call(name, given);
+                    assert.equal(result.isError, false, name);
+                    assert.deepEqual(payloadOf(result, payload), payload, name);
+                }),
+            );
+            assert.deepEqual(await home.snapshot(), before);
+        });
+
+        test('every tool that changes something does so after a yes', async (t) => {
+            const home = await Home.make(t);
+            await furnish(home);
+            const host = await home.startHost('--yes');
+            const session = await Session.open(which, home);
+            for (const { name, given, summary, payload } of changes) {
+                const before = await home.snapshot();
                 const result = await session.call(name, given);
-                assert.deepEqual([result.isError, result.content], [true, [{ type: 'text', text }]]);
+                assert.deepEqual(payloadOf(result, payload), payload, name);
+                assert.equal(result.isError, false);
+                assert.equal(await host.next(), `allowed ${name}: ${summary}`);
+                assert.notDeepEqual(await home.snapshot(), before, name);
             }
+        });
+
+        test('no tool changes anything after a no', async (t) => {
+            const home = await Home.make(t);
+            await furnish(home);
+            const host = await home.startHost('--no');
+            const session = await Session.open(which, home);
+            const before = await home.snapshot();
+            for (const { name, given, summary } of changes) {
+                const result = await session.call(name, given);
+                assert.equal(await host.next(), `refused ${name}: ${summary}`);
+                const content = [{ type: 'text', text: denial(summary) }];
+                assert.deepEqual([result.isError, result.content], [true, content]);
+            }
+            assert.deepEqual(await home.snapshot(), before);
+        });
+
+        test('every tool says what is wrong, and nothing changes', async (t) => {
+            const home = await Home.make(t);
+            await furnish(home);
+            await home.startHost('--yes');
+            const session = await Session.open(which, home);
+            const before = await home.snapshot();
+            await Promise.all(
+                failures.map(async ({ name, given, error }) => {
+                    const { isError, content } = await session.call(name, given);
+                    assert.deepEqual([isError, content], [true, [{ type: 'text', text: error }]], name);
+                }),
+            );
+            assert.deepEqual(await home.snapshot(), before);
         });
 
         test('an unknown tool and an unknown method are protocol errors', async (t) => {
@@ -184,6 +210,8 @@ for (const which of clients) {
                 ['calendar', ['calendar']],
                 [' mail , calendar ', ['calendar', 'mail']],
                 ['contacts', ['contacts']],
+                ['mail,notes,reminders', ['reminders', 'notes', 'mail']],
+                ['notes', ['notes']],
                 ['nonsense', []],
                 ['Calendar', []],
                 ['', []],

@@ -2,7 +2,7 @@
 
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
-import { mkdir, mkdtemp, readFile, readdir, rm, writeFile } from 'node:fs/promises';
+import { lstat, mkdir, mkdtemp, readFile, readdir, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { dirname, join, relative } from 'node:path';
 import { createInterface } from 'node:readline';
@@ -30,7 +30,7 @@ export class Home {
         this.calendars = join(this.velmiro, 'Calendars');
         /** What is done when the test ends, the last first. @type {(() => Promise<unknown>)[]} */
         this.endings = [];
-        this.environment = { HOME: path, TZ: 'Europe/Berlin' };
+        this.environment = { HOME: path, TZ: 'Europe/Berlin', LC_ALL: 'en_GB.UTF-8' };
     }
 
     /** @param {TestContext} test @returns {Promise<Home>} */
@@ -63,6 +63,31 @@ export class Home {
         files.sort();
         const contents = await Promise.all(files.map((file) => readFile(file, 'latin1')));
         return new Map(files.map((file, at) => [relative(this.calendars, file), contents[at]]));
+    }
+
+    /**
+     * Everything in a folder of the data, or in all of them, by its path: what it is, its bytes, and
+     * when and in which file they were written.
+     * @param {string} folder
+     * @returns {Promise<Map<string, {mode: bigint, inode: bigint, written: bigint, content: string}>>}
+     */
+    async snapshot(folder = '.') {
+        const root = join(this.velmiro, folder);
+        const entries = await readdir(root, { recursive: true });
+        const described = entries.sort().map(async (name) => {
+            const path = join(root, name);
+            const { mode, ino, mtimeNs } = await lstat(path, { bigint: true });
+            const content = (mode & 0o170000n) === 0o100000n ? await readFile(path, 'latin1') : '';
+            return [name, { mode, inode: ino, written: mtimeNs, content }];
+        });
+        return new Map(await Promise.all(described));
+    }
+
+    /** The paths of all files in a folder of the data. @param {string} folder */
+    async fileNames(folder) {
+        const entries = await readdir(join(this.velmiro, folder), { recursive: true, withFileTypes: true });
+        const files = entries.filter((entry) => !entry.isDirectory());
+        return files.map((entry) => relative(join(this.velmiro, folder), join(entry.parentPath, entry.name))).sort();
     }
 
     /**

@@ -7,7 +7,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 import { clients, Session } from './support/clients.mjs';
 import { Home } from './support/home.mjs';
-import { awkward, longest, textOf, tooLong } from './support/texts.mjs';
+import { assertSame, awkward, longest, textOf, tooLong } from './support/texts.mjs';
 
 const deadline = { timeout: 60_000 };
 
@@ -107,11 +107,11 @@ test('texts as long as Linux takes them arrive whole', deadline, async (t) => {
     const long = textOf(longest);
     assert.deepEqual(await create('Long', long), created);
     const path = join(home.velmiro, 'Notes/Notes/Long.md');
-    assert.equal(await readFile(path, 'utf8'), `# Long\n\n${long}\n`);
+    assertSame(await readFile(path, 'utf8'), `# Long\n\n${long}\n`);
     const title = textOf(100_000).replaceAll('\n', ' ');
     assert.deepEqual(await create(title, textOf(100_000)), created);
     const [first] = await search(title);
-    assert.equal(first.name, title);
+    assertSame(first.name, title);
     assert.deepEqual(names(await search(long)), ['Long']);
 });
 
@@ -137,7 +137,8 @@ test('notes created at once are all there, each whole', deadline, async (t) => {
     const contents = await Promise.all(
         (await home.fileNames('Notes')).map((file) => readFile(join(folder, file), 'utf8')),
     );
-    assert.deepEqual(contents.sort(), ['mine\n', ...bodies.map((body) => `# Same\n\n${body}\n`)].sort());
+    const expected = ['mine\n', ...bodies.map((body) => `# Same\n\n${body}\n`)];
+    assertSame(contents.sort().join(''), expected.sort().join(''));
 });
 
 test('what an editor writes is found by the next search, the latest first', deadline, async (t) => {

@@ -1,5 +1,7 @@
 // Texts that hurt who takes text for anything else, and texts of great length.
 
+import assert from 'node:assert/strict';
+
 /** Each in one line. */
 export const awkward = [
     `quotes ' " and backslashes \\ \\\\ \\n \\'`,
@@ -25,4 +27,17 @@ export function textOf(bytes) {
     const line = `"Zeile" 🍵 ist 'lang' — \u200fשלום\u200f, ${'漢字'} $x ${'{}'}\n`;
     const text = line.repeat(Math.floor(bytes / Buffer.byteLength(line)));
     return text + 'x'.repeat(bytes - Buffer.byteLength(text));
+}
+
+/**
+ * That long texts are equal; where they are not, says so in less time than a comparison of lines takes.
+ * @param {string} actual @param {string} expected
+ */
+export function assertSame(actual, expected) {
+    if (actual === expected) return;
+    let at = 0;
+    while (at < expected.length && actual[at] === expected[at]) at++;
+    const around = (text) => JSON.stringify(text.slice(Math.max(0, at - 20), at + 20));
+    const lengths = `${actual.length} characters, not ${expected.length}`;
+    assert.fail(`${lengths}, and other ones from ${at}: ${around(actual)}, not ${around(expected)}`);
 }

@@ -1,12 +1,17 @@
 #pragma once
 
-#include <optional>
+#include <cstddef>
 #include <string_view>
 
 namespace MCPStdio {
 
-/// The double nearest to a number written as JSON writes them, whatever the process's locale;
-/// nothing when it is too large for one. A number too small for one is zero.
-std::optional<double> readDecimal(std::string_view number);
+struct Decimal {
+    double value;       ///< infinite when it is too large for a double, zero when too small
+    std::size_t length; ///< how much of the text it takes; zero where there is none
+};
+
+/// The longest beginning of a text that is a decimal number, and the double nearest to it, whatever
+/// the process's locale.
+Decimal readDecimal(std::string_view text);
 
 } // namespace MCPStdio

@@ -4,7 +4,8 @@
 #include "MCPStdio/Decimal.hpp"
 #include "MCPStdio/UTF8.hpp"
 
-#include <span>
+#include <cmath>
+#include <cstdint>
 
 namespace MCPStdio {
 namespace {
@@ -15,38 +16,54 @@ constexpr bool isDigit(char character) noexcept {
 
 } // namespace
 
+void JSONReader::OpenElements::grow() {
+    std::unique_ptr<std::byte[]> larger{new std::byte[2 * capacity_ * sizeof(JSONValue)]};
+    auto* moved = reinterpret_cast<JSONValue*>(larger.get());
+    std::uninitialized_move_n(elements_, size_, moved);
+    far_ = std::move(larger);
+    elements_ = moved;
+    capacity_ *= 2;
+}
+
 JSONReader::JSONReader(std::string_view text) : text_{text} {}
 
 JSONValue JSONReader::read() {
-    JSONValue value = readValue(0);
+    readValue(0);
     skipSpace();
     if (at_ != text_.size()) {
         fail("unexpected text after the value");
     }
-    return value;
+    return std::move(open_.from(0).front());
 }
 
-JSONValue JSONReader::readValue(int depth) {
+void JSONReader::readValue(int depth) {
     skipSpace();
     switch (peek()) {
     case '{':
-        return readObject(depth + 1);
+        readObject(depth + 1);
+        break;
     case '[':
-        return readArray(depth + 1);
+        readArray(depth + 1);
+        break;
     case '"':
-        return readString();
+        readString();
+        break;
     case 't':
-        return readWord("true", true);
+        readWord("true", true);
+        break;
     case 'f':
-        return readWord("false", false);
+        readWord("false", false);
+        break;
     case 'n':
-        return readWord("null", nullptr);
+        readWord("null", nullptr);
+        break;
     default:
-        return readNumber();
+        readNumber();
+        break;
     }
 }
 
-JSONValue JSONReader::readArray(int depth) {
+void JSONReader::readArray(int depth) {
     if (depth > deepest) {
         fail("nested too deeply");
     }
@@ -54,21 +71,20 @@ JSONValue JSONReader::readArray(int depth) {
     const std::size_t first = open_.size();
     skipSpace();
     if (accept(']')) {
-        return JSONValue::array();
+        open_.push(JSONValue::array());
+        return;
     }
     do {
-        open_.push_back(readValue(depth));
+        readValue(depth);
         skipSpace();
     } while (accept(','));
     if (!accept(']')) {
         fail("expected , or ]");
     }
-    JSONValue made = JSONValue::arrayOf(std::span{open_}.subspan(first));
-    open_.resize(first);
-    return made;
+    open_.replace(first, JSONValue::arrayOf(open_.from(first)));
 }
 
-JSONValue JSONReader::readObject(int depth) {
+void JSONReader::readObject(int depth) {
     if (depth > deepest) {
         fail("nested too deeply");
     }
@@ -76,56 +92,50 @@ JSONValue JSONReader::readObject(int depth) {
     const std::size_t first = open_.size();
     skipSpace();
     if (accept('}')) {
-        return JSONValue::object();
+        open_.push(JSONValue::object());
+        return;
     }
     do {
         skipSpace();
         if (peek() != '"') {
             fail("expected a key");
         }
-        open_.push_back(readString());
+        readString();
         skipSpace();
         if (!accept(':')) {
             fail("expected :");
         }
-        open_.push_back(readValue(depth));
+        readValue(depth);
         skipSpace();
     } while (accept(','));
     if (!accept('}')) {
         fail("expected , or }");
     }
-    JSONValue made = JSONValue::objectOf(std::span{open_}.subspan(first));
-    open_.resize(first);
-    return made;
+    open_.replace(first, JSONValue::objectOf(open_.from(first)));
 }
 
-JSONValue JSONReader::readString() {
+void JSONReader::readString() {
     ++at_; // the opening quote
     const std::size_t begin = at_;
-    const auto isPlain = [](unsigned char byte) {
-        return byte >= 0x20 && byte != '"' && byte != '\\' && byte < 0x80;
-    };
-    at_ = findByte(text_, at_, [&](unsigned char byte) { return !isPlain(byte); });
-    if (peek() == '"' && at_ < text_.size()) {
-        JSONValue plain{text_.substr(begin, at_ - begin)};
-        ++at_;
-        return plain;
+    at_ = findByte(text_, at_,
+                   [](ByteWord word) { return markStringStop(word) | markNonASCII(word); });
+    if (peek() != '"') {
+        skipPlainText(begin);
+        if (peek() != '"') {
+            open_.push(unescape(begin));
+            return;
+        }
     }
-    const bool wellFormed = [&] {
-        at_ = findByte(text_, at_, [](unsigned char byte) {
-            return byte < 0x20 || byte == '"' || byte == '\\';
-        });
-        return isValidUTF8(text_.substr(begin, at_ - begin));
-    }();
-    if (!wellFormed) {
+    open_.push(text_.substr(begin, at_ - begin));
+    ++at_;
+}
+
+/// Goes on to the next quote, escape or control character. What lies `from` there on is UTF-8.
+void JSONReader::skipPlainText(std::size_t from) {
+    at_ = findByte(text_, at_, markStringStop);
+    if (!isValidUTF8(text_.substr(from, at_ - from))) {
         fail("ill-formed UTF-8 in a string");
     }
-    if (at_ < text_.size() && text_[at_] == '"') {
-        JSONValue whole{text_.substr(begin, at_ - begin)};
-        ++at_;
-        return whole;
-    }
-    return JSONValue{unescape(begin)};
 }
 
 /// The rest of a string from its first escape on; what lies before it begins at `begin`.
@@ -133,14 +143,8 @@ std::string_view JSONReader::unescape(std::size_t begin) {
     unescaped_.assign(text_.substr(begin, at_ - begin));
     while (true) {
         const std::size_t from = at_;
-        at_ = findByte(text_, at_, [](unsigned char byte) {
-            return byte < 0x20 || byte == '"' || byte == '\\';
-        });
-        const auto run = text_.substr(from, at_ - from);
-        if (!isValidUTF8(run)) {
-            fail("ill-formed UTF-8 in a string");
-        }
-        unescaped_.append(run);
+        skipPlainText(from);
+        unescaped_.append(text_.substr(from, at_ - from));
         if (accept('"')) {
             return unescaped_;
         }
@@ -216,51 +220,65 @@ unsigned JSONReader::readFourHexDigits() {
     return value;
 }
 
-JSONValue JSONReader::readNumber() {
+void JSONReader::readNumber() {
+    constexpr std::size_t mostExactDigits = 15;
     const std::size_t begin = at_;
-    accept('-');
-    if (peek() == '0') {
+    const bool negative = accept('-');
+    const std::size_t first = at_;
+    std::uint64_t whole = 0; // overflows where there are so many digits that it is not used
+    do {
+        requireDigit();
+        whole = whole * 10 + static_cast<unsigned char>(text_[at_] - '0');
         ++at_;
-    } else {
-        requireDigits();
+    } while (text_[first] != '0' && isDigit(peek()));
+    const bool isWhole = peek() != '.' && peek() != 'e' && peek() != 'E';
+    if (isWhole && at_ - first <= mostExactDigits) {
+        const auto number = static_cast<double>(whole);
+        open_.push(negative ? -number : number);
+        return;
     }
     if (accept('.')) {
-        requireDigits();
+        requireDigit();
     }
-    if (accept('e') || accept('E')) {
-        if (!accept('+')) {
-            accept('-');
-        }
-        requireDigits();
+    // The number reader knows the rest of the grammar.
+    const auto [number, length] =
+        readDecimal(text_.substr(begin, isWhole ? at_ - begin : std::string_view::npos));
+    at_ = begin + length;
+    if (peek() == 'e' || peek() == 'E') {
+        ++at_;
+        fail("expected the digits of an exponent");
     }
-    const auto number = readDecimal(text_.substr(begin, at_ - begin));
-    if (!number) {
+    if (std::isinf(number)) {
         fail("a number too large for a double");
     }
-    return *number;
+    open_.push(number);
 }
 
-void JSONReader::requireDigits() {
+void JSONReader::requireDigit() const {
     if (!isDigit(peek())) {
         fail("expected a value");
     }
-    while (isDigit(peek())) {
-        ++at_;
-    }
 }
 
-JSONValue JSONReader::readWord(std::string_view word, JSONValue meaning) {
+void JSONReader::readWord(std::string_view word, JSONValue meaning) {
     if (!text_.substr(at_).starts_with(word)) {
         fail("expected a value");
     }
     at_ += word.size();
-    return meaning;
+    open_.push(std::move(meaning));
 }
 
-void JSONReader::skipSpace() noexcept {
-    while (at_ < text_.size() &&
-           (text_[at_] == ' ' || text_[at_] == '\n' || text_[at_] == '\t' || text_[at_] == '\r')) {
+void JSONReader::skipSpaces() noexcept {
+    const auto isSpace = [](char byte) {
+        return byte == ' ' || byte == '\n' || byte == '\t' || byte == '\r';
+    };
+    while (at_ < text_.size() && isSpace(text_[at_])) {
         ++at_;
+        // Indented texts have many in a row.
+        while (text_.size() - at_ >= sizeof(ByteWord) &&
+               loadWord(text_.data() + at_) == allBytes(' ')) {
+            at_ += sizeof(ByteWord);
+        }
     }
 }
 

@@ -2,10 +2,12 @@
 
 #include "MCPStdio/JSONValue.hpp"
 
+#include <array>
 #include <cstddef>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace MCPStdio {
 
@@ -26,27 +28,73 @@ public:
     JSONValue read();
 
 private:
-    JSONValue readValue(int depth);
-    JSONValue readArray(int depth);
-    JSONValue readObject(int depth);
-    JSONValue readString();
-    JSONValue readNumber();
-    JSONValue readWord(std::string_view word, JSONValue meaning);
+    /// Elements of the arrays and objects that are still open, the innermost ones last. A closed
+    /// one takes its own off the end, so each array and object is made once, in its final size.
+    class OpenElements {
+    public:
+        OpenElements() = default;
+        OpenElements(const OpenElements&) = delete;
+        OpenElements& operator=(const OpenElements&) = delete;
+        ~OpenElements() { std::destroy_n(elements_, size_); }
+
+        [[nodiscard]] std::size_t size() const noexcept { return size_; }
+        /// Makes an element where it will lie.
+        template <typename Content>
+        void push(Content&& content) {
+            if (size_ == capacity_) {
+                grow();
+            }
+            new (elements_ + size_) JSONValue{std::forward<Content>(content)};
+            ++size_;
+        }
+        /// All from `first` on.
+        [[nodiscard]] std::span<JSONValue> from(std::size_t first) const noexcept {
+            return {elements_ + first, size_ - first};
+        }
+        /// Puts what was made of all from `first` on, which have been moved out of, in their place.
+        void replace(std::size_t first, JSONValue made) noexcept {
+            size_ = first;
+            push(std::move(made));
+        }
+
+    private:
+        static constexpr std::size_t firstCapacity = 32; // what most messages need
+
+        void grow();
+
+        alignas(JSONValue) std::array<std::byte, firstCapacity * sizeof(JSONValue)> near_;
+        std::unique_ptr<std::byte[]> far_;
+        JSONValue* elements_ = reinterpret_cast<JSONValue*>(near_.data());
+        std::size_t size_ = 0;
+        std::size_t capacity_ = firstCapacity;
+    };
+
+    // Each reads one value and pushes it.
+    void readValue(int depth);
+    void readArray(int depth);
+    void readObject(int depth);
+    void readString();
+    void readNumber();
+    void readWord(std::string_view word, JSONValue meaning);
 
     std::string_view unescape(std::size_t begin);
     void readEscape();
     unsigned readFourHexDigits();
-    void requireDigits();
-    void skipSpace() noexcept;
+    void skipPlainText(std::size_t from);
+    void requireDigit() const;
+    void skipSpace() noexcept {
+        if (static_cast<unsigned char>(peek()) <= ' ') { // compact texts have none
+            skipSpaces();
+        }
+    }
+    void skipSpaces() noexcept;
     bool accept(char wanted) noexcept;
     [[nodiscard]] char peek() const noexcept { return at_ < text_.size() ? text_[at_] : '\0'; }
     [[noreturn]] void fail(const char* why) const;
 
     std::string_view text_;
     std::size_t at_ = 0;
-    /// Elements of the arrays and objects that are still open, the innermost ones last. A closed
-    /// one takes its own off the end, so each array and object is made once, in its final size.
-    std::vector<JSONValue> open_;
+    OpenElements open_;
     std::string unescaped_;
 };
 

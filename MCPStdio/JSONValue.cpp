@@ -1,5 +1,6 @@
 #include "MCPStdio/JSONValue.hpp"
 
+#include "MCPStdio/ByteScan.hpp"
 #include "MCPStdio/JSONReader.hpp"
 #include "MCPStdio/JSONWriter.hpp"
 #include "MCPStdio/UTF8.hpp"
@@ -17,87 +18,72 @@
 
 namespace MCPStdio {
 
-/// What does not fit into the value itself: `size` elements, with room for `capacity`, right behind
-/// this header in the same piece of memory.
 template <typename Element>
-struct alignas(8) JSONValue::Block {
-    std::size_t size;
-    std::size_t capacity;
-
-    [[nodiscard]] Element* elements() noexcept { return reinterpret_cast<Element*>(this + 1); }
-    [[nodiscard]] std::span<Element> span() noexcept { return {elements(), size}; }
-
-    static Block* make(std::size_t capacity) {
-        void* memory = ::operator new(sizeof(Block) + capacity * sizeof(Element));
-        return new (memory) Block{0, capacity};
-    }
-
-    static void destroy(Block* block) noexcept {
-        if (block != nullptr) {
-            std::destroy_n(block->elements(), block->size);
-            ::operator delete(block);
-        }
-    }
-
-    static Block* copy(Block* other) {
-        if (other == nullptr) {
-            return nullptr;
-        }
-        Block* copied = make(other->size);
-        try {
-            std::uninitialized_copy_n(other->elements(), other->size, copied->elements());
-        } catch (...) {
-            ::operator delete(copied);
-            throw;
-        }
-        copied->size = other->size;
-        return copied;
-    }
-
-    /// Room for one more element at the end; gives back the block that has it.
-    static Block* grown(Block* block) {
-        if (block != nullptr && block->size < block->capacity) {
-            return block;
-        }
-        Block* larger = make(block == nullptr ? 4 : block->capacity * 2);
-        if (block != nullptr) {
-            std::uninitialized_move_n(block->elements(), block->size, larger->elements());
-            larger->size = block->size;
-            destroy(block);
-        }
-        return larger;
-    }
-};
-
-template <typename Element>
-JSONValue::Block<Element>* JSONValue::block() const noexcept {
-    Block<Element>* found = nullptr;
-    std::memcpy(static_cast<void*>(&found), bytes_.data(), sizeof(Block<Element>*));
-    return found;
+JSONValue::Block<Element>* JSONValue::Block<Element>::make(std::size_t capacity) {
+    void* memory = ::operator new(sizeof(Block) + capacity * sizeof(Element));
+    return new (memory) Block{0, capacity};
 }
 
 template <typename Element>
-void JSONValue::setBlock(Block<Element>* block) noexcept {
-    std::memcpy(bytes_.data(), static_cast<const void*>(&block), sizeof(Block<Element>*));
+void JSONValue::Block<Element>::destroy(Block* block) noexcept {
+    if (block != nullptr) {
+        std::destroy_n(block->elements(), block->size);
+        ::operator delete(block);
+    }
 }
 
-void JSONValue::setNumber(double value) noexcept {
-    std::memcpy(bytes_.data(), &value, sizeof value);
-    setCase(Case::number);
+template <typename Element>
+JSONValue::Block<Element>* JSONValue::Block<Element>::copy(Block* other) {
+    if (other == nullptr) {
+        return nullptr;
+    }
+    Block* copied = make(other->size);
+    try {
+        std::uninitialized_copy_n(other->elements(), other->size, copied->elements());
+    } catch (...) {
+        ::operator delete(copied);
+        throw;
+    }
+    copied->size = other->size;
+    return copied;
+}
+
+/// Room for one more element at the end; gives back the block that has it.
+template <typename Element>
+JSONValue::Block<Element>* JSONValue::Block<Element>::grown(Block* block) {
+    if (block != nullptr && block->size < block->capacity) {
+        return block;
+    }
+    Block* larger = make(block == nullptr ? 4 : block->capacity * 2);
+    if (block != nullptr) {
+        std::uninitialized_move_n(block->elements(), block->size, larger->elements());
+        larger->size = block->size;
+        destroy(block);
+    }
+    return larger;
+}
+
+/// The words of a string that lies inside the value.
+std::array<std::uint64_t, 2> JSONValue::shortText(std::string_view text) noexcept {
+    const std::size_t size = text.size();
+    const std::size_t first = std::min<std::size_t>(size, 8);
+    return {loadShort(text.data(), first),
+            loadShort(text.data() + first, size - first) | size << lengthShift |
+                std::uint64_t{static_cast<unsigned char>(Case::string)} << caseShift};
 }
 
 JSONValue::JSONValue(std::string_view text) {
-    if (text.size() < tagAt + 1) {
-        std::copy(text.begin(), text.end(), bytes_.begin());
-        bytes_[tagAt] = static_cast<unsigned char>(static_cast<unsigned>(Case::string) |
-                                                   static_cast<unsigned>(text.size()) << 4U);
+    const std::size_t size = text.size();
+    if (size <= longestInside) {
+        words_ = shortText(text);
         return;
     }
-    auto* made = Block<char>::make(text.size());
-    std::memcpy(made->elements(), text.data(), text.size());
-    made->size = text.size();
+    auto* made = Block<char>::make(size);
+    std::memcpy(made->elements(), text.data(), size);
+    made->size = size;
+    set(Case::string);
     setBlock(made);
-    bytes_[tagAt] = static_cast<unsigned char>(static_cast<unsigned>(Case::string) | blockFlag);
+    words_[1] |= blockFlag;
 }
 
 JSONValue::JSONValue(char32_t scalar) {
@@ -106,12 +92,12 @@ JSONValue::JSONValue(char32_t scalar) {
     *this = JSONValue{std::string_view{text}};
 }
 
-JSONValue::JSONValue(const JSONValue& other) : bytes_{other.bytes_} {
+JSONValue::JSONValue(const JSONValue& other) : words_{other.words_} {
     if (!other.ownsBlock()) {
         return;
     }
     // Until its own block is made this value must not look as if it owned the other's.
-    bytes_ = {};
+    words_ = {};
     switch (other.kind()) {
     case Case::array:
         setBlock(Block<JSONValue>::copy(other.block<JSONValue>()));
@@ -123,7 +109,7 @@ JSONValue::JSONValue(const JSONValue& other) : bytes_{other.bytes_} {
         setBlock(Block<char>::copy(other.block<char>()));
         break;
     }
-    bytes_[tagAt] = other.bytes_[tagAt];
+    words_[1] = other.words_[1];
 }
 
 JSONValue& JSONValue::operator=(const JSONValue& other) {
@@ -135,9 +121,9 @@ JSONValue& JSONValue::operator=(const JSONValue& other) {
 
 JSONValue& JSONValue::operator=(JSONValue&& other) noexcept {
     // The old content goes last: `other` may lie inside it.
-    auto old = std::exchange(bytes_, std::exchange(other.bytes_, {}));
+    auto old = std::exchange(words_, std::exchange(other.words_, {}));
     JSONValue doomed;
-    doomed.bytes_ = old;
+    doomed.words_ = old;
     return *this;
 }
 
@@ -157,7 +143,7 @@ void JSONValue::destroyBlock() noexcept {
 
 JSONValue JSONValue::arrayOf(std::span<JSONValue> elements) {
     JSONValue made;
-    made.setCase(Case::array);
+    made.set(Case::array);
     if (!elements.empty()) {
         auto* store = Block<JSONValue>::make(elements.size());
         std::uninitialized_move(elements.begin(), elements.end(), store->elements());
@@ -169,20 +155,32 @@ JSONValue JSONValue::arrayOf(std::span<JSONValue> elements) {
 
 JSONValue JSONValue::object(std::initializer_list<NewMember> members) {
     JSONValue made;
-    made.setCase(Case::object);
+    made.set(Case::object);
     for (const NewMember& member : members) {
         made.set(member.key, std::move(member.value));
     }
     return made;
 }
 
+/// Of two strings, by their bytes.
+std::strong_ordering JSONValue::compareTexts(const JSONValue& left,
+                                             const JSONValue& right) noexcept {
+    if (left.ownsBlock() || right.ownsBlock()) {
+        return left.text() <=> right.text();
+    }
+    // Both lie in their values, filled up with zeros, and the length comes last: as large numbers
+    // their order is the same.
+    const auto first = __builtin_bswap64(left.words_[0]) <=> __builtin_bswap64(right.words_[0]);
+    return first != 0 ? first
+                      : __builtin_bswap64(left.words_[1]) <=> __builtin_bswap64(right.words_[1]);
+}
+
 JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
     JSONValue made;
-    made.setCase(Case::object);
+    made.set(Case::object);
     if (keysAndValues.empty()) {
         return made;
     }
-    const auto keyOf = [](const JSONValue* key) { return *key->stringValue(); };
     const std::size_t count = keysAndValues.size() / 2;
     auto* store = Block<JSONMember>::make(count);
     made.setBlock(store);
@@ -190,31 +188,56 @@ JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
         new (store->elements() + store->size) JSONMember{std::move(key[0]), std::move(key[1])};
         ++store->size;
     };
-    bool sorted = true;
-    for (std::size_t i = 2; i < keysAndValues.size() && sorted; i += 2) {
-        sorted = keyOf(&keysAndValues[i - 2]) < keyOf(&keysAndValues[i]);
-    }
-    if (sorted) {
+    const auto isSorted = [&] {
+        for (std::size_t i = 2; i < keysAndValues.size(); i += 2) {
+            if (compareTexts(keysAndValues[i - 2], keysAndValues[i]) >= 0) {
+                return false;
+            }
+        }
+        return true;
+    };
+    if (isSorted()) {
         for (std::size_t i = 0; i < keysAndValues.size(); i += 2) {
             add(&keysAndValues[i]);
         }
         return made;
     }
-    std::vector<JSONValue*> order(count);
+    constexpr std::size_t few = 16;      // as nearly all objects have
+    std::array<JSONValue*, few> fewKeys; // not set beforehand: that takes as long as all the rest
+    std::vector<JSONValue*> manyKeys(count > few ? count : 0);
+    const std::span order{count > few ? manyKeys.data() : fewKeys.data(), count};
     for (std::size_t i = 0; i < count; ++i) {
         order[i] = &keysAndValues[2 * i];
     }
-    std::ranges::sort(order, [&](const JSONValue* left, const JSONValue* right) {
-        const auto compared = keyOf(left) <=> keyOf(right);
-        return compared < 0 || (compared == 0 && left < right);
-    });
+    sortTexts(order);
     // Equal keys are neighbours now, in the order in which they came: the last one stays.
     for (std::size_t i = 0; i < count; ++i) {
-        if (i + 1 == count || keyOf(order[i]) != keyOf(order[i + 1])) {
+        if (i + 1 == count || compareTexts(*order[i], *order[i + 1]) != 0) {
             add(order[i]);
         }
     }
     return made;
+}
+
+/// Equal ones lie side by side in memory order: that is the order in which they came.
+void JSONValue::sortTexts(std::span<JSONValue*> texts) {
+    const auto isBefore = [](const JSONValue* left, const JSONValue* right) {
+        const auto compared = compareTexts(*left, *right);
+        return compared < 0 || (compared == 0 && left < right);
+    };
+    constexpr std::size_t few = 16;
+    if (texts.size() > few) {
+        std::ranges::sort(texts, isBefore);
+        return;
+    }
+    for (std::size_t i = 1; i < texts.size(); ++i) {
+        JSONValue* const text = texts[i];
+        std::size_t at = i;
+        for (; at > 0 && isBefore(text, texts[at - 1]); --at) {
+            texts[at] = texts[at - 1];
+        }
+        texts[at] = text;
+    }
 }
 
 void JSONValue::append(JSONValue element) {
@@ -228,7 +251,7 @@ void JSONValue::append(JSONValue element) {
 void JSONValue::set(std::string_view key, JSONValue value) {
     assert(kind() == Case::object);
     auto* store = block<JSONMember>();
-    const auto members = store == nullptr ? std::span<JSONMember>{} : store->span();
+    const auto members = items<JSONMember>();
     const auto at = std::ranges::lower_bound(members, key, {}, &JSONMember::key);
     if (at != members.end() && at->key() == key) {
         at->value = std::move(value);
@@ -251,56 +274,17 @@ std::optional<JSONValue> JSONValue::take(std::string_view key) {
 }
 
 const JSONValue* JSONValue::operator[](std::string_view key) const noexcept {
-    const auto members = objectValue();
-    if (!members) {
-        return nullptr;
+    const auto members = objectValue().value_or(std::span<const JSONMember>{});
+    constexpr std::size_t few = 8;
+    if (members.size() <= few && key.size() <= longestInside) {
+        // Names as short as this are equal when their words are; no long one has such words.
+        const auto wanted = shortText(key);
+        const auto at = std::ranges::find(
+            members, wanted, [](const JSONMember& member) { return member.name.words_; });
+        return at == members.end() ? nullptr : &at->value;
     }
-    const auto at = std::ranges::lower_bound(*members, key, {}, &JSONMember::key);
-    return at != members->end() && at->key() == key ? &at->value : nullptr;
-}
-
-std::optional<std::string_view> JSONValue::stringValue() const noexcept {
-    if (kind() != Case::string) {
-        return std::nullopt;
-    }
-    if (ownsBlock()) {
-        auto* text = block<char>();
-        return std::string_view{text->elements(), text->size};
-    }
-    return std::string_view{reinterpret_cast<const char*>(bytes_.data()),
-                            static_cast<std::size_t>(bytes_[tagAt] >> 4U)};
-}
-
-std::optional<double> JSONValue::doubleValue() const noexcept {
-    if (kind() != Case::number) {
-        return std::nullopt;
-    }
-    double value = 0;
-    std::memcpy(&value, bytes_.data(), sizeof value);
-    return value;
-}
-
-std::optional<bool> JSONValue::boolValue() const noexcept {
-    if (kind() != Case::boolean) {
-        return std::nullopt;
-    }
-    return bytes_[0] != 0;
-}
-
-std::optional<std::span<const JSONValue>> JSONValue::arrayValue() const noexcept {
-    if (kind() != Case::array) {
-        return std::nullopt;
-    }
-    auto* store = block<JSONValue>();
-    return store == nullptr ? std::span<const JSONValue>{} : store->span();
-}
-
-std::optional<std::span<const JSONMember>> JSONValue::objectValue() const noexcept {
-    if (kind() != Case::object) {
-        return std::nullopt;
-    }
-    auto* store = block<JSONMember>();
-    return store == nullptr ? std::span<const JSONMember>{} : store->span();
+    const auto at = std::ranges::lower_bound(members, key, {}, &JSONMember::key);
+    return at != members.end() && at->key() == key ? &at->value : nullptr;
 }
 
 std::optional<std::int64_t> JSONValue::intValue() const noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <compare>
 #include <concepts>
 #include <cstddef>
@@ -44,8 +45,7 @@ public:
     JSONValue(std::nullptr_t) noexcept {}
     template <std::same_as<bool> Bool>
     JSONValue(Bool value) noexcept {
-        setCase(Case::boolean);
-        bytes_[0] = static_cast<unsigned char>(value);
+        set(Case::boolean, static_cast<std::uint64_t>(value));
     }
     template <std::integral Integer>
         requires(!std::same_as<Integer, bool> && !std::same_as<Integer, char> &&
@@ -53,7 +53,7 @@ public:
     JSONValue(Integer value) noexcept : JSONValue(static_cast<double>(value)) {}
     template <std::floating_point Float>
     JSONValue(Float value) noexcept {
-        setNumber(static_cast<double>(value));
+        set(Case::number, std::bit_cast<std::uint64_t>(static_cast<double>(value)));
     }
     JSONValue(std::string_view text);
     JSONValue(const char* text) : JSONValue(std::string_view{text}) {}
@@ -65,7 +65,7 @@ public:
     JSONValue(const void*) = delete;
 
     JSONValue(const JSONValue& other);
-    JSONValue(JSONValue&& other) noexcept : bytes_{other.bytes_} { other.bytes_ = {}; }
+    JSONValue(JSONValue&& other) noexcept : words_{std::exchange(other.words_, {})} {}
     JSONValue& operator=(const JSONValue& other);
     JSONValue& operator=(JSONValue&& other) noexcept;
     ~JSONValue() {
@@ -97,7 +97,9 @@ public:
     /// Moves a member out of an object and leaves null in its place; nothing where there is none.
     std::optional<JSONValue> take(std::string_view key);
 
-    [[nodiscard]] Case kind() const noexcept { return static_cast<Case>(bytes_[tagAt] & caseMask); }
+    [[nodiscard]] Case kind() const noexcept {
+        return static_cast<Case>(words_[1] >> caseShift & caseMask);
+    }
 
     /// The member of an object, or null when there is no such member or this is no object.
     [[nodiscard]] const JSONValue* operator[](std::string_view key) const noexcept;
@@ -114,10 +116,20 @@ public:
     }
 
     /// Each gives the payload of its own case, and nothing for every other case.
-    [[nodiscard]] std::optional<std::string_view> stringValue() const noexcept;
-    [[nodiscard]] std::optional<double> doubleValue() const noexcept;
-    [[nodiscard]] std::optional<bool> boolValue() const noexcept;
-    [[nodiscard]] std::optional<std::span<const JSONValue>> arrayValue() const noexcept;
+    [[nodiscard]] std::optional<std::string_view> stringValue() const noexcept {
+        return kind() == Case::string ? std::optional{text()} : std::nullopt;
+    }
+    [[nodiscard]] std::optional<double> doubleValue() const noexcept {
+        return kind() == Case::number ? std::optional{std::bit_cast<double>(words_[0])}
+                                      : std::nullopt;
+    }
+    [[nodiscard]] std::optional<bool> boolValue() const noexcept {
+        return kind() == Case::boolean ? std::optional{words_[0] != 0} : std::nullopt;
+    }
+    [[nodiscard]] std::optional<std::span<const JSONValue>> arrayValue() const noexcept {
+        return kind() == Case::array ? std::optional{std::span<const JSONValue>{items<JSONValue>()}}
+                                     : std::nullopt;
+    }
     [[nodiscard]] std::optional<std::span<const JSONMember>> objectValue() const noexcept;
     [[nodiscard]] bool isNull() const noexcept { return kind() == Case::null; }
 
@@ -146,29 +158,70 @@ public:
     [[nodiscard]] std::size_t hash() const noexcept;
 
 private:
-    // The last byte holds the case in its low three bits. A string sets `blockFlag` when its text
-    // lies in a block; otherwise the four high bits are the length of the text in the bytes before.
-    // A number, a bool, or the address of a block lies in the first eight bytes. Arrays and objects
+    // Two words, so that a value is made and compared in registers. The highest byte of the second
+    // one holds the case in its low three bits. A string sets `blockFlag` when its text lies in a
+    // block; otherwise the four high bits are the length of the text in the bytes before, zeros
+    // behind it. A number, a bool, or the address of a block is the first word. Arrays and objects
     // without elements have no block: their address is null.
-    static constexpr std::size_t tagAt = 15;
-    static constexpr unsigned char caseMask = 0x07;
-    static constexpr unsigned char blockFlag = 0x08;
+    static_assert(std::endian::native ==
+                  std::endian::little); // so the bytes of a text lie in order
+    static constexpr unsigned caseShift = 56;
+    static constexpr std::uint64_t caseMask = 0x07;
+    static constexpr std::uint64_t blockFlag = std::uint64_t{0x08} << caseShift;
+    static constexpr unsigned lengthShift = caseShift + 4;
+    static constexpr std::size_t longestInside = 15;
 
+    /// What does not fit into the value itself: `size` elements, with room for `capacity`, right
+    /// behind this header in the same piece of memory.
     template <typename Element>
-    struct Block;
+    struct alignas(8) Block {
+        std::size_t size;
+        std::size_t capacity;
 
-    void setCase(Case value) noexcept { bytes_[tagAt] = static_cast<unsigned char>(value); }
-    void setNumber(double value) noexcept;
-    [[nodiscard]] bool ownsBlock() const noexcept {
-        return kind() >= Case::array || (bytes_[tagAt] & blockFlag) != 0;
+        [[nodiscard]] Element* elements() noexcept { return reinterpret_cast<Element*>(this + 1); }
+
+        static Block* make(std::size_t capacity);
+        static void destroy(Block* block) noexcept;
+        static Block* copy(Block* other);
+        static Block* grown(Block* block);
+    };
+
+    void set(Case value, std::uint64_t payload = 0) noexcept {
+        words_ = {payload, std::uint64_t{static_cast<unsigned char>(value)} << caseShift};
     }
+    template <typename Element>
+    void setBlock(Block<Element>* block) noexcept {
+        words_[0] = reinterpret_cast<std::uintptr_t>(block);
+    }
+    [[nodiscard]] bool ownsBlock() const noexcept {
+        return kind() >= Case::array || (words_[1] & blockFlag) != 0;
+    }
+    static std::array<std::uint64_t, 2> shortText(std::string_view text) noexcept;
     void destroyBlock() noexcept;
     template <typename Element>
-    [[nodiscard]] Block<Element>* block() const noexcept;
+    [[nodiscard]] Block<Element>* block() const noexcept {
+        return reinterpret_cast<Block<Element>*>(words_[0]);
+    }
     template <typename Element>
-    void setBlock(Block<Element>* block) noexcept;
+    [[nodiscard]] std::span<Element> items() const noexcept {
+        auto* const store = block<Element>();
+        return store == nullptr ? std::span<Element>{}
+                                : std::span<Element>{store->elements(), store->size};
+    }
+    [[nodiscard]] std::string_view text() const noexcept {
+        if (ownsBlock()) {
+            const auto letters = items<char>();
+            return {letters.data(), letters.size()};
+        }
+        return {reinterpret_cast<const char*>(words_.data()),
+                static_cast<std::size_t>(words_[1] >> lengthShift)};
+    }
 
-    alignas(8) std::array<unsigned char, 16> bytes_{};
+    static std::strong_ordering compareTexts(const JSONValue& left,
+                                             const JSONValue& right) noexcept;
+    static void sortTexts(std::span<JSONValue*> texts);
+
+    std::array<std::uint64_t, 2> words_{};
 };
 
 static_assert(sizeof(JSONValue) == 16);
@@ -182,6 +235,11 @@ struct JSONMember {
         return name.stringValue().value_or(std::string_view{});
     }
 };
+
+inline std::optional<std::span<const JSONMember>> JSONValue::objectValue() const noexcept {
+    return kind() == Case::object ? std::optional{std::span<const JSONMember>{items<JSONMember>()}}
+                                  : std::nullopt;
+}
 
 /// Mutable behind const, so that a list of members can be moved out of and nothing is copied.
 struct JSONValue::NewMember {

@@ -2,30 +2,31 @@
 
 #include "MCPStdio/ByteScan.hpp"
 
-#include <array>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <utility>
+#include <cstring>
 
 namespace MCPStdio {
 namespace {
 
-void appendNumber(std::string& text, double number) {
+void appendNumber(TextBuffer& text, double number) {
     if (!std::isfinite(number)) {
         throw JSONError{"a number that is not finite has no JSON form"};
     }
     constexpr double wholeBelow = 1e15;
-    std::array<char, 32> digits{};
-    char* const end = digits.data() + digits.size();
+    constexpr std::size_t longest = 32;
+    char* const begin = text.room(longest);
+    char* const last = begin + longest;
     const bool whole = std::abs(number) < wholeBelow && std::round(number) == number;
-    char* const written =
-        whole ? std::to_chars(digits.data(), end, static_cast<std::int64_t>(number)).ptr
-              : std::to_chars(digits.data(), end, number).ptr;
-    text.append(digits.data(), written);
+    const char* const end = whole
+                                ? std::to_chars(begin, last, static_cast<std::int64_t>(number)).ptr
+                                : std::to_chars(begin, last, number).ptr;
+    text.added(static_cast<std::size_t>(end - begin));
 }
 
-void appendEscape(std::string& text, unsigned char byte) {
+void appendEscape(TextBuffer& text, unsigned char byte) {
     switch (byte) {
     case '"':
         text.append("\\\"");
@@ -51,104 +52,133 @@ void appendEscape(std::string& text, unsigned char byte) {
     default:
         constexpr std::string_view hex = "0123456789abcdef";
         text.append("\\u00");
-        text.push_back(hex[byte >> 4U]);
-        text.push_back(hex[byte & 0x0FU]);
+        text.append(hex[byte >> 4U]);
+        text.append(hex[byte & 0x0FU]);
     }
 }
 
-void appendCompact(std::string& text, const JSONValue& value);
-void appendPretty(std::string& text, const JSONValue& value, std::size_t level);
+/// Copies the beginning of a text that needs no escape; gives back its length.
+std::size_t appendPlain(TextBuffer& text, std::string_view content) {
+    constexpr std::size_t wordSize = sizeof(ByteWord);
+    char* const to = text.room(content.size() + wordSize);
+    std::size_t at = 0;
+    std::size_t width = 0;
+    std::size_t plain = 0;
+    do {
+        width = std::min(content.size() - at, wordSize);
+        const ByteWord word = loadShort(content.data() + at, width);
+        std::memcpy(to + at, &word, wordSize);
+        plain = std::min(bytesBefore(markStringStop(word)), width);
+        at += plain;
+    } while (plain == wordSize);
+    text.added(at);
+    return at;
+}
+
+void appendCompact(TextBuffer& text, const JSONValue& value);
+void appendPretty(TextBuffer& text, const JSONValue& value, std::size_t level);
 
 /// Null, bool, number or string: the same in both forms.
-void appendScalar(std::string& text, const JSONValue& value) {
-    if (const auto string = value.stringValue()) {
-        appendJSONString(text, *string);
-    } else if (const auto number = value.doubleValue()) {
-        appendNumber(text, *number);
-    } else if (const auto truth = value.boolValue()) {
-        text.append(*truth ? "true" : "false");
-    } else {
+void appendScalar(TextBuffer& text, const JSONValue& value) {
+    switch (value.kind()) {
+    case JSONValue::Case::string:
+        appendJSONString(text, *value.stringValue());
+        break;
+    case JSONValue::Case::number:
+        appendNumber(text, *value.doubleValue());
+        break;
+    case JSONValue::Case::boolean:
+        text.append(*value.boolValue() ? "true" : "false");
+        break;
+    default:
         text.append("null");
+        break;
     }
 }
 
-void appendCompact(std::string& text, const JSONValue& value) {
-    if (const auto members = value.objectValue()) {
-        text.push_back('{');
-        bool first = true;
-        for (const JSONMember& member : *members) {
-            if (!std::exchange(first, false)) {
-                text.push_back(',');
-            }
+/// Each item with a comma between it and the next.
+template <typename Items, typename AppendItem>
+void appendItems(TextBuffer& text, const Items& items, AppendItem appendItem) {
+    for (const auto& item : items) {
+        if (&item != items.data()) {
+            text.append(',');
+        }
+        appendItem(item);
+    }
+}
+
+void appendCompact(TextBuffer& text, const JSONValue& value) {
+    switch (value.kind()) {
+    case JSONValue::Case::object:
+        text.append('{');
+        appendItems(text, *value.objectValue(), [&](const JSONMember& member) {
             appendJSONString(text, member.key());
-            text.push_back(':');
+            text.append(':');
             appendCompact(text, member.value);
-        }
-        text.push_back('}');
-    } else if (const auto elements = value.arrayValue()) {
-        text.push_back('[');
-        bool first = true;
-        for (const JSONValue& element : *elements) {
-            if (!std::exchange(first, false)) {
-                text.push_back(',');
-            }
-            appendCompact(text, element);
-        }
-        text.push_back(']');
-    } else {
+        });
+        text.append('}');
+        break;
+    case JSONValue::Case::array:
+        text.append('[');
+        appendItems(text, *value.arrayValue(),
+                    [&](const JSONValue& element) { appendCompact(text, element); });
+        text.append(']');
+        break;
+    default:
         appendScalar(text, value);
+        break;
     }
 }
 
-void beginPrettyLine(std::string& text, std::size_t level) {
-    text.push_back('\n');
+void beginPrettyLine(TextBuffer& text, std::size_t level) {
+    text.append('\n');
     text.append(2 * level, ' ');
 }
 
 /// What a container holds, one item a line between its brackets; an empty one is just the brackets.
 template <typename Items, typename AppendItem>
-void appendPrettyItems(std::string& text, const Items& items, std::string_view brackets,
+void appendPrettyItems(TextBuffer& text, const Items& items, std::string_view brackets,
                        std::size_t level, AppendItem appendItem) {
-    text.push_back(brackets[0]);
-    bool first = true;
-    for (const auto& item : items) {
-        if (!std::exchange(first, false)) {
-            text.push_back(',');
-        }
+    text.append(brackets[0]);
+    appendItems(text, items, [&](const auto& item) {
         beginPrettyLine(text, level + 1);
         appendItem(item);
-    }
+    });
     if (!items.empty()) {
         beginPrettyLine(text, level);
     }
-    text.push_back(brackets[1]);
+    text.append(brackets[1]);
 }
 
-void appendPretty(std::string& text, const JSONValue& value, std::size_t level) {
-    if (const auto members = value.objectValue()) {
-        appendPrettyItems(text, *members, "{}", level, [&](const JSONMember& member) {
+void appendPretty(TextBuffer& text, const JSONValue& value, std::size_t level) {
+    switch (value.kind()) {
+    case JSONValue::Case::object:
+        appendPrettyItems(text, *value.objectValue(), "{}", level, [&](const JSONMember& member) {
             appendJSONString(text, member.key());
             text.append(" : ");
             appendPretty(text, member.value, level + 1);
         });
-    } else if (const auto elements = value.arrayValue()) {
-        appendPrettyItems(text, *elements, "[]", level, [&](const JSONValue& element) {
+        break;
+    case JSONValue::Case::array:
+        appendPrettyItems(text, *value.arrayValue(), "[]", level, [&](const JSONValue& element) {
             appendPretty(text, element, level + 1);
         });
-    } else {
+        break;
+    default:
         appendScalar(text, value);
+        break;
     }
 }
 
 } // namespace
 
 std::string JSONWriter::write(const JSONValue& value) const {
-    std::string text;
+    TextBuffer text;
     append(text, value);
-    return text;
+    return std::string{text.view()};
 }
 
-void JSONWriter::append(std::string& text, const JSONValue& value) const {
+void JSONWriter::append(TextBuffer& text, const JSONValue& value) const {
     switch (form_) {
     case Form::compact:
         appendCompact(text, value);
@@ -164,26 +194,17 @@ const JSONWriter& compactEncoder() noexcept {
     return encoder;
 }
 
-void appendJSONString(std::string& text, std::string_view content) {
-    // A long text gets its room at once, and some for what follows, so that it is copied only once.
-    constexpr std::size_t longText = 4096;
-    if (content.size() >= longText) {
-        text.reserve(text.size() + content.size() + longText);
-    }
-    text.push_back('"');
-    std::size_t from = 0;
+void appendJSONString(TextBuffer& text, std::string_view content) {
+    text.append('"');
     while (true) {
-        const std::size_t stop = findByte(content, from, [](unsigned char byte) {
-            return byte < 0x20 || byte == '"' || byte == '\\';
-        });
-        text.append(content.substr(from, stop - from));
-        if (stop == content.size()) {
+        content.remove_prefix(appendPlain(text, content));
+        if (content.empty()) {
             break;
         }
-        appendEscape(text, static_cast<unsigned char>(content[stop]));
-        from = stop + 1;
+        appendEscape(text, static_cast<unsigned char>(content.front()));
+        content.remove_prefix(1);
     }
-    text.push_back('"');
+    text.append('"');
 }
 
 } // namespace MCPStdio

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/TextBuffer.hpp"
 
 #include <string>
 #include <string_view>
@@ -23,7 +24,7 @@ public:
     [[nodiscard]] std::string write(const JSONValue& value) const;
 
     /// The same, behind what `text` already holds. When it throws, `text` holds a part of it.
-    void append(std::string& text, const JSONValue& value) const;
+    void append(TextBuffer& text, const JSONValue& value) const;
 
 private:
     Form form_;
@@ -33,6 +34,6 @@ private:
 const JSONWriter& compactEncoder() noexcept;
 
 /// Appends a JSON string: quotes, and the shortest standard escapes where one is needed.
-void appendJSONString(std::string& text, std::string_view content);
+void appendJSONString(TextBuffer& text, std::string_view content);
 
 } // namespace MCPStdio

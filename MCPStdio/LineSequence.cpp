@@ -3,7 +3,6 @@
 #include "MCPStdio/ByteScan.hpp"
 #include "MCPStdio/UTF8.hpp"
 
-#include <algorithm>
 #include <cerrno>
 #include <poll.h>
 #include <unistd.h>
@@ -12,80 +11,86 @@
 namespace MCPStdio {
 namespace {
 
-/// The first line end of a text: where it begins and how many bytes it has. No bytes: there is none
-/// up to `at`, and what lies behind is at most the beginning of one.
-struct LineEnd {
-    std::size_t at;
-    std::size_t length;
-};
+constexpr bool isASCII(char byte) noexcept {
+    return static_cast<unsigned char>(byte) < 0x80;
+}
 
-LineEnd findLineEnd(std::string_view text) noexcept {
-    constexpr unsigned char twoByteLead = 0xC2;
-    constexpr unsigned char threeByteLead = 0xE2;
-    std::size_t at = 0;
-    while (true) {
-        at = findByte(text, at, [](unsigned char byte) {
-            return (byte >= '\n' && byte <= '\r') || byte == twoByteLead || byte == threeByteLead;
-        });
-        if (at == text.size()) {
-            return {at, 0};
-        }
-        const auto rest = text.substr(at);
-        const auto byte = static_cast<unsigned char>(rest.front());
-        if (byte != twoByteLead && byte != threeByteLead) {
-            return {at, 1};
-        }
-        using namespace std::string_view_literals;
-        for (const auto separator : {"\xC2\x85"sv, "\xE2\x80\xA8"sv, "\xE2\x80\xA9"sv}) {
-            if (rest.starts_with(separator)) {
-                return {at, separator.size()};
-            }
-            if (separator.starts_with(rest)) {
-                return {at, 0};
-            }
-        }
-        ++at;
+/// How many bytes of the line end at `at` there are: none where there is no such thing; nothing
+/// where it cannot be told before more is read.
+std::optional<std::size_t> lineEndLength(std::string_view text, std::size_t at) noexcept {
+    using namespace std::string_view_literals;
+    const auto rest = text.substr(at);
+    if (isASCII(rest.front())) {
+        return rest.front() >= '\n' && rest.front() <= '\r' ? 1 : 0;
     }
+    for (const auto separator : {"\xC2\x85"sv, "\xE2\x80\xA8"sv, "\xE2\x80\xA9"sv}) {
+        if (rest.starts_with(separator)) {
+            return separator.size();
+        }
+        if (separator.starts_with(rest)) {
+            return std::nullopt;
+        }
+    }
+    return 0;
 }
 
 } // namespace
 
-LineSequence::LineSequence(int descriptor)
-    : descriptor_{descriptor},
-      chunk_{new char[chunkSize]} {} // not zeroed: it is read into
+LineSequence::LineSequence(int descriptor) : descriptor_{descriptor} {}
 
-std::optional<std::string> LineSequence::next() {
+std::optional<std::string_view> LineSequence::next() {
     while (true) {
-        const auto text = unread();
-        const LineEnd found = findLineEnd(text);
-        const bool ended = found.length > 0;
-        partial_.append(text.substr(0, found.at));
-        begin_ += found.at + found.length;
-        if (!ended && fill()) {
+        const std::size_t endLength = findEnd();
+        if (endLength == 0 && fill()) {
             continue;
         }
-        if (!ended) { // no more will come: a separator that has only begun is none
-            partial_.append(unread());
-            begin_ = end_;
+        // When no more will come, a separator that has only begun is none.
+        const std::size_t end = endLength > 0 ? scanned_ : read_.size();
+        const auto line = read_.view().substr(begin_, end - begin_);
+        begin_ = scanned_ = end + endLength;
+        if (!line.empty()) {
+            return std::exchange(isASCII_, true) ? line : repaired(line);
         }
-        if (!partial_.empty()) {
-            return repairUTF8(std::exchange(partial_, {}));
-        }
-        if (!ended) {
+        if (endLength == 0) {
             return std::nullopt;
         }
     }
 }
 
+/// Goes on to the end of the line; gives back its length. Zero: it is not there yet, nor up to
+/// where this has come.
+std::size_t LineSequence::findEnd() {
+    const auto text = read_.view();
+    while (true) {
+        scanned_ = findByte(text, scanned_, [](ByteWord word) {
+            return markBelow(word, '\r' + 1) | markNonASCII(word);
+        });
+        if (scanned_ == text.size()) {
+            return 0;
+        }
+        isASCII_ = isASCII_ && isASCII(text[scanned_]);
+        const auto length = lineEndLength(text, scanned_);
+        if (length != 0) {
+            return length.value_or(0);
+        }
+        ++scanned_;
+    }
+}
+
 /// Reads more behind what is unread. False at the end of the stream.
 bool LineSequence::fill() {
-    std::copy(chunk_.get() + begin_, chunk_.get() + end_, chunk_.get());
-    end_ -= begin_;
+    constexpr std::size_t chunkSize = std::size_t{64} * 1024;
+    constexpr std::size_t worthKeeping = 4 * chunkSize;
+    read_.removePrefix(begin_);
+    scanned_ -= begin_;
     begin_ = 0;
+    if (read_.size() == 0 && read_.capacity() > worthKeeping) {
+        read_ = TextBuffer{}; // a call may take long, and its line was read
+    }
     while (true) {
-        const ssize_t count = ::read(descriptor_, chunk_.get() + end_, chunkSize - end_);
+        const ssize_t count = ::read(descriptor_, read_.room(chunkSize), chunkSize);
         if (count > 0) {
-            end_ += static_cast<std::size_t>(count);
+            read_.added(static_cast<std::size_t>(count));
             return true;
         }
         if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
@@ -95,6 +100,14 @@ bool LineSequence::fill() {
             return false;
         }
     }
+}
+
+std::string_view LineSequence::repaired(std::string_view line) {
+    if (isValidUTF8(line)) {
+        return line;
+    }
+    repaired_ = repairUTF8(std::string{line});
+    return repaired_;
 }
 
 } // namespace MCPStdio

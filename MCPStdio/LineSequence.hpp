@@ -1,7 +1,8 @@
 #pragma once
 
+#include "MCPStdio/TextBuffer.hpp"
+
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,22 +20,21 @@ public:
     /// Does not own the descriptor, which may be of any kind and blocking or not.
     explicit LineSequence(int descriptor);
 
-    /// The next line, waiting for it; nothing at the end of the stream or when reading fails.
-    std::optional<std::string> next();
+    /// The next line, waiting for it; nothing at the end of the stream or when reading fails. The
+    /// view holds until the next call.
+    std::optional<std::string_view> next();
 
 private:
-    static constexpr std::size_t chunkSize = std::size_t{64} * 1024;
-
+    std::size_t findEnd();
     bool fill();
-    [[nodiscard]] std::string_view unread() const noexcept {
-        return {chunk_.get() + begin_, end_ - begin_};
-    }
+    [[nodiscard]] std::string_view repaired(std::string_view line);
 
     int descriptor_;
-    std::unique_ptr<char[]> chunk_;
-    std::size_t begin_ = 0; ///< what lies in the chunk from here
-    std::size_t end_ = 0;   ///< to here has not been given out yet
-    std::string partial_;   ///< the beginning of the current line, from earlier chunks
+    TextBuffer read_;
+    std::size_t begin_ = 0;   ///< where in it the next line begins
+    std::size_t scanned_ = 0; ///< up to here there is no end of it
+    bool isASCII_ = true;     ///< so is the next line up to there
+    std::string repaired_;    ///< the last line, when it was not UTF-8
 };
 
 } // namespace MCPStdio

@@ -51,19 +51,19 @@ LineSink::LineSink(int descriptor)
       isSocket_{S_ISSOCK(kindOf(descriptor))},
       isPipe_{S_ISFIFO(kindOf(descriptor))} {}
 
-void LineSink::send(std::string line) {
-    line.push_back('\n');
+void LineSink::send(TextBuffer line) {
+    line.append('\n');
     const MutexLock lock{mutex_};
+    std::size_t written = 0;
     if (!draining_) {
-        const std::size_t written = writeAtOnce(line);
+        written = writeSoon(line.view());
         if (written == line.size()) {
             return;
         }
-        line.erase(0, written);
         draining_ = true;
         DispatchQueue::global().asyncBlocking([this] { drain(); });
     }
-    kept_.push_back(std::move(line));
+    kept_.push_back({std::move(line), written});
 }
 
 void LineSink::finish() {
@@ -71,6 +71,20 @@ void LineSink::finish() {
     while (draining_) {
         drained_.wait(mutex_);
     }
+}
+
+/// Writes as long as the reader at the other end makes room; gives back how much.
+std::size_t LineSink::writeSoon(std::string_view text) const {
+    constexpr int patience = 1; // milliseconds
+    std::size_t written = writeAtOnce(text);
+    while (written < text.size() && isReady(descriptor_, patience)) {
+        const std::size_t more = writeAtOnce(text.substr(written));
+        if (more == 0) {
+            break;
+        }
+        written += more;
+    }
+    return written;
 }
 
 /// Writes without blocking, at best all of `text`, at worst nothing.
@@ -105,9 +119,8 @@ std::size_t LineSink::writeWaiting(std::string_view text) const {
 
 /// Runs on a thread of its own while lines are kept. Only this thread writes then.
 void LineSink::drain() {
-    std::string line;
-    std::string_view rest;
     while (true) {
+        Kept next;
         {
             const MutexLock lock{mutex_};
             if (kept_.empty()) {
@@ -115,10 +128,10 @@ void LineSink::drain() {
                 drained_.notifyAll();
                 return;
             }
-            line = std::move(kept_.front());
+            next = std::move(kept_.front());
             kept_.pop_front();
         }
-        for (rest = line; !rest.empty();) {
+        for (auto rest = next.line.view().substr(next.written); !rest.empty();) {
             rest.remove_prefix(writeWaiting(rest));
         }
     }

@@ -20,6 +20,8 @@ constexpr std::int64_t methodNotFoundCode = -32601;
 constexpr std::int64_t invalidParamsCode = -32602;
 constexpr std::int64_t internalErrorCode = -32603;
 
+const JSONValue nothing; // the id of what has none
+
 /// The message in a line, when it is an object as every message is.
 std::optional<JSONValue> readMessage(std::string_view line) {
     try {
@@ -33,28 +35,50 @@ std::optional<JSONValue> readMessage(std::string_view line) {
     }
 }
 
-// The envelopes are written around their content rather than built as values: members in the order
-// of their keys, as the writer would put them.
+// Answers are written around their content rather than built as values: members in the order of
+// their keys, as the writer would put them.
 
-std::string successEnvelope(const JSONValue& id, const JSONValue& result) {
-    std::string text{"{\"id\":"};
-    try {
-        compactEncoder().append(text, id);
-        text.append(",\"jsonrpc\":\"2.0\",\"result\":");
-        compactEncoder().append(text, result);
-    } catch (const JSONError&) {
-        return {};
-    }
-    text.push_back('}');
+TextBuffer beginSuccess(const JSONValue& id) {
+    TextBuffer text;
+    text.append("{\"id\":");
+    compactEncoder().append(text, id);
+    text.append(",\"jsonrpc\":\"2.0\",\"result\":");
     return text;
 }
 
-std::string errorEnvelope(const JSONValue& id, const RPCError& error) {
-    std::string text{"{\"error\":{\"code\":"};
-    text.append(std::to_string(error.code)).append(",\"message\":");
+TextBuffer writtenSuccess(const JSONValue& id, std::string_view result) {
+    TextBuffer text = beginSuccess(id);
+    static_cast<void>(text.room(result.size() + 2)); // and what ends the line
+    text.append(result);
+    text.append('}');
+    return text;
+}
+
+TextBuffer success(const JSONValue& id, const JSONValue& result) {
+    TextBuffer text = beginSuccess(id);
+    compactEncoder().append(text, result);
+    text.append('}');
+    return text;
+}
+
+TextBuffer callSuccess(const JSONValue& id, MCPToolResult result) {
+    TextBuffer text = beginSuccess(id);
+    text.append("{\"content\":[{\"text\":");
+    // Clients refuse a line that is not UTF-8, and a handler may pass on what it was given.
+    appendJSONString(text, repairUTF8(std::move(result.text)));
+    text.append(",\"type\":\"text\"}],\"isError\":");
+    text.append(result.isError ? "true}}" : "false}}");
+    return text;
+}
+
+TextBuffer failure(const JSONValue& id, const RPCError& error) {
+    TextBuffer text;
+    text.append("{\"error\":{\"code\":");
+    text.append(std::to_string(error.code));
+    text.append(",\"message\":");
     appendJSONString(text, error.message);
     text.append("},\"id\":");
-    compactEncoder().append(text, id); // it was read from a line, so it can be written
+    compactEncoder().append(text, id);
     text.append(",\"jsonrpc\":\"2.0\"}");
     return text;
 }
@@ -84,17 +108,10 @@ JSONValue toolListEntry(const MCPTool& tool) {
     });
 }
 
-JSONValue toolCallResult(MCPToolResult result) {
-    // Clients refuse a line that is not UTF-8, and a handler may pass on what it was given.
-    const std::string text = repairUTF8(std::move(result.text));
-    return JSONValue::object({
-        {"content", JSONValue::array(JSONValue::object({{"type", "text"}, {"text", text}}))},
-        {"isError", result.isError},
-    });
-}
-
 /// Calls a handler. Whatever it throws is a result too: the call failed, the protocol did not.
 Task<MCPToolResult> callHandler(const ToolHandler& handler, JSONValue arguments) {
+    // A handler may take long to reach its first wait: not on the thread that reads.
+    co_await DispatchQueue::global().hop();
     try {
         auto call = handler(std::move(arguments));
         auto result = co_await std::move(call);
@@ -115,6 +132,11 @@ MCPServer::MCPServer(std::string serverName, std::string serverVersion,
         order_.push_back(tool.name);
         tools_.insert_or_assign(order_.back(), std::move(tool));
     }
+    try {
+        toolsList_ = compactEncoder().write(toolsListResult());
+    } catch (const JSONError&) {
+        toolsList_ = std::nullopt;
+    }
 }
 
 Task<void> MCPServer::run(int input, int output) {
@@ -122,70 +144,92 @@ Task<void> MCPServer::run(int input, int output) {
     LineSequence lines{input};
     LineSink replies{output};
     TaskGroup requests;
-    while (auto line = lines.next()) {
-        requests.add(answer(*std::move(line), replies));
+    while (const auto line = lines.next()) {
+        requests.add(answer(readMessage(*line),
+                            [&replies](TextBuffer reply) { replies.send(std::move(reply)); }));
     }
     co_await requests.finish();
     replies.finish();
 }
 
-Task<void> MCPServer::answer(std::string line, LineSink& output) {
-    auto reply = co_await handleLine(std::move(line));
-    if (reply) {
-        output.send(*std::move(reply));
-    }
+Task<std::optional<TextBuffer>> MCPServer::handleLine(std::string_view line) {
+    return
+        [](MCPServer& server, std::optional<JSONValue> message) -> Task<std::optional<TextBuffer>> {
+            std::optional<TextBuffer> reply;
+            auto answering = server.answer(std::move(message),
+                                           [&reply](TextBuffer text) { reply = std::move(text); });
+            co_await std::move(answering);
+            co_return std::move(reply);
+        }(*this, readMessage(line));
 }
 
-Task<std::optional<std::string>> MCPServer::handleLine(std::string line) {
+/// Answers a message, by way of `send` where an answer is due.
+template <typename Send>
+Task<void> MCPServer::answer(std::optional<JSONValue> message, Send send) {
     auto turn = co_await actor_.enter();
-    auto message = readMessage(line);
-    std::string{}.swap(line); // a call may take long, and only the values are needed
     if (!message) {
-        co_return errorEnvelope(nullptr, {parseErrorCode, "parse error"});
+        send(failure(nullptr, {parseErrorCode, "parse error"}));
+        co_return;
     }
-    const JSONValue* method = (*message)["method"];
-    const JSONValue* id = (*message)["id"];
-    if (method == nullptr || !method->stringValue()) {
-        co_return std::nullopt;
+    const JSONValue* const methodName = (*message)["method"];
+    const auto method = methodName == nullptr ? std::nullopt : methodName->stringValue();
+    if (!method) {
+        co_return;
     }
-    auto params = message->take("params").value_or(JSONValue::object());
+    const JSONValue* const requestId = (*message)["id"];
+    const JSONValue& id = requestId == nullptr ? nothing : *requestId;
+    TextBuffer reply;
     std::optional<RPCError> error;
     try {
-        auto dispatched = dispatch(turn, *method->stringValue(), std::move(params));
-        const auto result = co_await std::move(dispatched);
-        co_return id == nullptr ? std::nullopt : std::optional{successEnvelope(*id, result)};
+        auto params = message->take("params").value_or(JSONValue::object());
+        if (*method == "tools/call") {
+            const MCPTool& tool = calledTool(params);
+            auto arguments = params.take("arguments").value_or(JSONValue::object());
+            turn.end();
+            auto call = callHandler(tool.handler, std::move(arguments));
+            auto result = co_await std::move(call);
+            auto nextTurn = co_await actor_.enter();
+            turn = std::move(nextTurn);
+            reply = callSuccess(id, std::move(result));
+        } else {
+            reply = dispatch(id, *method, params);
+        }
     } catch (const RPCError& thrown) {
         error = thrown;
+    } catch (const JSONError&) {
+        reply.clear(); // it cannot be written: an empty line
     } catch (...) {
         error = RPCError{internalErrorCode, currentDescription()};
     }
-    co_return id == nullptr ? std::nullopt : std::optional{errorEnvelope(*id, *error)};
+    if (requestId != nullptr) {
+        send(error ? failure(id, *error) : std::move(reply));
+    }
 }
 
-/// Answers a method in the caller's turn, which it gives up while a tool works and has again when
-/// it returns. Throws RPCError.
-Task<JSONValue> MCPServer::dispatch(Actor::Turn& turn, std::string_view method, JSONValue params) {
+/// Answers all methods but the one that calls a tool. Throws RPCError, and JSONError where the
+/// answer cannot be written.
+TextBuffer MCPServer::dispatch(const JSONValue& id, std::string_view method,
+                               const JSONValue& params) const {
     if (method == "initialize") {
-        co_return initializeResult(params);
+        return success(id, initializeResult(params));
     }
     if (method == "ping") {
-        co_return JSONValue::object();
+        return writtenSuccess(id, "{}");
     }
     if (method == "tools/list") {
-        co_return toolsListResult();
-    }
-    if (method == "tools/call") {
-        auto call = callTool(turn, std::move(params));
-        auto result = co_await std::move(call);
-        co_return std::move(result);
+        if (!toolsList_) {
+            throw JSONError{"the list of tools has no JSON form"};
+        }
+        return writtenSuccess(id, *toolsList_);
     }
     if (method.starts_with("notifications/")) {
-        co_return nullptr;
+        return writtenSuccess(id, "null");
     }
     throw RPCError{methodNotFoundCode, "method not found: " + std::string{method}};
 }
 
-Task<JSONValue> MCPServer::callTool(Actor::Turn& turn, JSONValue params) {
+/// Throws RPCError.
+const MCPTool& MCPServer::calledTool(const JSONValue& params) const {
     const JSONValue* toolName = params["name"];
     if (toolName == nullptr || !toolName->stringValue()) {
         throw RPCError{invalidParamsCode, "missing tool name"};
@@ -194,16 +238,7 @@ Task<JSONValue> MCPServer::callTool(Actor::Turn& turn, JSONValue params) {
     if (tool == tools_.end()) {
         throw RPCError{invalidParamsCode, "unknown tool: " + std::string{*toolName->stringValue()}};
     }
-    auto arguments = params.take("arguments").value_or(JSONValue::object());
-
-    turn.end();
-    // A handler may take long to reach its first wait: not on the thread that reads.
-    co_await DispatchQueue::global().hop();
-    auto call = callHandler(tool->second.handler, std::move(arguments));
-    auto result = co_await std::move(call);
-    auto nextTurn = co_await actor_.enter();
-    turn = std::move(nextTurn);
-    co_return toolCallResult(std::move(result));
+    return tool->second;
 }
 
 JSONValue MCPServer::initializeResult(const JSONValue& params) const {

@@ -3,6 +3,7 @@
 #include "MCPStdio/JSONValue.hpp"
 #include "MCPStdio/LineSink.hpp"
 #include "MCPStdio/MCPTool.hpp"
+#include "MCPStdio/TextBuffer.hpp"
 #include "MCPStdio/concurrency/Actor.hpp"
 #include "MCPStdio/concurrency/Task.hpp"
 
@@ -47,24 +48,27 @@ public:
     /// called once. It blocks the thread that awaits it while it reads.
     Task<void> run(int input = STDIN_FILENO, int output = STDOUT_FILENO);
 
-    /// Answers one line; nothing where no answer is due. The answer is empty when it cannot be
-    /// written as JSON.
-    Task<std::optional<std::string>> handleLine(std::string line);
+    /// Answers one line, which it reads at once; nothing where no answer is due. The answer is
+    /// empty when it cannot be written as JSON.
+    Task<std::optional<TextBuffer>> handleLine(std::string_view line);
 
     const std::string name;
     const std::string version;
     const std::optional<std::string> instructions;
 
 private:
-    Task<void> answer(std::string line, LineSink& output);
-    Task<JSONValue> dispatch(Actor::Turn& turn, std::string_view method, JSONValue params);
-    Task<JSONValue> callTool(Actor::Turn& turn, JSONValue params);
+    template <typename Send>
+    Task<void> answer(std::optional<JSONValue> message, Send send);
+    [[nodiscard]] TextBuffer dispatch(const JSONValue& id, std::string_view method,
+                                      const JSONValue& params) const;
+    [[nodiscard]] const MCPTool& calledTool(const JSONValue& params) const;
     [[nodiscard]] JSONValue initializeResult(const JSONValue& params) const;
     [[nodiscard]] JSONValue toolsListResult() const;
 
     Actor actor_;
     std::map<std::string, MCPTool, std::less<>> tools_; ///< never changes after construction
     std::vector<std::string> order_;                    ///< as the tools were given
+    std::optional<std::string> toolsList_; ///< written once; nothing when it has no JSON form
 };
 
 } // namespace MCPStdio

@@ -2,6 +2,8 @@
 
 #include "MCPStdio/ByteScan.hpp"
 
+#include <algorithm>
+
 namespace MCPStdio {
 namespace {
 
@@ -48,23 +50,41 @@ Sequence sequenceAt(std::string_view text, std::size_t at) noexcept {
     return {length, true};
 }
 
+/// The length of a well-formed sequence of two or three bytes without the special cases of some
+/// leads, which is nearly every one; zero for whatever else there is.
+std::size_t commonSequenceAt(std::string_view text, std::size_t at) noexcept {
+    if (text.size() - at < 3) {
+        return 0;
+    }
+    const auto byteAt = [&](std::size_t index) {
+        return static_cast<unsigned>(static_cast<unsigned char>(text[at + index]));
+    };
+    const auto continues = [&](std::size_t index) { return (byteAt(index) & 0xC0U) == 0x80U; };
+    const unsigned lead = byteAt(0);
+    if ((lead & 0xE0U) == 0xC0U) {
+        return lead >= 0xC2 && continues(1) ? 2 : 0;
+    }
+    const bool plain = (lead & 0xF0U) == 0xE0U && lead != 0xE0 && lead != 0xED;
+    return plain && continues(1) && continues(2) ? 3 : 0;
+}
+
 } // namespace
 
 std::size_t findInvalidUTF8(std::string_view text) noexcept {
     std::size_t at = 0;
-    while (true) {
-        at = findByte(text, at, [](unsigned char byte) { return byte >= 0x80; });
+    while (at < text.size()) {
+        const std::size_t width = std::min(text.size() - at, sizeof(ByteWord));
+        at += std::min(bytesBefore(markNonASCII(loadShort(text.data() + at, width))), width);
         while (at < text.size() && static_cast<unsigned char>(text[at]) >= 0x80) {
-            const Sequence sequence = sequenceAt(text, at);
+            const std::size_t length = commonSequenceAt(text, at);
+            const Sequence sequence = length > 0 ? Sequence{length, true} : sequenceAt(text, at);
             if (!sequence.wellFormed) {
                 return at;
             }
             at += sequence.length;
         }
-        if (at == text.size()) {
-            return at;
-        }
     }
+    return at;
 }
 
 std::string repairUTF8(std::string text) {

@@ -26,7 +26,7 @@ std::vector<std::string> linesOf(std::string_view text, std::size_t pieceSize = 
     std::vector<std::string> lines;
     LineSequence sequence{ends[0]};
     while (auto line = sequence.next()) {
-        lines.push_back(*std::move(line));
+        lines.emplace_back(*line);
     }
     writer.join();
     ::close(ends[0]);

@@ -50,13 +50,14 @@ MCPServer makeServer(std::optional<std::string> instructions = "Be kind.") {
              tool("early", failBeforeTheTask)}};
 }
 
-std::string answerOf(MCPServer& server, std::string line) {
-    return syncWait(server.handleLine(std::move(line))).value_or("(nothing)");
+std::string answerOf(MCPServer& server, std::string_view line) {
+    const auto reply = syncWait(server.handleLine(line));
+    return reply ? std::string{reply->view()} : "(nothing)";
 }
 
-std::string answerOf(std::string line) {
+std::string answerOf(std::string_view line) {
     MCPServer server = makeServer();
-    return answerOf(server, std::move(line));
+    return answerOf(server, line);
 }
 
 constexpr const char* parseError =
@@ -245,7 +246,7 @@ TEST(MCPServerConcurrency, AHandlerRunsNeitherOnTheThreadThatHandsTheLineInNorWi
                          // Would wait for ever if the handler had the server's turn.
                          auto again = calledAgain->handleLine(R"({"id":2,"method":"ping"})");
                          auto reply = co_await std::move(again);
-                         co_return MCPToolResult{*std::move(reply), false};
+                         co_return MCPToolResult{std::string{reply->view()}, false};
                      })}};
     calledAgain = &server;
     const auto reply =

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+namespace MCPStdio {
+
+/// Text that grows at its end, whatever its length: new room is not filled before it is written,
+/// and large texts grow in place where the system can do that.
+class TextBuffer {
+public:
+    TextBuffer() = default;
+    explicit TextBuffer(std::string_view text) { append(text); }
+
+    [[nodiscard]] std::string_view view() const noexcept { return {text_.get(), size_}; }
+    [[nodiscard]] std::size_t size() const noexcept { return size_; }
+    [[nodiscard]] std::size_t capacity() const noexcept { return capacity_; }
+    /// Keeps the room.
+    void clear() noexcept { size_ = 0; }
+    void removePrefix(std::size_t count) noexcept {
+        size_ -= count;
+        std::memmove(text_.get(), text_.get() + count, size_);
+    }
+
+    void append(char character) { *room(1) = character, ++size_; }
+    void append(std::string_view part) {
+        std::memcpy(room(part.size()), part.data(), part.size());
+        size_ += part.size();
+    }
+    void append(std::size_t count, char character) {
+        std::memset(room(count), character, count);
+        size_ += count;
+    }
+
+    /// Where the next `count` bytes may be written. They count as text once `added` says so.
+    [[nodiscard]] char* room(std::size_t count) {
+        if (capacity_ - size_ < count) {
+            grow(count);
+        }
+        return text_.get() + size_;
+    }
+    void added(std::size_t count) noexcept { size_ += count; }
+
+private:
+    struct Free {
+        void operator()(char* text) const noexcept { std::free(text); }
+    };
+
+    void grow(std::size_t count);
+
+    std::unique_ptr<char[], Free> text_;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
+};
+
+} // namespace MCPStdio

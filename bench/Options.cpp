@@ -16,8 +16,8 @@ namespace velmiro::bench {
 
 using MCPStdio::JSONValue;
 
-Options readOptions(int argumentCount, char** arguments, int rounds) {
-    Options options{rounds, true, std::nullopt};
+Options readOptions(int argumentCount, char** arguments, int rounds, Names names) {
+    Options options{rounds, true, std::nullopt, {}};
     for (int i = 1; i < argumentCount; ++i) {
         const std::string_view option{arguments[i]};
         const bool hasValue = i + 1 < argumentCount;
@@ -28,12 +28,15 @@ Options readOptions(int argumentCount, char** arguments, int rounds) {
         } else if (option == "--rounds" && hasValue) {
             const std::string_view number{arguments[++i]};
             std::from_chars(number.data(), number.data() + number.size(), options.rounds);
+        } else if (names == Names::taken && !option.starts_with('-')) {
+            options.names.emplace_back(option);
         } else {
             options.rounds = 0;
         }
     }
     if (options.rounds < 1) {
-        std::cerr << "usage: " << arguments[0] << " [--rounds N] [--unpinned] [--json FILE]\n";
+        std::cerr << "usage: " << arguments[0] << (names == Names::taken ? " [NAME]..." : "")
+                  << " [--rounds N] [--unpinned] [--json FILE]\n";
         std::exit(EXIT_FAILURE);
     }
     return options;

@@ -26,7 +26,7 @@ packages_for() {
     local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 strace"
     test+=' bsdutils'
     local lint="$run $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
-    local bench="$build nlohmann-json3-dev rapidjson-dev libsimdjson-dev khard"
+    local bench="$run nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
     build | run | test | lint | bench) echo "${!1}" ;;
     all) echo "$test $lint $bench" ;;

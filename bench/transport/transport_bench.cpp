@@ -5,9 +5,9 @@
 #include "bench/Figures.hpp"
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
-#include "bench/transport/Load.hpp"
-#include "bench/transport/Replies.hpp"
-#include "bench/transport/Server.hpp"
+#include "bench/Load.hpp"
+#include "bench/Replies.hpp"
+#include "bench/Server.hpp"
 
 #include <algorithm>
 #include <csignal>

@@ -1,4 +1,4 @@
-#include "bench/transport/Load.hpp"
+#include "bench/Load.hpp"
 
 #include "bench/System.hpp"
 

@@ -1,4 +1,4 @@
-#include "bench/transport/Server.hpp"
+#include "bench/Server.hpp"
 
 #include <array>
 #include <cerrno>

@@ -3,6 +3,7 @@
 #include "MCPStdio/JSONValue.hpp"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,10 @@ struct Expected {
 
 /// The result in a reply. Throws std::runtime_error when there is none.
 MCPStdio::JSONValue resultOf(std::string_view reply);
+
+/// What a value that was looked up must be. Throw std::runtime_error when it is not.
+std::span<const MCPStdio::JSONValue> elementsOf(const MCPStdio::JSONValue* array);
+std::string textOf(const MCPStdio::JSONValue* text);
 
 /// Holds for replies to `count` requests, in any order: each id once, each result as expected.
 /// Throws std::runtime_error when it does not.

@@ -1,6 +1,6 @@
-#include "bench/transport/Replies.hpp"
+#include "bench/Replies.hpp"
 
-#include "bench/transport/Load.hpp"
+#include "bench/Load.hpp"
 
 #include <stdexcept>
 #include <vector>
@@ -24,6 +24,22 @@ JSONValue resultOf(std::string_view reply) {
         fail("a reply without a result", reply);
     }
     return *result;
+}
+
+std::span<const JSONValue> elementsOf(const JSONValue* array) {
+    const auto elements = array != nullptr ? array->arrayValue() : std::nullopt;
+    if (!elements) {
+        throw std::runtime_error{"an answer lacks a list"};
+    }
+    return *elements;
+}
+
+std::string textOf(const JSONValue* text) {
+    const auto value = text != nullptr ? text->stringValue() : std::nullopt;
+    if (!value) {
+        throw std::runtime_error{"an answer lacks a text"};
+    }
+    return std::string{*value};
 }
 
 void check(std::string_view replies, int count, const Expected& expected) {

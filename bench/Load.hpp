@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/transport/Server.hpp"
+#include "bench/Server.hpp"
 
 #include <cstddef>
 #include <string>

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace velmiro::bench {
+
+/// A name as programs give it to what they store: a UUID with this number in it.
+std::string itemName(int number);
+
+/// 20260501, and 2026-05-01.
+std::string basicDate(std::chrono::sys_days day);
+std::string isoDate(std::chrono::sys_days day);
+
+} // namespace velmiro::bench

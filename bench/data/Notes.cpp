@@ -1,0 +1,61 @@
+// A search in five thousand notes, as grep does it, which knows nothing of titles and marks.
+
+#include "bench/data/Case.hpp"
+#include "bench/data/Items.hpp"
+
+namespace velmiro::bench {
+
+using MCPStdio::JSONValue;
+
+namespace {
+
+constexpr int notes = 5'000;
+constexpr int perRareOne = 250; ///< one of so many has the word, 20 altogether
+constexpr int folders = 10;
+constexpr const char* rareWord = "Quartermaine";
+
+/// Without the beginning that all of them have.
+Found shortened(const Found& found, std::size_t beginning) {
+    Found shorter;
+    for (const std::string& text : found) {
+        shorter.insert(text.substr(beginning));
+    }
+    return shorter;
+}
+
+} // namespace
+
+std::vector<Question> makeNotes(const Home& home) {
+    const auto root = home.folder("Notes");
+    Words words;
+    Found expected;
+    for (int number = 0; number < notes; ++number) {
+        const std::string folder = "Folder " + std::to_string(number % folders);
+        const std::string name = folder + "/" + itemName(number) + ".md";
+        std::string text = "# Note " + std::to_string(number) + "\n\n" + words.paragraph(100) +
+                           "\n- *" + words.word() + "*\n- " + words.word() + "\n\n" +
+                           words.paragraph(50);
+        if (number % perRareOne == 0) {
+            expected.insert(name);
+            text += std::string{"\nAsk **"} + rareWord + "** about it.\n";
+        }
+        writeFile(home.folder("Notes/" + folder) / (itemName(number) + ".md"),
+                  text + "\n" + words.paragraph(50));
+    }
+    const Rival grep{
+        "grep",
+        {"/usr/bin/grep", "-ril", "quartermaine", root},
+        [beginning = root.string().size() + 1](const std::string& output) {
+            return shortened(linesOf(output), beginning);
+        },
+    };
+    return {{"a search in 5,000 notes", "notes_search",
+             JSONValue::object({{"query", "quartermaine"}, {"limit", 30}}),
+             [](const JSONValue& payload) {
+                 constexpr std::string_view kind = "note:";
+                 return shortened(textsOf(payload, "notes", "id"), kind.size());
+             },
+             grep, expected}};
+}
+
+} // namespace velmiro::bench

@@ -1,0 +1,195 @@
+// Asks the server about a user's data, and programs that people use for the same about the same
+// files. All must find the same things, and what the files were made to hold.
+
+#include "bench/Figures.hpp"
+#include "bench/Options.hpp"
+#include "bench/System.hpp"
+#include "bench/data/Case.hpp"
+#include "bench/data/Conversation.hpp"
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+using namespace velmiro::bench;
+using MCPStdio::JSONValue;
+
+constexpr std::array cases{
+    Case{"calendar", makeCalendar}, Case{"reminders", makeReminders},
+    Case{"contacts", makeContacts}, Case{"mail", makeMail},
+    Case{"notes", makeNotes},
+};
+
+/// No turn takes this many seconds: something hangs, and SIGALRM ends us.
+constexpr unsigned tooLong = 600;
+constexpr std::size_t furtherCalls = 9;
+constexpr std::size_t furtherRuns = 3;
+
+void require(const Found& found, const Question& question, const std::string& who) {
+    if (found == question.expected) {
+        return;
+    }
+    std::vector<std::string> wrong;
+    std::ranges::set_symmetric_difference(found, question.expected, std::back_inserter(wrong));
+    throw std::runtime_error{who + " finds " + std::to_string(found.size()) + " instead of " +
+                             std::to_string(question.expected.size()) + "; one too many, or one " +
+                             "that is missing, is " + wrong.front()};
+}
+
+/// What two programs took for a question in one round, in seconds.
+struct Taken {
+    double first;   ///< with the start of a program that has kept nothing
+    double further; ///< the median of those after it
+};
+
+Taken askServer(const Question& question) {
+    double before = seconds();
+    Conversation server;
+    const auto call = [&] {
+        const JSONValue payload = server.call(question.tool, question.arguments);
+        const double taken = seconds() - before;
+        require(question.read(payload), question, "velmiro_mcp");
+        return taken;
+    };
+    const double first = call();
+    std::vector<double> further(furtherCalls);
+    std::ranges::generate(further, [&] {
+        before = seconds();
+        return call();
+    });
+    return {first, median(std::move(further))};
+}
+
+Taken askRival(const Question& question) {
+    const Rival& rival = question.rival;
+    double before = 0;
+    const auto run = [&] {
+        const std::string output = outputOf(rival.command);
+        const double taken = seconds() - before;
+        require(rival.read(output), question, rival.name);
+        return taken;
+    };
+    std::filesystem::remove_all(rival.kept);
+    before = seconds();
+    if (!rival.makeKept.empty()) {
+        outputOf(rival.makeKept);
+    }
+    const double first = run();
+    if (rival.kept.empty()) {
+        return {first, first}; // the next run would do all of it again
+    }
+    std::vector<double> further(furtherRuns);
+    std::ranges::generate(further, [&] {
+        before = seconds();
+        return run();
+    });
+    return {first, median(std::move(further))};
+}
+
+std::string milliseconds(double cost) {
+    return decimal(cost * 1e3, 1) + " ms";
+}
+
+/// Asks in turns. A rival's run with what it keeps is held against both a server that has just been
+/// started, which keeps nothing, and one that runs.
+std::vector<Figure> ask(const Question& question, int rounds) {
+    const auto figure = [&](const char* name) {
+        return Figure{
+            name, "seconds", milliseconds, {{"velmiro_mcp", {}}, {question.rival.name, {}}}};
+    };
+    Figure nothingKept = figure("nothing kept from before");
+    Figure newProcess = figure("a new server");
+    Figure running = figure("a server that runs");
+    inTurns(rounds, 2, [&](std::size_t contender) {
+        ::alarm(tooLong);
+        const auto [first, further] = contender == 0 ? askServer(question) : askRival(question);
+        nothingKept.costs[contender].samples.push_back(first);
+        newProcess.costs[contender].samples.push_back(contender == 0 ? first : further);
+        running.costs[contender].samples.push_back(further);
+    });
+    ::alarm(0);
+    std::vector<Figure> figures;
+    if (!question.rival.kept.empty()) {
+        figures.push_back(std::move(nothingKept));
+    }
+    figures.push_back(std::move(newProcess));
+    figures.push_back(std::move(running));
+    return figures;
+}
+
+JSONValue run(const Case& chosen, int rounds) {
+    const Home home;
+    const auto questions = chosen.make(home);
+    home.settle();
+    auto measured = JSONValue::array();
+    for (const Question& question : questions) {
+        std::cout << question.title << " (" << question.tool << ")\n" << std::flush;
+        const auto figures = ask(question, rounds);
+        printTable({"velmiro_mcp", question.rival.name}, figures, Ratio::cost);
+        measured.append(JSONValue::object(
+            {{"question", question.title}, {"figures", asJSON(figures, Ratio::cost)}}));
+    }
+    return measured;
+}
+
+std::vector<Case> casesNamed(const std::vector<std::string>& names) {
+    if (names.empty()) {
+        return {cases.begin(), cases.end()};
+    }
+    std::vector<Case> chosen;
+    for (const std::string& name : names) {
+        const auto* const found = std::ranges::find(cases, name, &Case::name);
+        if (found == cases.end()) {
+            throw std::runtime_error{"no data named " + name};
+        }
+        chosen.push_back(*found);
+    }
+    return chosen;
+}
+
+void runAll(const Options& options) {
+    const auto chosen = casesNamed(options.names);
+    std::cout << "data_bench: a user's data in files, which the system has in memory, as the "
+                 "server and\nother programs answer of them. ";
+    if (options.pinned) {
+        std::cout << "All on CPU " << stayOnOneCPU() << ".\n";
+    } else {
+        std::cout << "On any CPU.\n";
+    }
+    std::cout << "Ratios are costs, velmiro_mcp = 1.00, lower is better; medians of "
+              << options.rounds << " rounds.\n\n"
+              << std::flush;
+    ::signal(SIGPIPE, SIG_IGN);
+    ::setenv("TZ", "Europe/Berlin", 1);
+    ::setenv("LC_ALL", "C.UTF-8", 1);
+    auto measured = JSONValue::object();
+    for (const Case& one : chosen) {
+        measured.set(one.name, run(one, options.rounds));
+    }
+    if (options.json) {
+        saveJSON(*options.json, "data_bench",
+                 JSONValue::object({{"rounds", options.rounds},
+                                    {"pinned", options.pinned},
+                                    {"data", std::move(measured)}}));
+    }
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    try {
+        runAll(readOptions(argumentCount, arguments, 3, Names::taken));
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        std::cerr << "data_bench: " << error.what() << '\n';
+        return EXIT_FAILURE;
+    }
+}

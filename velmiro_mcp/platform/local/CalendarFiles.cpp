@@ -1,5 +1,6 @@
 #include "velmiro_mcp/platform/local/CalendarFiles.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace velmiro::local {
@@ -11,10 +12,15 @@ void CalendarFiles::refresh() {
     }
 }
 
-std::shared_ptr<const CalendarFile> CalendarFiles::read(const Collection& collection,
-                                                        const std::string& item) {
-    return cache_.read(collection.path + "/" + item, largestItem, [&](std::string bytes) {
-        return parse(std::move(bytes), collection, item);
+bool CalendarFiles::visit(const Collection& collection, const Visit& visit) {
+    const OpenFolder folder{collection.path};
+    ParseCache<CalendarFile>::Reader reader{cache_, folder};
+    const auto names = Vdir::items(folder, ".ics");
+    return std::ranges::all_of(names, [&](const std::string& item) {
+        const auto file = reader.read(item, largestItem, [&](std::string bytes) {
+            return parse(std::move(bytes), collection, item);
+        });
+        return !file || visit(item, file);
     });
 }
 

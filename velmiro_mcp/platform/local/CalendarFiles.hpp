@@ -4,6 +4,7 @@
 #include "velmiro_mcp/platform/local/ParseCache.hpp"
 #include "velmiro_mcp/platform/local/Vdir.hpp"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -17,10 +18,15 @@ public:
     /// were renewed, all that was read with the old ones is forgotten.
     void refresh();
 
-    /// Null when there is no such file that can be read.
-    std::shared_ptr<const CalendarFile> read(const Collection& collection, const std::string& item);
+    /// What is done with a file of a collection; gives whether to go on.
+    using Visit =
+        std::function<bool(const std::string& item, const std::shared_ptr<const CalendarFile>&)>;
 
-    /// The same for bytes that were read already; they are not kept.
+    /// Visits the files of a collection that can be read, in the order of their names. False when a
+    /// visit ended it.
+    bool visit(const Collection& collection, const Visit& visit);
+
+    /// Reads the bytes of one of its files; they are not kept.
     CalendarFile parse(std::string bytes, const Collection& collection, const std::string& item);
 
     [[nodiscard]] ZoneCatalogue& zones() { return *zones_; }

@@ -28,10 +28,12 @@ public:
           cache_{cache},
           read_{read} {}
 
-    /// False when there is no such file. `name` is the file's name from the root on.
-    bool readFile(const std::string& path, const std::string& name) {
-        const auto file = cache_.read(
-            path, largestFile, [&](std::string bytes) { return read_(std::move(bytes), name); });
+    /// A file of cards. False when there is none that can be read. `place` is what comes before its
+    /// name, from the root on.
+    bool readFile(ContactCache::Reader& reader, const std::string& name, const std::string& place) {
+        const auto file = reader.read(name, largestFile, [&](std::string bytes) {
+            return read_(std::move(bytes), place + name);
+        });
         if (!file) {
             return false;
         }
@@ -43,10 +45,22 @@ public:
         return true;
     }
 
-    void readFolder(const std::string& path, const std::string& folder) {
-        for (const std::string& name : visibleNames(path).value_or(std::vector<std::string>{})) {
-            if (isCardFile(name)) {
-                readFile(path + '/' + name, folder + '/' + name);
+    void readFolder(const std::string& path, const std::string& name) {
+        const OpenFolder folder{path};
+        ContactCache::Reader reader{cache_, folder};
+        for (const std::string& file : folder.visibleNames()) {
+            if (isCardFile(file)) {
+                readFile(reader, file, name + '/');
+            }
+        }
+    }
+
+    /// Files, and folders of files.
+    void readRoot(const OpenFolder& root) {
+        ContactCache::Reader reader{cache_, root};
+        for (const std::string& name : root.visibleNames()) {
+            if (!isCardFile(name) || !readFile(reader, name, {})) {
+                readFolder(root.path() + '/' + name, name);
             }
         }
     }
@@ -70,18 +84,13 @@ bool ContactFolders::isReadable() const {
 }
 
 std::vector<Contact> ContactFolders::matching(const NameQuery& query) const {
-    const auto names = visibleNames(path_);
-    if (!names && errno != ENOENT) {
+    const OpenFolder root{path_};
+    if (!root && errno != ENOENT) {
         throw PlatformError{"the contacts cannot be read: " +
                             std::generic_category().message(errno)};
     }
     Search search{query, cache_, read_};
-    for (const std::string& name : names.value_or(std::vector<std::string>{})) {
-        const std::string path = path_ + '/' + name;
-        if (!isCardFile(name) || !search.readFile(path, name)) {
-            search.readFolder(path, name);
-        }
-    }
+    search.readRoot(root);
     return search.take();
 }
 

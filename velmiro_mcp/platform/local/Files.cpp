@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <memory>
 #include <string_view>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -57,9 +55,31 @@ std::optional<std::string> contentsOf(const FileDescriptor& file, std::size_t la
 
 } // namespace
 
+std::vector<std::string> OpenFolder::visibleNames() const {
+    std::vector<std::string> names;
+    if (folder_ == nullptr) {
+        return names;
+    }
+    rewinddir(folder_);
+    while (const dirent* entry = readdir(folder_)) {
+        const std::string_view name = &entry->d_name[0];
+        if (!name.starts_with('.')) {
+            names.emplace_back(name);
+        }
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
 std::optional<FileStamp> stampOf(const std::string& path) {
     struct stat about{};
     return stat(path.c_str(), &about) == 0 ? std::optional{stampOf(about)} : std::nullopt;
+}
+
+std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& name) {
+    struct stat about{};
+    return fstatat(folder.number(), name.c_str(), &about, 0) == 0 ? std::optional{stampOf(about)}
+                                                                  : std::nullopt;
 }
 
 std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
@@ -67,32 +87,17 @@ std::optional<std::string> readRegularFile(const std::string& path, std::size_t 
     return contentsOf(FileDescriptor{open(path.c_str(), readingOnly)}, largest, stamp);
 }
 
+std::optional<std::string> readRegularFile(const OpenFolder& folder, const std::string& name,
+                                           std::size_t largest, FileStamp* stamp) {
+    return contentsOf(FileDescriptor{openat(folder.number(), name.c_str(), readingOnly)}, largest,
+                      stamp);
+}
+
 std::optional<std::string> readRegularFile(const FileDescriptor& folder, const std::string& name,
                                            std::size_t largest) {
     return contentsOf(
         FileDescriptor{openat(folder.number(), name.c_str(), readingOnly | O_NOFOLLOW)}, largest,
         nullptr);
-}
-
-std::optional<std::vector<std::string>> visibleNames(const std::string& folder) {
-    const auto closeFolder = [](DIR* open) { closedir(open); };
-    const std::unique_ptr<DIR, decltype(closeFolder)> open{opendir(folder.c_str()), closeFolder};
-    if (!open) {
-        return std::nullopt;
-    }
-    std::vector<std::string> names;
-    while (const dirent* entry = readdir(open.get())) {
-        const std::string_view name = &entry->d_name[0];
-        if (!name.starts_with('.')) {
-            names.emplace_back(name);
-        }
-    }
-    std::ranges::sort(names, [](const std::string& left, const std::string& right) {
-        return std::ranges::lexicographical_compare(left, right, [](char first, char second) {
-            return static_cast<unsigned char>(first) < static_cast<unsigned char>(second);
-        });
-    });
-    return names;
 }
 
 bool isFolder(const std::string& path) {

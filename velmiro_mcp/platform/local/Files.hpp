@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include <dirent.h>
 #include <unistd.h>
 
 namespace velmiro::local {
@@ -29,6 +31,37 @@ private:
     int number_;
 };
 
+/// A folder, opened once for all that is asked of it: the way there need not be gone for each file.
+class OpenFolder {
+public:
+    /// False as a bool when it cannot be opened; `errno` says why.
+    explicit OpenFolder(std::string path)
+        : path_{std::move(path)},
+          folder_{opendir(path_.c_str())} {}
+    OpenFolder(const OpenFolder&) = delete;
+    OpenFolder& operator=(const OpenFolder&) = delete;
+    ~OpenFolder() {
+        if (folder_ != nullptr) {
+            closedir(folder_);
+        }
+    }
+
+    /// As it was given.
+    [[nodiscard]] const std::string& path() const noexcept { return path_; }
+    explicit operator bool() const noexcept { return folder_ != nullptr; }
+
+    /// The names in it, byte by byte in order, without those that begin with a dot; none when it is
+    /// not open.
+    [[nodiscard]] std::vector<std::string> visibleNames() const;
+
+    /// For calls that take a folder; what they find there is nothing when it is not open.
+    [[nodiscard]] int number() const noexcept { return folder_ != nullptr ? dirfd(folder_) : -1; }
+
+private:
+    std::string path_;
+    DIR* folder_;
+};
+
 /// What changes when a file's contents do: another file in its place has another number, and the
 /// system sets the time of change whenever one is written, whatever its writer wishes.
 struct FileStamp {
@@ -43,20 +76,19 @@ struct FileStamp {
 
 /// The stamp of the file or folder that a path leads to; nothing when there is none.
 std::optional<FileStamp> stampOf(const std::string& path);
+std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& name);
 
 /// The contents of a regular file of at most `largest` bytes; nothing, without waiting and without
 /// reading, when it is anything else: larger, a folder, a pipe, unreadable, gone.
 /// With `stamp`, also its stamp from before the first byte was read.
 std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
                                            FileStamp* stamp = nullptr);
+std::optional<std::string> readRegularFile(const OpenFolder& folder, const std::string& name,
+                                           std::size_t largest, FileStamp* stamp);
 
 /// The same for a name in an open folder; a symbolic link is not followed.
 std::optional<std::string> readRegularFile(const FileDescriptor& folder, const std::string& name,
                                            std::size_t largest);
-
-/// The names in a folder, byte by byte in order, without those that begin with a dot; nothing when
-/// the folder cannot be read (`errno` says why).
-std::optional<std::vector<std::string>> visibleNames(const std::string& folder);
 
 bool isFolder(const std::string& path);
 

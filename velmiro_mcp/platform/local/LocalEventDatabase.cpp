@@ -61,10 +61,15 @@ Reminder recordOf(const StoredReminder& reminder, const std::string& list, UserC
             reminder.priority,   dueDate(reminder, clock), reminder.notes};
 }
 
-bool isWanted(const ReminderQuery& query, const StoredReminder& reminder,
-              const std::optional<Instant>& due) {
-    return query.includeCompleted ||
-           (reminder.isOpen() && (!query.dueBefore || (due && *due < *query.dueBefore)));
+bool isWanted(const ReminderQuery& query, const StoredReminder& reminder, UserClock& clock) {
+    if (query.includeCompleted) {
+        return true;
+    }
+    if (!reminder.isOpen() || !query.dueBefore) {
+        return reminder.isOpen();
+    }
+    const auto due = dueDate(reminder, clock);
+    return due && *due < *query.dueBefore;
 }
 
 /// Calendars as folders of files. The folder of a calendar is its identifier.
@@ -113,16 +118,15 @@ public:
     void fetchReminders(const ReminderQuery& query, RemindersFound found) override {
         std::vector<Reminder> reminders;
         UserClock clock;
-        forEachFile(EntityType::reminder, query.list,
-                    [&](const Place& place, const FilePointer& file) {
-                        for (const StoredReminder& reminder : file->reminders) {
-                            auto record = recordOf(reminder, place.collection.title, clock);
-                            if (!reminder.isOverride && isWanted(query, reminder, record.due)) {
-                                reminders.push_back(std::move(record));
-                            }
-                        }
-                        return true;
-                    });
+        forEachFile(
+            EntityType::reminder, query.list, [&](const Place& place, const FilePointer& file) {
+                for (const StoredReminder& reminder : file->reminders) {
+                    if (!reminder.isOverride && isWanted(query, reminder, clock)) {
+                        reminders.push_back(recordOf(reminder, place.collection.title, clock));
+                    }
+                }
+                return true;
+            });
         found(std::move(reminders));
     }
 
@@ -184,19 +188,19 @@ private:
     template <typename Visit>
     void forEachFile(EntityType type, const Calendar* calendar, const Visit& visit) {
         files_.refresh();
-        const Vdir opened = openRoot(type);
+        const Vdir folders = openRoot(type);
         std::vector<Collection> wanted;
         if (calendar == nullptr) {
-            wanted = opened.collections();
-        } else if (auto one = opened.collection(calendar->identifier)) {
+            wanted = folders.collections();
+        } else if (auto one = folders.collection(calendar->identifier)) {
             wanted.push_back(std::move(*one));
         }
         for (const Collection& collection : wanted) {
-            for (const std::string& item : Vdir::items(collection, ".ics")) {
-                const auto file = files_.read(collection, item);
-                if (file && !visit(Place{collection, item}, file)) {
-                    return;
-                }
+            const auto visitFile = [&](const std::string& item, const FilePointer& file) {
+                return visit(Place{collection, item}, file);
+            };
+            if (!files_.visit(collection, visitFile)) {
+                return;
             }
         }
     }

@@ -5,7 +5,9 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -26,6 +28,9 @@ namespace velmiro::local {
 /// Any thread may call at any time; one file is not read by two of them at once.
 template <typename Parsed>
 class ParseCache {
+    struct Entry;
+    using Entries = std::map<std::string, Entry>; // of a folder, by their names
+
 public:
     using Clock = std::chrono::system_clock::time_point (*)();
 
@@ -33,40 +38,44 @@ public:
         : mostMemory_{mostMemory},
           now_{now} {}
 
-    /// What `parse` makes of the file's bytes, or made of them before. Null when the file is none
-    /// that `readRegularFile` reads.
-    template <typename Parse>
-    std::shared_ptr<const Parsed> read(const std::string& path, std::size_t largest,
-                                       const Parse& parse) {
-        const auto current = stampOf(path);
-        if (!current) {
-            return nullptr;
+    /// Reads the files of one folder, for one caller. Ten thousand that did not change are to cost
+    /// little more than the looks at them, so who asks in the order of names has each entry found
+    /// behind the last one; any other order is right too.
+    class Reader {
+    public:
+        /// The cache must outlive this object, and so must the folder.
+        Reader(ParseCache& cache, const OpenFolder& folder)
+            : cache_{cache},
+              folder_{folder},
+              entries_{cache.entriesOf(folder)},
+              next_{entries_.end()} {}
+
+        /// What `parse` makes of the file's bytes, or made of them before. Null when the file is
+        /// none that `readRegularFile` reads.
+        template <typename Parse>
+        std::shared_ptr<const Parsed> read(const std::string& name, std::size_t largest,
+                                           const Parse& parse) {
+            const auto current = stampOf(folder_, name);
+            return current ? cache_.read(*this, name, *current, largest, parse) : nullptr;
         }
-        const MCPStdio::MutexLock lock{mutex_};
-        const auto now = now_();
-        if (const auto known = entries_.find(path); known != entries_.end()) {
-            if (known->second.stamp == *current) {
-                known->second.lastRead = now;
-                return known->second.parsed;
-            }
-            forget(known);
-        }
-        FileStamp stamp;
-        auto bytes = readRegularFile(path, largest, &stamp);
-        if (!bytes) {
-            return nullptr;
-        }
-        auto parsed = std::make_shared<const Parsed>(parse(*std::move(bytes)));
-        if (isSettled(stamp, now)) {
-            keep(path, {stamp, parsed, memoryOf(*parsed) + path.size() + memoryOfEntry, now});
-        }
-        return parsed;
-    }
+
+    private:
+        friend class ParseCache;
+
+        ParseCache& cache_;
+        const OpenFolder& folder_;
+        Entries& entries_;                ///< to be touched by the cache only
+        typename Entries::iterator next_; ///< where the next name is looked for first
+        std::uint64_t removals_ = 0;      ///< those that `next_` has seen; after others it is void
+    };
 
     /// Forgets everything.
     void clear() {
         const MCPStdio::MutexLock lock{mutex_};
-        entries_.clear();
+        for (auto& [path, entries] : folders_) {
+            entries.clear();
+        }
+        ++removals_;
         memory_ = 0;
     }
 
@@ -84,22 +93,63 @@ private:
         std::size_t memory = 0;
         Time lastRead;
     };
-    using Entries = std::unordered_map<std::string, Entry>;
 
-    static constexpr std::size_t memoryOfEntry = sizeof(Entry) + 64; // and what the table adds
+    static constexpr std::size_t memoryOfEntry = sizeof(Entry) + 96; // and what the tree adds
+
+    Entries& entriesOf(const OpenFolder& folder) {
+        const MCPStdio::MutexLock lock{mutex_};
+        return folders_[folder.path()];
+    }
+
+    template <typename Parse>
+    std::shared_ptr<const Parsed> read(Reader& reader, const std::string& name,
+                                       const FileStamp& current, std::size_t largest,
+                                       const Parse& parse) {
+        const MCPStdio::MutexLock lock{mutex_};
+        const auto now = now_();
+        if (const auto known = find(reader, name); known != reader.entries_.end()) {
+            if (known->second.stamp == current) {
+                known->second.lastRead = now;
+                return known->second.parsed;
+            }
+            forget(reader.entries_, known);
+        }
+        FileStamp stamp;
+        auto bytes = readRegularFile(reader.folder_, name, largest, &stamp);
+        if (!bytes) {
+            return nullptr;
+        }
+        auto parsed = std::make_shared<const Parsed>(parse(*std::move(bytes)));
+        if (isSettled(stamp, now)) {
+            const std::size_t memory = memoryOf(*parsed) + name.size() + memoryOfEntry;
+            keep(reader.entries_, name, {stamp, parsed, memory, now});
+        }
+        return parsed;
+    }
+
+    typename Entries::iterator find(Reader& reader, const std::string& name) REQUIRES(mutex_) {
+        Entries& entries = reader.entries_;
+        auto found = reader.removals_ == removals_ ? reader.next_ : entries.end();
+        if (found == entries.end() || found->first != name) {
+            found = entries.find(name);
+        }
+        reader.next_ = found == entries.end() ? found : std::next(found);
+        reader.removals_ = removals_;
+        return found;
+    }
 
     static bool isSettled(const FileStamp& stamp, Time since) {
         constexpr std::chrono::seconds tick{2}; // of the coarsest file systems
         return std::chrono::nanoseconds{stamp.changed} < (since - tick).time_since_epoch();
     }
 
-    void keep(const std::string& path, Entry entry) REQUIRES(mutex_) {
+    void keep(Entries& entries, const std::string& name, Entry entry) REQUIRES(mutex_) {
         if (memory_ + entry.memory > mostMemory_) {
             forgetUnread(entry.lastRead);
         }
         if (memory_ + entry.memory <= mostMemory_) {
             memory_ += entry.memory;
-            entries_.insert_or_assign(path, std::move(entry));
+            entries.insert_or_assign(name, std::move(entry));
         }
     }
 
@@ -109,26 +159,30 @@ private:
             return; // one look at everything is not had for each file
         }
         lastCleaning_ = now;
-        for (auto entry = entries_.begin(); entry != entries_.end();) {
-            const auto next = std::next(entry);
-            if (entry->second.lastRead + patience < now) {
-                forget(entry);
+        for (auto& [path, entries] : folders_) {
+            for (auto entry = entries.begin(); entry != entries.end();) {
+                const auto next = std::next(entry);
+                if (entry->second.lastRead + patience < now) {
+                    forget(entries, entry);
+                }
+                entry = next;
             }
-            entry = next;
         }
     }
 
-    void forget(typename Entries::iterator entry) REQUIRES(mutex_) {
+    void forget(Entries& entries, typename Entries::iterator entry) REQUIRES(mutex_) {
         memory_ -= entry->second.memory;
-        entries_.erase(entry);
+        entries.erase(entry);
+        ++removals_;
     }
 
     const std::size_t mostMemory_;
     const Clock now_;
     MCPStdio::Mutex mutex_;
-    Entries entries_ GUARDED_BY(mutex_);
+    std::unordered_map<std::string, Entries> folders_ GUARDED_BY(mutex_); ///< by their paths
     std::size_t memory_ GUARDED_BY(mutex_) = 0;
     Time lastCleaning_ GUARDED_BY(mutex_);
+    std::uint64_t removals_ GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace velmiro::local

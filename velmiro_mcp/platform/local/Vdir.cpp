@@ -1,7 +1,6 @@
 #include "velmiro_mcp/platform/local/Vdir.hpp"
 
 #include "MCPStdio/UTF8.hpp"
-#include "velmiro_mcp/platform/local/Files.hpp"
 
 #include <sys/stat.h>
 
@@ -67,7 +66,7 @@ std::optional<Collection> Vdir::collection(const std::string& folder) const {
 
 std::vector<Collection> Vdir::collections() const {
     std::vector<Collection> found;
-    for (const std::string& name : visibleNames(path_).value_or(std::vector<std::string>{})) {
+    for (const std::string& name : OpenFolder{path_}.visibleNames()) {
         if (auto one = collection(name)) {
             found.push_back(std::move(*one));
         }
@@ -75,8 +74,8 @@ std::vector<Collection> Vdir::collections() const {
     return found;
 }
 
-std::vector<std::string> Vdir::items(const Collection& collection, std::string_view ending) {
-    auto names = visibleNames(collection.path).value_or(std::vector<std::string>{});
+std::vector<std::string> Vdir::items(const OpenFolder& collection, std::string_view ending) {
+    auto names = collection.visibleNames();
     std::erase_if(names, [&](const std::string& name) { return !name.ends_with(ending); });
     return names;
 }

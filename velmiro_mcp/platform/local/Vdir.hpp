@@ -1,5 +1,7 @@
 #pragma once
 
+#include "velmiro_mcp/platform/local/Files.hpp"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -36,8 +38,8 @@ public:
     /// Nothing when there is no such collection (any more).
     [[nodiscard]] std::optional<Collection> collection(const std::string& folder) const;
 
-    /// The names of the collection's files with that ending, byte by byte in order.
-    static std::vector<std::string> items(const Collection& collection, std::string_view ending);
+    /// The names of a collection's files with that ending, byte by byte in order.
+    static std::vector<std::string> items(const OpenFolder& collection, std::string_view ending);
 
 private:
     std::string path_;

@@ -32,6 +32,8 @@ std::chrono::system_clock::time_point clockAhead() {
     return std::chrono::system_clock::now() + ahead;
 }
 
+using Cache = ParseCache<Letters>;
+
 class ParseCacheTest : public testing::Test {
 protected:
     std::string path(const std::string& name) const { return (folder_.path() / name).string(); }
@@ -40,7 +42,13 @@ protected:
 
     /// What the cache gives, "(none)" for nothing; counts how often it had to parse.
     std::string read(const std::string& name) {
-        const auto found = cache_.read(path(name), 1000, [this](std::string bytes) {
+        const OpenFolder folder{folder_.path()};
+        Cache::Reader reader{cache_, folder};
+        return read(reader, name);
+    }
+
+    std::string read(Cache::Reader& reader, const std::string& name) {
+        const auto found = reader.read(name, 1000, [this](std::string bytes) {
             ++parsed_;
             return Letters{std::move(bytes)};
         });
@@ -48,7 +56,7 @@ protected:
     }
 
     velmiro::test::TemporaryFolder folder_;
-    ParseCache<Letters> cache_{10'000, &clockAhead};
+    Cache cache_{10'000, &clockAhead};
     int parsed_ = 0;
 };
 
@@ -126,7 +134,9 @@ TEST_F(ParseCacheTest, SeesTheOtherFileThatALinkIsTurnedTo) {
 
 TEST_F(ParseCacheTest, ReadsAFileAnewThatWasChangedAMomentAgo) {
     // Within a tick of the clock, an edit of equal size leaves the stamp as it was.
-    ParseCache<Letters> cache{10'000};
+    Cache cache{10'000};
+    const OpenFolder folder{folder_.path()};
+    Cache::Reader reader{cache, folder};
     int parsed = 0;
     const auto parse = [&parsed](std::string bytes) {
         ++parsed;
@@ -135,7 +145,7 @@ TEST_F(ParseCacheTest, ReadsAFileAnewThatWasChangedAMomentAgo) {
     for (int round = 0; round < 200; ++round) {
         const std::string text = round % 2 == 0 ? "one" : "two";
         write("a", text);
-        const auto found = cache.read(path("a"), 1000, parse);
+        const auto found = reader.read("a", 1000, parse);
         ASSERT_TRUE(found);
         ASSERT_EQ(found->text, text) << "round " << round;
     }
@@ -185,6 +195,59 @@ TEST_F(ParseCacheTest, LetsGoOfWhatNobodyAsksForAnyMore) {
     EXPECT_LE(cache_.memory(), 10'000U);
 }
 
+TEST_F(ParseCacheTest, FindsFilesInWhateverOrderAReaderAsksForThem) {
+    const std::vector<std::string> names{"a", "b", "c", "d"};
+    for (const std::string& name : names) {
+        write(name, name + name);
+    }
+    const OpenFolder folder{folder_.path()};
+    Cache::Reader reader{cache_, folder};
+    for (const char* order : {"abcd", "dcba", "aabb", "bdac", "cccc"}) {
+        for (const char letter : std::string{order}) {
+            EXPECT_EQ(read(reader, std::string(1, letter)), std::string(2, letter)) << order;
+        }
+    }
+    EXPECT_EQ(parsed_, 4);
+}
+
+TEST_F(ParseCacheTest, AReaderGoesOnWhenWhatItWasAboutToFindIsForgotten) {
+    for (const char* name : {"a", "b", "c"}) {
+        write(name, name);
+        read(name);
+    }
+    const OpenFolder folder{folder_.path()};
+    Cache::Reader reader{cache_, folder};
+    EXPECT_EQ(read(reader, "a"), "a");
+    write("b", "changed");
+    EXPECT_EQ(read("b"), "changed") << "another reader puts a new entry where that one looks next";
+    EXPECT_EQ(read(reader, "b"), "changed");
+    cache_.clear();
+    EXPECT_EQ(read(reader, "c"), "c");
+    EXPECT_EQ(read(reader, "b"), "changed");
+    EXPECT_EQ(parsed_, 6);
+}
+
+TEST_F(ParseCacheTest, KeepsFilesOfOneNameInTwoFoldersApart) {
+    write("one/a", "first");
+    write("two/a", "second");
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& [name, text] : {std::pair{"one", "first"}, std::pair{"two", "second"}}) {
+            const OpenFolder folder{path(name)};
+            Cache::Reader reader{cache_, folder};
+            EXPECT_EQ(read(reader, "a"), text);
+        }
+    }
+    EXPECT_EQ(parsed_, 2);
+}
+
+TEST_F(ParseCacheTest, AFolderThatIsNotThereHoldsNothing) {
+    const OpenFolder folder{path("missing")};
+    Cache::Reader reader{cache_, folder};
+    EXPECT_FALSE(folder);
+    EXPECT_TRUE(folder.visibleNames().empty());
+    EXPECT_EQ(read(reader, "a"), "(none)");
+}
+
 TEST_F(ParseCacheTest, ForgetsAllWhenAsked) {
     write("a", "one");
     read("a");
@@ -201,8 +264,10 @@ TEST_F(ParseCacheTest, ServesManyThreadsAndParsesOnce) {
     std::vector<std::thread> threads;
     for (int index = 0; index < 8; ++index) {
         threads.emplace_back([&] {
+            const OpenFolder folder{folder_.path()};
+            Cache::Reader reader{cache_, folder};
             for (int round = 0; round < 200; ++round) {
-                const auto found = cache_.read(path("a"), 1000, [&parsed](std::string bytes) {
+                const auto found = reader.read("a", 1000, [&parsed](std::string bytes) {
                     ++parsed;
                     return Letters{std::move(bytes)};
                 });

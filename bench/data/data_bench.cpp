@@ -131,7 +131,9 @@ JSONValue run(const Case& chosen, int rounds) {
     home.settle();
     auto measured = JSONValue::array();
     for (const Question& question : questions) {
-        std::cout << question.title << " (" << question.tool << ")\n" << std::flush;
+        std::cout << question.title << " (" << question.tool << "), "
+                  << question.expected.size() << " found\n"
+                  << std::flush;
         const auto figures = ask(question, rounds);
         printTable({"velmiro_mcp", question.rival.name}, figures, Ratio::cost);
         measured.append(JSONValue::object(

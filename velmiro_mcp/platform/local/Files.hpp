@@ -74,19 +74,20 @@ struct FileStamp {
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 
-/// The stamp of the file or folder that a path leads to; nothing when there is none.
+/// The stamp of the file or folder that a path, or a name in a folder, leads to; nothing when there
+/// is none.
 std::optional<FileStamp> stampOf(const std::string& path);
 std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& name);
 
-/// The contents of a regular file of at most `largest` bytes; nothing, without waiting and without
-/// reading, when it is anything else: larger, a folder, a pipe, unreadable, gone.
-/// With `stamp`, also its stamp from before the first byte was read.
+/// The contents of a regular file of at most `largest` bytes, found likewise; nothing, without
+/// waiting and without reading, when it is anything else: larger, a folder, a pipe, unreadable,
+/// gone. With `stamp`, also its stamp from before the first byte was read.
 std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
                                            FileStamp* stamp = nullptr);
 std::optional<std::string> readRegularFile(const OpenFolder& folder, const std::string& name,
                                            std::size_t largest, FileStamp* stamp);
 
-/// The same for a name in an open folder; a symbolic link is not followed.
+/// The same, but a symbolic link is not followed.
 std::optional<std::string> readRegularFile(const FileDescriptor& folder, const std::string& name,
                                            std::size_t largest);
 

@@ -28,11 +28,18 @@ namespace velmiro::local {
 /// Any thread may call at any time; one file is not read by two of them at once.
 template <typename Parsed>
 class ParseCache {
-    struct Entry;
+    using Time = std::chrono::system_clock::time_point;
+
+    struct Entry {
+        FileStamp stamp;
+        std::shared_ptr<const Parsed> parsed;
+        std::size_t memory = 0;
+        Time lastRead;
+    };
     using Entries = std::map<std::string, Entry>; // of a folder, by their names
 
 public:
-    using Clock = std::chrono::system_clock::time_point (*)();
+    using Clock = Time (*)();
 
     explicit ParseCache(std::size_t mostMemory, Clock now = &std::chrono::system_clock::now)
         : mostMemory_{mostMemory},
@@ -85,15 +92,6 @@ public:
     }
 
 private:
-    using Time = std::chrono::system_clock::time_point;
-
-    struct Entry {
-        FileStamp stamp;
-        std::shared_ptr<const Parsed> parsed;
-        std::size_t memory = 0;
-        Time lastRead;
-    };
-
     static constexpr std::size_t memoryOfEntry = sizeof(Entry) + 96; // and what the tree adds
 
     Entries& entriesOf(const OpenFolder& folder) {

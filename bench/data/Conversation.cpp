@@ -28,7 +28,7 @@ JSONValue Conversation::call(const std::string& tool, const JSONValue& arguments
 }
 
 std::string outputOf(const std::vector<std::string>& command) {
-    Server program{command};
+    const Server program{command};
     std::string output;
     std::array<char, 65'536> chunk{};
     for (;;) {

@@ -50,7 +50,7 @@ std::string header(int number, std::time_t received) {
 
 /// Most are text; every fifth has it as HTML too, every twentieth has a document of 40 KB with it.
 std::string body(int number, const std::string& text, Words& words) {
-    const std::string plain = "Content-Type: text/plain; charset=utf-8\n"
+    std::string plain = "Content-Type: text/plain; charset=utf-8\n"
                               "Content-Transfer-Encoding: 8bit\n\n" +
                               text;
     if (number % 5 != 0) {

@@ -51,8 +51,8 @@ std::string header(int number, std::time_t received) {
 /// Most are text; every fifth has it as HTML too, every twentieth has a document of 40 KB with it.
 std::string body(int number, const std::string& text, Words& words) {
     std::string plain = "Content-Type: text/plain; charset=utf-8\n"
-                              "Content-Transfer-Encoding: 8bit\n\n" +
-                              text;
+                        "Content-Transfer-Encoding: 8bit\n\n" +
+                        text;
     if (number % 5 != 0) {
         return plain;
     }
@@ -173,7 +173,7 @@ std::vector<Question> makeMail(const Home& home) {
     const Rival search{"notmuch",
                        {notmuch, config, "search", "--format=json", since},
                        readThreads,
-                       database / ".notmuch",
+                       database / "xapian",
                        {notmuch, config, "new", "--quiet"}};
 
     const Rival show{

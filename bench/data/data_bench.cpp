@@ -86,6 +86,9 @@ Taken askRival(const Question& question) {
     if (rival.kept.empty()) {
         return {first, first}; // the next run would do all of it again
     }
+    if (!std::filesystem::exists(rival.kept)) {
+        throw std::runtime_error{rival.name + " keeps nothing at " + rival.kept.string()};
+    }
     std::vector<double> further(furtherRuns);
     std::ranges::generate(further, [&] {
         before = seconds();
@@ -131,9 +134,7 @@ JSONValue run(const Case& chosen, int rounds) {
     home.settle();
     auto measured = JSONValue::array();
     for (const Question& question : questions) {
-        std::cout << question.title << " (" << question.tool << "), "
-                  << question.expected.size() << " found\n"
-                  << std::flush;
+        std::cout << question.title << " (" << question.tool << ")\n" << std::flush;
         const auto figures = ask(question, rounds);
         printTable({"velmiro_mcp", question.rival.name}, figures, Ratio::cost);
         measured.append(JSONValue::object(

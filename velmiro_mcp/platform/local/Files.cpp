@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <string_view>
+#include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -21,6 +24,7 @@ FileStamp stampOf(const struct stat& about) {
 
 // O_NONBLOCK: opening a pipe that nobody writes would wait for ever.
 constexpr int readingOnly = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+constexpr int openingFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
 std::optional<std::string> contentsOf(const FileDescriptor& file, std::size_t largest,
                                       FileStamp* stamp) {
@@ -55,13 +59,20 @@ std::optional<std::string> contentsOf(const FileDescriptor& file, std::size_t la
 
 } // namespace
 
+OpenFolder::OpenFolder(std::string path)
+    : path_{std::move(path)},
+      descriptor_{open(path_.c_str(), openingFolder)} {}
+
 std::vector<std::string> OpenFolder::visibleNames() const {
     std::vector<std::string> names;
-    if (folder_ == nullptr) {
+    const int again = openat(number(), ".", openingFolder); // it is read from its beginning
+    const auto closeListing = [](DIR* listing) { closedir(listing); };
+    const std::unique_ptr<DIR, decltype(closeListing)> listing{
+        again < 0 ? nullptr : fdopendir(again), closeListing};
+    if (!listing) {
         return names;
     }
-    rewinddir(folder_);
-    while (const dirent* entry = readdir(folder_)) {
+    while (const dirent* entry = readdir(listing.get())) {
         const std::string_view name = &entry->d_name[0];
         if (!name.starts_with('.')) {
             names.emplace_back(name);
@@ -128,7 +139,7 @@ bool makeFolders(const std::string& path) {
 }
 
 bool flushFolder(const std::string& path) {
-    const FileDescriptor folder{open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const FileDescriptor folder{open(path.c_str(), openingFolder)};
     return folder && flushFolder(folder.number());
 }
 

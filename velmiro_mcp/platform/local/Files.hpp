@@ -4,10 +4,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include <dirent.h>
 #include <unistd.h>
 
 namespace velmiro::local {
@@ -35,31 +33,22 @@ private:
 class OpenFolder {
 public:
     /// False as a bool when it cannot be opened; `errno` says why.
-    explicit OpenFolder(std::string path)
-        : path_{std::move(path)},
-          folder_{opendir(path_.c_str())} {}
-    OpenFolder(const OpenFolder&) = delete;
-    OpenFolder& operator=(const OpenFolder&) = delete;
-    ~OpenFolder() {
-        if (folder_ != nullptr) {
-            closedir(folder_);
-        }
-    }
+    explicit OpenFolder(std::string path);
 
     /// As it was given.
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
-    explicit operator bool() const noexcept { return folder_ != nullptr; }
+    explicit operator bool() const noexcept { return static_cast<bool>(descriptor_); }
 
     /// The names in it, byte by byte in order, without those that begin with a dot; none when it is
     /// not open.
     [[nodiscard]] std::vector<std::string> visibleNames() const;
 
     /// For calls that take a folder; what they find there is nothing when it is not open.
-    [[nodiscard]] int number() const noexcept { return folder_ != nullptr ? dirfd(folder_) : -1; }
+    [[nodiscard]] int number() const noexcept { return descriptor_.number(); }
 
 private:
     std::string path_;
-    DIR* folder_;
+    FileDescriptor descriptor_;
 };
 
 /// What changes when a file's contents do: another file in its place has another number, and the

@@ -22,17 +22,26 @@ public:
     void clear() noexcept { size_ = 0; }
     void removePrefix(std::size_t count) noexcept {
         size_ -= count;
-        std::memmove(text_.get(), text_.get() + count, size_);
+        if (size_ > 0) { // else there may be no memory at all
+            std::memmove(text_.get(), text_.get() + count, size_);
+        }
     }
 
-    void append(char character) { *room(1) = character, ++size_; }
+    void append(char character) {
+        *room(1) = character;
+        added(1);
+    }
     void append(std::string_view part) {
-        std::memcpy(room(part.size()), part.data(), part.size());
-        size_ += part.size();
+        if (!part.empty()) {
+            std::memcpy(room(part.size()), part.data(), part.size());
+            added(part.size());
+        }
     }
     void append(std::size_t count, char character) {
-        std::memset(room(count), character, count);
-        size_ += count;
+        if (count > 0) {
+            std::memset(room(count), character, count);
+            added(count);
+        }
     }
 
     /// Where the next `count` bytes may be written. They count as text once `added` says so.

@@ -20,6 +20,11 @@ TEST(TextBuffer, HoldsWhatWasAppendedInItsOrder) {
 TEST(TextBuffer, AnEmptyOneHasNoMemory) {
     EXPECT_EQ(TextBuffer{}.capacity(), 0U);
     EXPECT_EQ(TextBuffer{}.view(), "");
+    TextBuffer text{""};
+    text.append("");
+    text.append(0, 'x');
+    text.removePrefix(0);
+    EXPECT_EQ(text.capacity(), 0U);
 }
 
 TEST(TextBuffer, WhatIsWrittenIntoItsRoomCountsOnceItIsAdded) {

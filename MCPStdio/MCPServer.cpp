@@ -153,14 +153,15 @@ Task<void> MCPServer::run(int input, int output) {
 }
 
 Task<std::optional<TextBuffer>> MCPServer::handleLine(std::string_view line) {
-    return
-        [](MCPServer& server, std::optional<JSONValue> message) -> Task<std::optional<TextBuffer>> {
-            std::optional<TextBuffer> reply;
-            auto answering = server.answer(std::move(message),
-                                           [&reply](TextBuffer text) { reply = std::move(text); });
-            co_await std::move(answering);
-            co_return std::move(reply);
-        }(*this, readMessage(line));
+    return collectAnswer(readMessage(line));
+}
+
+Task<std::optional<TextBuffer>> MCPServer::collectAnswer(std::optional<JSONValue> message) {
+    std::optional<TextBuffer> reply;
+    auto answering =
+        answer(std::move(message), [&reply](TextBuffer text) { reply = std::move(text); });
+    co_await std::move(answering);
+    co_return std::move(reply);
 }
 
 /// Answers a message, by way of `send` where an answer is due.
@@ -168,7 +169,9 @@ template <typename Send>
 Task<void> MCPServer::answer(std::optional<JSONValue> message, Send send) {
     auto turn = co_await actor_.enter();
     if (!message) {
-        send(failure(nullptr, {parseErrorCode, "parse error"}));
+        auto reply = failure(nullptr, {parseErrorCode, "parse error"});
+        turn.end();
+        send(std::move(reply));
         co_return;
     }
     const JSONValue* const methodName = (*message)["method"];
@@ -201,8 +204,12 @@ Task<void> MCPServer::answer(std::optional<JSONValue> message, Send send) {
     } catch (...) {
         error = RPCError{internalErrorCode, currentDescription()};
     }
+    if (error) {
+        reply = failure(id, *error);
+    }
+    turn.end(); // sending may have to wait a moment
     if (requestId != nullptr) {
-        send(error ? failure(id, *error) : std::move(reply));
+        send(std::move(reply));
     }
 }
 

@@ -57,6 +57,7 @@ public:
     const std::optional<std::string> instructions;
 
 private:
+    Task<std::optional<TextBuffer>> collectAnswer(std::optional<JSONValue> message);
     template <typename Send>
     Task<void> answer(std::optional<JSONValue> message, Send send);
     [[nodiscard]] TextBuffer dispatch(const JSONValue& id, std::string_view method,

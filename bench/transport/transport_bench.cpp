@@ -3,11 +3,11 @@
 // clock's back.
 
 #include "bench/Figures.hpp"
-#include "bench/Options.hpp"
-#include "bench/System.hpp"
 #include "bench/Load.hpp"
+#include "bench/Options.hpp"
 #include "bench/Replies.hpp"
 #include "bench/Server.hpp"
+#include "bench/System.hpp"
 
 #include <algorithm>
 #include <csignal>

@@ -103,9 +103,10 @@ TEST_F(LocalReminders, WithoutDueOrDurationNothingIsDue) {
 
 TEST_F(LocalReminders, AZoneThatTheFileDescribesGoesBeforeTheSystems) {
     const std::string_view described = "BEGIN:VTIMEZONE\r\nTZID:Europe/London\r\nBEGIN:STANDARD\r\n"
-                                  "DTSTART:19700101T000000\r\nTZOFFSETFROM:+0500\r\n"
-                                  "TZOFFSETTO:+0500\r\nEND:STANDARD\r\nEND:VTIMEZONE\r\n";
-    EXPECT_EQ(due("DUE;TZID=Europe/London:20261014T150000\r\n", described), "2026-10-14T12:00:00+02:00");
+                                       "DTSTART:19700101T000000\r\nTZOFFSETFROM:+0500\r\n"
+                                       "TZOFFSETTO:+0500\r\nEND:STANDARD\r\nEND:VTIMEZONE\r\n";
+    EXPECT_EQ(due("DUE;TZID=Europe/London:20261014T150000\r\n", described),
+              "2026-10-14T12:00:00+02:00");
 }
 
 TEST_F(LocalReminders, OpenOnesAreListedInTheStoresOrder) {

@@ -3,10 +3,24 @@
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_OBJCXX_STANDARD 20)
+set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
+set(CMAKE_OBJCXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
+
+# Which folder of velmiro_mcp/platform is built in. On Linux `macos` is for its tests.
+if(APPLE)
+    set(platform macos)
+else()
+    set(platform local)
+endif()
+set(VELMIRO_PLATFORM ${platform} CACHE STRING "The platform: local or macos")
+if(VELMIRO_PLATFORM STREQUAL macos)
+    include("${CMAKE_SOURCE_DIR}/velmiro_mcp/platform/macos/ObjectiveC.cmake")
+endif()
 
 # address (with undefined behaviour), thread, or nothing.
 set(VELMIRO_SANITIZE "" CACHE STRING "Sanitizers to build with: address, thread or empty")

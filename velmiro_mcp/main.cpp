@@ -3,6 +3,7 @@
 #include "velmiro_mcp/Kind.hpp"
 #include "velmiro_mcp/Process.hpp"
 #include "velmiro_mcp/ToolCatalogue.hpp"
+#include "velmiro_mcp/platform/Platform.hpp"
 
 namespace {
 
@@ -16,6 +17,6 @@ int main() {
     velmiro::raiseDescriptorLimit();
     const auto enabled = velmiro::enabledKinds(velmiro::processEnvironment());
     MCPStdio::MCPServer server{"velmiro-apple", "1.0", instructions, velmiro::tools(enabled)};
-    MCPStdio::syncWait(server.run());
+    velmiro::runBesideMainQueue([&] { MCPStdio::syncWait(server.run()); });
     return 0;
 }

@@ -21,6 +21,7 @@ const std::map<std::string, std::set<std::string>> rooms{
     {"velmiro_mcp/platform", {"MCPStdio"}},
     {"velmiro_mcp/platform/local",
      {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp/platform", "velmiro_mcp"}},
+    {"velmiro_mcp/platform/macos", {"MCPStdio", "velmiro_mcp/platform"}},
     {"velmiro_mcp",
      {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp/platform", "velmiro_mcp/AppleTools"}},
     {"velmiro_mcp/AppleTools",
@@ -88,7 +89,7 @@ TEST(Rules, ARoomIncludesOnlyTheRoomsItMay) {
         const std::string room = fs::path{file.path}.parent_path().string();
         const auto allowed = rooms.find(room);
         ASSERT_NE(allowed, rooms.end()) << "no rule for the room of " << file.path;
-        for (const std::string& header : matches(file.text, R"(^#include ["<]([^">]+)[">])")) {
+        for (const std::string& header : matches(file.text, R"(^#(?:include|import) ["<]([^">]+)[">])")) {
             const std::string from = fs::path{header}.parent_path().string();
             if (rooms.contains(from) && from != room) {
                 EXPECT_TRUE(allowed->second.contains(from)) << file.path << " includes " << header;

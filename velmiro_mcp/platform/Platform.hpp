@@ -178,6 +178,11 @@ pid_t startProgram(const std::string& path, std::vector<std::string> arguments, 
 /// closed by the caller. Negative when none can be had.
 int openExitDescriptor(pid_t child) noexcept;
 
+/// Does `work`, and returns when it is done. Where a system brings a program its news (that another
+/// one changed a calendar, say) by its main thread, that thread takes them meanwhile, and `work` is
+/// done on another. Called by the main thread, once.
+void runBesideMainQueue(const std::function<void()>& work);
+
 /// How far the user lets this program into the contacts. The values are the platform's own numbers.
 enum class ContactsAuthorizationStatus {
     notDetermined = 0,

@@ -3,7 +3,18 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(ICAL REQUIRED IMPORTED_TARGET libical>=3.0.16)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
 
+# What serves each port.
 set(PLATFORM_FILES
+    platform/local/LocalDateText.cpp
+    platform/local/LocalText.cpp
+    platform/local/MainQueue.cpp
+    platform/local/OSAScriptPath.cpp
+    platform/local/Ports.cpp
+    platform/local/ProgramStart.cpp
+    platform/local/SupportFolder.cpp)
+
+# What they stand on.
+set(PLATFORM_PARTS
     platform/local/CalendarFile.cpp
     platform/local/CalendarFiles.cpp
     platform/local/CalendarValues.cpp
@@ -23,18 +34,14 @@ set(PLATFORM_FILES
     platform/local/ICUZones.cpp
     platform/local/Libical.cpp
     platform/local/LocalContactStore.cpp
-    platform/local/LocalDateText.cpp
     platform/local/LocalEventDatabase.cpp
     platform/local/LocalFolders.cpp
-    platform/local/LocalText.cpp
     platform/local/Locale.cpp
     platform/local/NameQuery.cpp
     platform/local/NewItemText.cpp
     platform/local/NextReminder.cpp
-    platform/local/OSAScriptPath.cpp
     platform/local/OccurrenceList.cpp
     platform/local/Occurrences.cpp
-    platform/local/ProgramStart.cpp
     platform/local/Random.cpp
     platform/local/Recurrence.cpp
     platform/local/RecurrenceDays.cpp

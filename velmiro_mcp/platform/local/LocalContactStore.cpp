@@ -1,4 +1,4 @@
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/platform/local/LocalStores.hpp"
 
 #include "velmiro_mcp/platform/local/ContactFolders.hpp"
 #include "velmiro_mcp/platform/local/LocalFolders.hpp"
@@ -7,10 +7,8 @@
 #include <semaphore>
 #include <thread>
 
-namespace velmiro {
+namespace velmiro::local {
 namespace {
-
-using namespace local;
 
 /// What the files say, for all stores of this process; never destroyed.
 ContactCache& sharedCache() {
@@ -48,14 +46,14 @@ public:
 
 } // namespace
 
-ContactsAuthorizationStatus contactsAuthorizationStatus() {
+ContactsAuthorizationStatus cardFoldersStatus() {
     return ContactFolders{dataFolder("Contacts"), sharedCache()}.isReadable()
                ? ContactsAuthorizationStatus::authorized
                : ContactsAuthorizationStatus::denied;
 }
 
-std::unique_ptr<ContactStore> openContactStore() {
+std::unique_ptr<ContactStore> openCardFolders() {
     return std::make_unique<LocalContactStore>();
 }
 
-} // namespace velmiro
+} // namespace velmiro::local

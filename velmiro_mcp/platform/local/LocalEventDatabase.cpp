@@ -1,4 +1,4 @@
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/platform/local/LocalStores.hpp"
 
 #include "velmiro_mcp/platform/local/CalendarFiles.hpp"
 #include "velmiro_mcp/platform/local/EventText.hpp"
@@ -17,10 +17,8 @@
 #include <system_error>
 #include <utility>
 
-namespace velmiro {
+namespace velmiro::local {
 namespace {
-
-using namespace local;
 
 Calendar calendarOf(const Collection& collection) {
     return {collection.folder, collection.title};
@@ -277,8 +275,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<EventDatabase> openEventDatabase() {
+std::unique_ptr<EventDatabase> openCalendarFolders() {
     return std::make_unique<LocalEventDatabase>();
 }
 
-} // namespace velmiro
+} // namespace velmiro::local

@@ -1,14 +1,12 @@
 #include "velmiro_mcp/platform/local/LocalFolders.hpp"
 
-#include "velmiro_mcp/platform/Platform.hpp"
-
 #include <cstdlib>
 #include <vector>
 
 #include <pwd.h>
 #include <unistd.h>
 
-namespace velmiro {
+namespace velmiro::local {
 namespace {
 
 std::string accountHome() {
@@ -34,15 +32,12 @@ std::string homeDirectory() {
 
 } // namespace
 
-std::string applicationSupportDirectory() {
+std::string supportFolder() {
     return homeDirectory() + "/Library/Application Support";
 }
 
-namespace local {
-
 std::string dataFolder(std::string_view name) {
-    return applicationSupportDirectory() + "/Velmiro/" + std::string{name};
+    return supportFolder() + "/Velmiro/" + std::string{name};
 }
 
-} // namespace local
-} // namespace velmiro
+} // namespace velmiro::local

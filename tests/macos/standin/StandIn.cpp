@@ -1,0 +1,76 @@
+#include "tests/macos/standin/StandIn.hpp"
+
+#include "velmiro_mcp/platform/local/LocalStores.hpp"
+
+namespace velmiro::test {
+namespace {
+
+template <typename Save>
+StandIn::Saved outcomeOf(const Save& save) {
+    try {
+        return {save(), {}};
+    } catch (const PlatformError& error) {
+        return {{}, error.what()};
+    }
+}
+
+} // namespace
+
+StandIn& StandIn::shared() {
+    static auto* const only = new StandIn; // outlives every thread
+    return *only;
+}
+
+void StandIn::reset() {
+    linkFoundation();
+    database = local::openCalendarFolders();
+    openContacts = local::openCardFolders;
+    contactsStatus.reset();
+    dueParts.clear();
+    eventIdentifiers.clear();
+    currentCalendar = "gregorian";
+    raises.clear();
+    errors.clear();
+    refusals.clear();
+    nils.clear();
+    deliver = [](const std::function<void()>& complete) { complete(); };
+    completesWithNil = false;
+    clearJournal();
+}
+
+int StandIn::filesContactsStatus() {
+    return static_cast<int>(local::cardFoldersStatus());
+}
+
+StandIn::Saved StandIn::save(const NewEvent& event, const Calendar& calendar) {
+    return outcomeOf([&] { return database->saveEvent(event, calendar); });
+}
+
+StandIn::Saved StandIn::save(const NewReminder& reminder, const Calendar& list) {
+    return outcomeOf([&] { return database->saveReminder(reminder, list); });
+}
+
+StandIn::Saved StandIn::complete(const std::string& identifier) {
+    return outcomeOf([&] {
+        return database->completeReminder(identifier)
+                   ? identifier
+                   : throw PlatformError{"The reminder is not there any more."};
+    });
+}
+
+std::vector<std::string> StandIn::journal() const {
+    const std::scoped_lock lock{mutex_};
+    return journal_;
+}
+
+void StandIn::clearJournal() {
+    const std::scoped_lock lock{mutex_};
+    journal_.clear();
+}
+
+void StandIn::note(std::string call) {
+    const std::scoped_lock lock{mutex_};
+    journal_.push_back(std::move(call));
+}
+
+} // namespace velmiro::test

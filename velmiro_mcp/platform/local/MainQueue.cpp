@@ -1,0 +1,10 @@
+#include "velmiro_mcp/platform/Platform.hpp"
+
+namespace velmiro {
+
+/// Nothing here comes to a program by its main thread: whatever changed is found when it is read.
+void runBesideMainQueue(const std::function<void()>& work) {
+    work();
+}
+
+} // namespace velmiro

@@ -1,0 +1,11 @@
+#include "velmiro_mcp/platform/Platform.hpp"
+
+#include "velmiro_mcp/platform/local/LocalFolders.hpp"
+
+namespace velmiro {
+
+std::string applicationSupportDirectory() {
+    return local::supportFolder();
+}
+
+} // namespace velmiro

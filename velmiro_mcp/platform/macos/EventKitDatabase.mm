@@ -1,0 +1,247 @@
+#include "velmiro_mcp/platform/Platform.hpp"
+
+#include "velmiro_mcp/platform/macos/Answer.hpp"
+#include "velmiro_mcp/platform/macos/Items.hpp"
+#include "velmiro_mcp/platform/macos/Owned.hpp"
+
+#include <algorithm>
+#include <type_traits>
+
+namespace velmiro {
+namespace {
+
+using namespace macos;
+
+/// EventKit looks at the first four years of a longer time and leaves out the rest without a word.
+constexpr std::chrono::days longestSearch{4 * 365};
+
+EKEntityType entityType(EntityType type) {
+    return type == EntityType::event ? EKEntityTypeEvent : EKEntityTypeReminder;
+}
+
+/// NO alone is no failure: that is also what saving something unchanged gives.
+Problem failureOf(BOOL saved, NSError* error) {
+    return !saved && error != nil ? Problem{descriptionOf(error)} : std::nullopt;
+}
+
+/// The user's calendars and reminders. Nothing that was fetched is kept: it would be stale as soon
+/// as another program changes something. Only the store lives on, as EventKit wants it.
+class EventKitDatabase final : public EventDatabase {
+public:
+    AuthorizationStatus authorizationStatus(EntityType type) override {
+        return guarded([&](Problem&) {
+            return static_cast<AuthorizationStatus>(
+                [EKEventStore authorizationStatusForEntityType:entityType(type)]);
+        });
+    }
+
+    std::vector<Calendar> calendars(EntityType type) override {
+        return guarded([&](Problem&) {
+            std::vector<Calendar> found;
+            for (EKCalendar* calendar in [store() calendarsForEntityType:entityType(type)]) {
+                found.push_back(recordOf(calendar));
+            }
+            return found;
+        });
+    }
+
+    std::optional<Calendar> defaultCalendarForNewEvents() override {
+        return guarded(
+            [&](Problem&) { return optionalRecordOf(store().defaultCalendarForNewEvents); });
+    }
+
+    std::optional<Calendar> defaultListForNewReminders() override {
+        return guarded(
+            [&](Problem&) { return optionalRecordOf([store() defaultCalendarForNewReminders]); });
+    }
+
+    std::vector<Event> events(Instant start, Instant end, const Calendar* calendar) override {
+        return guarded([&](Problem& problem) {
+            NSArray<EKCalendar*>* const calendars = filter(EntityType::event, calendar, problem);
+            std::vector<Event> found;
+            for (Instant from = start; !problem && from < end; from += longestSearch) {
+                const Instant to = std::min<Instant>(end, from + longestSearch);
+                for (Event& event : eventsBetween(from, to, calendars)) {
+                    // One that began earlier was found by the search before.
+                    if (from == start || event.start >= from) {
+                        found.push_back(std::move(event));
+                    }
+                }
+            }
+            return found;
+        });
+    }
+
+    std::string saveEvent(const NewEvent& event, const Calendar& calendar) override {
+        return saved([&](Problem& problem) {
+            EKEvent* const made = [EKEvent eventWithEventStore:store()];
+            made.title = stringOf(event.title);
+            made.startDate = dateOf(event.start);
+            made.endDate = dateOf(event.end);
+            made.allDay = event.allDay;
+            made.location = stringOrNil(event.location);
+            made.notes = stringOrNil(event.notes);
+            made.calendar = calendarFor(EntityType::event, calendar, problem);
+            if (!problem) {
+                problem = save(made);
+            }
+            return textOrEmpty(made.calendarItemIdentifier);
+        });
+    }
+
+    void fetchReminders(const ReminderQuery& query, RemindersFound found) override {
+        const auto answer = std::make_shared<Answer>(std::move(found));
+        const Problem problem = attempt([&](Problem& noList) {
+            NSArray<EKCalendar*>* const lists = filter(EntityType::reminder, query.list, noList);
+            if (noList) {
+                return;
+            }
+            const std::shared_ptr<Answer> shared = answer; // blocks copy values, not references
+            [store() fetchRemindersMatchingPredicate:predicateFor(query, lists)
+                                          completion:^(NSArray<EKReminder*>* reminders) {
+                                            answerWith(*shared, reminders);
+                                          }];
+        });
+        if (problem && answer->claim()) {
+            throw PlatformError{*problem};
+        }
+    }
+
+    std::optional<Reminder> reminder(const std::string& identifier) override {
+        return guarded([&](Problem&) {
+            EKReminder* const found = reminderFor(identifier);
+            return found == nil ? std::nullopt : std::optional{recordOf(found)};
+        });
+    }
+
+    std::string saveReminder(const NewReminder& reminder, const Calendar& list) override {
+        return saved([&](Problem& problem) {
+            EKReminder* const made = [EKReminder reminderWithEventStore:store()];
+            made.title = stringOf(reminder.title);
+            made.notes = stringOrNil(reminder.notes);
+            made.priority = static_cast<NSUInteger>(reminder.priority);
+            if (reminder.due) {
+                made.dueDateComponents = dueDateComponents(*reminder.due);
+            }
+            made.calendar = calendarFor(EntityType::reminder, list, problem);
+            if (!problem) {
+                problem = save(made);
+            }
+            return textOrEmpty(made.calendarItemIdentifier);
+        });
+    }
+
+    bool completeReminder(const std::string& identifier) override {
+        return saved([&](Problem& problem) {
+            EKReminder* const found = reminderFor(identifier);
+            if (found != nil) {
+                found.completed = YES;
+                problem = save(found);
+            }
+            return found != nil;
+        });
+    }
+
+private:
+    /// Made at the first use: a store made before the user allowed access would stay empty.
+    EKEventStore* store() {
+        if (store_.get() == nil) {
+            store_ = Owned{[[EKEventStore alloc] init]};
+        }
+        return store_.get();
+    }
+
+    EKCalendar* calendarFor(EntityType type, const Calendar& calendar, Problem& problem) {
+        NSString* const identifier = stringOf(calendar.identifier);
+        for (EKCalendar* candidate in [store() calendarsForEntityType:entityType(type)]) {
+            if ([candidate.calendarIdentifier isEqualToString:identifier]) {
+                return candidate;
+            }
+        }
+        problem = "‘" + calendar.title + "’ is not there any more";
+        return nil;
+    }
+
+    /// What a search takes for one calendar, or, as nil, for all.
+    NSArray<EKCalendar*>* filter(EntityType type, const Calendar* calendar, Problem& problem) {
+        if (calendar == nullptr) {
+            return nil;
+        }
+        EKCalendar* const one = calendarFor(type, *calendar, problem);
+        return one == nil ? nil : @[ one ];
+    }
+
+    std::vector<Event> eventsBetween(Instant from, Instant to, NSArray<EKCalendar*>* calendars) {
+        NSPredicate* const overlapping =
+            [store() predicateForEventsWithStartDate:dateOf(from)
+                                             endDate:dateOf(to)
+                                           calendars:calendars];
+        return recordsOf<Event, EKEvent>([store() eventsMatchingPredicate:overlapping]);
+    }
+
+    NSPredicate* predicateFor(const ReminderQuery& query, NSArray<EKCalendar*>* lists) {
+        if (query.includeCompleted) {
+            return [store() predicateForRemindersInCalendars:lists];
+        }
+        NSDate* const before = query.dueBefore ? dateOf(*query.dueBefore) : nil;
+        return [store() predicateForIncompleteRemindersWithDueDateStarting:nil
+                                                                    ending:before
+                                                                 calendars:lists];
+    }
+
+    /// On whichever thread the framework chose. A missing array is no answer.
+    static void answerWith(Answer& answer, NSArray<EKReminder*>* reminders) {
+        std::optional<std::vector<Reminder>> found;
+        attempt([&](Problem&) {
+            if (reminders != nil) {
+                found = recordsOf<Reminder, EKReminder>(reminders);
+            }
+        });
+        answer.give(std::move(found));
+    }
+
+    /// Nil when there is none, or when it is an event.
+    EKReminder* reminderFor(const std::string& identifier) {
+        EKCalendarItem* const item = [store() calendarItemWithIdentifier:stringOf(identifier)];
+        return [item isKindOfClass:[EKReminder class]] ? static_cast<EKReminder*>(item) : nil;
+    }
+
+    Problem save(EKEvent* event) {
+        NSError* error = nil;
+        const BOOL done = [store() saveEvent:event
+                                        span:EKSpanThisEvent
+                                      commit:YES
+                                       error:&error];
+        return failureOf(done, error);
+    }
+
+    Problem save(EKReminder* reminder) {
+        NSError* error = nil;
+        const BOOL done = [store() saveReminder:reminder commit:YES error:&error];
+        return failureOf(done, error);
+    }
+
+    /// Guards a `body` that saves. What could not be saved is forgotten, or the store would show it
+    /// to the next search, and save it with the next item.
+    template <typename Body>
+    std::invoke_result_t<Body, Problem&> saved(const Body& body) {
+        return guarded([&](Problem& problem) {
+            std::invoke_result_t<Body, Problem&> result{};
+            problem = attempt([&](Problem& failure) { result = body(failure); });
+            if (problem) {
+                attempt([&](Problem&) { [store() reset]; });
+            }
+            return result;
+        });
+    }
+
+    Owned<EKEventStore> store_;
+};
+
+} // namespace
+
+std::unique_ptr<EventDatabase> openEventDatabase() {
+    return std::make_unique<EventKitDatabase>();
+}
+
+} // namespace velmiro

@@ -1,0 +1,22 @@
+# The macOS platform: EventKit, Contacts and Foundation, in Objective-C++.
+set(PLATFORM_FILES
+    platform/macos/ContactsStore.mm
+    platform/macos/Conversions.mm
+    platform/macos/EventKitDatabase.mm
+    platform/macos/Items.mm
+    platform/macos/LocalizedDates.mm
+    platform/macos/LocalizedText.mm
+    platform/macos/MainQueue.mm
+    platform/macos/OSAScriptPath.cpp
+    platform/macos/SupportFolder.mm
+    platform/macos/UserCalendar.mm)
+set(PLATFORM_PARTS)
+
+if(APPLE)
+    list(APPEND PLATFORM_FILES platform/macos/ProgramStart.cpp)
+    set(PLATFORM_LIBRARIES ${FOUNDATION} "-framework EventKit" "-framework Contacts")
+else()
+    # The tests': the kernel is another one, so how programs start is taken from the local platform.
+    list(APPEND PLATFORM_FILES platform/local/ProgramStart.cpp)
+    set(PLATFORM_LIBRARIES framework_stand_ins)
+endif()

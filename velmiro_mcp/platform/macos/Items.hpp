@@ -1,0 +1,31 @@
+#pragma once
+
+#include "velmiro_mcp/platform/macos/Guard.hpp"
+
+#import <EventKit/EventKit.h>
+
+/// EventKit's items as the records of the ports. Whatever an item does not have may be nil.
+namespace velmiro::macos {
+
+Calendar recordOf(EKCalendar* calendar);
+std::optional<Calendar> optionalRecordOf(EKCalendar* calendar);
+Event recordOf(EKEvent* event);
+Reminder recordOf(EKReminder* reminder);
+
+/// The records of the items that can be read: one whose reading raises an exception is passed over,
+/// and does not hide the others.
+template <typename Record, typename Item>
+std::vector<Record> recordsOf(NSArray<Item*>* items) {
+    std::vector<Record> records;
+    records.reserve(items.count);
+    for (Item* item in items) {
+        attempt([&](Problem&) { records.push_back(recordOf(item)); });
+    }
+    return records;
+}
+
+/// The parts of a due date as EventKit keeps them: in its Gregorian calendar, to the minute, with a
+/// time, and in whatever zone the user is in when it comes.
+NSDateComponents* dueDateComponents(Instant due);
+
+} // namespace velmiro::macos

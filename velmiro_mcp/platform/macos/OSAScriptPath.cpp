@@ -1,0 +1,9 @@
+#include "velmiro_mcp/platform/Platform.hpp"
+
+namespace velmiro {
+
+std::string osascriptPath() {
+    return "/usr/bin/osascript";
+}
+
+} // namespace velmiro

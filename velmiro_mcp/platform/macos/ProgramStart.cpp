@@ -1,0 +1,190 @@
+#include "velmiro_mcp/platform/Platform.hpp"
+
+#include "velmiro_mcp/platform/DescriptorLimit.hpp"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/event.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+
+// `posix_spawn` alone would do, were it not for the soft limit of descriptors: it cannot set one,
+// and to lower ours around it would starve the other threads. So a copy of this process lowers its
+// own and then becomes the program, by a `posix_spawn` that replaces the caller: the system's way
+// to start a program with no descriptors but those named.
+
+extern "C" char** environ; // POSIX leaves its declaration to the program
+
+namespace velmiro {
+namespace {
+
+[[noreturn]] void fail(int why) {
+    throw std::system_error{why, std::system_category()};
+}
+
+void check(int error) {
+    if (error != 0) {
+        fail(error);
+    }
+}
+
+/// Signals as a new program expects them; no descriptors but those named; in place of the caller.
+class Attributes {
+public:
+    Attributes() {
+        check(::posix_spawnattr_init(&attributes_));
+        sigset_t none;
+        sigset_t all;
+        ::sigemptyset(&none);
+        ::sigfillset(&all);
+        ::sigdelset(&all, SIGKILL);
+        ::sigdelset(&all, SIGSTOP);
+        ::posix_spawnattr_setsigmask(&attributes_, &none);
+        ::posix_spawnattr_setsigdefault(&attributes_, &all);
+        ::posix_spawnattr_setflags(&attributes_,
+                                   POSIX_SPAWN_SETEXEC | POSIX_SPAWN_CLOEXEC_DEFAULT |
+                                       POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+    ~Attributes() { ::posix_spawnattr_destroy(&attributes_); }
+    [[nodiscard]] const posix_spawnattr_t* get() const noexcept { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_{};
+};
+
+/// The three descriptors.
+class Actions {
+public:
+    Actions(int output, int error) {
+        check(::posix_spawn_file_actions_init(&actions_));
+        ::posix_spawn_file_actions_addinherit_np(&actions_, STDIN_FILENO);
+        ::posix_spawn_file_actions_adddup2(&actions_, output, 1);
+        ::posix_spawn_file_actions_adddup2(&actions_, error, 2);
+    }
+    Actions(const Actions&) = delete;
+    Actions& operator=(const Actions&) = delete;
+    ~Actions() { ::posix_spawn_file_actions_destroy(&actions_); }
+    [[nodiscard]] const posix_spawn_file_actions_t* get() const noexcept { return &actions_; }
+
+private:
+    posix_spawn_file_actions_t actions_{};
+};
+
+/// Through which the copy tells why it could not become the program; its end closes by itself when
+/// it could.
+class Report {
+public:
+    Report() {
+        check(::pipe(ends_.data()) == 0 ? 0 : errno);
+        for (const int end : ends_) {
+            ::fcntl(end, F_SETFD, FD_CLOEXEC);
+        }
+    }
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+    ~Report() {
+        ::close(ends_[0]);
+        closeWriting();
+    }
+
+    void closeWriting() noexcept {
+        if (ends_[1] >= 0) {
+            ::close(ends_[1]);
+            ends_[1] = -1;
+        }
+    }
+    void write(int why) const noexcept {
+        static_cast<void>(::write(ends_[1], &why, sizeof why) == sizeof why);
+    }
+    /// Zero when there was nothing to tell.
+    [[nodiscard]] int read() const noexcept {
+        int why = 0;
+        ssize_t count = 0;
+        do {
+            count = ::read(ends_[0], &why, sizeof why);
+        } while (count < 0 && errno == EINTR);
+        return count == sizeof why ? why : 0;
+    }
+
+private:
+    std::array<int, 2> ends_{-1, -1};
+};
+
+/// The copy is not to run a handler of ours: nothing reaches it before it is the program.
+class SignalsBlocked {
+public:
+    SignalsBlocked() noexcept {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+private:
+    sigset_t before_{};
+};
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+} // namespace
+
+pid_t startProgram(const std::string& path, std::vector<std::string> arguments, int output,
+                   int error) {
+    const auto pointers = pointersTo(arguments);
+    const Attributes attributes;
+    const Actions actions{output, error};
+    Report report;
+    pid_t child = -1;
+    {
+        const SignalsBlocked blocked;
+        child = ::fork();
+        if (child == 0) { // from here on single system calls only
+            restoreDescriptorLimit();
+            report.write(::posix_spawn(nullptr, path.c_str(), actions.get(), attributes.get(),
+                                       pointers.data(), environ));
+            ::_exit(127);
+        }
+    }
+    if (child < 0) {
+        fail(errno);
+    }
+    report.closeWriting();
+    if (const int why = report.read()) {
+        ::waitpid(child, nullptr, 0);
+        fail(why);
+    }
+    return child;
+}
+
+int openExitDescriptor(pid_t child) noexcept {
+    const int queue = ::kqueue();
+    if (queue < 0) {
+        return -1;
+    }
+    ::fcntl(queue, F_SETFD, FD_CLOEXEC);
+    struct kevent exit{};
+    EV_SET(&exit, static_cast<uintptr_t>(child), EVFILT_PROC, EV_ADD, NOTE_EXIT, 0, nullptr);
+    if (::kevent(queue, &exit, 1, nullptr, 0, nullptr) != 0) { // it has ended already, say
+        ::close(queue);
+        return -1;
+    }
+    return queue;
+}
+
+} // namespace velmiro

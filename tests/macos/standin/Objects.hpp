@@ -7,8 +7,8 @@
 
 #import <EventKit/EventKit.h>
 
-/// How the stand-ins make their objects, and how each of their methods begins. Nothing here is taken
-/// from the platform under test.
+/// How the stand-ins make their objects, and how each of their methods begins. Nothing here is
+/// taken from the platform under test.
 namespace velmiro::test {
 
 NSString* stringOf(const std::string& text);

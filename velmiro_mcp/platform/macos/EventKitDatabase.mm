@@ -24,6 +24,10 @@ Problem failureOf(BOOL saved, NSError* error) {
     return !saved && error != nil ? Problem{descriptionOf(error)} : std::nullopt;
 }
 
+Problem gone(const Calendar& calendar) {
+    return "‘" + calendar.title + "’ is not there any more";
+}
+
 /// The user's calendars and reminders. Nothing that was fetched is kept: it would be stale as soon
 /// as another program changes something. Only the store lives on, as EventKit wants it.
 class EventKitDatabase final : public EventDatabase {
@@ -56,12 +60,12 @@ public:
     }
 
     std::vector<Event> events(Instant start, Instant end, const Calendar* calendar) override {
-        return guarded([&](Problem& problem) {
-            NSArray<EKCalendar*>* const calendars = filter(EntityType::event, calendar, problem);
+        return guarded([&](Problem&) {
+            NSArray<EKCalendar*>* const among = filter(EntityType::event, calendar);
             std::vector<Event> found;
-            for (Instant from = start; !problem && from < end; from += longestSearch) {
+            for (Instant from = start; from < end; from += longestSearch) {
                 const Instant to = std::min<Instant>(end, from + longestSearch);
-                for (Event& event : eventsBetween(from, to, calendars)) {
+                for (Event& event : eventsBetween(from, to, among)) {
                     // One that began earlier was found by the search before.
                     if (from == start || event.start >= from) {
                         found.push_back(std::move(event));
@@ -81,23 +85,22 @@ public:
             made.allDay = event.allDay;
             made.location = stringOrNil(event.location);
             made.notes = stringOrNil(event.notes);
-            made.calendar = calendarFor(EntityType::event, calendar, problem);
-            if (!problem) {
-                problem = save(made);
-            }
+            made.calendar = calendarFor(EntityType::event, calendar);
+            problem = made.calendar == nil ? gone(calendar) : save(made);
             return textOrEmpty(made.calendarItemIdentifier);
         });
     }
 
     void fetchReminders(const ReminderQuery& query, RemindersFound found) override {
         const auto answer = std::make_shared<Answer>(std::move(found));
-        const Problem problem = attempt([&](Problem& noList) {
-            NSArray<EKCalendar*>* const lists = filter(EntityType::reminder, query.list, noList);
-            if (noList) {
+        const Problem problem = attempt([&](Problem&) {
+            NSArray<EKCalendar*>* const among = filter(EntityType::reminder, query.list);
+            if (matchesNone(among)) {
+                answer->give(std::vector<Reminder>{});
                 return;
             }
             const std::shared_ptr<Answer> shared = answer; // blocks copy values, not references
-            [store() fetchRemindersMatchingPredicate:predicateFor(query, lists)
+            [store() fetchRemindersMatchingPredicate:predicateFor(query, among)
                                           completion:^(NSArray<EKReminder*>* reminders) {
                                             answerWith(*shared, reminders);
                                           }];
@@ -123,10 +126,8 @@ public:
             if (reminder.due) {
                 made.dueDateComponents = dueDateComponents(*reminder.due);
             }
-            made.calendar = calendarFor(EntityType::reminder, list, problem);
-            if (!problem) {
-                problem = save(made);
-            }
+            made.calendar = calendarFor(EntityType::reminder, list);
+            problem = made.calendar == nil ? gone(list) : save(made);
             return textOrEmpty(made.calendarItemIdentifier);
         });
     }
@@ -151,27 +152,35 @@ private:
         return store_.get();
     }
 
-    EKCalendar* calendarFor(EntityType type, const Calendar& calendar, Problem& problem) {
+    /// Nil when it is not there any more.
+    EKCalendar* calendarFor(EntityType type, const Calendar& calendar) {
         NSString* const identifier = stringOf(calendar.identifier);
         for (EKCalendar* candidate in [store() calendarsForEntityType:entityType(type)]) {
             if ([candidate.calendarIdentifier isEqualToString:identifier]) {
                 return candidate;
             }
         }
-        problem = "‘" + calendar.title + "’ is not there any more";
         return nil;
     }
 
-    /// What a search takes for one calendar, or, as nil, for all.
-    NSArray<EKCalendar*>* filter(EntityType type, const Calendar* calendar, Problem& problem) {
+    /// What a search takes for one calendar, or, as nil, for all. Of one that is not there any more
+    /// it is an empty array, which the framework would take for all as well.
+    NSArray<EKCalendar*>* filter(EntityType type, const Calendar* calendar) {
         if (calendar == nullptr) {
             return nil;
         }
-        EKCalendar* const one = calendarFor(type, *calendar, problem);
-        return one == nil ? nil : @[ one ];
+        EKCalendar* const one = calendarFor(type, *calendar);
+        return one == nil ? @[] : @[ one ];
+    }
+
+    static bool matchesNone(NSArray<EKCalendar*>* among) {
+        return among != nil && among.count == 0;
     }
 
     std::vector<Event> eventsBetween(Instant from, Instant to, NSArray<EKCalendar*>* calendars) {
+        if (matchesNone(calendars)) {
+            return {};
+        }
         NSPredicate* const overlapping =
             [store() predicateForEventsWithStartDate:dateOf(from)
                                              endDate:dateOf(to)

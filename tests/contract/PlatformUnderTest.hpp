@@ -1,0 +1,68 @@
+#pragma once
+
+#include "tests/support/TemporaryFolder.hpp"
+#include "velmiro_mcp/Dates.hpp"
+#include "velmiro_mcp/platform/Platform.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+/// What every platform promises its users, as tests that know the ports only. They are compiled
+/// once for each platform, as programs with the same cases.
+namespace velmiro::test {
+
+/// What the platform, where these tests run, may not be able to do.
+enum class Ability {
+    charactersOfEmoji,      ///< several emoji joined into one character
+    accentsInNames,         ///< letters with and without one are told apart
+    textFromByteOrderMark,  ///< a text that begins with U+FEFF
+    applicationSupportName, ///< the folder's name
+    startingPrograms,
+};
+
+/// Why it cannot; empty when it can. Each platform's program defines this and the next one.
+std::string_view whyNot(Ability ability);
+
+/// Has the platform begin anew, with the data of a new home.
+void beginAnew();
+
+/// A home with the user's data in it, the clock in Berlin, and the language of Great Britain.
+class PlatformTest : public testing::Test {
+protected:
+    PlatformTest() { beginAnew(); }
+
+    /// Adds an event, or a reminder, given by the lines of its component; a calendar is made when
+    /// it is missing. Its title is the folder's name.
+    void addEvent(const std::string& calendar, const std::string& uid,
+                  std::string_view lines) const;
+    void addReminder(const std::string& list, const std::string& uid, std::string_view lines) const;
+    void addCalendar(const std::string& folder) const; ///< "Calendars/Work", "Reminders/Home"
+    void addContact(const std::string& uid, std::string_view lines) const;
+    void addFile(const std::string& path) const; ///< where a folder should be
+    void remove(const std::string& path) const;
+
+    static Instant at(std::string_view date);
+    /// "title", "title", of the events from `start` to `end`, in the order of their titles.
+    std::vector<std::string> titles(std::string_view start, std::string_view end,
+                                    const Calendar* calendar = nullptr) const;
+    std::vector<std::string> titles(const ReminderQuery& query) const;
+    std::vector<Reminder> fetched(const ReminderQuery& query) const;
+    Event onlyEvent(std::string_view start, std::string_view end) const;
+    Calendar calendar(EntityType type, const std::string& title) const;
+
+    ScopedVariable zone{"TZ", "Europe/Berlin"};
+    ScopedVariable language{"LC_ALL", "en_GB.UTF-8"};
+    TemporaryFolder folder;
+    ScopedVariable home{"HOME", folder.path().c_str()};
+    std::unique_ptr<EventDatabase> database = openEventDatabase();
+};
+
+} // namespace velmiro::test
+
+/// Ends a test that the platform cannot pass where it runs, with the reason.
+#define SKIP_UNLESS_ABLE(ability)                                                                  \
+    if (const auto reason = whyNot(ability); !reason.empty()) {                                    \
+        GTEST_SKIP() << reason;                                                                    \
+    }

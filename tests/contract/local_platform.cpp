@@ -1,0 +1,13 @@
+#include "tests/contract/PlatformUnderTest.hpp"
+
+// The local platform reads the home's files, and can do all of it.
+
+namespace velmiro::test {
+
+std::string_view whyNot(Ability) {
+    return {};
+}
+
+void beginAnew() {}
+
+} // namespace velmiro::test

@@ -1,4 +1,5 @@
 #include "MCPStdio/MCPServer.hpp"
+#include "MCPStdio/StandardStreams.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "velmiro_mcp/Kind.hpp"
 #include "velmiro_mcp/Process.hpp"
@@ -14,6 +15,7 @@ constexpr const char* instructions =
 } // namespace
 
 int main() {
+    MCPStdio::openClosedStandardStreams(); // before anything else is opened
     velmiro::raiseDescriptorLimit();
     const auto enabled = velmiro::enabledKinds(velmiro::processEnvironment());
     MCPStdio::MCPServer server{"velmiro-apple", "1.0", instructions, velmiro::tools(enabled)};

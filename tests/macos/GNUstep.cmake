@@ -26,4 +26,5 @@ target_compile_definitions(
 target_include_directories(
     gnustep_foundation SYSTEM INTERFACE "${CMAKE_SOURCE_DIR}/tests/macos/gnustep"
                                         /usr/include/GNUstep)
-target_link_libraries(gnustep_foundation INTERFACE gnustep-base objc BlocksRuntime)
+# In this order: GNUstep has functions for blocks of its own, which do not copy what C++ a block holds.
+target_link_libraries(gnustep_foundation INTERFACE BlocksRuntime gnustep-base objc)

@@ -40,6 +40,8 @@ NSTimeZone* cachedZone = nil;
 
 namespace velmiro::test {
 
-void linkFoundation() {}
+void resetFoundation() {
+    [NSTimeZone resetSystemTimeZone];
+}
 
 } // namespace velmiro::test

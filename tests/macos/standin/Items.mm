@@ -48,8 +48,10 @@ NSDateComponents* componentsOf(const StandIn::DueParts& parts) {
     components.hour = undefined(parts.hour);
     components.minute = undefined(parts.minute);
     if (parts.withCalendar) {
-        components.calendar = [NSCalendar calendarWithIdentifier:NSCalendarIdentifierGregorian];
-        components.calendar.timeZone = [NSTimeZone systemTimeZone];
+        NSCalendar* const calendar =
+            [NSCalendar calendarWithIdentifier:NSCalendarIdentifierGregorian];
+        calendar.timeZone = [NSTimeZone systemTimeZone];
+        components.calendar = calendar;
     }
     return components;
 }

@@ -22,7 +22,7 @@ StandIn& StandIn::shared() {
 }
 
 void StandIn::reset() {
-    linkFoundation();
+    resetFoundation();
     database = local::openCalendarFolders();
     openContacts = local::openCardFolders;
     contactsStatus.reset();

@@ -13,8 +13,8 @@
 
 namespace velmiro::test {
 
-/// Has the linker take what replaces methods of Foundation, which nothing refers to.
-void linkFoundation();
+/// Has what replaces methods of Foundation begin anew; and be linked, for nothing else names it.
+void resetFoundation();
 
 /// What stands behind the stand-ins for EventKit and Contacts, one for the whole process: the data,
 /// as ports of another platform; a journal of the calls; and how they are to go wrong.

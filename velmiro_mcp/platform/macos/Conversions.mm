@@ -108,7 +108,8 @@ std::string descriptionOf(NSError* error) {
 }
 
 std::string descriptionOf(NSException* exception) {
-    return orUnknown(textOf(exception.reason).value_or(textOrEmpty(exception.name)));
+    const std::string reason = textOrEmpty(exception.reason);
+    return orUnknown(reason.empty() ? textOrEmpty(exception.name) : reason);
 }
 
 } // namespace velmiro::macos

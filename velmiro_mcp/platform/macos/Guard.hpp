@@ -10,8 +10,8 @@
 #include <type_traits>
 
 /// How a port calls a framework. Frameworks raise an NSException where they are used in a way they
-/// do not expect; uncaught it would be the end of the process. It ends here, as a PlatformError with
-/// its reason, and so does every object that a framework made meanwhile.
+/// do not expect; uncaught it would be the end of the process. It ends here, as a PlatformError
+/// with its reason, and so does every object that a framework made meanwhile.
 namespace velmiro::macos {
 
 /// Why something did not succeed; nothing when it did.

@@ -1,0 +1,19 @@
+#include "tests/macos/Failure.hpp"
+
+#include "MCPStdio/MCPTool.hpp"
+#include "velmiro_mcp/platform/Platform.hpp"
+
+namespace velmiro::test {
+
+std::string failureOf(const std::function<void()>& call) {
+    try {
+        call();
+        return "no failure";
+    } catch (const PlatformError& error) {
+        return error.what();
+    } catch (const MCPStdio::MCPToolError& error) {
+        return error.message;
+    }
+}
+
+} // namespace velmiro::test

@@ -25,7 +25,7 @@ packages_for() {
     local clang='clang-19 libclang-rt-19-dev'
     local run="$build nodejs npm ca-certificates"
     local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 strace"
-    test+=' bsdutils'
+    test+=' bsdutils libgnustep-base-dev libobjc-12-dev libblocksruntime-dev'
     local lint="$run $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
     local bench="$run nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
@@ -128,11 +128,11 @@ prepare_release() {
     install_npm_packages $osascript production
 }
 
-# Every C++ file of ours, one a line.
+# Every C++ and Objective-C++ file of ours, one a line.
 cpp_files() {
     local folder
     for folder in "${cpp_folders[@]}"; do
         [[ ! -d $folder ]] || find "$folder" -name node_modules -prune -o \
-            \( -name '*.cpp' -o -name '*.hpp' \) -type f -print
+            \( -name '*.cpp' -o -name '*.hpp' -o -name '*.mm' -o -name '*.h' \) -type f -print
     done | sort
 }

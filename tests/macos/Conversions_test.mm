@@ -76,7 +76,8 @@ int living = 0;
 
 TEST_F(ConversionsTest, TextGoesThereAndBackUnchanged) {
     for (const std::string& text :
-         {std::string{}, std::string{"abc"}, std::string{"äöü €"}, std::string{"👩‍👩‍👧‍👦"},
+         {std::string{}, std::string{"abc"}, std::string{"äöü €"},
+          std::string{"👩‍👩‍👧‍👦"},
           std::string{"\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF"},
           std::string{"\0a\0", 3}, std::string(100'000, 'x')}) {
         EXPECT_EQ(textOf(stringOf(text)), text);
@@ -128,8 +129,8 @@ TEST_F(ConversionsTest, WhatIsNoDateIsNone) {
 }
 
 TEST_F(ConversionsTest, AnErrorSaysItsLocalizedDescription) {
-    NSDictionary* const information =
-        [NSDictionary dictionaryWithObject:@"Schreibgeschützt." forKey:NSLocalizedDescriptionKey];
+    NSDictionary* const information = [NSDictionary dictionaryWithObject:@"Schreibgeschützt."
+                                                                  forKey:NSLocalizedDescriptionKey];
     NSError* error = [NSError errorWithDomain:@"D" code:6 userInfo:information];
     EXPECT_EQ(descriptionOf(error), "Schreibgeschützt.");
     error = [NSError errorWithDomain:@"D" code:6 userInfo:nil];

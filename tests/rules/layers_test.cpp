@@ -35,13 +35,13 @@ struct SourceFile {
     std::string text;
 };
 
-std::vector<SourceFile> sources() {
+std::vector<SourceFile> sourcesIn(const std::vector<std::string>& folders) {
     const fs::path root{SOURCE_FOLDER};
+    const std::set<std::string> extensions{".cpp", ".hpp", ".mm", ".h"};
     std::vector<SourceFile> files;
-    for (const char* folder : {"MCPStdio", "velmiro_mcp", "approval_host", "examples"}) {
+    for (const std::string& folder : folders) {
         for (const auto& entry : fs::recursive_directory_iterator{root / folder}) {
-            const auto extension = entry.path().extension();
-            if (extension == ".cpp" || extension == ".hpp" || extension == ".mm") {
+            if (extensions.contains(entry.path().extension().string())) {
                 std::ifstream stream{entry.path()};
                 files.push_back({fs::relative(entry.path(), root).string(),
                                  {std::istreambuf_iterator<char>{stream}, {}}});
@@ -49,6 +49,11 @@ std::vector<SourceFile> sources() {
         }
     }
     return files;
+}
+
+/// What the programs are made of.
+std::vector<SourceFile> sources() {
+    return sourcesIn({"MCPStdio", "velmiro_mcp", "approval_host", "examples"});
 }
 
 std::vector<std::string> matches(const std::string& text, const std::string& pattern) {
@@ -89,7 +94,8 @@ TEST(Rules, ARoomIncludesOnlyTheRoomsItMay) {
         const std::string room = fs::path{file.path}.parent_path().string();
         const auto allowed = rooms.find(room);
         ASSERT_NE(allowed, rooms.end()) << "no rule for the room of " << file.path;
-        for (const std::string& header : matches(file.text, R"(^#(?:include|import) ["<]([^">]+)[">])")) {
+        for (const std::string& header :
+             matches(file.text, R"(^#(?:include|import) ["<]([^">]+)[">])")) {
             const std::string from = fs::path{header}.parent_path().string();
             if (rooms.contains(from) && from != room) {
                 EXPECT_TRUE(allowed->second.contains(from)) << file.path << " includes " << header;
@@ -116,6 +122,68 @@ TEST(Rules, OnlyThePlatformKnowsTheSystem) {
     std::erase_if(
         found, [](const std::string& path) { return path.starts_with("velmiro_mcp/platform/"); });
     EXPECT_EQ(found, nobody);
+}
+
+/// A condition on a system can be written in many ways; these are conditions on something else.
+TEST(Rules, OutsideThePlatformNothingIsCompiledOnlyOnSomeSystems) {
+    const std::set<std::string> allowed{
+        "#if defined(__clang__)",         // whose analysis of locks is asked for
+        "#if __has_include(<xlocale.h>)", // where the header is, it is what declares strtod_l
+        "#ifdef MSG_NOSIGNAL",            // a flag of POSIX, else the option of the socket
+        "#ifdef NDEBUG",
+        "#ifdef RWF_NOWAIT", // a write that does not wait, where there is one
+    };
+    for (const SourceFile& file : sourcesIn(
+             {"MCPStdio", "velmiro_mcp", "approval_host", "examples", "demo", "bench", "tests"})) {
+        if (!file.path.starts_with("velmiro_mcp/platform/")) {
+            for (const std::string& line : matches(file.text, "^[ ]*# *(?:if|elif).*")) {
+                const auto end = line.find(" //");
+                EXPECT_TRUE(allowed.contains(line.substr(0, end))) << file.path << ": " << line;
+            }
+        }
+    }
+}
+
+TEST(Rules, OnlyBuildListsAskWhichSystemIsBuiltFor) {
+    const fs::path root{SOURCE_FOLDER};
+    std::set<std::string> found;
+    for (const char* folder :
+         {"MCPStdio", "velmiro_mcp", "approval_host", "examples", "osascript"}) {
+        for (const auto& entry : fs::recursive_directory_iterator{root / folder}) {
+            const std::string path = fs::relative(entry.path(), root).string();
+            const bool isBuildList = path.ends_with("CMakeLists.txt") || path.ends_with(".cmake");
+            if (entry.is_regular_file() && !isBuildList &&
+                path.find("node_modules/") == std::string::npos) {
+                std::ifstream stream{entry.path()};
+                const std::string text{std::istreambuf_iterator<char>{stream}, {}};
+                if (!matches(text, R"(VELMIRO_PLATFORM|process\.platform|\buname\b)").empty()) {
+                    found.insert(path);
+                }
+            }
+        }
+    }
+    EXPECT_EQ(found, nobody);
+}
+
+/// The same files are compiled with references counted by the compiler, and without.
+TEST(Rules, ObjectiveCIsRightWithAndWithoutCountedReferences) {
+    const std::string counts = R"(\b(?:retain|release|autorelease|dealloc|retainCount)\])";
+    EXPECT_EQ(offenders(counts, {"velmiro_mcp/platform/macos/Owned.hpp"}), nobody);
+    for (const SourceFile& file : sources()) { // what `alloc` gives is owned at once
+        EXPECT_EQ(matches(file.text, R"(\[\w+ alloc\])").size(),
+                  matches(file.text, R"(\bOwned(?:<\w+>)?(?: \w+)?\s*\{\s*\[\[\w+ alloc\])").size())
+            << file.path;
+    }
+}
+
+/// Under the tests' runtime neither kind of exception passes what catches the other.
+TEST(Rules, ObjectiveCCatchesItsOwnExceptionsInOnePlace) {
+    EXPECT_EQ(offenders(R"(@try)", {"velmiro_mcp/platform/macos/Guard.hpp"}), nobody);
+    for (const SourceFile& file : sources()) {
+        if (file.path.ends_with(".mm")) {
+            EXPECT_TRUE(matches(file.text, R"((^|[^@\w])catch\b)").empty()) << file.path;
+        }
+    }
 }
 
 TEST(Rules, PortableCodeStaysWithinWhatBothStandardLibrariesHave) {

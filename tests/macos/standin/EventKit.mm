@@ -21,7 +21,10 @@ struct Search {
 
     Search(EKEventStore* madeBy, EntityType of, bool completed, NSDate* from, NSDate* to,
            NSArray<EKCalendar*>* among)
-        : store{madeBy}, type{of}, includeCompleted{completed}, start{test::instantOf(from)},
+        : store{madeBy},
+          type{of},
+          includeCompleted{completed},
+          start{test::instantOf(from)},
           end{test::instantOf(to)} {
         for (EKCalendar* calendar in among) {
             calendars.emplace_back(recordOf(calendar));
@@ -92,7 +95,8 @@ struct Completion {
     using Block = void (^)(NSArray<EKReminder*>*);
 
     Completion(Block given, NSArray<EKReminder*>* with)
-        : block{reinterpret_cast<Block>(_Block_copy(given))}, reminders{[with retain]} {}
+        : block{reinterpret_cast<Block>(_Block_copy(given))},
+          reminders{[with retain]} {}
     Completion(const Completion&) = delete;
     Completion& operator=(const Completion&) = delete;
     ~Completion() {

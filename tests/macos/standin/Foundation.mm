@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-// Where GNUstep's Foundation answers otherwise than Apple's, or would answer for the machine and not
-// for the test.
+// Where GNUstep's Foundation answers otherwise than Apple's, or would answer for the machine and
+// not for the test.
 
 #pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation" // replacing is the purpose
 
@@ -22,8 +22,8 @@ NSTimeZone* cachedZone = nil;
 + (NSTimeZone*)systemTimeZone {
     if (cachedZone == nil) {
         const char* const name = std::getenv("TZ");
-        cachedZone = [[NSTimeZone timeZoneWithName:velmiro::test::stringOf(
-                                                       name == nullptr ? "UTC" : name)] retain];
+        cachedZone = [[NSTimeZone
+            timeZoneWithName:velmiro::test::stringOf(name == nullptr ? "UTC" : name)] retain];
     }
     return [[cachedZone retain] autorelease];
 }
@@ -32,9 +32,9 @@ NSTimeZone* cachedZone = nil;
 /// GNUstep's does not know which calendar it is.
 @implementation NSCalendar (AsApples)
 + (id)currentCalendar {
-    return [NSCalendar
-        calendarWithIdentifier:velmiro::test::stringOf(
-                                   velmiro::test::StandIn::shared().currentCalendar)];
+    return
+        [NSCalendar calendarWithIdentifier:velmiro::test::stringOf(
+                                               velmiro::test::StandIn::shared().currentCalendar)];
 }
 @end
 

@@ -57,8 +57,8 @@ NSDateComponents* componentsOf(const StandIn::DueParts& parts) {
 }
 
 StandIn::DueParts partsOf(Instant instant) {
-    const std::time_t time = std::chrono::floor<std::chrono::seconds>(instant.time_since_epoch())
-                                 .count();
+    const std::time_t time =
+        std::chrono::floor<std::chrono::seconds>(instant.time_since_epoch()).count();
     std::tm parts{};
     localtime_r(&time, &parts);
     return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min};
@@ -75,7 +75,8 @@ StandIn::DueParts partsOf(Instant instant) {
     return stringOf(recordOf(self).identifier);
 }
 - (NSString*)title {
-    return isNil("calendar.title", recordOf(self).identifier) ? nil : stringOf(recordOf(self).title);
+    return isNil("calendar.title", recordOf(self).identifier) ? nil
+                                                              : stringOf(recordOf(self).title);
 }
 - (void)setTitle:(NSString*)title {
     raise("a test does not rename calendars, nor does what it tests: " + test::textOf(title));
@@ -177,12 +178,12 @@ StandIn::DueParts partsOf(Instant instant) {
     return isNil("dueDateComponents", values.identifier) ? nil : values.due;
 }
 - (void)setDueDateComponents:(NSDateComponents*)components {
-    begin("setDueDateComponents:", components == nil ? "nil"
-                                                      : std::to_string(components.year) + "-" +
-                                                            std::to_string(components.month) + "-" +
-                                                            std::to_string(components.day) + " " +
-                                                            std::to_string(components.hour) + ":" +
-                                                            std::to_string(components.minute));
+    begin("setDueDateComponents:",
+          components == nil
+              ? "nil"
+              : std::to_string(components.year) + "-" + std::to_string(components.month) + "-" +
+                    std::to_string(components.day) + " " + std::to_string(components.hour) + ":" +
+                    std::to_string(components.minute));
     NSString* const kind = components.calendar.calendarIdentifier;
     if (components != nil && ![kind isEqualToString:NSCalendarIdentifierGregorian]) {
         raise("due dates are kept in the Gregorian calendar, not " + test::textOf(kind));
@@ -230,8 +231,8 @@ std::string titlesOf(NSArray<EKCalendar*>* calendars) {
 EKEvent* eventObject(const Event& event, EKEventStore* store) {
     EKEvent* const made = [[[EKEvent alloc] init] autorelease];
     Values& values = valuesOf(made->_implementation);
-    values = {store,      event.identifier, event.title, event.location, event.notes,
-              event.start, event.end,       event.allDay};
+    values = {store,       event.identifier, event.title, event.location,
+              event.notes, event.start,      event.end,   event.allDay};
     if (event.calendar) {
         values.calendar = [calendarObject({"", *event.calendar}) retain];
     }
@@ -261,8 +262,8 @@ EKReminder* reminderObject(const Reminder& reminder, EKEventStore* store) {
 
 NewEvent newEvent(EKEvent* event) {
     const Values& values = valuesOf(event->_implementation);
-    return {values.title.value_or(""), values.start.value(), values.end.value(),
-            values.allDay,             values.location,      values.notes};
+    return {values.title.value_or(""), values.start.value(), values.end.value(), values.allDay,
+            values.location,           values.notes};
 }
 
 NewReminder newReminder(EKReminder* reminder) {

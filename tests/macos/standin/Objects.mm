@@ -58,9 +58,8 @@ bool isNil(const std::string& property, const std::string& identifier) {
 }
 
 NSError* errorWith(const std::string& description) {
-    NSDictionary* const information =
-        [NSDictionary dictionaryWithObject:stringOf(description)
-                                    forKey:NSLocalizedDescriptionKey];
+    NSDictionary* const information = [NSDictionary dictionaryWithObject:stringOf(description)
+                                                                  forKey:NSLocalizedDescriptionKey];
     return [NSError errorWithDomain:@"StandIn" code:1 userInfo:information];
 }
 

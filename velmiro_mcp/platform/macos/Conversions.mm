@@ -12,8 +12,12 @@ namespace {
 
 constexpr char32_t firstBeyondUTF16 = 0x10000;
 
-constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
-constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
+constexpr bool isHighSurrogate(char32_t unit) {
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+constexpr bool isLowSurrogate(char32_t unit) {
+    return unit >= 0xDC00 && unit < 0xE000;
+}
 
 std::string utf8Of(std::u16string_view units) {
     constexpr char32_t replacement = 0xFFFD;
@@ -40,7 +44,8 @@ std::u16string utf16Of(std::string_view text) {
     for (std::size_t index = 0; index < text.size();) {
         const auto lead = static_cast<unsigned char>(text[index++]);
         const int following = lead < 0x80 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-        char32_t scalar = following == 0 ? lead : lead & (0x3FU >> static_cast<unsigned>(following));
+        char32_t scalar =
+            following == 0 ? lead : lead & (0x3FU >> static_cast<unsigned>(following));
         for (int count = 0; count < following && index < text.size(); ++count) {
             scalar = (scalar << 6U) | (static_cast<unsigned char>(text[index++]) & 0x3FU);
         }

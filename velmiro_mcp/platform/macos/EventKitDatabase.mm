@@ -85,8 +85,9 @@ public:
             made.allDay = event.allDay;
             made.location = stringOrNil(event.location);
             made.notes = stringOrNil(event.notes);
-            made.calendar = calendarFor(EntityType::event, calendar);
-            problem = made.calendar == nil ? gone(calendar) : save(made);
+            EKCalendar* const target = calendarFor(EntityType::event, calendar);
+            made.calendar = target;
+            problem = target == nil ? gone(calendar) : save(made);
             return textOrEmpty(made.calendarItemIdentifier);
         });
     }
@@ -126,8 +127,9 @@ public:
             if (reminder.due) {
                 made.dueDateComponents = dueDateComponents(*reminder.due);
             }
-            made.calendar = calendarFor(EntityType::reminder, list);
-            problem = made.calendar == nil ? gone(list) : save(made);
+            EKCalendar* const target = calendarFor(EntityType::reminder, list);
+            made.calendar = target;
+            problem = target == nil ? gone(list) : save(made);
             return textOrEmpty(made.calendarItemIdentifier);
         });
     }
@@ -181,10 +183,9 @@ private:
         if (matchesNone(calendars)) {
             return {};
         }
-        NSPredicate* const overlapping =
-            [store() predicateForEventsWithStartDate:dateOf(from)
-                                             endDate:dateOf(to)
-                                           calendars:calendars];
+        NSPredicate* const overlapping = [store() predicateForEventsWithStartDate:dateOf(from)
+                                                                          endDate:dateOf(to)
+                                                                        calendars:calendars];
         return recordsOf<Event, EKEvent>([store() eventsMatchingPredicate:overlapping]);
     }
 
@@ -217,10 +218,7 @@ private:
 
     Problem save(EKEvent* event) {
         NSError* error = nil;
-        const BOOL done = [store() saveEvent:event
-                                        span:EKSpanThisEvent
-                                      commit:YES
-                                       error:&error];
+        const BOOL done = [store() saveEvent:event span:EKSpanThisEvent commit:YES error:&error];
         return failureOf(done, error);
     }
 

@@ -76,12 +76,15 @@ void runBesideMainQueue(const std::function<void()>& work) {
     const Owned<VelmiroMainThread> mainThread{[[VelmiroMainThread alloc] init]};
     Owned<NSTimer> timer;
     attempt([&](Problem&) {
-        timer = Owned{[[NSTimer alloc] initWithFireDate:[NSDate dateWithTimeIntervalSinceNow:aDay]
-                                               interval:aDay
-                                                 target:mainThread.get()
-                                               selector:@selector(stay:)
-                                               userInfo:nil
-                                                repeats:YES]};
+        NSDate* const tomorrow = [NSDate dateWithTimeIntervalSinceNow:aDay];
+        timer = Owned {
+            [[NSTimer alloc] initWithFireDate:tomorrow
+                                     interval:aDay
+                                       target:mainThread.get()
+                                     selector:@selector(stay:)
+                                     userInfo:nil
+                                      repeats:YES]
+        };
         [[NSRunLoop currentRunLoop] addTimer:timer.get() forMode:NSDefaultRunLoopMode];
     });
     Beside beside{work, mainThread};

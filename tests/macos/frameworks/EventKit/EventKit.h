@@ -2,8 +2,8 @@
 /// Apple's SDK: the tests compile the macOS platform against this header and implement it, and the
 /// link check compiles it against this header and Apple's names. On a Mac the SDK is used instead.
 ///
-/// The one instance variable of each class is not Apple's. The Objective-C runtime of the tests lays
-/// objects out by their declaration, so what implements a class has to find its room there.
+/// The one instance variable of each class is not Apple's. The Objective-C runtime of the tests
+/// lays objects out by their declaration, so what implements a class has to find its room there.
 
 #import <Foundation/Foundation.h>
 
@@ -31,66 +31,67 @@ typedef NS_ENUM(NSInteger, EKSpan) {
 
 @interface EKCalendar : NSObject {
 @package
-    void *_implementation;
+    void* _implementation;
 }
-@property (nonatomic, readonly) NSString *calendarIdentifier;
-@property (nonatomic, copy) NSString *title;
+@property(nonatomic, readonly) NSString* calendarIdentifier;
+@property(nonatomic, copy) NSString* title;
 @end
 
 @interface EKCalendarItem : NSObject {
 @package
-    void *_implementation;
+    void* _implementation;
 }
-@property (nonatomic, strong, nullable) EKCalendar *calendar;
-@property (nonatomic, readonly) NSString *calendarItemIdentifier;
-@property (nonatomic, copy, null_unspecified) NSString *title;
-@property (nonatomic, copy, nullable) NSString *location;
-@property (nonatomic, copy, nullable) NSString *notes;
+@property(nonatomic, strong, nullable) EKCalendar* calendar;
+@property(nonatomic, readonly) NSString* calendarItemIdentifier;
+@property(nonatomic, copy, null_unspecified) NSString* title;
+@property(nonatomic, copy, nullable) NSString* location;
+@property(nonatomic, copy, nullable) NSString* notes;
 @end
 
 @interface EKEvent : EKCalendarItem
-+ (EKEvent *)eventWithEventStore:(EKEventStore *)eventStore;
-@property (nonatomic, getter=isAllDay) BOOL allDay;
-@property (nonatomic, copy, null_unspecified) NSDate *startDate;
-@property (nonatomic, copy, null_unspecified) NSDate *endDate;
++ (EKEvent*)eventWithEventStore:(EKEventStore*)eventStore;
+@property(nonatomic, getter=isAllDay) BOOL allDay;
+@property(nonatomic, copy, null_unspecified) NSDate* startDate;
+@property(nonatomic, copy, null_unspecified) NSDate* endDate;
 @end
 
 @interface EKReminder : EKCalendarItem
-+ (EKReminder *)reminderWithEventStore:(EKEventStore *)eventStore;
-@property (nonatomic, copy, nullable) NSDateComponents *dueDateComponents;
-@property (nonatomic, getter=isCompleted) BOOL completed;
-@property (nonatomic) NSUInteger priority;
++ (EKReminder*)reminderWithEventStore:(EKEventStore*)eventStore;
+@property(nonatomic, copy, nullable) NSDateComponents* dueDateComponents;
+@property(nonatomic, getter=isCompleted) BOOL completed;
+@property(nonatomic) NSUInteger priority;
 @end
 
 @interface EKEventStore : NSObject
 + (EKAuthorizationStatus)authorizationStatusForEntityType:(EKEntityType)entityType;
 
-- (NSArray<EKCalendar *> *)calendarsForEntityType:(EKEntityType)entityType;
-@property (nullable, nonatomic, readonly) EKCalendar *defaultCalendarForNewEvents;
-- (nullable EKCalendar *)defaultCalendarForNewReminders;
+- (NSArray<EKCalendar*>*)calendarsForEntityType:(EKEntityType)entityType;
+@property(nullable, nonatomic, readonly) EKCalendar* defaultCalendarForNewEvents;
+- (nullable EKCalendar*)defaultCalendarForNewReminders;
 
-- (NSPredicate *)predicateForEventsWithStartDate:(NSDate *)startDate
-                                         endDate:(NSDate *)endDate
-                                       calendars:(nullable NSArray<EKCalendar *> *)calendars;
-- (NSArray<EKEvent *> *)eventsMatchingPredicate:(NSPredicate *)predicate;
+- (NSPredicate*)predicateForEventsWithStartDate:(NSDate*)startDate
+                                        endDate:(NSDate*)endDate
+                                      calendars:(nullable NSArray<EKCalendar*>*)calendars;
+- (NSArray<EKEvent*>*)eventsMatchingPredicate:(NSPredicate*)predicate;
 
-- (NSPredicate *)predicateForRemindersInCalendars:(nullable NSArray<EKCalendar *> *)calendars;
-- (NSPredicate *)predicateForIncompleteRemindersWithDueDateStarting:(nullable NSDate *)startDate
-                                                             ending:(nullable NSDate *)endDate
-                                                          calendars:(nullable NSArray<EKCalendar *> *)
-                                                                        calendars;
-- (id)fetchRemindersMatchingPredicate:(NSPredicate *)predicate
-                           completion:(void (^)(NSArray<EKReminder *> *_Nullable reminders))completion;
+- (NSPredicate*)predicateForRemindersInCalendars:(nullable NSArray<EKCalendar*>*)calendars;
+- (NSPredicate*)predicateForIncompleteRemindersWithDueDateStarting:(nullable NSDate*)startDate
+                                                            ending:(nullable NSDate*)endDate
+                                                         calendars:(nullable NSArray<EKCalendar*>*)
+                                                                       calendars;
+- (id)fetchRemindersMatchingPredicate:(NSPredicate*)predicate
+                           completion:
+                               (void (^)(NSArray<EKReminder*>* _Nullable reminders))completion;
 
-- (nullable EKCalendarItem *)calendarItemWithIdentifier:(NSString *)identifier;
+- (nullable EKCalendarItem*)calendarItemWithIdentifier:(NSString*)identifier;
 
-- (BOOL)saveEvent:(EKEvent *)event
+- (BOOL)saveEvent:(EKEvent*)event
              span:(EKSpan)span
            commit:(BOOL)commit
-            error:(NSError *_Nullable *_Nullable)error;
-- (BOOL)saveReminder:(EKReminder *)reminder
+            error:(NSError* _Nullable* _Nullable)error;
+- (BOOL)saveReminder:(EKReminder*)reminder
               commit:(BOOL)commit
-               error:(NSError *_Nullable *_Nullable)error;
+               error:(NSError* _Nullable* _Nullable)error;
 
 /// Forgets all that was changed and not saved.
 - (void)reset;

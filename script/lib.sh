@@ -91,21 +91,23 @@ configure_preset() {
     fi
 }
 build_preset() {
-    local quiet=--quiet
+    local quiet=--quiet preset=$1
+    local -a targets=("${@:2}")
+    ((${#targets[@]} == 0)) || targets=(--target "${targets[@]}")
     mkdir -p build
-    if [[ ! -e build/$1/.configured ]]; then
-        say "building $1"
+    if [[ ! -e build/$preset/.configured ]]; then
+        say "building $preset"
         [[ ! -t 2 ]] || quiet= # the first build takes a while: show how far it is
     fi
     (
         flock 9
-        configure_preset "$1"
+        configure_preset "$preset"
         if [[ -n $quiet ]]; then
-            cmake --build "build/$1" -- $quiet 2>&1 | { grep -v '^-- \|^ninja: no work to do' || true; }
+            cmake --build "build/$preset" "${targets[@]}" -- $quiet 2>&1 | { grep -v '^-- \|^ninja: no work to do' || true; }
         else
-            cmake --build "build/$1"
+            cmake --build "build/$preset" "${targets[@]}"
         fi >&2
-    ) 9>"build/$1.lock" </dev/null
+    ) 9>"build/$preset.lock" </dev/null
 }
 
 # What a folder takes from npm, once for each state of its lock file: install_npm_packages FOLDER

@@ -2,6 +2,18 @@
 
 #include "velmiro_mcp/platform/local/LocalStores.hpp"
 
+// What the sanitizer does not report: the runtime and Foundation never give back what they know of
+// classes and threads.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libobjc\nleak:libgnustep-base\n";
+}
+
+extern "C" const char* __lsan_default_options();
+extern "C" const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
+
 namespace velmiro::test {
 namespace {
 

@@ -44,7 +44,7 @@ struct Event {
     std::string identifier; ///< shared by all occurrences of a series
     std::optional<std::string> title;
     std::optional<Instant> start;
-    std::optional<Instant> end; ///< of an all-day event: the midnight after its last day
+    std::optional<Instant> end; ///< of an all-day event: when the platform says its last day ends
     bool allDay = false;
     std::optional<std::string> calendar; ///< the title of its calendar
     std::optional<std::string> location;

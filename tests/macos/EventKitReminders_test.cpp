@@ -240,15 +240,20 @@ TEST_F(EventKitRemindersTest, ADueDateIsOfTheZoneThatTheUserIsInAtThatMoment) {
 
 TEST_F(EventKitRemindersTest, ADueDateIsReadByItselfOrInTheUsersCalendar) {
     const Instant halfPastThree = *parseDate("2026-10-14T15:30");
-    EXPECT_EQ(dueOf({2026, 10, 14, 15, 30, true}), halfPastThree);
-    EXPECT_EQ(dueOf({2026, 10, 14, 15, 30, false}), halfPastThree);
-    EXPECT_EQ(dueOf({2026, 10, 14, {}, {}, true}), start);
-    EXPECT_EQ(dueOf({2026, 10, 14, {}, {}, false}), start);
+    EXPECT_EQ(dueOf({2026, 10, 14, 15, 30, true, {}}), halfPastThree);
+    EXPECT_EQ(dueOf({2026, 10, 14, 15, 30, false, {}}), halfPastThree);
+    EXPECT_EQ(dueOf({2026, 10, 14, {}, {}, true, {}}), start);
+    EXPECT_EQ(dueOf({2026, 10, 14, {}, {}, false, {}}), start);
+}
+
+TEST_F(EventKitRemindersTest, ADueDateThatYieldsADateByItselfIsThat) {
+    EXPECT_EQ(dueOf({2026, 10, 14, 15, 30, true, "America/New_York"}),
+              parseDate("2026-10-14T15:30:00-04:00"));
 }
 
 TEST_F(EventKitRemindersTest, ADueDateWithoutACalendarOfItsOwnIsGregorian) {
     standIn.currentCalendar = "buddhist";
-    EXPECT_EQ(dueOf({2026, 10, 14, {}, {}, false}), start);
+    EXPECT_EQ(dueOf({2026, 10, 14, {}, {}, false, {}}), start);
 }
 
 TEST_F(EventKitRemindersTest, ASaveThatFailsGivesTheErrorsDescriptionAndIsForgotten) {

@@ -50,7 +50,8 @@ NSDateComponents* componentsOf(const StandIn::DueParts& parts) {
     if (parts.withCalendar) {
         NSCalendar* const calendar =
             [NSCalendar calendarWithIdentifier:NSCalendarIdentifierGregorian];
-        calendar.timeZone = [NSTimeZone systemTimeZone];
+        calendar.timeZone = parts.zone.empty() ? [NSTimeZone systemTimeZone]
+                                               : [NSTimeZone timeZoneWithName:stringOf(parts.zone)];
         components.calendar = calendar;
     }
     return components;
@@ -61,7 +62,13 @@ StandIn::DueParts partsOf(Instant instant) {
         std::chrono::floor<std::chrono::seconds>(instant.time_since_epoch()).count();
     std::tm parts{};
     localtime_r(&time, &parts);
-    return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min};
+    return {parts.tm_year + 1900,
+            parts.tm_mon + 1,
+            parts.tm_mday,
+            parts.tm_hour,
+            parts.tm_min,
+            true,
+            {}};
 }
 
 } // namespace

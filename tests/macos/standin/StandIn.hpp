@@ -40,6 +40,7 @@ public:
     struct DueParts {
         std::optional<int> year, month, day, hour, minute;
         bool withCalendar = true;
+        std::string zone; ///< that calendar's; else the user's
     };
     std::map<std::string, DueParts> dueParts;
     std::set<std::string> eventIdentifiers; ///< of items that are found by them and no reminders

@@ -4,6 +4,9 @@
 #include <cstdlib>
 #include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale is not in <clocale>
 #include <string>
+#if __has_include(<xlocale.h>)
+#include <xlocale.h> // where some systems keep it
+#endif
 
 namespace MCPStdio {
 namespace {

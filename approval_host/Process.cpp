@@ -47,7 +47,7 @@ StopSignals::StopSignals() {
 
     struct sigaction action{};
     action.sa_handler = noteSignal;
-    ::sigemptyset(&action.sa_mask);
+    sigemptyset(&action.sa_mask); // a macro on some systems
     for (const int signal : stopping) {
         struct sigaction before{};
         if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {

@@ -39,10 +39,10 @@ public:
         check(::posix_spawnattr_init(&attributes_));
         sigset_t none;
         sigset_t all;
-        ::sigemptyset(&none);
-        ::sigfillset(&all);
-        ::sigdelset(&all, SIGKILL);
-        ::sigdelset(&all, SIGSTOP);
+        sigemptyset(&none);
+        sigfillset(&all);
+        sigdelset(&all, SIGKILL);
+        sigdelset(&all, SIGSTOP);
         ::posix_spawnattr_setsigmask(&attributes_, &none);
         ::posix_spawnattr_setsigdefault(&attributes_, &all);
         ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETEXEC | POSIX_SPAWN_CLOEXEC_DEFAULT |
@@ -121,7 +121,7 @@ class SignalsBlocked {
 public:
     SignalsBlocked() noexcept {
         sigset_t all;
-        ::sigfillset(&all);
+        sigfillset(&all);
         ::pthread_sigmask(SIG_SETMASK, &all, &before_);
     }
     SignalsBlocked(const SignalsBlocked&) = delete;

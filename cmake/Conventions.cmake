@@ -47,5 +47,6 @@ function(velmiro_strict target)
         PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor
                 -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wimplicit-fallthrough -Werror
                 # libstdc++ 12's own stable_sort calls what it declares deprecated; g++ still checks.
-                $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wextra-semi -Wno-deprecated-declarations>)
+                $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety -Wextra-semi
+                -Wno-deprecated-declarations>)
 endfunction()

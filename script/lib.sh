@@ -10,6 +10,7 @@ cpp_folders=(MCPStdio velmiro_mcp approval_host examples demo tests bench)
 # shellcheck disable=SC2034 # for those who source this
 end_to_end=tests/end_to_end
 osascript=osascript
+zig=cmake/macos
 
 say() { printf '%s\n' "$*" >&2; }
 die() {
@@ -18,7 +19,7 @@ die() {
 }
 
 # What each purpose needs, by the names Debian 12 gives. Its versions are the ones we support:
-# g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint; khal 0.10.5,
+# g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint; LLVM 19.1; khal 0.10.5,
 # todoman 4.1.0, khard 0.18.0; Node.js 18.
 packages_for() {
     local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
@@ -27,11 +28,12 @@ packages_for() {
     local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 strace"
     test+=' bsdutils libgnustep-base-dev libobjc-12-dev libblocksruntime-dev'
     local lint="$run $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
+    local macos="$build nodejs npm ca-certificates llvm-19 file"
     local bench="$run nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
-    build | run | test | lint | bench) echo "${!1}" ;;
-    all) echo "$test $lint $bench" ;;
-    *) die "unknown purpose '$1': build, run, test, lint, bench or all" ;;
+    build | run | test | lint | macos | bench) echo "${!1}" ;;
+    all) echo "$test $lint $macos $bench" ;;
+    *) die "unknown purpose '$1': build, run, test, lint, macos, bench or all" ;;
     esac
 }
 

@@ -1,0 +1,63 @@
+// The link stubs hold what the program takes of Apple's libraries: all of it, and nothing else. So
+// who reads them knows what it depends on.
+
+import assert from 'node:assert/strict';
+import { readdirSync, readFileSync } from 'node:fs';
+import { test } from 'node:test';
+import { frameworks, onAMac, programs, root, runtime } from './program.mjs';
+import { readStub } from './stubs.mjs';
+
+const skip = onAMac && 'a Mac links the libraries themselves';
+const folder = `${root}velmiro_mcp/platform/macos/`;
+
+/** What the platform's sources say, without their comments. */
+function sources() {
+    return readdirSync(folder)
+        .filter((name) => /\.(mm|cpp|hpp)$/.test(name))
+        .map((name) => readFileSync(folder + name, 'utf8').replaceAll(/\/\/.*/g, ''))
+        .join('\n');
+}
+
+const stubs = [...frameworks, runtime].map(readStub);
+const used = [...programs.values()].flatMap((program) => program.undefinedSymbols());
+
+test('every symbol is in the list of the library that it is bound to', { skip }, () => {
+    const [system] = readdirSync(`${root}cmake/macos/node_modules/@oven`);
+    const libSystem = readStub(`${root}cmake/macos/node_modules/@oven/${system}/lib/libc/darwin/libSystem.tbd`);
+    const offered = new Map([...stubs, libSystem].map(({ library, names }) => [library, names]));
+    const strangers = used.filter(({ name, library }) => !offered.get(library)?.has(name));
+    assert.ok(used.length > 100, `${used.length} symbols`);
+    assert.deepEqual(strangers, []);
+});
+
+test('every symbol in a list is used', { skip }, () => {
+    const names = new Set(used.map(({ name }) => name));
+    for (const { library, names: offered, classes } of stubs) {
+        // Of a class either its name or that of its class methods will do.
+        const unused = [...offered].filter((name) => !names.has(name) && !/_OBJC_(META)?CLASS_/.test(name));
+        const unusedClasses = classes.filter((name) => !names.has(`_OBJC_CLASS_$_${name}`));
+        assert.deepEqual([unused, unusedClasses], [[], []], library);
+    }
+});
+
+test('the classes in the lists are those that the sources send messages to', () => {
+    const text = sources();
+    const named = new Set([...text.matchAll(/\[\s*((?:NS|EK|CN)\w+)\s+\w/g)].map(([, name]) => name));
+    for (const [, superclass] of text.matchAll(/@interface \w+ : (\w+)/g)) {
+        named.add(superclass);
+    }
+    if (text.includes('@[')) {
+        named.add('NSArray');
+    }
+    assert.deepEqual(stubs.flatMap(({ classes }) => classes).sort(), [...named].sort());
+    const caught = new Set([...text.matchAll(/@catch \((\w+)/g)].map(([, name]) => name));
+    assert.deepEqual(stubs.flatMap(({ exceptions }) => exceptions), [...caught]);
+});
+
+test('the functions and constants in the frameworks’ lists occur in the sources', () => {
+    const words = new Set(sources().match(/\w+/g));
+    for (const { library, names } of frameworks.map(readStub)) {
+        const plain = [...names].filter((name) => !name.includes('$')).map((name) => name.slice(1));
+        assert.deepEqual(plain.filter((name) => !words.has(name)), [], library);
+    }
+});

@@ -52,9 +52,9 @@ test('it runs on macOS 13.3 and newer', () => {
 });
 
 test('both halves carry the Info.plist that was made for it, byte for byte', () => {
-    const folders = onAMac ? { arm64: 'macos', x86_64: 'macos' } : { arm64: 'macos-arm64', x86_64: 'macos-x86_64' };
     forEachHalf((program, processor) => {
-        const made = readFileSync(`${root}build/${folders[processor]}/velmiro_mcp/Info.plist`, 'utf8');
+        const build = onAMac ? 'macos-xcode' : `macos-${processor}`;
+        const made = readFileSync(`${root}build/${build}/velmiro_mcp/Info.plist`, 'utf8');
         assert.equal(program.section('__TEXT', '__info_plist')?.toString(), made, processor);
     });
 });

@@ -28,7 +28,7 @@ packages_for() {
     local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 strace"
     test+=' bsdutils libgnustep-base-dev libobjc-12-dev libblocksruntime-dev'
     local lint="$run $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
-    local macos="$build nodejs npm ca-certificates llvm-19 file"
+    local macos="$run clang-19 llvm-19 file"
     local bench="$run nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
     build | run | test | lint | macos | bench) echo "${!1}" ;;

@@ -90,6 +90,25 @@ test('nothing in it tells where it was built', () => {
     assert.ok(!file.includes(root), root);
 });
 
+test('the page on Macs quotes what the program says', () => {
+    const page = readFileSync(`${root}docs/macos.md`, 'utf8');
+    for (const text of [
+        'Velmiro has no access to Contacts. Ask the user to turn it on in Velmiro › Settings › Connectors.',
+        'Velmiro has no full access to ',
+        '. Ask the user to turn it on in Velmiro › Settings › Connectors.',
+        'Velmiro may not control this app yet. Ask the user to allow it in System Settings › Privacy & Security › Automation.',
+        'The user did not allow this (',
+        '). Do not retry unless the user asks.',
+    ]) {
+        assert.ok(page.includes(text), `the page has not: ${text}`);
+        forEachHalf((program, processor) => assert.ok(program.bytes.includes(text), `${processor} has not: ${text}`));
+    }
+    const plist = entries(programs.get('arm64').section('__TEXT', '__info_plist').toString());
+    for (const key of ['CFBundleIdentifier', ...Object.keys(plist).filter((key) => key.endsWith('UsageDescription'))]) {
+        assert.ok(page.includes(key === 'CFBundleIdentifier' ? plist[key] : key), key);
+    }
+});
+
 const needsAMac = !onAMac && 'a Mac has to run it';
 test('it answers, and ends with status 0 at the end of its input', { skip: needsAMac }, () => {
     const input = '{"jsonrpc":"2.0","id":1,"method":"initialize","params":{}}\n';

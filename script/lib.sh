@@ -1,6 +1,6 @@
 # Shared by the commands: where things are, what a machine must have, how a preset is built.
 # Sourced, never run. Standard output is left to the caller: the server speaks on it.
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2034
 
 set -euo pipefail
 cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"

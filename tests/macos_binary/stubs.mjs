@@ -1,4 +1,5 @@
-// The link stubs: which names of each library the link may use.
+// What the build declares of Apple's libraries: the link stubs, which list the names of each that the
+// link may use, and the headers.
 
 import { readFileSync } from 'node:fs';
 
@@ -28,4 +29,26 @@ export function readStub(path) {
         ...exceptions.map((name) => `_OBJC_EHTYPE_$_${name}`),
     ]);
     return { library, names, classes, exceptions };
+}
+
+/**
+ * The messages that a header of Objective-C declares, each as the list of names by which it may be
+ * sent: a property has two, one to read and one to write it.
+ * @param {string} header
+ */
+export function declaredMessages(header) {
+    const text = readFileSync(header, 'utf8').replaceAll(/\/\/.*/g, '');
+    const properties = [...text.matchAll(/@property *(\([^)]*\))?([^;]*?)(\w+);/g)].map(([, attributes, , name]) => [
+        /getter=(\w+)/.exec(attributes)?.[1] ?? name,
+        `set${name[0].toUpperCase()}${name.slice(1)}:`,
+    ]);
+    const methods = [...text.matchAll(/^[-+] *(\([^;]*);/gm)].map(([, method]) => {
+        let rest = method;
+        while (/\(/.test(rest)) {
+            rest = rest.replaceAll(/\([^()]*\)/g, ' '); // the types, from within
+        }
+        const parts = rest.match(/\w+ *:/g)?.map((part) => part.replace(' ', ''));
+        return [parts?.join('') ?? rest.trim().split(/\s/)[0]];
+    });
+    return [...properties, ...methods];
 }

@@ -5,7 +5,7 @@ import assert from 'node:assert/strict';
 import { readdirSync, readFileSync } from 'node:fs';
 import { test } from 'node:test';
 import { frameworks, onAMac, programs, root, runtime } from './program.mjs';
-import { readStub } from './stubs.mjs';
+import { declaredMessages, readStub } from './stubs.mjs';
 
 const skip = onAMac && 'a Mac links the libraries themselves';
 const folder = `${root}velmiro_mcp/platform/macos/`;
@@ -61,4 +61,19 @@ test('the functions and constants in the frameworks’ lists occur in the source
         const plain = [...names].filter((name) => /^_[A-Z]\w*$/.test(name)).map((name) => name.slice(1));
         assert.deepEqual(plain.filter((name) => !words.has(name)), [], library);
     }
+});
+
+test('every message that a header declares is sent', () => {
+    const headers = [
+        'cmake/macos/frameworks/Foundation.framework/Headers/Foundation.h',
+        'tests/macos/frameworks/EventKit/EventKit.h',
+        'tests/macos/frameworks/Contacts/Contacts.h',
+    ];
+    const sent = new Set(programs.get('arm64').section('__TEXT', '__objc_methname').toString().split('\0'));
+    const declared = headers.flatMap((header) => declaredMessages(root + header));
+    assert.ok(declared.length > 70, `${declared.length} messages`);
+    assert.deepEqual(
+        declared.filter((names) => !names.some((name) => sent.has(name))),
+        [],
+    );
 });

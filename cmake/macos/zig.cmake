@@ -24,5 +24,8 @@ foreach(language CXX OBJCXX)
         " -isystem ${CMAKE_CURRENT_LIST_DIR}/../../tests/macos/frameworks")
 endforeach()
 string(APPEND CMAKE_OBJCXX_FLAGS_INIT " -Wno-unused-command-line-argument") # CMake's -ObjC++
-set(CMAKE_EXE_LINKER_FLAGS_INIT
-    "-F ${CMAKE_CURRENT_LIST_DIR}/frameworks -L ${CMAKE_CURRENT_LIST_DIR}/lib -framework CoreFoundation -lobjc -s -Wl,-dead_strip -Wl,-dead_strip_dylibs")
+# The system binds each name in the library that the stubs give it to, and looks in no other: they
+# follow macOS 13.3, where CoreFoundation holds some of what Foundation declares.
+string(CONCAT CMAKE_EXE_LINKER_FLAGS_INIT
+    "-F ${CMAKE_CURRENT_LIST_DIR}/frameworks -L ${CMAKE_CURRENT_LIST_DIR}/lib"
+    " -framework CoreFoundation -lobjc -s -Wl,-dead_strip -Wl,-dead_strip_dylibs")

@@ -19,8 +19,8 @@ die() {
 }
 
 # What each purpose needs, by the names Debian 12 gives. Its versions are the ones we support:
-# g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint; LLVM 19.1; khal 0.10.5,
-# todoman 4.1.0, khard 0.18.0; Node.js 18.
+# g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint, LLVM 19.1 for
+# macOS; khal 0.10.5, todoman 4.1.0, khard 0.18.0; Node.js 18.
 packages_for() {
     local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
     local clang='clang-19 libclang-rt-19-dev'

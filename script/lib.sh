@@ -1,6 +1,6 @@
 # Shared by the commands: where things are, what a machine must have, how a preset is built.
 # Sourced, never run. Standard output is left to the caller: the server speaks on it.
-# shellcheck shell=bash disable=SC2034
+# shellcheck shell=bash
 
 set -euo pipefail
 cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
@@ -10,6 +10,7 @@ cpp_folders=(MCPStdio velmiro_mcp approval_host examples demo tests bench)
 # shellcheck disable=SC2034 # for those who source this
 end_to_end=tests/end_to_end
 osascript=osascript
+# shellcheck disable=SC2034
 zig=cmake/macos
 
 say() { printf '%s\n' "$*" >&2; }

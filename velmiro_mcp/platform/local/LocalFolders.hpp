@@ -5,8 +5,8 @@
 
 namespace velmiro::local {
 
-/// Where programs keep what is theirs among the user's files, without a slash at the end; worked out
-/// afresh each time.
+/// Where programs keep what is theirs among the user's files, without a slash at the end; worked
+/// out afresh each time.
 std::string supportFolder();
 
 /// One of the folders that this program keeps its user's things in, such as Calendars; it need not

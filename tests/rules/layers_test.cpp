@@ -130,6 +130,7 @@ TEST(Rules, OutsideThePlatformNothingIsCompiledOnlyOnSomeSystems) {
         "#if defined(__clang__)",         // whose analysis of locks is asked for
         "#if __has_include(<xlocale.h>)", // where the header is, it is what declares strtod_l
         "#ifdef MSG_NOSIGNAL",            // a flag of POSIX, else the option of the socket
+        "#ifdef __cpp_lib_to_chars",      // the library has what is used there
         "#ifdef NDEBUG",
         "#ifdef RWF_NOWAIT", // a write that does not wait, where there is one
     };

@@ -1,7 +1,8 @@
 # The local platform: calendar folders on disk, whose values libical reads, and cards; text with ICU.
+# Of both libraries only the headers are needed here: the program loads them when it needs them.
 find_package(PkgConfig REQUIRED)
-pkg_check_modules(ICAL REQUIRED IMPORTED_TARGET libical>=3.0.16)
-pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+pkg_check_modules(ICAL REQUIRED libical>=3.0.16)
+pkg_check_modules(ICU REQUIRED icu-uc icu-i18n)
 
 # What serves each port.
 set(PLATFORM_FILES
@@ -31,6 +32,7 @@ set(PLATFORM_PARTS
     platform/local/FileZones.cpp
     platform/local/Files.cpp
     platform/local/HiddenFiles.cpp
+    platform/local/ICU.cpp
     platform/local/ICUZones.cpp
     platform/local/Libical.cpp
     platform/local/LocalContactStore.cpp
@@ -48,10 +50,12 @@ set(PLATFORM_PARTS
     platform/local/ReminderCompletion.cpp
     platform/local/ReminderText.cpp
     platform/local/Series.cpp
+    platform/local/SharedLibrary.cpp
     platform/local/StoredEvent.cpp
     platform/local/StoredReminder.cpp
     platform/local/SystemZone.cpp
     platform/local/TextLines.cpp
+    platform/local/UTF16.cpp
     platform/local/UnicodeText.cpp
     platform/local/UserClock.cpp
     platform/local/VCard.cpp
@@ -61,4 +65,5 @@ set(PLATFORM_PARTS
     platform/local/Zone.cpp
     platform/local/ZoneCatalogue.cpp
     platform/local/ZoneRule.cpp)
-set(PLATFORM_LIBRARIES PkgConfig::ICAL PkgConfig::ICU)
+set(PLATFORM_HEADERS ${ICAL_INCLUDE_DIRS} ${ICU_INCLUDE_DIRS})
+set(PLATFORM_LIBRARIES ${CMAKE_DL_LIBS})

@@ -1,10 +1,8 @@
 #include "velmiro_mcp/platform/local/ICUZones.hpp"
 
-#include <unicode/ucal.h>
-#include <unicode/ustring.h>
+#include "velmiro_mcp/platform/local/UTF16.hpp"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -38,24 +36,23 @@ UDate dateOf(UTCTime time) {
 
 /// The offset at the time to which the calendar is set.
 seconds offsetOf(UCalendar* calendar, UErrorCode& status) {
-    return std::chrono::floor<seconds>(milliseconds{ucal_get(calendar, UCAL_ZONE_OFFSET, &status) +
-                                                    ucal_get(calendar, UCAL_DST_OFFSET, &status)});
+    return std::chrono::floor<seconds>(
+        milliseconds{icuDates().ucal_get(calendar, UCAL_ZONE_OFFSET, &status) +
+                     icuDates().ucal_get(calendar, UCAL_DST_OFFSET, &status)});
 }
 
 } // namespace
 
 std::string zoneNameOfWindows(std::string_view name) {
     const auto wide = asciiName(name);
-    std::array<char16_t, 128> found{};
-    UErrorCode status = U_ZERO_ERROR;
-    const int32_t length = wide ? ucal_getTimeZoneIDForWindowsID(
-                                      wide->data(), static_cast<int32_t>(wide->size()), nullptr,
-                                      found.data(), static_cast<int32_t>(found.size()), &status)
-                                : 0;
-    if (U_FAILURE(status) || length <= 0) {
+    if (!wide) {
         return {};
     }
-    return {found.begin(), found.begin() + length};
+    const auto found = written(64, [&](char16_t* into, std::int32_t size, UErrorCode* status) {
+        return icuDates().ucal_getTimeZoneIDForWindowsID(wide->data(), lengthOf(*wide), nullptr,
+                                                         into, size, status);
+    });
+    return {found.begin(), found.end()};
 }
 
 std::shared_ptr<const Zone> zoneFromICU(std::string_view name) {
@@ -63,31 +60,33 @@ std::shared_ptr<const Zone> zoneFromICU(std::string_view name) {
     if (!wide) {
         return nullptr;
     }
-    const auto size = static_cast<int32_t>(wide->size());
+    const ICUDates& icu = icuDates();
     UErrorCode status = U_ZERO_ERROR;
     std::array<char16_t, 128> canonical{};
     UBool known = 0;
-    ucal_getCanonicalTimeZoneID(wide->data(), size, canonical.data(),
-                                static_cast<int32_t>(canonical.size()), &known, &status);
+    icu.ucal_getCanonicalTimeZoneID(wide->data(), lengthOf(*wide), canonical.data(),
+                                    static_cast<std::int32_t>(canonical.size()), &known, &status);
     if (U_FAILURE(status) || known == 0) {
         return nullptr;
     }
-    UCalendar* calendar = ucal_open(wide->data(), size, "en", UCAL_GREGORIAN, &status);
+    UCalendar* calendar =
+        icu.ucal_open(wide->data(), lengthOf(*wide), "en", UCAL_GREGORIAN, &status);
     if (U_FAILURE(status)) {
         return nullptr;
     }
     const UTCTime end = std::chrono::sys_days{std::chrono::year{Zone::lastYear + 1} / 1 / 1};
-    ucal_setMillis(calendar, dateOf(std::chrono::sys_days{std::chrono::year{1900} / 1 / 1}),
-                   &status);
+    icu.ucal_setMillis(calendar, dateOf(std::chrono::sys_days{std::chrono::year{1900} / 1 / 1}),
+                       &status);
     const seconds first = offsetOf(calendar, status);
     std::vector<Zone::Change> changes;
     UDate next = 0;
-    while (ucal_getTimeZoneTransitionDate(calendar, UCAL_TZ_TRANSITION_NEXT, &next, &status) != 0 &&
+    while (icu.ucal_getTimeZoneTransitionDate(calendar, UCAL_TZ_TRANSITION_NEXT, &next, &status) !=
+               0 &&
            U_SUCCESS(status) && timeOf(next) < end) {
-        ucal_setMillis(calendar, next, &status);
+        icu.ucal_setMillis(calendar, next, &status);
         changes.push_back({timeOf(next), offsetOf(calendar, status)});
     }
-    ucal_close(calendar);
+    icu.ucal_close(calendar);
     return U_SUCCESS(status) ? std::make_shared<const Zone>(first, std::move(changes)) : nullptr;
 }
 

@@ -1,5 +1,6 @@
 #include "velmiro_mcp/platform/local/Libical.hpp"
 
+#include "velmiro_mcp/platform/local/SharedLibrary.hpp"
 #include "velmiro_mcp/platform/local/Zone.hpp"
 
 #include <libical/ical.h>
@@ -14,6 +15,22 @@
 
 namespace velmiro::local {
 namespace {
+
+struct Libical {
+    SharedLibrary library{"libical", "libical.so." + std::to_string(ICAL_MAJOR_VERSION)};
+    VELMIRO_LIBRARY_FUNCTION(icaldurationtype_from_string);
+    VELMIRO_LIBRARY_FUNCTION(icaldurationtype_is_bad_duration);
+    VELMIRO_LIBRARY_FUNCTION(icalrecurrencetype_day_day_of_week);
+    VELMIRO_LIBRARY_FUNCTION(icalrecurrencetype_day_position);
+    VELMIRO_LIBRARY_FUNCTION(icalrecurrencetype_from_string);
+    VELMIRO_LIBRARY_FUNCTION(icaltime_is_null_time);
+    VELMIRO_LIBRARY_FUNCTION(icaltime_is_utc);
+};
+
+const Libical& libical() {
+    static const Libical loaded;
+    return loaded;
+}
 
 std::optional<Frequency> frequencyOf(icalrecurrencetype_frequency frequency) {
     switch (frequency) {
@@ -57,7 +74,7 @@ std::vector<int> listOf(std::span<const short> numbers, int lowest, int highest)
 }
 
 std::optional<Moment> untilOf(const icaltimetype& until) {
-    if (icaltime_is_null_time(until) != 0) {
+    if (libical().icaltime_is_null_time(until) != 0) {
         return std::nullopt;
     }
     const std::chrono::year_month_day date{std::chrono::year{until.year},
@@ -72,7 +89,7 @@ std::optional<Moment> untilOf(const icaltimetype& until) {
     }
     return Moment{day + std::chrono::hours{until.hour} + std::chrono::minutes{until.minute} +
                       std::chrono::seconds{until.second},
-                  false, icaltime_is_utc(until) != 0 ? Zone::utc() : nullptr};
+                  false, libical().icaltime_is_utc(until) != 0 ? Zone::utc() : nullptr};
 }
 
 /// COUNT as it is written: libical keeps the remainder of a number too large for it.
@@ -94,7 +111,7 @@ std::optional<std::int64_t> countOf(const std::string& text) {
 } // namespace
 
 std::optional<RecurrenceRule> readRule(const std::string& text) {
-    const icalrecurrencetype read = icalrecurrencetype_from_string(text.c_str());
+    const icalrecurrencetype read = libical().icalrecurrencetype_from_string(text.c_str());
     const std::unique_ptr<char, decltype(&std::free)> calendar{read.rscale, &std::free};
     const auto frequency = frequencyOf(read.freq);
     if (!frequency || (calendar && strcasecmp(calendar.get(), "GREGORIAN") != 0)) {
@@ -121,15 +138,15 @@ std::optional<RecurrenceRule> readRule(const std::string& text) {
         if (day == ICAL_RECURRENCE_ARRAY_MAX) {
             break;
         }
-        rule.weekdays.push_back({weekdayOf(icalrecurrencetype_day_day_of_week(day)),
-                                 icalrecurrencetype_day_position(day)});
+        rule.weekdays.push_back({weekdayOf(libical().icalrecurrencetype_day_day_of_week(day)),
+                                 libical().icalrecurrencetype_day_position(day)});
     }
     return rule;
 }
 
 std::optional<NominalDuration> readDuration(const std::string& text) {
-    const icaldurationtype read = icaldurationtype_from_string(text.c_str());
-    if (icaldurationtype_is_bad_duration(read) != 0) {
+    const icaldurationtype read = libical().icaldurationtype_from_string(text.c_str());
+    if (libical().icaldurationtype_is_bad_duration(read) != 0) {
         return std::nullopt;
     }
     const int sign = read.is_neg != 0 ? -1 : 1;

@@ -1,10 +1,8 @@
 #include "velmiro_mcp/platform/Platform.hpp"
 
 #include "velmiro_mcp/platform/local/Locale.hpp"
+#include "velmiro_mcp/platform/local/UTF16.hpp"
 #include "velmiro_mcp/platform/local/UserClock.hpp"
-
-#include <unicode/udat.h>
-#include <unicode/ustring.h>
 
 #include <array>
 #include <cstdint>
@@ -32,24 +30,21 @@ std::u16string zoneAt(Instant instant) {
 
 std::string formatted(Instant instant, UDateFormatStyle time) {
     const std::u16string zone = zoneAt(instant);
+    const local::ICUDates& icu = local::icuDates();
     UErrorCode status = U_ZERO_ERROR;
     UDateFormat* const format =
-        udat_open(time, UDAT_MEDIUM, local::userLocale().c_str(), zone.data(),
-                  static_cast<int32_t>(zone.size()), nullptr, 0, &status);
+        icu.udat_open(time, UDAT_MEDIUM, local::userLocale().c_str(), zone.data(),
+                      local::lengthOf(zone), nullptr, 0, &status);
     if (U_FAILURE(status)) {
         return {};
     }
-    std::array<char16_t, 256> wide{};
     const auto date = static_cast<UDate>(instant.time_since_epoch().count());
-    const int32_t length =
-        udat_format(format, date, wide.data(), static_cast<int32_t>(wide.size()), nullptr, &status);
-    udat_close(format);
-    std::array<char, 3 * wide.size()> text{};
-    int32_t size = 0;
-    u_strToUTF8(text.data(), static_cast<int32_t>(text.size()), &size, wide.data(), length,
-                &status);
-    return U_SUCCESS(status) ? std::string(text.data(), static_cast<std::size_t>(size))
-                             : std::string{};
+    const auto text =
+        local::written(64, [&](char16_t* into, std::int32_t size, UErrorCode* failure) {
+            return icu.udat_format(format, date, into, size, nullptr, failure);
+        });
+    icu.udat_close(format);
+    return local::utf8(text);
 }
 
 } // namespace

@@ -1,15 +1,11 @@
 #include "velmiro_mcp/platform/local/UnicodeText.hpp"
 
 #include "MCPStdio/UTF8.hpp"
-
-#include <unicode/normalizer2.h>
-#include <unicode/uchar.h>
-#include <unicode/ucnv.h>
-#include <unicode/unistr.h>
-#include <unicode/uscript.h>
+#include "velmiro_mcp/platform/local/UTF16.hpp"
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <utility>
 
 namespace velmiro::local {
@@ -37,8 +33,9 @@ bool isDiacritic(UChar32 scalar) {
     constexpr UChar32 voiced = 0x3099;
     constexpr UChar32 halfVoiced = 0x309A;
     UErrorCode status = U_ZERO_ERROR;
-    return u_charType(scalar) == U_NON_SPACING_MARK && scalar != voiced && scalar != halfVoiced &&
-           uscript_getScript(scalar, &status) == USCRIPT_INHERITED;
+    const ICUCommon& icu = icuCommon();
+    return icu.u_charType(scalar) == U_NON_SPACING_MARK && scalar != voiced &&
+           scalar != halfVoiced && icu.uscript_getScript(scalar, &status) == USCRIPT_INHERITED;
 }
 
 /// Letters that Unicode takes for letters of their own, and a searching person does not.
@@ -61,36 +58,48 @@ std::string_view plainForm(UChar32 scalar) {
 
 bool isOfWord(UChar32 scalar) {
     constexpr UChar32 apostrophe = 0x02BC; // a letter to Unicode
-    const bool isMark = (U_GET_GC_MASK(scalar) & U_GC_M_MASK) != 0;
-    return isMark || (u_isalnum(scalar) != 0 && scalar != apostrophe);
+    const ICUCommon& icu = icuCommon();
+    const bool isMark = (U_MASK(icu.u_charType(scalar)) & U_GC_M_MASK) != 0;
+    return isMark || (icu.u_isalnum(scalar) != 0 && scalar != apostrophe);
 }
 
-icu::UnicodeString wide(std::string_view text) {
-    return icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())});
+std::u16string normalized(const UNormalizer2* form, const std::u16string& text) {
+    return written(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
+        return icuCommon().unorm2_normalize(form, text.data(), lengthOf(text), into, size, status);
+    });
+}
+
+/// The scalar value that begins at `index`, which goes on to the next one.
+UChar32 nextScalar(const std::u16string& text, std::size_t& index) {
+    UChar32 scalar = 0;
+    U16_NEXT(text, index, text.size(), scalar);
+    return scalar;
 }
 
 /// Letters and digits folded, composed again at the end: a mark that stayed is a part of its
 /// letter.
-icu::UnicodeString folded(const icu::UnicodeString& text) {
+std::u16string folded(const std::u16string& text) {
+    const ICUCommon& icu = icuCommon();
     UErrorCode status = U_ZERO_ERROR;
-    const auto* const casefold = icu::Normalizer2::getNFKCCasefoldInstance(status);
-    const auto* const decompose = icu::Normalizer2::getNFDInstance(status);
-    const auto* const compose = icu::Normalizer2::getNFCInstance(status);
+    const auto* const caseless = icu.unorm2_getNFKCCasefoldInstance(&status);
+    const auto* const decomposed = icu.unorm2_getNFDInstance(&status);
+    const auto* const composed = icu.unorm2_getNFCInstance(&status);
     if (U_FAILURE(status)) {
         return text;
     }
-    const auto apart = decompose->normalize(casefold->normalize(text, status), status);
-    icu::UnicodeString plain;
-    for (int32_t index = 0; index < apart.length(); index = apart.moveIndex32(index, 1)) {
-        const UChar32 scalar = apart.char32At(index);
+    const auto apart = normalized(decomposed, normalized(caseless, text));
+    std::u16string plain;
+    for (std::size_t index = 0; index < apart.size();) {
+        const std::size_t begin = index;
+        const UChar32 scalar = nextScalar(apart, index);
         const auto form = plainForm(scalar);
         if (!form.empty()) {
-            plain.append(wide(form));
+            plain.append(form.begin(), form.end());
         } else if (!isDiacritic(scalar)) {
-            plain.append(scalar);
+            plain.append(apart, begin, index - begin);
         }
     }
-    return compose->normalize(plain, status);
+    return normalized(composed, plain);
 }
 
 } // namespace
@@ -99,13 +108,19 @@ std::string decodedText(std::string_view bytes, std::string_view characterSet) {
     // Names are looked up before they are opened: an unknown one would be searched for on the disk.
     const std::string name{characterSet};
     UErrorCode status = U_ZERO_ERROR;
-    if (ucnv_countAliases(name.c_str(), &status) == 0) {
+    const ICUCommon& icu = icuCommon();
+    if (icu.ucnv_countAliases(name.c_str(), &status) == 0) {
         return MCPStdio::repairUTF8(std::string{bytes});
     }
-    std::string text;
-    icu::UnicodeString{bytes.data(), static_cast<int32_t>(bytes.size()), name.c_str()}.toUTF8String(
-        text);
-    return text;
+    const std::unique_ptr<UConverter, decltype(icu.ucnv_close)> converter{
+        icu.ucnv_open(name.c_str(), &status), icu.ucnv_close};
+    if (!converter) {
+        return {};
+    }
+    return utf8(written(bytes.size(), [&](char16_t* into, std::int32_t size, UErrorCode* failure) {
+        return icu.ucnv_toUChars(converter.get(), into, size, bytes.data(),
+                                 static_cast<std::int32_t>(bytes.size()), failure);
+    }));
 }
 
 std::string foldedLetters(std::string_view text) {
@@ -115,13 +130,13 @@ std::string foldedLetters(std::string_view text) {
         std::ranges::transform(text, letters.begin(), foldedASCII);
         return letters;
     }
-    const auto plain = folded(wide(text));
-    for (int32_t index = 0; index < plain.length(); index = plain.moveIndex32(index, 1)) {
-        const UChar32 scalar = plain.char32At(index);
+    const auto plain = folded(utf16(text));
+    for (std::size_t index = 0; index < plain.size();) {
+        const UChar32 scalar = nextScalar(plain, index);
         if (isOfWord(scalar)) {
             MCPStdio::appendUTF8(letters, static_cast<char32_t>(scalar));
         } else {
-            letters += u_isUWhiteSpace(scalar) != 0 ? ' ' : '-';
+            letters += icuCommon().u_isUWhiteSpace(scalar) != 0 ? ' ' : '-';
         }
     }
     return letters;
@@ -131,8 +146,11 @@ bool isWrittenWithoutBlanks(std::string_view text) {
     if (isASCII(text)) {
         return false;
     }
+    constexpr std::size_t longestScalar = 4; // what is cut behind it does not count
     UErrorCode status = U_ZERO_ERROR;
-    switch (uscript_getScript(wide(text).char32At(0), &status)) {
+    const auto wide = utf16(text.substr(0, longestScalar));
+    std::size_t index = 0;
+    switch (icuCommon().uscript_getScript(nextScalar(wide, index), &status)) {
     case USCRIPT_HAN:
     case USCRIPT_HIRAGANA:
     case USCRIPT_KATAKANA:

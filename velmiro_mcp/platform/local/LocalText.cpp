@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace velmiro {
@@ -23,9 +24,24 @@ struct CloseBreaks {
 /// Whether each of these bytes is a character of its own, whatever follows but a combining one. CR
 /// is not: with LF it makes one character.
 bool isPlain(std::string_view text) {
-    return std::ranges::all_of(text, [](char letter) {
-        return static_cast<unsigned char>(letter) < 0x80 && letter != '\r';
-    });
+    return local::isASCII(text) && text.find('\r') == std::string_view::npos;
+}
+
+char loweredASCII(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+/// What ASCII says alone; nothing where it depends on the language, as it does for I and i.
+std::optional<bool> equalInASCII(std::string_view left, std::string_view right) {
+    if (!local::isASCII(left) || !local::isASCII(right)) {
+        return std::nullopt;
+    }
+    if (!std::ranges::equal(left, right, {}, loweredASCII, loweredASCII)) {
+        return false;
+    }
+    const bool depends = !std::ranges::equal(
+        left, right, [](char one, char other) { return one == other || loweredASCII(one) != 'i'; });
+    return depends ? std::nullopt : std::optional{true};
 }
 
 /// Small letters as the user's language has them: in Turkish, I and İ are those of ı and i.
@@ -68,6 +84,9 @@ bool equalIgnoringCase(std::string_view left, std::string_view right) {
     constexpr auto longest = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max() / 4);
     if (left == right || left.size() > longest || right.size() > longest) {
         return left == right;
+    }
+    if (const auto known = equalInASCII(left, right)) {
+        return *known;
     }
     // Canonical caseless matching: the letters count and their marks, in whatever order or form
     // they are encoded, and nothing is ignored as a collation ignores punctuation or controls.

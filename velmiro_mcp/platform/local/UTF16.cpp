@@ -1,11 +1,18 @@
 #include "velmiro_mcp/platform/local/UTF16.hpp"
 
+#include <algorithm>
+
 namespace velmiro::local {
 namespace {
 
 constexpr UChar32 replacement = 0xFFFD;
 
 } // namespace
+
+bool isASCII(std::string_view text) {
+    return std::ranges::all_of(text,
+                               [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
 
 std::u16string utf16(std::string_view text) {
     // Never longer than the UTF-8.

@@ -8,6 +8,9 @@
 /// Text as ICU takes it and gives it.
 namespace velmiro::local {
 
+/// Whether most questions can be answered without ICU.
+bool isASCII(std::string_view text);
+
 inline std::int32_t lengthOf(std::u16string_view text) {
     return static_cast<std::int32_t>(text.size());
 }

@@ -11,11 +11,6 @@
 namespace velmiro::local {
 namespace {
 
-bool isASCII(std::string_view text) {
-    return std::ranges::all_of(text,
-                               [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-}
-
 char foldedASCII(char letter) {
     const bool isLetter = (letter >= 'a' && letter <= 'z') || (letter >= '0' && letter <= '9');
     if (letter >= 'A' && letter <= 'Z') {

@@ -79,9 +79,19 @@ TEST(LocalText, TheLettersIAreTheUsersLanguages) {
         const LanguageGuard turkish{"tr_TR.UTF-8"};
         EXPECT_TRUE(equalIgnoringCase("İş", "iş"));
         EXPECT_FALSE(equalIgnoringCase("TITLE", "title"));
+        EXPECT_FALSE(equalIgnoringCase("I", "i"));
+        EXPECT_FALSE(equalIgnoringCase("Iota", "ITEM"));
+        EXPECT_TRUE(equalIgnoringCase("iDEA", "idea"));
     }
     const LanguageGuard english{"en_US.UTF-8"};
     EXPECT_TRUE(equalIgnoringCase("TITLE", "title"));
+    EXPECT_TRUE(equalIgnoringCase("I", "i"));
+    EXPECT_TRUE(equalIgnoringCase("\u212A", "k")); // the sign of Kelvin
+}
+
+TEST(LocalText, ATextThatGrowsInItsSmallLettersIsComparedWhole) {
+    EXPECT_TRUE(equalIgnoringCase("İİİ", "i\u0307i\u0307i\u0307"));
+    EXPECT_FALSE(equalIgnoringCase("İİİ", "i\u0307i\u0307i"));
 }
 
 TEST(LocalText, TheLanguageIsTheOneForTimes) {

@@ -23,6 +23,7 @@ die() {
 # g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint, LLVM 19.1 for
 # macOS; khal 0.10.5, todoman 4.1.0, khard 0.18.0; Node.js 18.
 packages_for() {
+    # The libraries that the server loads as it runs come with their headers.
     local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
     local clang='clang-19 libclang-rt-19-dev'
     local run="$build nodejs npm ca-certificates"

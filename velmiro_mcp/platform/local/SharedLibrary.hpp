@@ -39,8 +39,10 @@ private:
 /// Declares, in a struct with a SharedLibrary called `library`, a member of the name and the type
 /// of one of its functions. Where a header renames its functions by macros, as ICU's do to add
 /// their version, that holds for the member and for the name looked up, too.
+// NOLINTBEGIN(bugprone-macro-parentheses): a member is declared without
 #define VELMIRO_LIBRARY_FUNCTION(name)                                                             \
     decltype(&::name) name {                                                                       \
         library.function<decltype(::name)>(VELMIRO_TEXT_OF(name))                                  \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 #define VELMIRO_TEXT_OF(name) #name

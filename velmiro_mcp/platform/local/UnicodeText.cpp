@@ -84,6 +84,7 @@ std::u16string folded(const std::u16string& text) {
     }
     const auto apart = normalized(decomposed, normalized(caseless, text));
     std::u16string plain;
+    plain.reserve(apart.size());
     for (std::size_t index = 0; index < apart.size();) {
         const std::size_t begin = index;
         const UChar32 scalar = nextScalar(apart, index);
@@ -94,7 +95,9 @@ std::u16string folded(const std::u16string& text) {
             plain.append(apart, begin, index - begin);
         }
     }
-    return normalized(composed, plain);
+    // What was written in Latin letters is ASCII by now, which has nothing to compose.
+    const bool isDone = std::ranges::all_of(plain, [](char16_t unit) { return unit < 0x80; });
+    return isDone ? plain : normalized(composed, plain);
 }
 
 } // namespace

@@ -35,16 +35,21 @@ struct SourceFile {
     std::string text;
 };
 
+/// npm's packages lie among our folders once they are installed.
+bool isOurs(const std::string& path) {
+    return path.find("node_modules/") == std::string::npos;
+}
+
 std::vector<SourceFile> sourcesIn(const std::vector<std::string>& folders) {
     const fs::path root{SOURCE_FOLDER};
     const std::set<std::string> extensions{".cpp", ".hpp", ".mm", ".h"};
     std::vector<SourceFile> files;
     for (const std::string& folder : folders) {
         for (const auto& entry : fs::recursive_directory_iterator{root / folder}) {
-            if (extensions.contains(entry.path().extension().string())) {
+            const std::string path = fs::relative(entry.path(), root).string();
+            if (extensions.contains(entry.path().extension().string()) && isOurs(path)) {
                 std::ifstream stream{entry.path()};
-                files.push_back({fs::relative(entry.path(), root).string(),
-                                 {std::istreambuf_iterator<char>{stream}, {}}});
+                files.push_back({path, {std::istreambuf_iterator<char>{stream}, {}}});
             }
         }
     }
@@ -153,8 +158,7 @@ TEST(Rules, OnlyBuildListsAskWhichSystemIsBuiltFor) {
         for (const auto& entry : fs::recursive_directory_iterator{root / folder}) {
             const std::string path = fs::relative(entry.path(), root).string();
             const bool isBuildList = path.ends_with("CMakeLists.txt") || path.ends_with(".cmake");
-            if (entry.is_regular_file() && !isBuildList &&
-                path.find("node_modules/") == std::string::npos) {
+            if (entry.is_regular_file() && !isBuildList && isOurs(path)) {
                 std::ifstream stream{entry.path()};
                 const std::string text{std::istreambuf_iterator<char>{stream}, {}};
                 if (!matches(text, R"(VELMIRO_PLATFORM|process\.platform|\buname\b)").empty()) {

@@ -51,8 +51,10 @@ private:
         [[nodiscard]] std::span<JSONValue> from(std::size_t first) const noexcept {
             return {elements_ + first, size_ - first};
         }
-        /// Puts what was made of all from `first` on, which have been moved out of, in their place.
+        /// Puts what was made of all from `first` on in their place. What was not moved out of
+        /// them, as of a key that came again, goes.
         void replace(std::size_t first, JSONValue made) noexcept {
+            std::destroy_n(elements_ + first, size_ - first);
             size_ = first;
             push(std::move(made));
         }

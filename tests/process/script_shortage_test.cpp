@@ -5,6 +5,7 @@
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/FakeScript.hpp"
+#include "tests/support/ScopedDescriptorLimit.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/ScriptRunner.hpp"
 
@@ -19,6 +20,7 @@ using namespace velmiro;
 using namespace std::chrono_literals;
 using MCPStdio::JSONValue;
 using velmiro::test::eventually;
+using velmiro::test::ScopedDescriptorLimit;
 using velmiro::test::steps;
 using velmiro::test::TemporaryFolder;
 
@@ -29,22 +31,6 @@ constexpr auto ample = 60s;
 JSONValue run(ScriptRunner& runner, const std::string& script) {
     return MCPStdio::syncWait(runner.run(script, {}, ample));
 }
-
-/// Sets a limit of this process, and puts it back at the end.
-class ScopedDescriptorLimit {
-public:
-    explicit ScopedDescriptorLimit(rlim_t soft) {
-        ::getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit changed{soft, before_.rlim_max};
-        ::setrlimit(RLIMIT_NOFILE, &changed);
-    }
-    ScopedDescriptorLimit(const ScopedDescriptorLimit&) = delete;
-    ScopedDescriptorLimit& operator=(const ScopedDescriptorLimit&) = delete;
-    ~ScopedDescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &before_); }
-
-private:
-    rlimit before_{};
-};
 
 } // namespace
 

@@ -7,6 +7,7 @@
 #include "MCPStdio/concurrency/TaskGroup.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/FakeScript.hpp"
+#include "tests/support/ScopedDescriptorLimit.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/Subprocess.hpp"
 #include "velmiro_mcp/platform/DescriptorLimit.hpp"
@@ -25,6 +26,7 @@ using namespace std::chrono_literals;
 using MCPStdio::JSONValue;
 using MCPStdio::Task;
 using velmiro::test::eventually;
+using velmiro::test::ScopedDescriptorLimit;
 using velmiro::test::ScopedVariable;
 using velmiro::test::steps;
 using velmiro::test::TemporaryFolder;
@@ -69,22 +71,6 @@ private:
 
     ScriptRunner& runner_;
     std::atomic<int> good_{0};
-};
-
-/// Sets a limit of this process, and puts it back at the end.
-class ScopedDescriptorLimit {
-public:
-    explicit ScopedDescriptorLimit(rlim_t soft) {
-        ::getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit changed{soft, before_.rlim_max};
-        ::setrlimit(RLIMIT_NOFILE, &changed);
-    }
-    ScopedDescriptorLimit(const ScopedDescriptorLimit&) = delete;
-    ScopedDescriptorLimit& operator=(const ScopedDescriptorLimit&) = delete;
-    ~ScopedDescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &before_); }
-
-private:
-    rlimit before_{};
 };
 
 } // namespace

@@ -4,6 +4,8 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <limits>
+#include <string>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
@@ -35,31 +37,59 @@ std::string readAll(int descriptor) {
     return all;
 }
 
-/// Sends far more than the stream holds before anybody reads, then reads it all.
-void sendsEverythingBeforeAnybodyReads(Ends ends) {
+/// A line that tells which one it is; now and then one longer than a pipe takes at once.
+std::string numberedLine(int number) {
+    return std::to_string(number) + std::string(number % 100 == 0 ? 9000 : 30, 'x');
+}
+
+/// Sends far more than the stream holds; a reader begins after so many lines.
+void sendsEverything(Ends ends, int before) {
     constexpr int count = 20'000;
     std::string expected;
+    std::string received;
+    std::thread reader;
     {
         LineSink sink{ends.writer};
         for (int i = 0; i < count; ++i) {
-            const std::string line = std::to_string(i) + std::string(i % 100 == 0 ? 9000 : 30, 'x');
+            if (i == before) {
+                reader = std::thread{[&] { received = readAll(ends.reader); }};
+            }
+            const auto line = numberedLine(i);
             expected += line + "\n";
             sink.send(TextBuffer{line});
         }
-        std::string received;
-        std::thread reader{[&] { received = readAll(ends.reader); }};
+        if (!reader.joinable()) {
+            reader = std::thread{[&] { received = readAll(ends.reader); }};
+        }
         sink.finish();
-        ::close(ends.writer);
-        reader.join();
-        EXPECT_EQ(received.size(), expected.size());
-        EXPECT_TRUE(received == expected);
     }
+    ::close(ends.writer);
+    reader.join();
+    EXPECT_EQ(received.size(), expected.size());
+    EXPECT_TRUE(received == expected);
+}
+
+void sendsEverythingBeforeAnybodyReads(Ends ends) {
+    sendsEverything(ends, std::numeric_limits<int>::max());
 }
 
 } // namespace
 
 TEST(LineSink, SendingGoesOnWithoutAReaderOfAPipe) {
     sendsEverythingBeforeAnybodyReads(makePipe(O_CLOEXEC));
+}
+
+TEST(LineSink, SendingGoesOnBeforeAndWhileAPipeIsRead) {
+    sendsEverything(makePipe(O_CLOEXEC), 10'000);
+}
+
+TEST(LineSink, ThePipesFlagsStayAsTheParentSetThem) {
+    const Ends ends = makePipe(O_CLOEXEC);
+    const LineSink sink{ends.writer};
+    EXPECT_EQ(::fcntl(ends.writer, F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(::fcntl(ends.reader, F_GETFL) & O_NONBLOCK, 0);
+    ::close(ends.writer);
+    ::close(ends.reader);
 }
 
 TEST(LineSink, SendingGoesOnWithoutAReaderOfANonBlockingPipe) {
@@ -78,21 +108,23 @@ TEST(LineSink, LinesOfManyThreadsStayWhole) {
     const Ends ends = makePipe(O_CLOEXEC);
     std::string received;
     std::thread reader{[&] { received = readAll(ends.reader); }};
-    LineSink sink{ends.writer};
-    std::vector<std::thread> senders;
-    for (char letter = 'a'; letter < 'i'; ++letter) {
-        senders.emplace_back([&sink, letter] {
-            for (int i = 0; i < 500; ++i) {
-                TextBuffer line;
-                line.append(static_cast<std::size_t>(1 + i * 7 % 3000), letter);
-                sink.send(std::move(line));
-            }
-        });
+    {
+        LineSink sink{ends.writer};
+        std::vector<std::thread> senders;
+        for (char letter = 'a'; letter < 'i'; ++letter) {
+            senders.emplace_back([&sink, letter] {
+                for (int i = 0; i < 500; ++i) {
+                    TextBuffer line;
+                    line.append(static_cast<std::size_t>(1 + i * 7 % 3000), letter);
+                    sink.send(std::move(line));
+                }
+            });
+        }
+        for (std::thread& sender : senders) {
+            sender.join();
+        }
+        sink.finish();
     }
-    for (std::thread& sender : senders) {
-        sender.join();
-    }
-    sink.finish();
     ::close(ends.writer);
     reader.join();
     std::size_t lines = 0;

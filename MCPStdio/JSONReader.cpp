@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace MCPStdio {
 namespace {
@@ -122,7 +123,8 @@ void JSONReader::readString() {
     if (peek() != '"') {
         skipPlainText(begin);
         if (peek() != '"') {
-            open_.push(unescape(begin));
+            unescape(begin);
+            open_.push(std::move(unescaped_)); // a short text leaves its memory here
             return;
         }
     }
@@ -138,15 +140,16 @@ void JSONReader::skipPlainText(std::size_t from) {
     }
 }
 
-/// The rest of a string from its first escape on; what lies before it begins at `begin`.
-std::string_view JSONReader::unescape(std::size_t begin) {
+/// Goes on to the end of a string with escapes and unescapes it; what lies before the first begins
+/// at `begin`.
+void JSONReader::unescape(std::size_t begin) {
     unescaped_.assign(text_.substr(begin, at_ - begin));
     while (true) {
         const std::size_t from = at_;
         skipPlainText(from);
         unescaped_.append(text_.substr(from, at_ - from));
         if (accept('"')) {
-            return unescaped_;
+            return;
         }
         if (!accept('\\')) {
             fail(at_ == text_.size() ? "a string without an end" : "a control character");

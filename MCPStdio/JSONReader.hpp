@@ -79,7 +79,7 @@ private:
     void readNumber();
     void readWord(std::string_view word, JSONValue meaning);
 
-    std::string_view unescape(std::size_t begin);
+    void unescape(std::size_t begin);
     void readEscape();
     unsigned readFourHexDigits();
     void skipPlainText(std::size_t from);

@@ -6,12 +6,10 @@
 #include "MCPStdio/UTF8.hpp"
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <charconv>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <new>
 #include <vector>
@@ -78,12 +76,27 @@ JSONValue::JSONValue(std::string_view text) {
         words_ = shortText(text);
         return;
     }
+    if (size >= longText) {
+        *this = JSONValue{std::string{text}};
+        return;
+    }
     auto* made = Block<char>::make(size);
     std::memcpy(made->elements(), text.data(), size);
     made->size = size;
     set(Case::string);
     setBlock(made);
     words_[1] |= blockFlag;
+}
+
+JSONValue::JSONValue(std::string&& text) {
+    if (text.size() < longText) {
+        *this = JSONValue{std::string_view{text}};
+        return;
+    }
+    auto* const made = new std::string{std::move(text)};
+    set(Case::string);
+    words_[0] = reinterpret_cast<std::uintptr_t>(made);
+    words_[1] |= blockFlag | longFlag;
 }
 
 JSONValue::JSONValue(char32_t scalar) {
@@ -98,6 +111,10 @@ JSONValue::JSONValue(const JSONValue& other) : words_{other.words_} {
     }
     // Until its own block is made this value must not look as if it owned the other's.
     words_ = {};
+    if (other.isLongText()) {
+        *this = JSONValue{std::string{*other.longString()}};
+        return;
+    }
     switch (other.kind()) {
     case Case::array:
         setBlock(Block<JSONValue>::copy(other.block<JSONValue>()));
@@ -136,9 +153,20 @@ void JSONValue::destroyBlock() noexcept {
         Block<JSONMember>::destroy(block<JSONMember>());
         break;
     default:
-        Block<char>::destroy(block<char>());
+        if (isLongText()) {
+            delete longString();
+        } else {
+            Block<char>::destroy(block<char>());
+        }
         break;
     }
+}
+
+std::optional<std::string> JSONValue::stringValue() && {
+    if (kind() != Case::string) {
+        return std::nullopt;
+    }
+    return isLongText() ? std::move(*longString()) : std::string{text()};
 }
 
 JSONValue JSONValue::arrayOf(std::span<JSONValue> elements) {
@@ -322,63 +350,6 @@ std::string JSONValue::jsonString() const {
 
 JSONValue JSONValue::parse(std::string_view text) {
     return JSONReader{text}.read();
-}
-
-bool operator==(const JSONValue& left, const JSONValue& right) noexcept {
-    if (left.kind() != right.kind()) {
-        return false;
-    }
-    switch (left.kind()) {
-    case JSONValue::Case::null:
-        return true;
-    case JSONValue::Case::boolean:
-        return left.boolValue() == right.boolValue();
-    case JSONValue::Case::number:
-        return left.doubleValue() == right.doubleValue();
-    case JSONValue::Case::string:
-        return left.stringValue() == right.stringValue();
-    case JSONValue::Case::array:
-        return std::ranges::equal(*left.arrayValue(), *right.arrayValue());
-    case JSONValue::Case::object:
-        // Members lie sorted, so equal maps lie equally.
-        return std::ranges::equal(*left.objectValue(), *right.objectValue(),
-                                  [](const JSONMember& a, const JSONMember& b) {
-                                      return a.key() == b.key() && a.value == b.value;
-                                  });
-    }
-    return false;
-}
-
-std::size_t JSONValue::hash() const noexcept {
-    const auto mix = [](std::size_t seed, std::size_t part) {
-        return std::rotl(seed ^ part, 23) * std::size_t{0x9E3779B97F4A7C15U};
-    };
-    std::size_t result = mix(0, static_cast<std::size_t>(kind()));
-    switch (kind()) {
-    case Case::null:
-        break;
-    case Case::boolean:
-        result = mix(result, *boolValue() ? 1 : 0);
-        break;
-    case Case::number:
-        // Adding zero makes -0.0, which equals it, +0.0.
-        result = mix(result, std::bit_cast<std::uint64_t>(*doubleValue() + 0.0));
-        break;
-    case Case::string:
-        result = mix(result, std::hash<std::string_view>{}(*stringValue()));
-        break;
-    case Case::array:
-        for (const auto elements = *arrayValue(); const JSONValue& element : elements) {
-            result = mix(result, element.hash());
-        }
-        break;
-    case Case::object:
-        for (const auto members = *objectValue(); const JSONMember& member : members) {
-            result = mix(mix(result, member.name.hash()), member.value.hash());
-        }
-        break;
-    }
-    return result;
 }
 
 } // namespace MCPStdio

@@ -58,6 +58,8 @@ public:
     JSONValue(std::string_view text);
     JSONValue(const char* text) : JSONValue(std::string_view{text}) {}
     JSONValue(const std::string& text) : JSONValue(std::string_view{text}) {}
+    /// Takes a long text over as it is.
+    JSONValue(std::string&& text);
     /// One character or one Unicode scalar value: a string of it.
     JSONValue(char character) : JSONValue(std::string_view{&character, 1}) {}
     JSONValue(char32_t scalar);
@@ -116,9 +118,11 @@ public:
     }
 
     /// Each gives the payload of its own case, and nothing for every other case.
-    [[nodiscard]] std::optional<std::string_view> stringValue() const noexcept {
+    [[nodiscard]] std::optional<std::string_view> stringValue() const& noexcept {
         return kind() == Case::string ? std::optional{text()} : std::nullopt;
     }
+    /// From a value that is no longer needed; a long text is moved out, not copied.
+    [[nodiscard]] std::optional<std::string> stringValue() &&;
     [[nodiscard]] std::optional<double> doubleValue() const noexcept {
         return kind() == Case::number ? std::optional{std::bit_cast<double>(words_[0])}
                                       : std::nullopt;
@@ -160,16 +164,20 @@ public:
 private:
     // Two words, so that a value is made and compared in registers. The highest byte of the second
     // one holds the case in its low three bits. A string sets `blockFlag` when its text lies in a
-    // block; otherwise the four high bits are the length of the text in the bytes before, zeros
-    // behind it. A number, a bool, or the address of a block is the first word. Arrays and objects
-    // without elements have no block: their address is null.
+    // block, and `longFlag` too when that is a std::string; otherwise the four high bits are the
+    // length of the text in the bytes before, zeros behind it. A number, a bool, or the address of
+    // a block is the first word. Arrays and objects without elements have no block: their address
+    // is null.
     static_assert(std::endian::native ==
                   std::endian::little); // so the bytes of a text lie in order
     static constexpr unsigned caseShift = 56;
     static constexpr std::uint64_t caseMask = 0x07;
     static constexpr std::uint64_t blockFlag = std::uint64_t{0x08} << caseShift;
+    static constexpr std::uint64_t longFlag = std::uint64_t{0x10} << caseShift;
     static constexpr unsigned lengthShift = caseShift + 4;
     static constexpr std::size_t longestInside = 15;
+    /// From this length on a copy costs more than a second piece of memory.
+    static constexpr std::size_t longText = 4096;
 
     /// What does not fit into the value itself: `size` elements, with room for `capacity`, right
     /// behind this header in the same piece of memory.
@@ -208,8 +216,18 @@ private:
         return store == nullptr ? std::span<Element>{}
                                 : std::span<Element>{store->elements(), store->size};
     }
+    [[nodiscard]] bool isLongText() const noexcept {
+        return kind() == Case::string &&
+               (words_[1] & (blockFlag | longFlag)) == (blockFlag | longFlag);
+    }
+    [[nodiscard]] std::string* longString() const noexcept {
+        return reinterpret_cast<std::string*>(words_[0]);
+    }
     [[nodiscard]] std::string_view text() const noexcept {
         if (ownsBlock()) {
+            if ((words_[1] & longFlag) != 0) {
+                return *longString();
+            }
             const auto letters = items<char>();
             return {letters.data(), letters.size()};
         }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "MCPStdio/LargeMemory.hpp"
+
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -8,8 +10,24 @@
 
 namespace MCPStdio {
 
+namespace detail {
+
+struct FreeText {
+    std::size_t mapped = 0; ///< the size of large memory; zero for memory of the heap
+
+    void operator()(char* text) const noexcept {
+        if (mapped > 0) {
+            unmapLargeMemory(text, mapped);
+        } else {
+            std::free(text);
+        }
+    }
+};
+
+} // namespace detail
+
 /// Text that grows at its end, whatever its length: new room is not filled before it is written,
-/// and large texts grow in place where the system can do that.
+/// and a large text is hardly ever moved.
 class TextBuffer {
 public:
     TextBuffer() = default;
@@ -54,13 +72,11 @@ public:
     void added(std::size_t count) noexcept { size_ += count; }
 
 private:
-    struct Free {
-        void operator()(char* text) const noexcept { std::free(text); }
-    };
+    using Memory = std::unique_ptr<char[], detail::FreeText>;
 
     void grow(std::size_t count);
 
-    std::unique_ptr<char[], Free> text_;
+    Memory text_;
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
 };

@@ -8,11 +8,11 @@ using namespace MCPStdio;
 namespace {
 
 Task<MCPToolResult> echo(JSONValue arguments) {
-    const JSONValue* text = arguments["text"];
-    if (text == nullptr || !text->stringValue()) {
+    auto text = arguments.take("text").value_or(nullptr).stringValue();
+    if (!text) {
         throw MCPToolError{"‘text’ is required"};
     }
-    co_return MCPToolResult{std::string{*text->stringValue()}, false};
+    co_return MCPToolResult{*std::move(text), false};
 }
 
 const MCPTool echoTool{

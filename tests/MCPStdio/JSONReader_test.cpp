@@ -52,6 +52,15 @@ TEST(JSONReader, EscapesAndSurrogatePairsBecomeText) {
     EXPECT_EQ(JSONValue::parse("\"caf\xC3\xA9 \\n \xF0\x9F\x98\x80\"").stringValue(), "café \n 😀");
 }
 
+TEST(JSONReader, LongTextsWithEscapesFollowOneAnother) {
+    std::string line(5000, 'a');
+    line += "\\n";
+    std::string text(5000, 'a');
+    text += '\n';
+    const auto value = JSONValue::parse("[\"" + line + "\",\"b\\t\",\"" + line + line + "\"]");
+    EXPECT_EQ(value, JSONValue::array(text, "b\t", text + text));
+}
+
 TEST(JSONReader, OfDuplicateMembersTheLastWins) {
     EXPECT_EQ(rewritten(R"({"a":1,"b":2,"a":3})"), R"({"a":3,"b":2})");
     EXPECT_EQ(rewritten(R"({"z":1,"z":2,"a":1,"z":3,"a":2})"), R"({"a":2,"z":3})");

@@ -171,6 +171,40 @@ TEST(JSONValue, AMovedValueIsNull) {
     EXPECT_EQ(moved.stringValue(), longText);
 }
 
+TEST(JSONValue, TextsOfAllLengthsAreTheSameToTheirUser) {
+    // Inside the value, in a block, and in a string of its own: the last and first of each.
+    for (const std::size_t length : {0, 15, 16, 4095, 4096, 100'000}) {
+        const std::string text(length, 't');
+        const JSONValue value{text};
+        const JSONValue taken{std::string{text}};
+        const JSONValue copy = value;
+        EXPECT_EQ(value.stringValue(), text);
+        EXPECT_EQ(taken, value);
+        EXPECT_EQ(copy, value);
+        EXPECT_EQ(copy.hash(), value.hash());
+        EXPECT_EQ(value.jsonString(), '"' + text + '"');
+        EXPECT_NE(value, JSONValue{text + "u"});
+        EXPECT_EQ(JSONValue{value}.stringValue(), text);
+        auto object = JSONValue::object({{text, value}, {text + "u", 1}});
+        object.set(text, copy);
+        EXPECT_EQ(*object[text], value);
+        EXPECT_EQ(object.take(text).value_or(nullptr).stringValue(), text);
+    }
+    EXPECT_EQ(JSONValue{7}.stringValue(), std::nullopt);
+    EXPECT_EQ(JSONValue{}.stringValue(), std::nullopt);
+}
+
+TEST(JSONValue, ALongTextIsMovedInAndOutAndNeverCopied) {
+    std::string text(100'000, 't');
+    const char* const place = text.data();
+    JSONValue value{std::move(text)};
+    JSONValue moved = std::move(value);
+    EXPECT_EQ(moved.stringValue()->data(), place);
+    const auto out = std::move(moved).stringValue();
+    EXPECT_EQ(out->data(), place);
+    EXPECT_EQ(out->size(), 100'000U);
+}
+
 TEST(JSONValue, AValueMayBeAssignedAPartOfItself) {
     auto value = JSONValue::array(JSONValue::array(longText, 2));
     value = JSONValue{*value[0]};

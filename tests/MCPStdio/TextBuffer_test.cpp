@@ -50,6 +50,25 @@ TEST(TextBuffer, GrowsToAnyLengthAndKeepsItsText) {
     EXPECT_EQ(text.view(), expected);
 }
 
+TEST(TextBuffer, ATextOfMegabytesIsHardlyEverMoved) {
+    TextBuffer text;
+    std::string expected;
+    int moves = 0;
+    const char* place = nullptr;
+    for (int i = 0; i < 64; ++i) {
+        const std::string part(std::size_t{1} << 20U, static_cast<char>('0' + i));
+        text.append(part);
+        expected += part;
+        moves += text.view().data() == std::exchange(place, text.view().data()) ? 0 : 1;
+    }
+    EXPECT_TRUE(text.view() == expected);
+    EXPECT_LE(moves, 5);
+    TextBuffer other = std::move(text);
+    EXPECT_TRUE(other.view() == expected);
+    other = TextBuffer{"short"};
+    EXPECT_EQ(other.view(), "short");
+}
+
 TEST(TextBuffer, ClearedItKeepsItsRoom) {
     TextBuffer text{std::string(1000, 'x')};
     const std::size_t capacity = text.capacity();

@@ -192,7 +192,7 @@ TEST_F(EventStoreReminders, OperationsWaitForAFetchThatTakesLong) {
 }
 
 TEST_F(EventStoreReminders, CreatingHandsEverythingOn) {
-    NewReminder wanted{"Milk", "two bottles", 5, parseDate("2026-10-14T15:00")};
+    const NewReminder wanted{"Milk", "two bottles", 5, parseDate("2026-10-14T15:00")};
     EXPECT_EQ(create(wanted, "work"), "new-id");
     EXPECT_EQ(database->journal,
               (Journal{"authorizationStatus 1", "calendars 1", "saveReminder Milk in l2"}));

@@ -11,12 +11,15 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-/// As wide as `width` characters, where the text is one of letters that take one column each.
-std::string padded(std::string text, std::size_t width) {
-    const auto shown = static_cast<std::size_t>(std::ranges::count_if(
+/// How many columns a text takes, when each character takes one.
+std::size_t widthOf(const std::string& text) {
+    return static_cast<std::size_t>(std::ranges::count_if(
         text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
-    text.append(width > shown ? width - shown : 0, ' ');
-    return text;
+}
+
+/// Three digits, but never more than two of them behind the point: 0.96, 1.15, 21.4, 302.
+std::string shortened(double ratio) {
+    return decimal(ratio, ratio < 10 ? 2 : ratio < 100 ? 1 : 0);
 }
 
 std::string cell(const Figure& figure, const std::string& column, Ratio ratio) {
@@ -25,7 +28,7 @@ std::string cell(const Figure& figure, const std::string& column, Ratio ratio) {
         return "-";
     }
     const auto contender = static_cast<std::size_t>(at - figure.costs.begin());
-    return decimal(medianRatio(figure, contender, ratio), 2) + " [" +
+    return shortened(medianRatio(figure, contender, ratio)) + " [" +
            figure.shown(median(at->samples)) + "]";
 }
 
@@ -53,22 +56,32 @@ double medianRatio(const Figure& figure, std::size_t contender, Ratio ratio) {
 
 void printTable(const std::vector<std::string>& columns, const std::vector<Figure>& figures,
                 Ratio ratio) {
+    const bool judged = std::ranges::any_of(
+        figures, [](const Figure& figure) { return figure.target.has_value(); });
     std::vector<std::vector<std::string>> rows{{""}};
     rows.front().insert(rows.front().end(), columns.begin(), columns.end());
+    if (judged) {
+        rows.front().emplace_back("target");
+    }
     for (const Figure& figure : figures) {
         auto& row = rows.emplace_back(1, figure.name);
         for (const std::string& column : columns) {
             row.push_back(cell(figure, column, ratio));
         }
+        if (judged) {
+            row.push_back(figure.target ? verdict(figure) : "");
+        }
+    }
+    std::vector<std::size_t> widths(rows.front().size());
+    for (const auto& row : rows) {
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], widthOf(row[i]));
+        }
     }
     for (const auto& row : rows) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            std::size_t width = 0;
-            for (const auto& other : rows) {
-                width = std::max(width, padded(other[i], 0).size());
-            }
-            line += padded(row[i], width + 2);
+            line += row[i] + std::string(widths[i] + 2 - widthOf(row[i]), ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);
         std::cout << "  " << line << '\n';
@@ -90,15 +103,20 @@ JSONValue asJSON(const std::vector<Figure>& figures, Ratio ratio) {
                 {"name", costs.contender},
                 {"ratio", medianRatio(figure, i, ratio)},
                 {"median", median(costs.samples)},
+                {"shown", figure.shown(median(costs.samples))},
                 {"samples", std::move(samples)},
             }));
         }
-        all.append(JSONValue::object({
+        auto row = JSONValue::object({
             {"name", figure.name},
             {"unit", figure.unit},
             {"ratio", ratio == Ratio::speed ? "speed" : "cost"},
             {"contenders", std::move(contenders)},
-        }));
+        });
+        if (figure.target) {
+            row.set("target", targetAsJSON(figure));
+        }
+        all.append(std::move(row));
     }
     return all;
 }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "MCPStdio/JSONValue.hpp"
+#include "bench/Targets.hpp"
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,7 @@ struct Figure {
     /// How a reader would put a cost: 2.5 µs, 400 k/s, 331 MB/s.
     std::function<std::string(double cost)> shown;
     std::vector<Costs> costs;
+    std::optional<Target> target = std::nullopt;
 };
 
 enum class Ratio {
@@ -35,8 +38,8 @@ double median(std::vector<double> samples);
 /// The median of the ratios of each round. What disturbs a round disturbs both sides of it.
 double medianRatio(const Figure& figure, std::size_t contender, Ratio ratio);
 
-/// Prints ratios with medians of the absolute figures in brackets. Every contender of every figure
-/// is one of `columns`.
+/// Prints ratios with medians of the absolute figures in brackets, and behind them how the figures
+/// did against their targets. Every contender of every figure is one of `columns`.
 void printTable(const std::vector<std::string>& columns, const std::vector<Figure>& figures,
                 Ratio ratio);
 

@@ -26,4 +26,8 @@ private:
     int replies_ = -1;
 };
 
+/// Runs a program to its end and gives what it wrote to its standard output. Throws
+/// std::system_error when it cannot start.
+std::string outputOf(const std::vector<std::string>& command);
+
 } // namespace velmiro::bench

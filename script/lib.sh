@@ -12,6 +12,10 @@ end_to_end=tests/end_to_end
 osascript=osascript
 # shellcheck disable=SC2034
 zig=cmake/macos
+# shellcheck disable=SC2034
+typescript_peer=bench/peers/typescript_sdk
+# shellcheck disable=SC2034
+draw=bench/draw
 
 say() { printf '%s\n' "$*" >&2; }
 die() {

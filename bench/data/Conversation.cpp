@@ -4,11 +4,7 @@
 #include "bench/Replies.hpp"
 #include "bench/System.hpp"
 
-#include <array>
-#include <cerrno>
 #include <stdexcept>
-#include <system_error>
-#include <unistd.h>
 
 namespace velmiro::bench {
 
@@ -25,22 +21,6 @@ JSONValue Conversation::call(const std::string& tool, const JSONValue& arguments
         throw std::runtime_error{tool + ": " + text};
     }
     return JSONValue::parse(text);
-}
-
-std::string outputOf(const std::vector<std::string>& command) {
-    const Server program{command};
-    std::string output;
-    std::array<char, 65'536> chunk{};
-    for (;;) {
-        const ssize_t count = ::read(program.replies(), chunk.data(), chunk.size());
-        if (count < 0) {
-            throw std::system_error{errno, std::generic_category(), command.front()};
-        }
-        if (count == 0) {
-            return output;
-        }
-        output.append(chunk.data(), static_cast<std::size_t>(count));
-    }
 }
 
 } // namespace velmiro::bench

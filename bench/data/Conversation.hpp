@@ -4,7 +4,6 @@
 #include "bench/Server.hpp"
 
 #include <string>
-#include <vector>
 
 namespace velmiro::bench {
 
@@ -19,9 +18,5 @@ public:
 private:
     Server server_;
 };
-
-/// Runs a program to its end and gives what it wrote to its standard output. Throws
-/// std::runtime_error when it fails.
-std::string outputOf(const std::vector<std::string>& command);
 
 } // namespace velmiro::bench

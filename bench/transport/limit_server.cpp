@@ -1,5 +1,6 @@
-// The least a program can do between two pipes: it finds the lines and writes one fixed reply for
-// each, in one call, of as many bytes as its argument says. No server can be faster.
+// The least a program can do between two pipes that answers each line at once: it finds the lines
+// and writes one fixed reply for each, in one call, of as many bytes as its argument says. Only who
+// makes replies wait for others, and writes many in one call, can be faster.
 
 #include <array>
 #include <cstdlib>

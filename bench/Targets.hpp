@@ -1,0 +1,41 @@
+#pragma once
+
+#include "MCPStdio/JSONValue.hpp"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace velmiro::bench {
+
+struct Figure;
+
+/// What a row is to come to on a quiet machine. It is told whether a run met it, but one that did
+/// not is no failure: the machine may have been busy.
+struct Target {
+    enum class Bound { atMost, atLeast };
+
+    Bound bound;
+    double value;
+    std::function<double(const Figure&)> reached; ///< what is held against the value
+    std::function<std::string(double)> shown;
+};
+
+/// The highest ratio of these contenders, a cost, is at most this.
+Target costAtMost(double ratio, std::vector<std::string> contenders);
+
+/// The first contender is at least so many times as fast as the fastest of these.
+Target leadAtLeast(double times, std::vector<std::string> rivals);
+
+/// The first contender's median is at most this.
+Target medianAtMost(double cost, std::function<std::string(double)> shown);
+
+/// How a figure with a target did: 1.15 ≤ 1.35 ✓
+std::string verdict(const Figure& figure);
+
+/// How many of the figures that have a target met it: 14 of 17
+std::string targetsMet(const std::vector<Figure>& figures);
+
+MCPStdio::JSONValue targetAsJSON(const Figure& figure);
+
+} // namespace velmiro::bench

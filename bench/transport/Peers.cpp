@@ -1,0 +1,84 @@
+#include "bench/transport/Peers.hpp"
+
+#include "bench/Server.hpp"
+
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace velmiro::bench {
+namespace {
+
+struct Peer {
+    const char* name;
+    const char* file; ///< in bench/peers
+    Effort effort;
+};
+
+/// They are warm only when their code has been compiled. Slow ones get less to do, for a run to end in
+/// minutes.
+constexpr std::array peers{
+    Peer{"TypeScript SDK",
+         "typescript_sdk/server.mjs",
+         {.warmUp = 10'000, .trips = 2000, .pipelined = 10'000, .starts = 3}},
+    Peer{"plain Node.js",
+         "plain_node/server.mjs",
+         {.warmUp = 10'000, .trips = 5000, .pipelined = 30'000, .starts = 3}},
+};
+
+std::string askNode(const char* expression) {
+    std::string answer = outputOf({"/usr/bin/env", "node", "-p", expression});
+    if (answer.empty()) {
+        throw std::runtime_error{"no Node.js for the peers: script/setup bench installs it"};
+    }
+    answer.pop_back(); // the line feed
+    return answer;
+}
+
+std::filesystem::path newFile() {
+    std::string name = (std::filesystem::temp_directory_path() / "velmiro-bench-XXXXXX").string();
+    const int descriptor = ::mkstemp(name.data());
+    if (descriptor == -1) {
+        throw std::runtime_error{"no temporary file"};
+    }
+    ::close(descriptor);
+    return name;
+}
+
+} // namespace
+
+Peers::Peers()
+    : node_{askNode("process.execPath")},
+      version_{askNode("process.version")},
+      tools_{newFile()} {}
+
+Peers::~Peers() {
+    std::error_code ignored;
+    std::filesystem::remove(tools_, ignored);
+}
+
+std::vector<Program> Peers::withEcho() const {
+    std::vector<Program> programs;
+    for (const auto& [name, file, effort] : peers) {
+        const auto script = std::filesystem::path{SOURCE_FOLDER} / "bench/peers" / file;
+        programs.push_back({name, {node_, "--no-warnings", script.string()}, effort});
+    }
+    return programs;
+}
+
+std::vector<Program> Peers::withTools(const MCPStdio::JSONValue& tools) const {
+    std::ofstream file{tools_};
+    file << tools.jsonString();
+    if (!file.flush()) {
+        throw std::runtime_error{"cannot write " + tools_.string()};
+    }
+    auto programs = withEcho();
+    for (Program& program : programs) {
+        program.command.push_back(tools_.string());
+    }
+    return programs;
+}
+
+} // namespace velmiro::bench

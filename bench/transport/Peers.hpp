@@ -1,0 +1,34 @@
+#pragma once
+
+#include "bench/transport/Contender.hpp"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velmiro::bench {
+
+/// Servers as people write them today, to be held against ours: they lie in bench/peers and run on
+/// the Node.js of this machine.
+class Peers {
+public:
+    /// Throws std::runtime_error when there is no Node.js.
+    Peers();
+    Peers(const Peers&) = delete;
+    Peers& operator=(const Peers&) = delete;
+    ~Peers();
+
+    [[nodiscard]] const std::string& nodeVersion() const { return version_; }
+
+    /// Those with the tool of hello_server.
+    [[nodiscard]] std::vector<Program> withEcho() const;
+    /// Those that list other tools. They can be started until this is called again, or gone.
+    [[nodiscard]] std::vector<Program> withTools(const MCPStdio::JSONValue& tools) const;
+
+private:
+    std::string node_; ///< the program itself, whatever stands in its place on the search path
+    std::string version_;
+    std::filesystem::path tools_; ///< a file of our own
+};
+
+} // namespace velmiro::bench

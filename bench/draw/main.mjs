@@ -1,0 +1,36 @@
+// Draws what the benchmarks measured: main.mjs RESULTS.json FOLDER
+//
+// RESULTS is the file that --json made. Each drawing whose measurements are in it becomes an SVG file
+// in FOLDER.
+
+import { mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+import process from 'node:process';
+import { transport } from './drawings/transport.mjs';
+import { render } from './render.mjs';
+
+/**
+ * By the names of their files: what makes a drawing of the results, or nothing where its measurements
+ * are not among them.
+ * @type {Record<string, (results: any) => import('./render.mjs').Drawing | undefined>}
+ */
+const drawings = { transport };
+
+const [, , file, folder] = process.argv;
+if (!folder) {
+    console.error('usage: main.mjs RESULTS.json FOLDER');
+    process.exit(1);
+}
+const results = JSON.parse(readFileSync(file, 'utf8'));
+let drawn = 0;
+for (const [name, draw] of Object.entries(drawings)) {
+    const drawing = draw(results);
+    if (!drawing) continue;
+    mkdirSync(folder, { recursive: true });
+    writeFileSync(join(folder, `${name}.svg`), await render(drawing));
+    drawn += 1;
+}
+if (drawn === 0) {
+    console.error(`${file} has nothing that can be drawn`);
+    process.exit(1);
+}

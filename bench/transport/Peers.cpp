@@ -17,8 +17,8 @@ struct Peer {
     Effort effort;
 };
 
-/// They are warm only when their code has been compiled. Slow ones get less to do, for a run to end in
-/// minutes.
+/// They are warm only when their code has been compiled. Slow ones get less to do, for a run to end
+/// in minutes.
 constexpr std::array peers{
     Peer{"TypeScript SDK",
          "typescript_sdk/server.mjs",

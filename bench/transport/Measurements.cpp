@@ -28,10 +28,9 @@ std::string megabytes(double cost) {
     return decimal(cost / 1e6, 1) + " MB";
 }
 
-/// What our servers may cost, the limit being 1. Each target is for all of them that are in the
-/// row.
 constexpr double noTarget = 0;
 
+/// The target is what our servers may cost at most, the limit being 1: all that are in the row.
 Figure figure(std::string name, const char* unit, std::string (*shown)(double), double target) {
     Figure made{std::move(name), unit, shown, {}};
     if (target != noTarget) {
@@ -50,8 +49,7 @@ std::vector<Figure> loadFigures(const std::string& what, double target, double c
             figure(what + ", CPU for 100,000", "seconds", cpuSeconds, cpuTarget)};
 }
 
-/// The limit, our servers, and the peers with the same request. All servers give the first one's
-/// result, which must be the one expected.
+/// The limit of the first server, and the servers, all with one request and the same result.
 std::vector<Contender> field(const Request& request, const JSONValue& result,
                              const std::vector<Program>& servers) {
     std::vector<Contender> all;

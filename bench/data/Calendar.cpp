@@ -1,4 +1,4 @@
-// The events of 31 days out of ten years' ten thousand, as khal lists them. Most are single, some
+// The events of 31 days out of ten years' thousands, as khal lists them. Most are single, some
 // repeat; each file has its own description of the zone, as programs write it. khal keeps what it
 // has read in a database.
 
@@ -15,9 +15,8 @@ using std::chrono::sys_days;
 namespace {
 
 constexpr int dayCount = 3'650;
-constexpr int events = 10'000;
-constexpr int weekly = 300; ///< so many of them repeat twenty times
-constexpr int yearly = 100; ///< and so many for ever
+constexpr int weeklyOfHundred = 3; ///< so many events repeat twenty times
+constexpr int yearlyOfHundred = 1; ///< and so many for ever
 constexpr int weeks = 20;
 constexpr sys_days firstDay{std::chrono::year{2021} / 1 / 1};
 // No change of the clock in these days, which khal counts by the calendar and the server in hours.
@@ -141,10 +140,12 @@ Found readPayload(const JSONValue& payload) {
 
 } // namespace
 
-std::vector<Question> makeCalendar(const Home& home) {
+std::vector<Question> makeCalendar(const Home& home, int events) {
     const auto folder = home.folder("Calendars/work");
     Writer writer{folder};
-    constexpr int single = events - weekly - yearly;
+    const int weekly = events * weeklyOfHundred / 100;
+    const int yearly = events * yearlyOfHundred / 100;
+    const int single = events - weekly - yearly;
     for (int number = 0; number < events; ++number) {
         if (number < single) {
             writer.addSingle(number, firstDay + std::chrono::days{number * dayCount / single});
@@ -164,7 +165,9 @@ std::vector<Question> makeCalendar(const Home& home) {
         [](const std::string& output) { return linesOf(output); },
         database,
     };
-    return {{"31 days of 10,000 events, one a file, 400 of them series", "calendar_list_events",
+    return {{"31 days of " + counted(events) + " events, one a file, " + counted(weekly + yearly) +
+                 " of them series",
+             "calendar_list_events",
              JSONValue::object({{"start", isoDate(listedFrom)}, {"days", listed.count()}}),
              readPayload, khal, writer.expected()}};
 }

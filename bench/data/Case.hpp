@@ -36,17 +36,19 @@ struct Question {
     Found expected;
 };
 
-/// A kind of data: its maker writes the files into a home, and says what to ask of them.
+/// A kind of data: its maker writes the files of so many items into a home, and says what to ask of
+/// them.
 struct Case {
     std::string_view name; ///< to choose it by
-    std::vector<Question> (*make)(const Home& home);
+    int items;             ///< of a user with much of it
+    std::vector<Question> (*make)(const Home& home, int items);
 };
 
-std::vector<Question> makeCalendar(const Home& home);
-std::vector<Question> makeReminders(const Home& home);
-std::vector<Question> makeContacts(const Home& home);
-std::vector<Question> makeMail(const Home& home);
-std::vector<Question> makeNotes(const Home& home);
+std::vector<Question> makeCalendar(const Home& home, int events);
+std::vector<Question> makeReminders(const Home& home, int reminders);
+std::vector<Question> makeContacts(const Home& home, int people);
+std::vector<Question> makeMail(const Home& home, int messages);
+std::vector<Question> makeNotes(const Home& home, int notes);
 
 /// The texts that the records in a list of a payload have under a key.
 Found textsOf(const MCPStdio::JSONValue& payload, const char* list, const char* key);

@@ -25,6 +25,15 @@ std::string itemName(int number) {
     return text.data();
 }
 
+std::string counted(int number) {
+    std::string digits = std::to_string(number);
+    for (std::size_t place = digits.size(); place > 3;) {
+        place -= 3;
+        digits.insert(place, 1, ',');
+    }
+    return digits;
+}
+
 std::string basicDate(std::chrono::sys_days day) {
     return dateText("%04d%02u%02u", day);
 }

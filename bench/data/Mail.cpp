@@ -1,10 +1,11 @@
-// The inbox of a Maildir of twenty thousand messages, and one message of it, as notmuch tells of
+// The inbox of a Maildir of thousands of messages, and one message of it, as notmuch tells of
 // them out of the database that `notmuch new` makes.
 
 #include "bench/data/Case.hpp"
 #include "bench/data/Conversation.hpp"
 #include "bench/data/Items.hpp"
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <fcntl.h>
@@ -17,7 +18,6 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-constexpr int messages = 20'000;
 constexpr int perDay = 20;
 constexpr int listedDays = 3;
 constexpr std::time_t dayLength = 86'400;
@@ -86,7 +86,7 @@ void setTime(const std::filesystem::path& file, std::time_t time) {
 
 /// Writes the messages, the newest first; a file is as old as its message, as a delivery leaves it.
 /// Gives the text of the one to be read.
-std::string writeMessages(const std::filesystem::path& maildir, std::time_t now) {
+std::string writeMessages(const std::filesystem::path& maildir, int messages, std::time_t now) {
     Words words;
     std::string textToRead;
     for (int number = 0; number < messages; ++number) {
@@ -147,13 +147,13 @@ JSONValue identifierOf(const std::string& subject, const JSONValue& list) {
 
 } // namespace
 
-std::vector<Question> makeMail(const Home& home) {
+std::vector<Question> makeMail(const Home& home, int messages) {
     const auto maildir = home.folder("Mail");
     for (const char* place : {"cur", "new", "tmp"}) {
         home.folder(std::string{"Mail/"} + place);
     }
     const std::time_t now = std::time(nullptr);
-    const std::string text = writeMessages(maildir, now);
+    const std::string text = writeMessages(maildir, messages, now);
     const auto settings = home.path() / "notmuch.conf";
     const auto database = home.path() / "notmuch";
     std::filesystem::create_directories(database);
@@ -165,7 +165,7 @@ std::vector<Question> makeMail(const Home& home) {
     const std::string config = "--config=" + settings.string();
 
     Found listed;
-    for (int number = 0; number < listedDays * perDay; ++number) {
+    for (int number = 0; number < std::min(messages, listedDays * perDay); ++number) {
         listed.insert(subjectOf(number));
     }
     const auto list = JSONValue::object({{"days", listedDays}, {"limit", 100}});
@@ -181,7 +181,7 @@ std::vector<Question> makeMail(const Home& home) {
         {notmuch, config, "show", "--format=json", "id:" + itemName(readOne) + "@example.org"},
         readShown};
     return {
-        {"the last 3 days of an inbox of 20,000 messages", "mail_list", list,
+        {"the last 3 days of an inbox of " + counted(messages) + " messages", "mail_list", list,
          [](const JSONValue& payload) { return textsOf(payload, "messages", "subject"); }, search,
          listed},
         {"reading one of them",

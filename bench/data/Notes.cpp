@@ -1,4 +1,4 @@
-// A search in five thousand notes, as grep does it, which knows nothing of titles and marks.
+// A search in thousands of notes, as grep does it, which knows nothing of titles and marks.
 
 #include "bench/data/Case.hpp"
 #include "bench/data/Items.hpp"
@@ -9,8 +9,7 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-constexpr int notes = 5'000;
-constexpr int perRareOne = 250; ///< one of so many has the word, 20 altogether
+constexpr int perRareOne = 250; ///< one of so many has the word
 constexpr int folders = 10;
 constexpr const char* rareWord = "Quartermaine";
 
@@ -25,7 +24,7 @@ Found shortened(const Found& found, std::size_t beginning) {
 
 } // namespace
 
-std::vector<Question> makeNotes(const Home& home) {
+std::vector<Question> makeNotes(const Home& home, int notes) {
     const auto root = home.folder("Notes");
     Words words;
     Found expected;
@@ -49,7 +48,7 @@ std::vector<Question> makeNotes(const Home& home) {
             return shortened(linesOf(output), beginning);
         },
     };
-    return {{"a search in 5,000 notes", "notes_search",
+    return {{"a search in " + counted(notes) + " notes", "notes_search",
              JSONValue::object({{"query", "quartermaine"}, {"limit", 30}}),
              [](const JSONValue& payload) {
                  constexpr std::string_view kind = "note:";

@@ -1,4 +1,4 @@
-// The open ones of ten thousand reminders, as todoman lists them: most of what a list holds after
+// The open ones of thousands of reminders, as todoman lists them: most of what a list holds after
 // some years is done. todoman keeps what it has read in a database.
 
 #include "bench/data/Case.hpp"
@@ -12,8 +12,7 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-constexpr int reminders = 10'000;
-constexpr int perOpenOne = 40; ///< one of so many is open, 250 altogether
+constexpr int perOpenOne = 40; ///< one of so many is open
 
 std::string settingsFor(const Home& home, const std::filesystem::path& folder,
                         const std::filesystem::path& database) {
@@ -35,7 +34,7 @@ Found readTodoman(const std::string& output) {
 
 } // namespace
 
-std::vector<Question> makeReminders(const Home& home) {
+std::vector<Question> makeReminders(const Home& home, int reminders) {
     const auto folder = home.folder("Reminders/home");
     Words words;
     Found expected;
@@ -67,8 +66,9 @@ std::vector<Question> makeReminders(const Home& home) {
         readTodoman,
         database,
     };
-    return {{"the 250 open ones of 10,000 reminders, one a file", "reminders_list",
-             JSONValue::object(),
+    return {{"the " + counted(static_cast<int>(expected.size())) + " open ones of " +
+                 counted(reminders) + " reminders, one a file",
+             "reminders_list", JSONValue::object(),
              [](const JSONValue& payload) { return textsOf(payload, "reminders", "title"); },
              todoman, expected}};
 }

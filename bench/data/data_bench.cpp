@@ -4,7 +4,7 @@
 #include "bench/Figures.hpp"
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
-#include "bench/data/Case.hpp"
+#include "bench/data/Asking.hpp"
 #include "bench/data/Conversation.hpp"
 
 #include <algorithm>
@@ -23,50 +23,15 @@ using namespace velmiro::bench;
 using MCPStdio::JSONValue;
 
 constexpr std::array cases{
-    Case{"calendar", makeCalendar}, Case{"reminders", makeReminders},
-    Case{"contacts", makeContacts}, Case{"mail", makeMail},
-    Case{"notes", makeNotes},
+    Case{"calendar", 10'000, makeCalendar}, Case{"reminders", 10'000, makeReminders},
+    Case{"contacts", 20'000, makeContacts}, Case{"mail", 20'000, makeMail},
+    Case{"notes", 5'000, makeNotes},
 };
 
 /// No turn takes this many seconds: something hangs, and SIGALRM ends us.
 constexpr unsigned tooLong = 600;
 constexpr std::size_t furtherCalls = 9;
 constexpr std::size_t furtherRuns = 3;
-
-void require(const Found& found, const Question& question, const std::string& who) {
-    if (found == question.expected) {
-        return;
-    }
-    std::vector<std::string> wrong;
-    std::ranges::set_symmetric_difference(found, question.expected, std::back_inserter(wrong));
-    throw std::runtime_error{who + " finds " + std::to_string(found.size()) + " instead of " +
-                             std::to_string(question.expected.size()) + "; one too many, or one " +
-                             "that is missing, is " + wrong.front()};
-}
-
-/// What two programs took for a question in one round, in seconds.
-struct Taken {
-    double first;   ///< with the start of a program that has kept nothing
-    double further; ///< the median of those after it
-};
-
-Taken askServer(const Question& question) {
-    double before = seconds();
-    Conversation server;
-    const auto call = [&] {
-        const JSONValue payload = server.call(question.tool, question.arguments);
-        const double taken = seconds() - before;
-        require(question.read(payload), question, "velmiro_mcp");
-        return taken;
-    };
-    const double first = call();
-    std::vector<double> further(furtherCalls);
-    std::ranges::generate(further, [&] {
-        before = seconds();
-        return call();
-    });
-    return {first, median(std::move(further))};
-}
 
 Taken askRival(const Question& question) {
     const Rival& rival = question.rival;
@@ -113,7 +78,8 @@ std::vector<Figure> ask(const Question& question, int rounds) {
     Figure running = figure("a server that runs");
     inTurns(rounds, 2, [&](std::size_t contender) {
         ::alarm(tooLong);
-        const auto [first, further] = contender == 0 ? askServer(question) : askRival(question);
+        const auto [first, further] =
+            contender == 0 ? askServer(question, furtherCalls) : askRival(question);
         nothingKept.costs[contender].samples.push_back(first);
         newProcess.costs[contender].samples.push_back(contender == 0 ? first : further);
         running.costs[contender].samples.push_back(further);
@@ -130,7 +96,7 @@ std::vector<Figure> ask(const Question& question, int rounds) {
 
 JSONValue run(const Case& chosen, int rounds) {
     const Home home;
-    const auto questions = chosen.make(home);
+    const auto questions = chosen.make(home, chosen.items);
     home.settle();
     auto measured = JSONValue::array();
     for (const Question& question : questions) {

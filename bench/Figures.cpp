@@ -27,9 +27,12 @@ std::string cell(const Figure& figure, const std::string& column, Ratio ratio) {
     if (at == figure.costs.end()) {
         return "-";
     }
+    std::string absolute = figure.shown(median(at->samples));
+    if (ratio == Ratio::none) {
+        return absolute;
+    }
     const auto contender = static_cast<std::size_t>(at - figure.costs.begin());
-    return shortened(medianRatio(figure, contender, ratio)) + " [" +
-           figure.shown(median(at->samples)) + "]";
+    return shortened(medianRatio(figure, contender, ratio)) + " [" + absolute + "]";
 }
 
 } // namespace

@@ -31,6 +31,7 @@ struct Figure {
 enum class Ratio {
     speed, ///< how many times as fast as the first contender: more is better
     cost,  ///< how many times what the first contender needs: less is better
+    none,  ///< the figures stand for themselves
 };
 
 double median(std::vector<double> samples);
@@ -38,8 +39,8 @@ double median(std::vector<double> samples);
 /// The median of the ratios of each round. What disturbs a round disturbs both sides of it.
 double medianRatio(const Figure& figure, std::size_t contender, Ratio ratio);
 
-/// Prints ratios with medians of the absolute figures in brackets, and behind them how the figures
-/// did against their targets. Every contender of every figure is one of `columns`.
+/// Prints ratios, if any, with medians of the absolute figures in brackets, and behind them how the
+/// figures did against their targets. Every contender of every figure is one of `columns`.
 void printTable(const std::vector<std::string>& columns, const std::vector<Figure>& figures,
                 Ratio ratio);
 

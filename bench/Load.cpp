@@ -37,21 +37,28 @@ void setBlocking(int descriptor, bool blocking) {
 
 } // namespace
 
+std::string Request::line(int id) const {
+    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + members + "}\n";
+}
+
 std::string Request::lines(int count) const {
     std::string text;
     for (int id = firstID; id < firstID + count; ++id) {
-        text.append(R"({"jsonrpc":"2.0","id":)").append(std::to_string(id)).append(members);
-        text.append("}\n");
+        text += line(id);
     }
     return text;
 }
 
-std::string firstReply(Server& server, std::string_view lines) {
+void send(Server& server, std::string_view lines) {
     setBlocking(server.requests(), true);
-    setBlocking(server.replies(), true);
     while (!lines.empty()) {
         lines.remove_prefix(moved(::write(server.requests(), lines.data(), lines.size())));
     }
+}
+
+std::string firstReply(Server& server, std::string_view lines) {
+    send(server, lines);
+    setBlocking(server.replies(), true);
     std::string reply;
     std::array<char, 65'536> chunk{};
     while (!reply.ends_with('\n')) {

@@ -16,9 +16,16 @@ struct Request {
 
     std::string members; ///< what follows the id: ,"method":"ping"
 
+    /// One line, with an id.
+    [[nodiscard]] std::string line(int id) const;
+
     /// As many lines as asked for.
     [[nodiscard]] std::string lines(int count) const;
 };
+
+/// Sends lines, whose replies must be few enough to lie in the pipe meanwhile. Throws
+/// std::system_error when the server has ended.
+void send(Server& server, std::string_view lines);
 
 /// Sends lines and takes in the first line that comes back, without its end. Throws
 /// std::runtime_error when the server ends.

@@ -19,6 +19,19 @@ double read(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
+/// What stands behind a word in one of the files the system keeps about a process.
+double numberIn(pid_t process, const std::string& file, const std::string& name) {
+    std::ifstream told{"/proc/" + std::to_string(process) + "/" + file};
+    for (std::string word; told >> word;) {
+        if (word == name) {
+            double number = 0;
+            told >> number;
+            return number;
+        }
+    }
+    throw std::runtime_error{"/proc tells no " + name + " of process " + std::to_string(process)};
+}
+
 } // namespace
 
 int stayOnOneCPU() {
@@ -57,15 +70,16 @@ double processSeconds(pid_t process) {
 }
 
 double peakBytes(pid_t process) {
-    std::ifstream status{"/proc/" + std::to_string(process) + "/status"};
-    for (std::string word; status >> word;) {
-        if (word == "VmHWM:") {
-            double kibibytes = 0;
-            status >> kibibytes;
-            return kibibytes * 1024;
-        }
-    }
-    throw std::runtime_error{"/proc tells no peak memory of process " + std::to_string(process)};
+    return numberIn(process, "status", "VmHWM:") * 1024;
+}
+
+double residentBytes(pid_t process) {
+    // What `status` and `statm` tell of it are counters that lag by dozens of pages a thread.
+    return numberIn(process, "smaps_rollup", "Rss:") * 1024;
+}
+
+int threadsOf(pid_t process) {
+    return static_cast<int>(numberIn(process, "status", "Threads:"));
 }
 
 std::filesystem::path programFolder() {

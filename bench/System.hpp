@@ -23,6 +23,13 @@ double processSeconds(pid_t process);
 /// process's program was loaded does not count (it does in what `wait4` tells).
 double peakBytes(pid_t process);
 
+/// The memory a running process has now, in bytes: the pages of its own and of its files that are
+/// in memory.
+double residentBytes(pid_t process);
+
+/// How many threads a running process has now.
+int threadsOf(pid_t process);
+
 /// The folder in which this program lies.
 std::filesystem::path programFolder();
 

@@ -16,12 +16,16 @@ Home::Home() {
         throw std::runtime_error{"no temporary folder"};
     }
     path_ = name;
-    ::setenv("HOME", path_.c_str(), 1);
+    enter();
 }
 
 Home::~Home() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
+}
+
+void Home::enter() const {
+    ::setenv("HOME", path_.c_str(), 1);
 }
 
 std::filesystem::path Home::folder(const std::string& name) const {

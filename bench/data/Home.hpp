@@ -8,7 +8,7 @@
 
 namespace velmiro::bench {
 
-/// A home for made-up data, gone with this object. HOME is set to it.
+/// A home for made-up data, gone with this object. HOME is set to the one made last.
 class Home {
 public:
     Home();
@@ -17,6 +17,9 @@ public:
     ~Home();
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+    /// Sets HOME to this one.
+    void enter() const;
 
     /// A folder of the server's data, such as Calendars/work; made when it is missing.
     std::filesystem::path folder(const std::string& name) const;

@@ -1,0 +1,152 @@
+#include "bench/scale/PendingCalls.hpp"
+
+#include "bench/Load.hpp"
+#include "bench/Replies.hpp"
+#include "bench/System.hpp"
+#include "bench/data/Home.hpp"
+#include "bench/scale/SilentHost.hpp"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <sys/resource.h>
+
+namespace velmiro::bench {
+namespace {
+
+using MCPStdio::JSONValue;
+
+Request callOf(const char* tool, const JSONValue& arguments = JSONValue::object()) {
+    const auto parameters = JSONValue::object({{"name", tool}, {"arguments", arguments}});
+    return {R"(,"method":"tools/call","params":)" + parameters.jsonString()};
+}
+
+/// Replies with a text, to requests with ids that all have as many digits.
+Expected replyWith(const std::string& text, bool isError) {
+    auto result = JSONValue::object(
+        {{"content", JSONValue::array(JSONValue::object({{"type", "text"}, {"text", text}}))},
+         {"isError", isError}});
+    const auto reply =
+        JSONValue::object({{"jsonrpc", "2.0"}, {"id", Request::firstID}, {"result", result}});
+    return {reply.jsonString().size() + 1, std::move(result)};
+}
+
+/// Sends lines and takes in so many replies, which it checks. Gives the seconds since `start`.
+double finish(Server& server, const std::string& lines, int count, const Expected& expected,
+              double start) {
+    std::string replies(expected.length * static_cast<std::size_t>(count), '\0');
+    exchange(server, lines, replies);
+    const double taken = seconds() - start;
+    check(replies, count, expected);
+    return taken;
+}
+
+class SuspendedCalls final : public PendingCalls {
+public:
+    SuspendedCalls() : PendingCalls{{programFolder() / "pending_server"}} {}
+
+    void hold(int count) override {
+        held_ = count;
+        send(server(), wait_.lines(count));
+        while (waiting() != std::to_string(count)) {
+        }
+    }
+
+    double letGo() override {
+        // The reply to the call that releases them is like theirs.
+        const auto line = release_.line(Request::firstID + held_);
+        return finish(server(), line, held_ + 1, released_, seconds());
+    }
+
+private:
+    std::string waiting() {
+        const auto result = resultOf(firstReply(server(), waiting_.lines(1)));
+        return textOf(elementsOf(result["content"]).front()["text"]);
+    }
+
+    const Request wait_ = callOf("wait");
+    const Request waiting_ = callOf("waiting");
+    const Request release_ = callOf("release");
+    const Expected released_ = replyWith("released", false);
+    int held_ = 0;
+};
+
+/// A home, and in it the path of the socket at which the server's questions go on.
+class HomeWithSocket {
+public:
+    HomeWithSocket() { ::setenv("VELMIRO_APPROVAL_SOCKET", socket().c_str(), 1); }
+
+    [[nodiscard]] std::filesystem::path socket() const { return home_.path() / "host.sock"; }
+
+private:
+    Home home_;
+};
+
+/// Each question takes a descriptor on both sides.
+void allowDescriptors(int count) {
+    constexpr rlim_t others = 100;
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t needed = static_cast<rlim_t>(count) + others;
+    if (limit.rlim_cur < needed) {
+        limit.rlim_cur = needed;
+        if (needed > limit.rlim_max || ::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+            throw TooMany{"a process may have " + std::to_string(limit.rlim_max) +
+                          " descriptors, they need " + std::to_string(needed)};
+        }
+    }
+}
+
+class BlockingCalls final : private HomeWithSocket, public PendingCalls {
+public:
+    BlockingCalls() : PendingCalls{{programFolder() / "velmiro_mcp"}}, host_{socket()} {}
+
+    void hold(int count) override {
+        held_ = count;
+        send(server(), create_.lines(count));
+        const auto came = host_.takeQuestions(static_cast<std::size_t>(count), patience);
+        if (came < static_cast<std::size_t>(count)) {
+            throw TooMany{"only " + std::to_string(came) + " questions come, on " +
+                          std::to_string(threadsOf(server().process())) + " threads"};
+        }
+    }
+
+    double letGo() override {
+        const double start = seconds();
+        // Beside the reading, as a host does: one that does not read would be waited for.
+        auto refusing = std::async(std::launch::async, [this] { host_.refuseAll(); });
+        const double taken = finish(server(), "", held_, denied_, start);
+        refusing.get();
+        return taken;
+    }
+
+private:
+    static constexpr std::chrono::seconds patience{10};
+
+    const Request create_ =
+        callOf("reminders_create", JSONValue::object({{"title", "Water the plants"}}));
+    const Expected denied_ = replyWith("The user did not allow this (Water the plants). Do not "
+                                       "retry unless the user asks.",
+                                       true);
+    SilentHost host_;
+    int held_ = 0;
+};
+
+} // namespace
+
+PendingCalls::~PendingCalls() {
+    ::kill(server_.process(), SIGKILL);
+}
+
+std::unique_ptr<PendingCalls> startSuspended(int) {
+    return std::make_unique<SuspendedCalls>();
+}
+
+std::unique_ptr<PendingCalls> startBlocking(int most) {
+    allowDescriptors(most); // the server has our limits
+    return std::make_unique<BlockingCalls>();
+}
+
+} // namespace velmiro::bench

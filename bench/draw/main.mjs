@@ -6,6 +6,7 @@
 import { mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import process from 'node:process';
+import { scale } from './drawings/scale.mjs';
 import { transport } from './drawings/transport.mjs';
 import { render } from './render.mjs';
 
@@ -14,7 +15,7 @@ import { render } from './render.mjs';
  * are not among them.
  * @type {Record<string, (results: any) => import('./render.mjs').Drawing | undefined>}
  */
-const drawings = { transport };
+const drawings = { transport, scale };
 
 const [, , file, folder] = process.argv;
 if (!folder) {

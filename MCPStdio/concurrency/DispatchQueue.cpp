@@ -37,24 +37,33 @@ DispatchQueue& DispatchQueue::global() {
     return *queue;
 }
 
+// A thread is woken when the lock has been given up, or it would at once wait for that.
+
 void DispatchQueue::async(Job& job) {
-    const MutexLock lock{mutex_};
-    short_.push(job);
-    if (runners_ == 0) {
-        ++runners_;
-        ++openRunners_;
-        needThread();
-    } else if (!watched_) {
-        watched_ = true;
-        ++openWatchers_;
+    {
+        const MutexLock lock{mutex_};
+        short_.push(job);
+        if (runners_ == 0) {
+            ++runners_;
+            ++openRunners_;
+        } else if (!watched_) {
+            watched_ = true;
+            ++openWatchers_;
+        } else {
+            return;
+        }
         needThread();
     }
+    wake_.notifyOne();
 }
 
 void DispatchQueue::asyncBlocking(Job& job) {
-    const MutexLock lock{mutex_};
-    blocking_.push(job);
-    needThread();
+    {
+        const MutexLock lock{mutex_};
+        blocking_.push(job);
+        needThread();
+    }
+    wake_.notifyOne();
 }
 
 /// Whether a thread without work could take up some now.
@@ -68,7 +77,7 @@ bool DispatchQueue::mayBlock() const {
     return blocked_ == 0 || threads_ - blocked_ > 1;
 }
 
-/// Called after a role was opened: somebody will take it up.
+/// Called after a role was opened, before somebody is woken: there will be somebody to take it up.
 void DispatchQueue::needThread() {
     const std::size_t reserve = blocking_.empty() ? 0 : 1;
     const std::size_t needed = openRunners_ + openWatchers_ + blocking_.size() + reserve;
@@ -80,7 +89,6 @@ void DispatchQueue::needThread() {
             std::this_thread::sleep_for(patience); // nobody would ever come back for it
         }
     }
-    wake_.notifyOne();
 }
 
 bool DispatchQueue::startThread() {
@@ -163,6 +171,7 @@ bool DispatchQueue::watch() {
             ++runners_;
             ++openWatchers_; // the next watcher, should this thread come to block as well
             needThread();
+            wake_.notifyOne();
             return true;
         }
     }

@@ -109,9 +109,11 @@ JSONValue toolListEntry(const MCPTool& tool) {
 }
 
 /// Calls a handler. Whatever it throws is a result too: the call failed, the protocol did not.
-Task<MCPToolResult> callHandler(const ToolHandler& handler, JSONValue arguments) {
+Task<MCPToolResult> callHandler(const ToolHandler& handler, JSONValue arguments,
+                                Backlog::Entry entry) {
     // A handler may take long to reach its first wait: not on the thread that reads.
     co_await DispatchQueue::global().hop();
+    entry.leave();
     try {
         auto call = handler(std::move(arguments));
         auto result = co_await std::move(call);
@@ -147,6 +149,7 @@ Task<void> MCPServer::run(int input, int output) {
     while (const auto line = lines.next()) {
         requests.add(answer(readMessage(*line),
                             [&replies](TextBuffer reply) { replies.send(std::move(reply)); }));
+        backlog_.letCatchUp();
     }
     co_await requests.finish();
     replies.finish();
@@ -167,6 +170,7 @@ Task<std::optional<TextBuffer>> MCPServer::collectAnswer(std::optional<JSONValue
 /// Answers a message, by way of `send` where an answer is due.
 template <typename Send>
 Task<void> MCPServer::answer(std::optional<JSONValue> message, Send send) {
+    auto entry = backlog_.enter();
     auto turn = co_await actor_.enter();
     if (!message) {
         auto reply = failure(nullptr, {parseErrorCode, "parse error"});
@@ -189,7 +193,7 @@ Task<void> MCPServer::answer(std::optional<JSONValue> message, Send send) {
             const MCPTool& tool = calledTool(params);
             auto arguments = params.take("arguments").value_or(JSONValue::object());
             turn.end();
-            auto call = callHandler(tool.handler, std::move(arguments));
+            auto call = callHandler(tool.handler, std::move(arguments), std::move(entry));
             auto result = co_await std::move(call);
             auto nextTurn = co_await actor_.enter();
             turn = std::move(nextTurn);

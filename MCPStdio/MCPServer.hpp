@@ -5,6 +5,7 @@
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/TextBuffer.hpp"
 #include "MCPStdio/concurrency/Actor.hpp"
+#include "MCPStdio/concurrency/Backlog.hpp"
 #include "MCPStdio/concurrency/Task.hpp"
 
 #include <array>
@@ -67,6 +68,7 @@ private:
     [[nodiscard]] JSONValue toolsListResult() const;
 
     Actor actor_;
+    Backlog backlog_; ///< requests that neither were answered nor have begun their call
     std::map<std::string, MCPTool, std::less<>> tools_; ///< never changes after construction
     std::vector<std::string> order_;                    ///< as the tools were given
     std::optional<std::string> toolsList_; ///< written once; nothing when it has no JSON form

@@ -1,0 +1,33 @@
+#include "MCPStdio/concurrency/Backlog.hpp"
+
+#include <chrono>
+
+namespace MCPStdio {
+namespace {
+
+/// How long may pass until something begins. No shorter than the system's own tick: a timer of its
+/// own costs more than what is waited for.
+constexpr auto moment = std::chrono::milliseconds{10};
+
+} // namespace
+
+void Backlog::leave() noexcept {
+    left_.fetch_add(1, std::memory_order_relaxed);
+    if (size() == veryMany / 2) {
+        const MutexLock lock{mutex_};
+        fewer_.notifyAll();
+    }
+}
+
+void Backlog::waitForFewer() {
+    const MutexLock lock{mutex_};
+    while (size() > veryMany / 2) {
+        const std::size_t left = left_.load(std::memory_order_relaxed);
+        if (std::exchange(leftAtWait_, left) == left) {
+            return;
+        }
+        fewer_.waitUntil(mutex_, std::chrono::steady_clock::now() + moment);
+    }
+}
+
+} // namespace MCPStdio

@@ -1,0 +1,80 @@
+#include "MCPStdio/concurrency/Backlog.hpp"
+
+#include <gtest/gtest.h>
+#include <optional>
+#include <thread>
+#include <vector>
+
+using namespace MCPStdio;
+
+TEST(Backlog, CountsWhatHasNotBegun) {
+    Backlog backlog;
+    {
+        auto first = backlog.enter();
+        auto second = backlog.enter();
+        EXPECT_EQ(backlog.size(), 2U);
+        first.leave();
+        EXPECT_EQ(backlog.size(), 1U);
+        first.leave();
+        EXPECT_EQ(backlog.size(), 1U);
+    }
+    EXPECT_EQ(backlog.size(), 0U);
+}
+
+TEST(Backlog, WhatIsMovedLeavesOnce) {
+    Backlog backlog;
+    auto entry = backlog.enter();
+    std::optional<Backlog::Entry> moved{std::move(entry)};
+    EXPECT_EQ(backlog.size(), 1U);
+    moved.reset();
+    EXPECT_EQ(backlog.size(), 0U);
+}
+
+TEST(Backlog, NobodyWaitsForWorkThatStandsStill) {
+    Backlog backlog;
+    std::vector<Backlog::Entry> stuck;
+    for (std::size_t i = 0; i < 20 * Backlog::veryMany; ++i) {
+        stuck.push_back(backlog.enter());
+        backlog.letCatchUp(); // would never end, or take a moment for each
+    }
+    EXPECT_EQ(backlog.size(), 20 * Backlog::veryMany);
+}
+
+TEST(Backlog, OneThreadHandsOverWhileOthersBegin) {
+    Backlog backlog;
+    Mutex mutex;
+    std::vector<Backlog::Entry> ready;
+    constexpr std::size_t count = 50'000;
+    std::vector<std::thread> workers;
+    std::atomic<std::size_t> begun = 0;
+    for (int i = 0; i < 2; ++i) {
+        workers.emplace_back([&] {
+            while (begun < count) {
+                std::optional<Backlog::Entry> entry;
+                {
+                    const MutexLock lock{mutex};
+                    if (!ready.empty()) {
+                        entry.emplace(std::move(ready.back()));
+                        ready.pop_back();
+                    }
+                }
+                if (entry) {
+                    entry->leave();
+                    ++begun;
+                }
+            }
+        });
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        auto entry = backlog.enter();
+        {
+            const MutexLock lock{mutex};
+            ready.push_back(std::move(entry));
+        }
+        backlog.letCatchUp();
+    }
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    EXPECT_EQ(backlog.size(), 0U);
+}

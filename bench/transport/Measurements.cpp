@@ -46,7 +46,8 @@ std::vector<Figure> tripFigures(const std::string& what, double target) {
 
 std::vector<Figure> loadFigures(const std::string& what, double target, double cpuTarget) {
     return {figure(what + ", pipelined", "seconds", thousandPerSecond, target),
-            figure(what + ", CPU for 100,000", "seconds", cpuSeconds, cpuTarget)};
+            figure(what + ", CPU for 100,000", "seconds", cpuSeconds, cpuTarget),
+            figure(what + ", peak memory", "bytes", megabytes, noTarget)};
 }
 
 /// The limit of the first server, and the servers, all with one request and the same result.

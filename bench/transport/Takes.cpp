@@ -53,7 +53,8 @@ std::vector<double> takePipelined(const Contender& contender) {
     const int count = fitting(contender.program.effort.pipelined, contender);
     const double before = processSeconds(server.process());
     const double taken = timedExchange(server, contender, count);
-    return {taken / count, (processSeconds(server.process()) - before) / count * 100'000};
+    return {taken / count, (processSeconds(server.process()) - before) / count * 100'000,
+            peakBytes(server.process())};
 }
 
 std::vector<double> takeLargeCalls(const Contender& contender) {

@@ -12,7 +12,7 @@ namespace velmiro::bench {
 std::vector<double> takeRoundTrips(const Contender& contender);
 
 /// As many requests as the pipe holds are under way: seconds for each, and the server's CPU seconds
-/// for a hundred thousand of them.
+/// for a hundred thousand of them, and its memory after them all.
 std::vector<double> takePipelined(const Contender& contender);
 
 /// One large request after the other: seconds for each, and the server's memory after them all.

@@ -1,5 +1,5 @@
-// A server in plain Node.js, as a careful programmer writes it without a package. All that arrives at
-// once is answered in one write.
+// A server in plain Node.js, as a careful programmer writes it without a package. Each reply is a
+// write of its own, as it is for all that stand beside it.
 
 import process from 'node:process';
 import { listedTools } from '../tools.mjs';
@@ -47,5 +47,8 @@ process.stdin.setEncoding('utf8').on('data', (/** @type {string} */ chunk) => {
     const lines = chunk.split('\n');
     lines[0] = begun + lines[0];
     begun = lines.pop() ?? '';
-    if (lines.length > 0) process.stdout.write(lines.map(reply).join(''));
+    for (const line of lines) {
+        const text = reply(line);
+        if (text !== '') process.stdout.write(text);
+    }
 });

@@ -108,21 +108,6 @@ JSONValue toolListEntry(const MCPTool& tool) {
     });
 }
 
-/// Calls a handler. Whatever it throws is a result too: the call failed, the protocol did not.
-Task<MCPToolResult> callHandler(const ToolHandler& handler, JSONValue arguments,
-                                Backlog::Entry entry) {
-    // A handler may take long to reach its first wait: not on the thread that reads.
-    co_await DispatchQueue::global().hop();
-    entry.leave();
-    try {
-        auto call = handler(std::move(arguments));
-        auto result = co_await std::move(call);
-        co_return std::move(result);
-    } catch (...) {
-        co_return MCPToolResult::error(currentDescription());
-    }
-}
-
 } // namespace
 
 MCPServer::MCPServer(std::string serverName, std::string serverVersion,
@@ -146,9 +131,18 @@ Task<void> MCPServer::run(int input, int output) {
     LineSequence lines{input};
     LineSink replies{output};
     TaskGroup requests;
+    const auto send = [&replies](TextBuffer reply) { replies.send(std::move(reply)); };
     while (const auto line = lines.next()) {
-        requests.add(answer(readMessage(*line),
-                            [&replies](TextBuffer reply) { replies.send(std::move(reply)); }));
+        auto message = readMessage(*line);
+        if (auto turn = actor_.enterIfIdle()) { // nearly always: without a task
+            auto step = begin(std::move(message));
+            turn->end();
+            if (auto rest = proceed(std::move(step), send)) {
+                requests.add(*std::move(rest));
+            }
+        } else {
+            requests.add(serve(std::move(message), send));
+        }
         backlog_.letCatchUp();
     }
     co_await requests.finish();
@@ -161,60 +155,93 @@ Task<std::optional<TextBuffer>> MCPServer::handleLine(std::string_view line) {
 
 Task<std::optional<TextBuffer>> MCPServer::collectAnswer(std::optional<JSONValue> message) {
     std::optional<TextBuffer> reply;
-    auto answering =
-        answer(std::move(message), [&reply](TextBuffer text) { reply = std::move(text); });
-    co_await std::move(answering);
+    auto serving =
+        serve(std::move(message), [&reply](TextBuffer text) { reply = std::move(text); });
+    co_await std::move(serving);
     co_return std::move(reply);
 }
 
-/// Answers a message, by way of `send` where an answer is due.
 template <typename Send>
-Task<void> MCPServer::answer(std::optional<JSONValue> message, Send send) {
-    auto entry = backlog_.enter();
+Task<void> MCPServer::serve(std::optional<JSONValue> message, Send send) {
+    const auto entry = backlog_.enter();
     auto turn = co_await actor_.enter();
+    auto step = begin(std::move(message));
+    turn.end();
+    if (auto rest = proceed(std::move(step), std::move(send))) {
+        co_await *std::move(rest);
+    }
+}
+
+/// All that is done with a message in one turn. What comes of it is sent, or called, behind that.
+MCPServer::Step MCPServer::begin(std::optional<JSONValue> message) const {
     if (!message) {
-        auto reply = failure(nullptr, {parseErrorCode, "parse error"});
-        turn.end();
-        send(std::move(reply));
-        co_return;
+        return failure(nullptr, {parseErrorCode, "parse error"});
     }
     const JSONValue* const methodName = (*message)["method"];
     const auto method = methodName == nullptr ? std::nullopt : methodName->stringValue();
     if (!method) {
-        co_return;
+        return Nothing{};
     }
-    const JSONValue* const requestId = (*message)["id"];
-    const JSONValue& id = requestId == nullptr ? nothing : *requestId;
+    auto requestId = message->take("id");
+    const JSONValue& id = requestId ? *requestId : nothing;
     TextBuffer reply;
-    std::optional<RPCError> error;
     try {
         auto params = message->take("params").value_or(JSONValue::object());
         if (*method == "tools/call") {
             const MCPTool& tool = calledTool(params);
             auto arguments = params.take("arguments").value_or(JSONValue::object());
-            turn.end();
-            auto call = callHandler(tool.handler, std::move(arguments), std::move(entry));
-            auto result = co_await std::move(call);
-            auto nextTurn = co_await actor_.enter();
-            turn = std::move(nextTurn);
-            reply = callSuccess(id, std::move(result));
-        } else {
-            reply = dispatch(id, *method, params);
+            return Call{std::move(requestId), &tool.handler, std::move(arguments)};
         }
-    } catch (const RPCError& thrown) {
-        error = thrown;
+        reply = dispatch(id, *method, params);
+    } catch (const RPCError& error) {
+        reply = failure(id, error);
     } catch (const JSONError&) {
         reply.clear(); // it cannot be written: an empty line
     } catch (...) {
-        error = RPCError{internalErrorCode, currentDescription()};
+        reply = failure(id, {internalErrorCode, currentDescription()});
     }
-    if (error) {
-        reply = failure(id, *error);
+    if (!requestId) {
+        return Nothing{};
+    }
+    return reply;
+}
+
+/// Sends a reply; for a call gives the task that performs it and sends its reply.
+template <typename Send>
+std::optional<Task<void>> MCPServer::proceed(Step step, Send send) {
+    if (auto* const reply = std::get_if<TextBuffer>(&step)) {
+        send(std::move(*reply));
+    } else if (auto* const call = std::get_if<Call>(&step)) {
+        return perform(std::move(*call), backlog_.enter(), std::move(send));
+    }
+    return std::nullopt;
+}
+
+template <typename Send>
+Task<void> MCPServer::perform(Call call, Backlog::Entry entry, Send send) {
+    // A handler may take long to reach its first wait: not on the thread that reads.
+    co_await DispatchQueue::global().hop();
+    entry.leave();
+    MCPToolResult result;
+    try {
+        auto calling = (*call.handler)(std::move(call.arguments));
+        auto given = co_await std::move(calling);
+        result = std::move(given);
+    } catch (...) { // the call failed, the protocol did not
+        result = MCPToolResult::error(currentDescription());
+    }
+    if (!call.id) {
+        co_return;
+    }
+    auto turn = co_await actor_.enter();
+    TextBuffer reply;
+    try {
+        reply = callSuccess(*call.id, std::move(result));
+    } catch (...) {
+        reply = failure(*call.id, {internalErrorCode, currentDescription()});
     }
     turn.end(); // sending may have to wait a moment
-    if (requestId != nullptr) {
-        send(std::move(reply));
-    }
+    send(std::move(reply));
 }
 
 /// Answers all methods but the one that calls a tool. Throws RPCError, and JSONError where the

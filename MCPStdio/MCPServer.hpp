@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <unistd.h>
+#include <variant>
 #include <vector>
 
 namespace MCPStdio {
@@ -58,9 +59,24 @@ public:
     const std::optional<std::string> instructions;
 
 private:
+    /// A call to be made, and the id of the request, if it has one.
+    struct Call {
+        std::optional<JSONValue> id;
+        const ToolHandler* handler;
+        JSONValue arguments;
+    };
+    struct Nothing {};
+    /// What a message comes to at once.
+    using Step = std::variant<Nothing, TextBuffer, Call>;
+
     Task<std::optional<TextBuffer>> collectAnswer(std::optional<JSONValue> message);
     template <typename Send>
-    Task<void> answer(std::optional<JSONValue> message, Send send);
+    Task<void> serve(std::optional<JSONValue> message, Send send);
+    [[nodiscard]] Step begin(std::optional<JSONValue> message) const;
+    template <typename Send>
+    std::optional<Task<void>> proceed(Step step, Send send);
+    template <typename Send>
+    Task<void> perform(Call call, Backlog::Entry entry, Send send);
     [[nodiscard]] TextBuffer dispatch(const JSONValue& id, std::string_view method,
                                       const JSONValue& params) const;
     [[nodiscard]] const MCPTool& calledTool(const JSONValue& params) const;

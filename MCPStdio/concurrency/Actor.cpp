@@ -2,7 +2,7 @@
 
 namespace MCPStdio {
 
-bool Actor::enterIfIdle() noexcept {
+bool Actor::becomeBusy() noexcept {
     auto expected = idle;
     // Acquires what the last holder wrote.
     return state_.compare_exchange_strong(expected, busy, std::memory_order_acquire,

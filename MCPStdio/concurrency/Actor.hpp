@@ -5,6 +5,7 @@
 #include <atomic>
 #include <coroutine>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
 namespace MCPStdio {
@@ -52,11 +53,16 @@ public:
     /// `auto turn = co_await actor.enter();`
     auto enter() noexcept { return Entering{*this}; }
 
+    /// A turn where that takes no waiting: the actor is idle.
+    std::optional<Turn> enterIfIdle() noexcept {
+        return becomeBusy() ? std::optional<Turn>{std::in_place, *this} : std::nullopt;
+    }
+
 private:
     class Entering final : public Job {
     public:
         explicit Entering(Actor& actor) noexcept : actor_{actor} {}
-        [[nodiscard]] bool await_ready() const noexcept { return actor_.enterIfIdle(); }
+        [[nodiscard]] bool await_ready() const noexcept { return actor_.becomeBusy(); }
         bool await_suspend(std::coroutine_handle<> waiting) noexcept {
             waiting_ = waiting;
             return actor_.waitInLine(*this);
@@ -71,7 +77,7 @@ private:
         Entering* olderWaiter_ = nullptr;
     };
 
-    [[nodiscard]] bool enterIfIdle() noexcept;
+    [[nodiscard]] bool becomeBusy() noexcept;
     [[nodiscard]] bool waitInLine(Entering& waiter) noexcept;
     void leave() noexcept;
 

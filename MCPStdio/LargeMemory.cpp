@@ -1,17 +1,40 @@
 #include "MCPStdio/LargeMemory.hpp"
 
+#include "MCPStdio/concurrency/Mutex.hpp"
+
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <new>
 #include <sys/mman.h>
+#include <utility>
 
 namespace MCPStdio {
 namespace {
 
 constexpr std::size_t largePage = std::size_t{2} << 20U;
+/// All pieces are so large, or a power of two larger.
+constexpr std::size_t usualSize = std::size_t{64} << 20U;
 
-} // namespace
+/// The one that stays at hand.
+struct Spare {
+    Mutex mutex;
+    LargeMemory memory GUARDED_BY(mutex);
+};
 
-char* mapLargeMemory(std::size_t size) {
+Spare& spare() {
+    static auto* const kept = new Spare; // never destroyed: threads may outlive `main`
+    return *kept;
+}
+
+/// Leaves another piece at hand, or none, and gives what was there.
+LargeMemory exchangeSpare(LargeMemory memory) {
+    Spare& kept = spare();
+    const MutexLock lock{kept.mutex};
+    return std::exchange(kept.memory, memory);
+}
+
+LargeMemory mapNew(std::size_t size) {
     // Large pages lie at multiples of their size: room for that, and what is too much goes back.
     void* const mapped = ::mmap(nullptr, size + largePage, PROT_READ | PROT_WRITE,
                                 MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -27,11 +50,33 @@ char* mapLargeMemory(std::size_t size) {
 #ifdef MADV_HUGEPAGE
     ::madvise(begin + before, size, MADV_HUGEPAGE);
 #endif
-    return begin + before;
+    return {begin + before, size};
 }
 
-void unmapLargeMemory(char* memory, std::size_t size) noexcept {
-    ::munmap(memory, size);
+} // namespace
+
+LargeMemory mapLargeMemory(std::size_t needed) {
+    constexpr std::size_t most = std::size_t{1} << 62U;
+    if (needed > most / 2) {
+        throw std::bad_alloc{};
+    }
+    const std::size_t size = std::bit_ceil(std::max(usualSize, 2 * needed));
+    if (size == usualSize) {
+        if (const auto kept = exchangeSpare({}); kept.begin != nullptr) {
+            return kept;
+        }
+    }
+    return mapNew(size);
+}
+
+void unmapLargeMemory(LargeMemory memory) noexcept {
+    if (memory.size == usualSize) {
+        ::madvise(memory.begin, memory.size, MADV_FREE);
+        memory = exchangeSpare(memory);
+    }
+    if (memory.begin != nullptr) {
+        ::munmap(memory.begin, memory.size);
+    }
 }
 
 } // namespace MCPStdio

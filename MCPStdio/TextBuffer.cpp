@@ -4,15 +4,6 @@
 #include <new>
 
 namespace MCPStdio {
-namespace {
-
-std::size_t roundUp(std::size_t size) {
-    constexpr std::size_t step = std::size_t{1} << 20U;
-    return (size + step - 1) / step * step;
-}
-
-} // namespace
-
 void TextBuffer::grow(std::size_t count) {
     constexpr std::size_t least = 256;
     const std::size_t needed = std::max(least, size_ + count);
@@ -27,12 +18,11 @@ void TextBuffer::grow(std::size_t count) {
         capacity_ = larger;
         return;
     }
-    // Room for much more at once, which costs nothing before it is used: so little is ever moved.
-    const std::size_t larger = roundUp(needed + std::max(capacity_, largeMemory) * 8);
-    Memory moved{mapLargeMemory(larger), detail::FreeText{larger}};
+    const LargeMemory larger = mapLargeMemory(needed);
+    Memory moved{larger.begin, detail::FreeText{larger.size}};
     std::copy_n(text_.get(), size_, moved.get());
     text_ = std::move(moved);
-    capacity_ = larger;
+    capacity_ = larger.size;
 }
 
 } // namespace MCPStdio

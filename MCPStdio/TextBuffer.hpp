@@ -17,7 +17,7 @@ struct FreeText {
 
     void operator()(char* text) const noexcept {
         if (mapped > 0) {
-            unmapLargeMemory(text, mapped);
+            unmapLargeMemory({text, mapped});
         } else {
             std::free(text);
         }

@@ -190,9 +190,10 @@ JSONValue JSONValue::object(std::initializer_list<NewMember> members) {
     return made;
 }
 
-/// Of two strings, by their bytes.
-std::strong_ordering JSONValue::compareTexts(const JSONValue& left,
-                                             const JSONValue& right) noexcept {
+/// Of two strings, by their bytes. Compiled into the loops that call it a few times for each
+/// object.
+[[gnu::always_inline]] inline std::strong_ordering
+JSONValue::compareTexts(const JSONValue& left, const JSONValue& right) noexcept {
     if (left.ownsBlock() || right.ownsBlock()) {
         return left.text() <=> right.text();
     }
@@ -212,60 +213,54 @@ JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
     const std::size_t count = keysAndValues.size() / 2;
     auto* store = Block<JSONMember>::make(count);
     made.setBlock(store);
-    const auto add = [store](JSONValue* key) {
-        new (store->elements() + store->size) JSONMember{std::move(key[0]), std::move(key[1])};
-        ++store->size;
-    };
-    const auto isSorted = [&] {
-        for (std::size_t i = 2; i < keysAndValues.size(); i += 2) {
-            if (compareTexts(keysAndValues[i - 2], keysAndValues[i]) >= 0) {
-                return false;
-            }
-        }
-        return true;
-    };
-    if (isSorted()) {
+    constexpr std::size_t few = 16; // as nearly all objects have
+    if (count <= few) {
         for (std::size_t i = 0; i < keysAndValues.size(); i += 2) {
-            add(&keysAndValues[i]);
+            insert(*store, keysAndValues[i], keysAndValues[i + 1]);
         }
         return made;
     }
-    constexpr std::size_t few = 16;      // as nearly all objects have
-    std::array<JSONValue*, few> fewKeys; // not set beforehand: that takes as long as all the rest
-    std::vector<JSONValue*> manyKeys(count > few ? count : 0);
-    const std::span order{count > few ? manyKeys.data() : fewKeys.data(), count};
+    std::vector<JSONValue*> keys(count);
     for (std::size_t i = 0; i < count; ++i) {
-        order[i] = &keysAndValues[2 * i];
+        keys[i] = &keysAndValues[2 * i];
     }
-    sortTexts(order);
-    // Equal keys are neighbours now, in the order in which they came: the last one stays.
+    // Equal keys become neighbours in the order in which they lie, which is that in which they
+    // came: the last one stays.
+    std::ranges::sort(keys, [](const JSONValue* left, const JSONValue* right) {
+        const auto compared = compareTexts(*left, *right);
+        return compared < 0 || (compared == 0 && left < right);
+    });
     for (std::size_t i = 0; i < count; ++i) {
-        if (i + 1 == count || compareTexts(*order[i], *order[i + 1]) != 0) {
-            add(order[i]);
+        if (i + 1 == count || compareTexts(*keys[i], *keys[i + 1]) != 0) {
+            new (store->elements() + store->size)
+                JSONMember{std::move(keys[i][0]), std::move(keys[i][1])};
+            ++store->size;
         }
     }
     return made;
 }
 
-/// Equal ones lie side by side in memory order: that is the order in which they came.
-void JSONValue::sortTexts(std::span<JSONValue*> texts) {
-    const auto isBefore = [](const JSONValue* left, const JSONValue* right) {
-        const auto compared = compareTexts(*left, *right);
-        return compared < 0 || (compared == 0 && left < right);
-    };
-    constexpr std::size_t few = 16;
-    if (texts.size() > few) {
-        std::ranges::sort(texts, isBefore);
-        return;
-    }
-    for (std::size_t i = 1; i < texts.size(); ++i) {
-        JSONValue* const text = texts[i];
-        std::size_t at = i;
-        for (; at > 0 && isBefore(text, texts[at - 1]); --at) {
-            texts[at] = texts[at - 1];
+/// Moves a member to where it belongs among those that are sorted, from behind, where it mostly
+/// stays. A key that is there gets the new value.
+void JSONValue::insert(Block<JSONMember>& sorted, JSONValue& key, JSONValue& value) noexcept {
+    JSONMember* const members = sorted.elements();
+    std::size_t at = sorted.size;
+    for (; at > 0; --at) {
+        const auto compared = compareTexts(members[at - 1].name, key);
+        if (compared == 0) {
+            members[at - 1].value = std::move(value);
+            return;
         }
-        texts[at] = text;
+        if (compared < 0) {
+            break;
+        }
     }
+    for (std::size_t i = sorted.size; i > at; --i) {
+        new (members + i) JSONMember{std::move(members[i - 1])};
+        std::destroy_at(members + i - 1);
+    }
+    new (members + at) JSONMember{std::move(key), std::move(value)};
+    ++sorted.size;
 }
 
 void JSONValue::append(JSONValue element) {

@@ -237,7 +237,7 @@ private:
 
     static std::strong_ordering compareTexts(const JSONValue& left,
                                              const JSONValue& right) noexcept;
-    static void sortTexts(std::span<JSONValue*> texts);
+    static void insert(Block<JSONMember>& sorted, JSONValue& key, JSONValue& value) noexcept;
 
     std::array<std::uint64_t, 2> words_{};
 };

@@ -22,6 +22,8 @@ using Clock = std::chrono::steady_clock;
 /// How long the reader may take nothing before lines are kept for it. It is no shorter than the
 /// system's own tick: a timer of its own, each time the pipe is full, would cost more than a reply.
 constexpr auto patience = std::chrono::milliseconds{10};
+/// A reader that takes this much in that time, about what a pipe holds, is waited for.
+constexpr std::size_t goodPace = std::size_t{64} << 10U;
 
 mode_t kindOf(int descriptor) {
     struct stat status{};
@@ -88,7 +90,7 @@ void LineSink::send(TextBuffer line) {
             return;
         }
         draining_ = true;
-        isRead_ = false;
+        taken_ = 0;
         DispatchQueue::global().asyncBlocking([this] { drain(); });
     }
     kept_.push_back({std::move(line), written});
@@ -101,11 +103,12 @@ void LineSink::finish() {
     }
 }
 
-/// Waits for a reader that takes kept lines until it has them all. Without this a server that once
-/// kept a line could go on to keep as many as there are, each by way of another thread.
+/// Waits for a reader that takes kept lines at a good pace until it has them all. Without this a
+/// server that once kept a line could go on to keep as many as there are, each by way of another
+/// thread. A slow reader holds nobody up.
 void LineSink::followReader() {
-    while (draining_ && isRead_) {
-        isRead_ = false; // until the thread that drains says otherwise
+    while (draining_ && taken_ >= goodPace) {
+        taken_ = 0;
         drained_.waitUntil(mutex_, Clock::now() + patience);
     }
 }
@@ -165,7 +168,7 @@ void LineSink::drain() {
             rest.remove_prefix(writeWaiting(rest));
         }
         const MutexLock lock{mutex_};
-        isRead_ = true;
+        taken_ += next.line.size();
     }
 }
 

@@ -12,7 +12,7 @@ namespace MCPStdio {
 /// Where lines go out, whole and in the order in which they were sent, from any thread.
 ///
 /// A line is written at once, in one call, where there is room. Otherwise sending waits for the
-/// reader at the other end, as long as it takes something every moment: a host that reads sets the
+/// reader at the other end, as long as it takes much in every moment: a host that reads sets the
 /// pace, and no memory fills. For one that does not, or a host that writes many requests before it
 /// reads one reply would stop both, lines are kept, and a thread of its own writes them as it finds
 /// room.
@@ -50,7 +50,7 @@ private:
     };
     std::deque<Kept> kept_ GUARDED_BY(mutex_);
     bool draining_ GUARDED_BY(mutex_) = false; ///< lines are kept, and a thread writes them
-    bool isRead_ GUARDED_BY(mutex_) = false;   ///< one of them has lately been taken
+    std::size_t taken_ GUARDED_BY(mutex_) = 0; ///< bytes of those, since they were waited for
 };
 
 } // namespace MCPStdio

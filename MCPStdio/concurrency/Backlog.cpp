@@ -5,8 +5,8 @@
 namespace MCPStdio {
 namespace {
 
-/// How long may pass until something begins. No shorter than the system's own tick: a timer of its
-/// own costs more than what is waited for.
+/// How long is waited. No shorter than the system's own tick: a timer of its own costs more than
+/// what is waited for.
 constexpr auto moment = std::chrono::milliseconds{10};
 
 } // namespace
@@ -23,9 +23,10 @@ void Backlog::waitForFewer() {
     const MutexLock lock{mutex_};
     while (size() > veryMany / 2) {
         const std::size_t left = left_.load(std::memory_order_relaxed);
-        if (std::exchange(leftAtWait_, left) == left) {
-            return;
+        if (left - leftAtWait_ < veryMany / 2) {
+            return; // that would take long
         }
+        leftAtWait_ = left;
         fewer_.waitUntil(mutex_, std::chrono::steady_clock::now() + moment);
     }
 }

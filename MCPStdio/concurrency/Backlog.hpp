@@ -12,7 +12,7 @@ namespace MCPStdio {
 ///
 /// A thread that hands over faster than others begin would fill the memory and the caches, which
 /// costs more than the work itself. So it lets them catch up when very much lies ready. It never
-/// waits for work that stands still: where nothing begins for a moment, it goes on.
+/// waits long for work that hardly moves: where little begins in a moment, it goes on.
 class Backlog {
 public:
     /// One piece of work, from when it is handed over until it begins or is dropped.

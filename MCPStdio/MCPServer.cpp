@@ -163,10 +163,11 @@ Task<std::optional<TextBuffer>> MCPServer::collectAnswer(std::optional<JSONValue
 
 template <typename Send>
 Task<void> MCPServer::serve(std::optional<JSONValue> message, Send send) {
-    const auto entry = backlog_.enter();
+    auto entry = backlog_.enter();
     auto turn = co_await actor_.enter();
     auto step = begin(std::move(message));
     turn.end();
+    entry.leave();
     if (auto rest = proceed(std::move(step), std::move(send))) {
         co_await *std::move(rest);
     }

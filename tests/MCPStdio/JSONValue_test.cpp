@@ -177,7 +177,7 @@ TEST(JSONValue, AMovedValueIsNull) {
 
 TEST(JSONValue, TextsOfAllLengthsAreTheSameToTheirUser) {
     // Inside the value, in a block, and in a string of its own: the last and first of each.
-    for (const std::size_t length : {0, 15, 16, 4095, 4096, 100'000}) {
+    for (const std::size_t length : {0U, 15U, 16U, 4095U, 4096U, 100'000U}) {
         const std::string text(length, 't');
         const JSONValue value{text};
         const JSONValue taken{std::string{text}};

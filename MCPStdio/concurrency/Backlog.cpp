@@ -12,7 +12,8 @@ constexpr auto moment = std::chrono::milliseconds{10};
 } // namespace
 
 void Backlog::leave() noexcept {
-    left_.fetch_add(1, std::memory_order_relaxed);
+    // Releases the entering that came before: nobody sees more leave than have entered.
+    left_.fetch_add(1, std::memory_order_release);
     if (size() == veryMany / 2) {
         const MutexLock lock{mutex_};
         fewer_.notifyAll();

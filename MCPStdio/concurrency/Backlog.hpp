@@ -51,7 +51,7 @@ public:
     /// How much is not begun, or was not a moment ago.
     [[nodiscard]] std::size_t size() const noexcept {
         // One that leaves between the two is counted as if it had not.
-        const std::size_t left = left_.load(std::memory_order_relaxed);
+        const std::size_t left = left_.load(std::memory_order_acquire);
         return entered_.load(std::memory_order_relaxed) - left;
     }
 

@@ -1,6 +1,7 @@
 #include "MCPStdio/LineSink.hpp"
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -81,6 +82,32 @@ TEST(LineSink, SendingGoesOnWithoutAReaderOfAPipe) {
 
 TEST(LineSink, SendingGoesOnBeforeAndWhileAPipeIsRead) {
     sendsEverything(makePipe(O_CLOEXEC), 10'000);
+}
+
+TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
+    const Ends ends = makePipe(O_CLOEXEC);
+    std::thread reader;
+    {
+        LineSink sink{ends.writer};
+        const std::string line(1000, 'x');
+        for (int i = 0; i < 1000; ++i) {
+            sink.send(TextBuffer{line}); // far more than the pipe holds: most are kept
+        }
+        std::array<char, 4096> chunk{};
+        for (ssize_t taken = 0; taken < 262'144;) {
+            const ssize_t count = ::read(ends.reader, chunk.data(), chunk.size());
+            ASSERT_GT(count, 0);
+            taken += count;
+        }
+        const auto before = std::chrono::steady_clock::now();
+        sink.send(TextBuffer{line});
+        // Most is still kept: the reader is given its moment.
+        EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{10});
+        reader = std::thread{[&] { readAll(ends.reader); }};
+        sink.finish();
+    }
+    ::close(ends.writer);
+    reader.join();
 }
 
 TEST(LineSink, ThePipesFlagsStayAsTheParentSetThem) {

@@ -1,5 +1,7 @@
 #include "MCPStdio/concurrency/Backlog.hpp"
 
+#include <atomic>
+#include <chrono>
 #include <gtest/gtest.h>
 #include <optional>
 #include <thread>
@@ -38,6 +40,21 @@ TEST(Backlog, NobodyWaitsForWorkThatStandsStill) {
         backlog.letCatchUp(); // would never end, or take a moment for each
     }
     EXPECT_EQ(backlog.size(), 20 * Backlog::veryMany);
+}
+
+TEST(Backlog, WorkThatMovesIsWaitedFor) {
+    Backlog backlog;
+    std::vector<Backlog::Entry> entries;
+    for (std::size_t i = 0; i < 2 * Backlog::veryMany; ++i) {
+        entries.push_back(backlog.enter());
+    }
+    for (std::size_t i = 0; i < Backlog::veryMany / 2; ++i) {
+        entries[i].leave();
+    }
+    const auto before = std::chrono::steady_clock::now();
+    backlog.letCatchUp();
+    // Nothing more begins: it is given its moment, and no more.
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{10});
 }
 
 TEST(Backlog, OneThreadHandsOverWhileOthersBegin) {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <type_traits>
 
-/// Looking for bytes eight at a time, in plain integers: fast where texts are short, as keys and
-/// most strings are, and the same on every processor.
+/// Looking for bytes, eight at a time in plain integers, which is fast where texts are short, as
+/// keys and most strings are; and sixteen at a time. The same on every processor.
 namespace MCPStdio {
 
 /// Eight bytes of a text, the first one lowest.
@@ -19,27 +19,55 @@ using ByteWord = std::uint64_t;
 /// others may be wrong.
 using ByteMarks = std::uint64_t;
 
+/// Sixteen bytes, as processors have registers for; the compiler knows how on each of them.
+using ByteBlock [[gnu::vector_size(16)]] = unsigned char;
+
 constexpr ByteWord allBytes(unsigned char byte) noexcept {
     return 0x0101010101010101U * byte;
 }
+// What marks the bytes of a word marks those of a block too, by the register's comparisons.
 /// `limit` is at most 0x80.
 constexpr ByteMarks markBelow(ByteWord word, unsigned char limit) noexcept {
     return (word - allBytes(limit)) & ~word & allBytes(0x80);
 }
+inline auto markBelow(ByteBlock block, unsigned char limit) noexcept {
+    return block < limit;
+}
 constexpr ByteMarks markEqual(ByteWord word, unsigned char byte) noexcept {
     return markBelow(word ^ allBytes(byte), 1);
 }
-// Those that are handed to `findByte` are objects, so that they are compiled into it.
-constexpr auto markNonASCII = [](ByteWord word) noexcept -> ByteMarks {
+inline auto markEqual(ByteBlock block, unsigned char byte) noexcept {
+    return block == byte;
+}
+constexpr ByteMarks markNotBelow0x80(ByteWord word) noexcept {
     return word & allBytes(0x80);
-};
+}
+inline auto markNotBelow0x80(ByteBlock block) noexcept {
+    return block >= 0x80;
+}
+// Those that are handed to `findByte` are objects, so that they are compiled into it.
+constexpr auto markNonASCII = [](auto bytes) noexcept { return markNotBelow0x80(bytes); };
 /// What cannot stand in a JSON string as it is: control characters, quotes and backslashes.
-constexpr auto markStringStop = [](ByteWord word) noexcept -> ByteMarks {
-    return markBelow(word, 0x20) | markEqual(word, '"') | markEqual(word, '\\');
+constexpr auto markStringStop = [](auto bytes) noexcept {
+    return markBelow(bytes, 0x20) | markEqual(bytes, '"') | markEqual(bytes, '\\');
 };
 /// How many bytes lie before the first one marked; eight when none is.
 constexpr std::size_t bytesBefore(ByteMarks marks) noexcept {
     return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
+}
+
+/// The marks of a block's two words.
+struct BlockMarks {
+    ByteMarks first;
+    ByteMarks second;
+
+    [[nodiscard]] bool any() const noexcept { return (first | second) != 0; }
+};
+template <typename Marks>
+BlockMarks blockMarks(Marks marks) noexcept {
+    using Words [[gnu::vector_size(sizeof(ByteBlock))]] = ByteWord;
+    const auto words = std::bit_cast<Words>(marks);
+    return {words[0], words[1]};
 }
 
 inline ByteWord loadWord(const char* bytes) noexcept {
@@ -47,6 +75,12 @@ inline ByteWord loadWord(const char* bytes) noexcept {
     std::memcpy(&word, bytes, sizeof word);
     static_assert(std::endian::native == std::endian::little);
     return word;
+}
+
+inline ByteBlock loadBlock(const char* bytes) noexcept {
+    ByteBlock block;
+    std::memcpy(&block, bytes, sizeof block);
+    return block;
 }
 
 /// Fewer than eight bytes, or eight; zeros behind them.
@@ -69,28 +103,25 @@ inline ByteWord loadShort(const char* bytes, std::size_t count) noexcept {
 }
 
 /// Where the first byte of `text` from `from` on lies that `mark` marks; `text.size()` when there
-/// is none. `mark` makes ByteMarks of a ByteWord.
+/// is none. `mark` makes marks of a ByteWord and of a ByteBlock.
 template <typename Mark>
 std::size_t findByte(std::string_view text, std::size_t from, Mark mark) noexcept {
     constexpr std::size_t wordSize = sizeof(ByteWord);
-    constexpr std::size_t blockSize = 4 * wordSize;
+    constexpr std::size_t blockSize = sizeof(ByteBlock);
     const char* const bytes = text.data();
     std::size_t at = from;
-    // The first words alone: short texts are the rule.
-    for (int i = 0; i < 4 && text.size() - at >= wordSize; ++i, at += wordSize) {
+    // Two words alone at first: short texts are the rule.
+    for (int i = 0; i < 2 && text.size() - at >= wordSize; ++i, at += wordSize) {
         if (const ByteMarks marks = mark(loadWord(bytes + at))) {
             return at + bytesBefore(marks);
         }
     }
-    while (text.size() - at >= blockSize) {
-        ByteMarks any = 0;
-        for (std::size_t i = 0; i < blockSize; i += wordSize) {
-            any |= mark(loadWord(bytes + at + i));
+    for (; text.size() - at >= blockSize; at += blockSize) {
+        const BlockMarks marks = blockMarks(mark(loadBlock(bytes + at)));
+        if (marks.any()) {
+            return at + (marks.first != 0 ? bytesBefore(marks.first)
+                                          : wordSize + bytesBefore(marks.second));
         }
-        if (any != 0) {
-            break;
-        }
-        at += blockSize;
     }
     for (; text.size() - at >= wordSize; at += wordSize) {
         if (const ByteMarks marks = mark(loadWord(bytes + at))) {

@@ -119,9 +119,9 @@ void JSONReader::readString() {
     ++at_; // the opening quote
     const std::size_t begin = at_;
     at_ = findByte(text_, at_,
-                   [](ByteWord word) { return markStringStop(word) | markNonASCII(word); });
+                   [](auto bytes) { return markStringStop(bytes) | markNonASCII(bytes); });
     if (peek() != '"') {
-        skipPlainText(begin);
+        skipPlainText();
         if (peek() != '"') {
             unescape(begin);
             open_.push(std::move(unescaped_)); // a short text leaves its memory here
@@ -132,10 +132,14 @@ void JSONReader::readString() {
     ++at_;
 }
 
-/// Goes on to the next quote, escape or control character. What lies `from` there on is UTF-8.
-void JSONReader::skipPlainText(std::size_t from) {
+/// Goes on to the next quote, escape or control character. What lies before it is UTF-8: all of the
+/// text is looked at when the first string is not ASCII, which is faster than each string.
+void JSONReader::skipPlainText() {
     at_ = findByte(text_, at_, markStringStop);
-    if (!isValidUTF8(text_.substr(from, at_ - from))) {
+    if (!wellFormed_) {
+        wellFormed_ = findInvalidUTF8(text_);
+    }
+    if (at_ > *wellFormed_) {
         fail("ill-formed UTF-8 in a string");
     }
 }
@@ -146,7 +150,7 @@ void JSONReader::unescape(std::size_t begin) {
     unescaped_.assign(text_.substr(begin, at_ - begin));
     while (true) {
         const std::size_t from = at_;
-        skipPlainText(from);
+        skipPlainText();
         unescaped_.append(text_.substr(from, at_ - from));
         if (accept('"')) {
             return;

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -82,7 +83,7 @@ private:
     void unescape(std::size_t begin);
     void readEscape();
     unsigned readFourHexDigits();
-    void skipPlainText(std::size_t from);
+    void skipPlainText();
     void requireDigit() const;
     void skipSpace() noexcept {
         if (static_cast<unsigned char>(peek()) <= ' ') { // compact texts have none
@@ -95,6 +96,7 @@ private:
     [[noreturn]] void fail(const char* why) const;
 
     std::string_view text_;
+    std::optional<std::size_t> wellFormed_; // how much of it is UTF-8, once that is of interest
     std::size_t at_ = 0;
     OpenElements open_;
     std::string unescaped_;

@@ -62,8 +62,8 @@ std::optional<std::string_view> LineSequence::next() {
 std::size_t LineSequence::findEnd() {
     const auto text = read_.view();
     while (true) {
-        scanned_ = findByte(text, scanned_, [](ByteWord word) {
-            return markBelow(word, '\r' + 1) | markNonASCII(word);
+        scanned_ = findByte(text, scanned_, [](auto bytes) {
+            return markBelow(bytes, '\r' + 1) | markNonASCII(bytes);
         });
         if (scanned_ == text.size()) {
             return 0;

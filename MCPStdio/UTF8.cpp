@@ -50,39 +50,71 @@ Sequence sequenceAt(std::string_view text, std::size_t at) noexcept {
     return {length, true};
 }
 
-/// The length of a well-formed sequence of two or three bytes without the special cases of some
-/// leads, which is nearly every one; zero for whatever else there is.
-std::size_t commonSequenceAt(std::string_view text, std::size_t at) noexcept {
-    if (text.size() - at < 3) {
-        return 0;
-    }
-    const auto byteAt = [&](std::size_t index) {
-        return static_cast<unsigned>(static_cast<unsigned char>(text[at + index]));
+/// Where the first byte from `at` on lies that is not ASCII. Most texts have none.
+std::size_t skipASCII(std::string_view text, std::size_t at) noexcept {
+    const auto block = [&](std::size_t i) {
+        return loadBlock(text.data() + at + i * sizeof(ByteBlock));
     };
-    const auto continues = [&](std::size_t index) { return (byteAt(index) & 0xC0U) == 0x80U; };
-    const unsigned lead = byteAt(0);
-    if ((lead & 0xE0U) == 0xC0U) {
-        return lead >= 0xC2 && continues(1) ? 2 : 0;
+    while (text.size() - at >= 4 * sizeof(ByteBlock) &&
+           !blockMarks(markNonASCII(block(0) | block(1) | block(2) | block(3))).any()) {
+        at += 4 * sizeof(ByteBlock);
     }
-    const bool plain = (lead & 0xF0U) == 0xE0U && lead != 0xE0 && lead != 0xED;
-    return plain && continues(1) && continues(2) ? 3 : 0;
+    return findByte(text, at, markNonASCII);
+}
+
+/// Each byte is judged by so many before it.
+constexpr std::size_t reach = 3;
+
+/// Whether each of sixteen bytes may stand behind those before it, which are read too.
+bool followWell(const char* bytes) noexcept {
+    const ByteBlock byte = loadBlock(bytes);
+    const ByteBlock before = loadBlock(bytes - 1);
+    const auto continues = (byte & 0xC0) == 0x80;
+    const auto expected =
+        (before >= 0xC0) | (loadBlock(bytes - 2) >= 0xE0) | (loadBlock(bytes - reach) >= 0xF0);
+    // Overlong forms, surrogates and what lies beyond U+10FFFF show in the first two bytes.
+    const auto wrong = (continues ^ expected) | ((byte & 0xFE) == 0xC0) | (byte >= 0xF5) |
+                       ((before == 0xE0) & (byte < 0xA0)) | ((before == 0xED) & (byte >= 0xA0)) |
+                       ((before == 0xF0) & (byte < 0x90)) | ((before == 0xF4) & (byte >= 0x90));
+    return !blockMarks(wrong).any();
+}
+
+/// From a sequence at `at`, with at least `reach` bytes before it, on to one from which less than a
+/// block is left, or the one that is ill-formed, or one of the few before either.
+std::size_t skipBlocks(std::string_view text, std::size_t at) noexcept {
+    const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+    while (text.size() - at >= sizeof(ByteBlock) && followWell(text.data() + at)) {
+        at += sizeof(ByteBlock);
+        if (byteAt(at - 1) < 0x80) {
+            at = skipASCII(text, at);
+        }
+    }
+    at -= reach; // a sequence may go on wrongly
+    while ((byteAt(at) & 0xC0U) == 0x80) {
+        --at;
+    }
+    return at;
+}
+
+/// From a sequence at `at` on to the first one that begins at `end` or behind it, or is ill-formed.
+std::size_t skipSequences(std::string_view text, std::size_t at, std::size_t end) noexcept {
+    while (at < end) {
+        const Sequence sequence = sequenceAt(text, at);
+        if (!sequence.wellFormed) {
+            break;
+        }
+        at += sequence.length;
+    }
+    return at;
 }
 
 } // namespace
 
 std::size_t findInvalidUTF8(std::string_view text) noexcept {
-    std::size_t at = 0;
-    while (at < text.size()) {
-        const std::size_t width = std::min(text.size() - at, sizeof(ByteWord));
-        at += std::min(bytesBefore(markNonASCII(loadShort(text.data() + at, width))), width);
-        while (at < text.size() && static_cast<unsigned char>(text[at]) >= 0x80) {
-            const std::size_t length = commonSequenceAt(text, at);
-            const Sequence sequence = length > 0 ? Sequence{length, true} : sequenceAt(text, at);
-            if (!sequence.wellFormed) {
-                return at;
-            }
-            at += sequence.length;
-        }
+    std::size_t at = skipASCII(text, 0);
+    at = skipSequences(text, at, std::min(text.size(), reach));
+    if (at >= reach) {
+        at = skipSequences(text, skipBlocks(text, at), text.size());
     }
     return at;
 }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 using namespace MCPStdio;
 
 namespace {
@@ -132,6 +134,21 @@ TEST(JSONReader, AnErrorNamesTheByteAtWhichTheTextWentWrong) {
     } catch (const JSONError& error) {
         EXPECT_STREQ(error.what(), "not JSON at byte 7: expected a value");
     }
+}
+
+TEST(JSONReader, WhatComesFirstInTheTextIsTheErrorThatIsNamed) {
+    const auto error = [](std::string_view text) -> std::string {
+        try {
+            JSONValue::parse(text);
+            return "none";
+        } catch (const JSONError& found) {
+            return found.what();
+        }
+    };
+    EXPECT_EQ(error("[\"é\", \"ok\", \"语\xFF\", x]"),
+              "not JSON at byte 18: ill-formed UTF-8 in a string");
+    EXPECT_EQ(error("[\"é\", x, \"\xFF\"]"), "not JSON at byte 7: expected a value");
+    EXPECT_EQ(error("[1, 2, \xC3\xA9]"), "not JSON at byte 7: expected a value");
 }
 
 TEST(JSONReader, EveryPrefixOfATextIsAnErrorAndNothingWorse) {

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <string>
+#include <string_view>
+
 using namespace MCPStdio;
 
 namespace {
@@ -13,6 +17,33 @@ std::string replaced(int count) {
         text += replacement;
     }
     return text;
+}
+
+/// Where the first ill-formed sequence begins, by what UTF-8 is: the scalar value decides.
+std::size_t firstIllFormed(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[at]);
+        const int ones = std::countl_one(lead);
+        const std::size_t length = ones == 0 ? 1 : static_cast<std::size_t>(ones);
+        if (ones == 1 || ones > 4 || text.size() - at < length) {
+            return at;
+        }
+        char32_t scalar = lead & (0xFFU >> (ones + 1));
+        for (const char next : text.substr(at + 1, length - 1)) {
+            if ((static_cast<unsigned char>(next) & 0xC0U) != 0x80) {
+                return at;
+            }
+            scalar = scalar << 6U | (static_cast<unsigned char>(next) & 0x3FU);
+        }
+        const bool surrogate = scalar >= 0xD800 && scalar <= 0xDFFF;
+        const bool overlong = (length == 2 && scalar < 0x80) || (length == 3 && scalar < 0x800) ||
+                              (length == 4 && scalar < 0x10000);
+        if (surrogate || overlong || scalar > 0x10FFFF) {
+            return at;
+        }
+        at += length;
+    }
+    return text.size();
 }
 } // namespace
 
@@ -53,6 +84,32 @@ TEST(UTF8, TheFirstBadByteIsFoundWhereverItStands) {
         std::string text(length, 'x');
         text[length - 1] = '\xFF';
         ASSERT_EQ(findInvalidUTF8(text), length - 1);
+    }
+}
+
+TEST(UTF8, FourBytesAreJudgedAlikeWhereverTheyStand) {
+    // All bytes at which the rules change, in all combinations, among sequences of each length, at
+    // both ends of the text and across the bounds of what is looked at in one step.
+    constexpr std::string_view bytes{"\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF"
+                                     "\xE0\xE1\xED\xEE\xEF\xF0\xF1\xF4\xF5\xFF"};
+    const std::size_t count = bytes.size() * bytes.size() * bytes.size() * bytes.size();
+    for (const std::size_t before : {0U, 13U, 14U, 15U, 16U, 30U}) {
+        for (const std::string_view behind : {"", "plain", "語語語語語語語"}) {
+            std::string text = before % 2 == 0 ? "" : ".";
+            while (text.size() < before) {
+                text += text.size() % 4 == 2 ? "é" : "xy";
+            }
+            const std::size_t at = text.size();
+            text.append(4, '?').append(behind);
+            for (std::size_t number = 0; number < count; ++number) {
+                std::size_t rest = number;
+                for (std::size_t i = 0; i < 4; ++i, rest /= bytes.size()) {
+                    text[at + i] = bytes[rest % bytes.size()];
+                }
+                ASSERT_EQ(findInvalidUTF8(text), firstIllFormed(text))
+                    << testing::PrintToString(text);
+            }
+        }
     }
 }
 

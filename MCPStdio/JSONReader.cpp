@@ -1,11 +1,13 @@
 #include "MCPStdio/JSONReader.hpp"
 
 #include "MCPStdio/ByteScan.hpp"
-#include "MCPStdio/Decimal.hpp"
 #include "MCPStdio/UTF8.hpp"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 
 namespace MCPStdio {
@@ -14,6 +16,11 @@ namespace {
 constexpr bool isDigit(char character) noexcept {
     return character >= '0' && character <= '9';
 }
+
+constexpr std::size_t mostDigits = 19; // that surely fit 64 bits
+
+constexpr std::array<std::uint64_t, 9> powersOfTen{
+    1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000};
 
 } // namespace
 
@@ -228,43 +235,61 @@ unsigned JSONReader::readFourHexDigits() {
 }
 
 void JSONReader::readNumber() {
-    constexpr std::size_t mostExactDigits = 15;
     const std::size_t begin = at_;
     const bool negative = accept('-');
-    const std::size_t first = at_;
-    std::uint64_t whole = 0; // overflows where there are so many digits that it is not used
-    do {
-        requireDigit();
-        whole = whole * 10 + static_cast<unsigned char>(text_[at_] - '0');
-        ++at_;
-    } while (text_[first] != '0' && isDigit(peek()));
-    const bool isWhole = peek() != '.' && peek() != 'e' && peek() != 'E';
-    if (isWhole && at_ - first <= mostExactDigits) {
-        const auto number = static_cast<double>(whole);
-        open_.push(negative ? -number : number);
+    Digits digits{1, 0};
+    if (!accept('0')) {
+        digits = readDigits(0, "expected a value");
+    }
+    std::int64_t power = 0;
+    if (accept('.')) {
+        const Digits all = readDigits(digits.number, "expected a value");
+        power = -static_cast<std::int64_t>(all.count);
+        digits = {digits.count + all.count, all.number};
+    }
+    if (accept('e') || accept('E')) {
+        power += readExponent();
+    }
+    if (digits.count <= mostDigits && std::abs(power) <= largestEverydayPower) {
+        const double value = nearestDouble(digits.number, static_cast<int>(power));
+        open_.push(negative ? -value : value);
         return;
     }
-    if (accept('.')) {
-        requireDigit();
-    }
-    // The number reader knows the rest of the grammar.
-    const auto [number, length] =
-        readDecimal(text_.substr(begin, isWhole ? at_ - begin : std::string_view::npos));
-    at_ = begin + length;
-    if (peek() == 'e' || peek() == 'E') {
-        ++at_;
-        fail("expected the digits of an exponent");
-    }
-    if (std::isinf(number)) {
+    const double value = readDecimal(text_.substr(begin, at_ - begin));
+    if (std::isinf(value)) {
         fail("a number too large for a double");
     }
-    open_.push(number);
+    open_.push(value);
 }
 
-void JSONReader::requireDigit() const {
-    if (!isDigit(peek())) {
-        fail("expected a value");
+/// The digits that come, at least one, appended to a number, which overflows where there are too
+/// many for it.
+Digits JSONReader::readDigits(std::uint64_t number, const char* whyNone) {
+    const std::size_t begin = at_;
+    Digits next{};
+    do {
+        const char* const from = text_.data() + at_;
+        const std::size_t rest = text_.size() - at_;
+        next = leadingDigits(rest < sizeof(ByteWord) ? loadShort(from, rest) : loadWord(from));
+        number = number * powersOfTen[next.count] + next.number;
+        at_ += next.count;
+    } while (next.count == sizeof(ByteWord));
+    if (at_ == begin) {
+        fail(whyNone);
     }
+    return {at_ - begin, number};
+}
+
+/// The exponent behind its letter; where no double has one as large, anything as large.
+int JSONReader::readExponent() {
+    constexpr std::uint64_t beyond = 100'000;
+    const bool negative = accept('-');
+    if (!negative) {
+        accept('+');
+    }
+    const auto [count, exponent] = readDigits(0, "expected the digits of an exponent");
+    const int size = static_cast<int>(count > mostDigits ? beyond : std::min(exponent, beyond));
+    return negative ? -size : size;
 }
 
 void JSONReader::readWord(std::string_view word, JSONValue meaning) {

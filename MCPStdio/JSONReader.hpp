@@ -1,9 +1,11 @@
 #pragma once
 
+#include "MCPStdio/Decimal.hpp"
 #include "MCPStdio/JSONValue.hpp"
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -84,7 +86,8 @@ private:
     void readEscape();
     unsigned readFourHexDigits();
     void skipPlainText();
-    void requireDigit() const;
+    Digits readDigits(std::uint64_t number, const char* whyNone);
+    int readExponent();
     void skipSpace() noexcept {
         if (static_cast<unsigned char>(peek()) <= ' ') { // compact texts have none
             skipSpaces();

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <random>
 #include <string>
 
 using namespace MCPStdio;
@@ -46,6 +50,44 @@ TEST(JSONReader, NumbersAreReadToTheNearestDouble) {
     EXPECT_EQ(JSONValue::parse("0.000000000000000000000001234").doubleValue(), 1.234e-24);
     EXPECT_EQ(JSONValue::parse("9007199254740993").doubleValue(), 9007199254740992.0);
     EXPECT_EQ(JSONValue::parse("100000000000000000000000").doubleValue(), 1e23);
+}
+
+TEST(JSONReader, NumbersOfAnyFormAndLengthAreReadAsTheCLibraryReadsThem) {
+    std::mt19937_64 random{1};
+    const auto digits = [&](std::size_t most) {
+        std::string text;
+        for (std::size_t i = random() % most + 1; i > 0; --i) {
+            text += static_cast<char>('0' + random() % 10);
+        }
+        return text;
+    };
+    for (int i = 0; i < 30'000; ++i) {
+        std::string number = random() % 2 == 0 ? "-" : "";
+        const std::string whole = digits(21);
+        number += whole.front() == '0' ? "0" : whole;
+        if (random() % 3 != 0) {
+            number += (random() % 4 == 0 ? ".00000" : ".") + digits(21);
+        }
+        if (random() % 3 == 0) {
+            constexpr std::array<const char*, 6> exponents{"e", "E", "e+", "E-", "e-00", "e0"};
+            number += exponents[random() % exponents.size()] + digits(2);
+        }
+        const double expected = std::strtod(number.c_str(), nullptr);
+        // Behind a number more text comes, or none.
+        const auto read = JSONValue::parse(i % 2 == 0 ? number : "[" + number + ",12345678]");
+        const double value = *(i % 2 == 0 ? read : *read[0]).doubleValue();
+        ASSERT_EQ(value, expected) << number;
+        ASSERT_EQ(std::signbit(value), std::signbit(expected)) << number;
+    }
+}
+
+TEST(JSONReader, ExponentsThatNoNumberHasAreZeroOrAnError) {
+    const std::string many(30, '9');
+    EXPECT_EQ(JSONValue::parse("1e-" + many).doubleValue(), 0.0);
+    EXPECT_EQ(JSONValue::parse("0e" + many).doubleValue(), 0.0);
+    EXPECT_EQ(JSONValue::parse("0." + std::string(400, '0') + "1e402").doubleValue(), 10.0);
+    EXPECT_THROW(JSONValue::parse("1e" + many), JSONError);
+    EXPECT_THROW(JSONValue::parse("-1e4294967297"), JSONError);
 }
 
 TEST(JSONReader, EscapesAndSurrogatePairsBecomeText) {

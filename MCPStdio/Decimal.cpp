@@ -64,8 +64,8 @@ double readSlowly(std::string_view number) {
 } // namespace
 
 double nearestDouble(std::uint64_t digits, int powerOfTen) noexcept {
-    if (powerOfTen == 0 || digits == 0) {
-        return static_cast<double>(digits);
+    if (digits == 0) {
+        return 0;
     }
     assert(std::abs(powerOfTen) <= largestEverydayPower);
     const PowerOfTen& power = powersOfTen[indexOf(powerOfTen)];

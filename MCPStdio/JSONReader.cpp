@@ -251,7 +251,9 @@ void JSONReader::readNumber() {
         power += readExponent();
     }
     if (digits.count <= mostDigits && std::abs(power) <= largestEverydayPower) {
-        const double value = nearestDouble(digits.number, static_cast<int>(power));
+        // Whole numbers are nearly all there are in messages.
+        const double value = power == 0 ? static_cast<double>(digits.number)
+                                        : nearestDouble(digits.number, static_cast<int>(power));
         open_.push(negative ? -value : value);
         return;
     }

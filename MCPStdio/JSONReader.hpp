@@ -74,33 +74,37 @@ private:
         std::size_t capacity_ = firstCapacity;
     };
 
-    // Each reads one value and pushes it.
-    void readValue(int depth);
-    void readArray(int depth);
-    void readObject(int depth);
-    void readString();
-    void readNumber();
-    void readWord(std::string_view word, JSONValue meaning);
+    // Each reads what begins at `at`, pushes its value, and gives back where it ends. The place is
+    // handed on from one to the next: kept in the reader, it would be stored and loaded again for
+    // each byte that is more than a part of a string.
+    std::size_t readValue(std::size_t at, int depth);
+    std::size_t readArray(std::size_t at, int depth);
+    std::size_t readObject(std::size_t at, int depth);
+    std::size_t readMember(std::size_t at, int depth);
+    std::size_t readString(std::size_t at);
+    std::size_t readNumber(std::size_t at);
+    std::size_t readWord(std::size_t at, std::string_view word, JSONValue meaning);
 
-    void unescape(std::size_t begin);
-    void readEscape();
-    unsigned readFourHexDigits();
-    void skipPlainText();
-    Digits readDigits(std::uint64_t number, const char* whyNone);
-    int readExponent();
-    void skipSpace() noexcept {
-        if (static_cast<unsigned char>(peek()) <= ' ') { // compact texts have none
-            skipSpaces();
-        }
+    // Each gives back where what it read, or went over, ends.
+    std::size_t unescape(std::size_t begin, std::size_t at);
+    std::size_t readEscape(std::size_t at);
+    std::size_t skipPlainText(std::size_t at);
+    [[nodiscard]] std::size_t skipSpace(std::size_t at) const noexcept {
+        // Compact texts have none.
+        return static_cast<unsigned char>(byteAt(at)) <= ' ' ? skipSpaces(at) : at;
     }
-    void skipSpaces() noexcept;
-    bool accept(char wanted) noexcept;
-    [[nodiscard]] char peek() const noexcept { return at_ < text_.size() ? text_[at_] : '\0'; }
-    [[noreturn]] void fail(const char* why) const;
+    [[nodiscard]] std::size_t skipSpaces(std::size_t at) const noexcept;
+
+    [[nodiscard]] unsigned fourHexDigits(std::size_t at) const;
+    [[nodiscard]] Digits readDigits(std::size_t at, std::uint64_t number,
+                                    const char* whyNone) const;
+    [[nodiscard]] char byteAt(std::size_t at) const noexcept {
+        return at < text_.size() ? text_[at] : '\0';
+    }
+    [[noreturn]] static void fail(std::size_t at, const char* why);
 
     std::string_view text_;
     std::optional<std::size_t> wellFormed_; // how much of it is UTF-8, once that is of interest
-    std::size_t at_ = 0;
     OpenElements open_;
     std::string unescaped_;
 };

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -267,18 +268,32 @@ TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
     constexpr std::int64_t shortest = 20'000; // nanoseconds
     std::atomic<std::int64_t> pause = 5 * shortest;
     std::atomic<bool> stop = false;
+    std::atomic<bool> lost = false;
     std::atomic<int> written = 0;
+    // For a moment an older version may stand in the place of the one just written, but not longer.
+    const auto comesToStand = [&](int number) {
+        const std::string title = "SUMMARY:version " + std::to_string(number) + "\n";
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{20};
+        while (readFile(path()).find(title) == std::string::npos) {
+            if (std::chrono::steady_clock::now() > end) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::nanoseconds{shortest});
+        }
+        return true;
+    };
     std::thread writer{[&] {
         const std::string aside = home.reminders() + "/aside";
-        while (!stop) {
+        while (!stop && !lost) {
             writeFile(aside, version(++written));
             fs::rename(aside, path());
+            lost = !comesToStand(written);
             std::this_thread::sleep_for(std::chrono::nanoseconds{pause});
         }
     }};
     int done = 0;
     int seen = 0;
-    while (done < 50 && !HasFailure()) {
+    while (done < 50 && !lost && !HasFailure()) {
         try {
             EXPECT_TRUE(database->completeReminder("a"));
             ++done;
@@ -294,6 +309,7 @@ TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
     }
     stop = true;
     writer.join();
+    ASSERT_FALSE(lost) << "version " << written;
     ASSERT_TRUE(database->completeReminder("a"));
     const auto last = database->reminder("a");
     EXPECT_EQ(last->title, "version " + std::to_string(written));

@@ -11,6 +11,18 @@
 namespace velmiro::local {
 namespace {
 
+/// Whether a card that begins in a line's value ends in it as well.
+bool endsInLine(std::string_view value) {
+    constexpr std::string_view ending = "END:VCARD";
+    while (value.size() >= ending.size()) {
+        if (sameWord(value.substr(0, ending.size()), ending)) {
+            return true;
+        }
+        value.remove_prefix(1);
+    }
+    return false;
+}
+
 /// What stands behind the colon of BEGIN, END and AGENT.
 std::string_view rawValue(std::string_view line) {
     return trim(takeLine(line).value);
@@ -46,10 +58,21 @@ private:
         } else if (sameWord(name, "END")) {
             end(rawValue(line));
         } else if (sameWord(name, "AGENT")) {
-            agentFollows_ = rawValue(line).empty();
-            agents_ += sameWord(rawValue(line), beginning) ? 1 : 0;
+            takeAgent(line);
         } else if (card_ && agents_ == 0) {
             card_->take(name, line);
+        }
+    }
+
+    /// In 2.1 another card follows, or begins in this very line. In 3.0 all of it is the value of
+    /// this line, which some programs fold without writing its line breaks as \n.
+    void takeAgent(std::string_view line) {
+        std::string value{line};
+        unfold(value);
+        value = rawValue(value);
+        agentFollows_ = value.empty();
+        if (sameWord(value.substr(0, beginning.size()), beginning) && !endsInLine(value)) {
+            ++agents_;
         }
     }
 

@@ -319,6 +319,15 @@ TEST(CardFile, ACardInsideAnotherIsNotTheOther) {
         EXPECT_EQ(contacts[1].contact.familyName, "B");
     }
     EXPECT_EQ(name("AGENT:BEGIN:VCARD\\nFN:Susan\\nEND:VCARD\\n\r\nN:Berg;Anna\r\n"), "Berg|Anna");
+    EXPECT_EQ(name("AGENT:BEGIN:VCARD\r\n VERSION:3.0\r\n N:Friday;Fred\r\n TEL:2\r\n END:VCARD\r\n"
+                   "N:Berg;Anna\r\n"),
+              "Berg|Anna")
+        << "folded";
+    EXPECT_EQ(name("AGENT:begin:vcard\r\n N:Friday;Fred\r\n end:vcard\r\nN:Berg;Anna\r\n"),
+              "Berg|Anna");
+    EXPECT_EQ(name("AGENT:BEGIN:VCA\r\n RD\r\n N:Friday\r\nTEL:2\r\nEND:VCARD\r\nN:Berg;Anna\r\n"),
+              "Berg|Anna")
+        << "folded in part, ended on a line of its own";
     EXPECT_EQ(name("AGENT;VALUE=uri:CID:a@b\r\nN:Berg;Anna\r\n"), "Berg|Anna");
 }
 

@@ -1,5 +1,6 @@
 #include "velmiro_mcp/platform/local/CalendarValues.hpp"
 
+#include "velmiro_mcp/Text.hpp"
 #include "velmiro_mcp/platform/local/Zone.hpp"
 
 #include <algorithm>
@@ -41,9 +42,26 @@ std::optional<CivilDay> takeDay(std::string_view& text) {
     return date.ok() ? std::optional{CivilDay{date}} : std::nullopt;
 }
 
+/// The text with LF for every CR LF and every CR alone.
+std::string withLineFeeds(std::string text) {
+    std::size_t kept = text.find('\r');
+    if (kept == std::string::npos) {
+        return text;
+    }
+    for (std::size_t index = kept; index < text.size(); ++index) {
+        const bool isReturn = text[index] == '\r';
+        if (!isReturn || index + 1 == text.size() || text[index + 1] != '\n') {
+            text[kept++] = isReturn ? '\n' : text[index];
+        }
+    }
+    text.resize(kept);
+    return text;
+}
+
 } // namespace
 
 std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<const Zone>& zone) {
+    text = trimSpacesAndTabs(text);
     const auto day = takeDay(text);
     if (!day || text.empty()) {
         return day ? std::optional{Moment{*day, true, nullptr}} : std::nullopt;
@@ -82,6 +100,16 @@ std::string momentText(const Moment& moment) {
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
+ContentLine dateLine(const ContentLine& line) {
+    const auto colon = line.parameters.empty() ? std::string_view::npos : line.value.rfind(':');
+    if (colon == std::string_view::npos) {
+        return line;
+    }
+    const char* const begin = line.parameters.data();
+    const char* const end = line.value.data() + colon;
+    return {line.name, {begin, end}, line.value.substr(colon + 1)};
+}
+
 std::optional<Moment> readMoment(const ContentLine& line, const ZoneFinder& zones) {
     const auto times = readTimes(line, zones);
     return times.empty() ? std::nullopt : std::optional{times.front().start};
@@ -89,7 +117,8 @@ std::optional<Moment> readMoment(const ContentLine& line, const ZoneFinder& zone
 
 std::optional<std::string> readText(const Component& component, std::string_view name) {
     const ContentLine* const line = component.line(name);
-    return line != nullptr ? std::optional{unescapedText(line->value)} : std::nullopt;
+    return line != nullptr ? std::optional{withLineFeeds(unescapedText(line->value))}
+                           : std::nullopt;
 }
 
 std::optional<Moment> readMoment(const Component& component, std::string_view name,
@@ -103,7 +132,8 @@ std::optional<NominalDuration> readDuration(const Component& component) {
     return line != nullptr ? readDuration(std::string{line->value}) : std::nullopt;
 }
 
-std::vector<AddedTime> readTimes(const ContentLine& line, const ZoneFinder& zones) {
+std::vector<AddedTime> readTimes(const ContentLine& written, const ZoneFinder& zones) {
+    const ContentLine line = dateLine(written);
     const auto zoneName = line.parameter("TZID");
     const bool datesOnly = sameWord(line.parameter("VALUE"), "DATE");
     const auto zone = zoneName.empty() ? nullptr : zones(zoneName);

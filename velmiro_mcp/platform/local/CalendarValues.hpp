@@ -24,11 +24,15 @@ std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<co
 /// The same backwards. A time in UTC ends in Z; of any other zone the text says nothing.
 std::string momentText(const Moment& moment);
 
+/// Returns a line that holds dates or times with its parameters and value told apart, also where a
+/// TZID with a colon in it stands without quotes: DTSTART;TZID=(UTC+02:00) Athens:20260910T090000.
+ContentLine dateLine(const ContentLine& line);
+
 /// The value of a property such as DTSTART, with its TZID and VALUE=DATE.
 std::optional<Moment> readMoment(const ContentLine& line, const ZoneFinder& zones);
 
 /// What a component says in the first line of that name; nothing when it has none, or none that can
-/// be read.
+/// be read. In a text a carriage return, which some programs leave there, is a line break.
 std::optional<std::string> readText(const Component& component, std::string_view name);
 std::optional<Moment> readMoment(const Component& component, std::string_view name,
                                  const ZoneFinder& zones);

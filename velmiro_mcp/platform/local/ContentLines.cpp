@@ -39,7 +39,7 @@ void unfold(std::string& text) {
             text[kept++] = text[index];
             continue;
         }
-        if (kept > 0 && text[kept - 1] == '\r') {
+        while (kept > 0 && text[kept - 1] == '\r') {
             --kept;
         }
         ++index;
@@ -70,8 +70,8 @@ Parameter takeParameter(std::string_view& parameters) {
     parameters.remove_prefix(whole.size());
     const auto name = whole.substr(0, whole.find('='));
     const auto contents = whole.substr(std::min(name.size() + 1, whole.size()));
-    const auto content = contents.starts_with('"') ? contents.substr(1, contents.find('"', 1) - 1)
-                                                   : contents.substr(0, contents.find(','));
+    const auto content =
+        contents.starts_with('"') ? contents.substr(1, contents.find('"', 1) - 1) : contents;
     return {name, content};
 }
 
@@ -88,7 +88,7 @@ std::string_view ContentLine::parameter(std::string_view wanted) const {
 ContentLine takeLine(std::string_view& text) {
     auto line = text.substr(0, text.find('\n'));
     text.remove_prefix(std::min(line.size() + 1, text.size()));
-    if (line.ends_with('\r')) {
+    while (line.ends_with('\r')) { // more than one where a program translated line ends twice
         line.remove_suffix(1);
     }
     const auto colon = findUnquoted(line, ':');

@@ -22,13 +22,14 @@ struct ContentLine {
 
     [[nodiscard]] bool is(std::string_view wanted) const;
 
-    /// The first value of a parameter, without its quotes; empty when there is none.
+    /// The value of a parameter, without its quotes; empty when there is none. Of a list in quotes
+    /// the first value, of one without quotes all of it: programs write names with commas bare.
     [[nodiscard]] std::string_view parameter(std::string_view wanted) const;
 };
 
 struct Parameter {
     std::string_view name;
-    std::string_view content; ///< the first value, without its quotes; empty when there is none
+    std::string_view content; ///< as `ContentLine::parameter` returns it
 };
 
 /// Takes the first of a line's parameters from the front of those that are left, which are some and

@@ -64,7 +64,8 @@ std::int64_t timesBetween(const RecurrenceRule& rule, CivilTime start, CivilTime
 }
 
 /// The line with the moment moved on, in the form it has.
-std::string movedOn(const ContentLine& line, Moment moment, seconds shift) {
+std::string movedOn(const ContentLine& written, Moment moment, seconds shift) {
+    const ContentLine line = dateLine(written);
     moment.civil += shift;
     if (moment.isDate) {
         moment.civil = dayOf(moment.civil);

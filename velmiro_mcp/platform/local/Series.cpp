@@ -92,10 +92,18 @@ private:
         return times;
     }
 
+    /// A time without a zone, in a property that speaks of the series, is on the clock of the series.
+    [[nodiscard]] Moment onClockOfSeries(Moment moment) const {
+        if (!moment.isDate && !moment.zone) {
+            moment.zone = start_.zone;
+        }
+        return moment;
+    }
+
     /// An RDATE. One of another kind than the start is taken for what it must mean: the day, or
     /// that day at the usual time.
     void addExtra(const AddedTime& time) {
-        Moment moment = time.start;
+        Moment moment = onClockOfSeries(time.start);
         if (start_.isDate) {
             moment = {dayOf(moment.civil), true, nullptr};
         } else if (moment.isDate) {
@@ -108,7 +116,7 @@ private:
     Exclusions exclusions(std::span<const StoredEvent* const> replacements) {
         Exclusions excluded{start_.isDate, from_ - slack, to_, clock_, budget_};
         for (const AddedTime& time : event_.removed) {
-            excluded.add(time.start);
+            excluded.add(onClockOfSeries(time.start));
         }
         for (const RecurrenceRule& rule : event_.exceptionRules) {
             for (const Moment& moment : timesOf(rule)) {
@@ -121,7 +129,7 @@ private:
             }
             // What else a change says of all later occurrences cannot be known from it; it is
             // taken for the one occurrence that it names.
-            const Moment& replaced = *replacement->replaces;
+            const Moment replaced = onClockOfSeries(*replacement->replaces);
             if (replacement->cancelled && replacement->andFuture) {
                 excluded.addAllFrom(replaced);
             } else {

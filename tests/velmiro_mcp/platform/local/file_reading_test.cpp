@@ -138,12 +138,39 @@ TEST(LocalFile, AColonInAQuotedParameterIsNotTheEndOfTheName) {
     EXPECT_EQ(events[0].title, "title: with colon");
 }
 
+TEST(LocalFile, ACarriageReturnInATextIsALineBreakAndOneAtItsEndIsNone) {
+    const auto titleOf = [](const std::string& line) {
+        const auto events =
+            read("BEGIN:VEVENT\r\nDTSTART:20260909T080000Z\r\n" + line + "END:VEVENT\r\n");
+        return events.empty() ? "(none)" : events[0].title.value_or("(no title)");
+    };
+    EXPECT_EQ(titleOf("SUMMARY:one\rtwo\r\n"), "one\ntwo");
+    EXPECT_EQ(titleOf("SUMMARY:one\r\\ntwo\r\n"), "one\ntwo");
+    EXPECT_EQ(titleOf("SUMMARY:one\r\r\n"), "one") << "line ends translated twice";
+    EXPECT_EQ(titleOf("SUMMARY:one\r\r\n  two\r\r\n"), "one two") << "folded";
+    EXPECT_EQ(titleOf("SUMMARY:one\ttwo\r\n"), "one\ttwo");
+    EXPECT_EQ(titleOf("SUMMARY:\tone\r\n"), "\tone");
+}
+
+TEST(LocalFile, ATitleOfTenThousandCharactersIsWhole) {
+    std::string title;
+    std::string line = "SUMMARY:";
+    for (int number = 0; number < 10'000; ++number) {
+        title += "é";
+        line += number % 30 == 29 ? "\xC3\r\n \xA9" : "é"; // folds come within characters too
+    }
+    const auto events =
+        read("BEGIN:VEVENT\r\nDTSTART:20260909T080000Z\r\n" + line + "\r\nEND:VEVENT\r\n");
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0].title, title);
+}
+
 TEST(LocalFile, ParametersAreFoundByTheirNames) {
-    std::string_view text = R"(DTSTART;x-a="q;TZID=no";tzid="Europe/Berlin";VALUE=DATE-TIME,X:v)";
+    std::string_view text = R"(DTSTART;x-a="q;TZID=no","r";tzid="Europe/Berlin";VALUE=DATE,X:v)";
     const ContentLine line = takeLine(text);
     EXPECT_TRUE(line.is("dtstart"));
     EXPECT_EQ(line.parameter("TZID"), "Europe/Berlin");
-    EXPECT_EQ(line.parameter("value"), "DATE-TIME");
+    EXPECT_EQ(line.parameter("value"), "DATE,X") << "a list without quotes is one value";
     EXPECT_EQ(line.parameter("X-A"), "q;TZID=no");
     EXPECT_EQ(line.parameter("MISSING"), "");
     EXPECT_EQ(line.value, "v");

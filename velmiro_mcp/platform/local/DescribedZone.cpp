@@ -1,8 +1,10 @@
 #include "velmiro_mcp/platform/local/CalendarValues.hpp"
 #include "velmiro_mcp/platform/local/RecurrenceRule.hpp"
+#include "velmiro_mcp/platform/local/RuleText.hpp"
 #include "velmiro_mcp/platform/local/ZoneCatalogue.hpp"
 
 #include <optional>
+#include <algorithm>
 
 // A VTIMEZONE is a list of observances (STANDARD, DAYLIGHT), each with the offset before and after
 // and the times at which it begins, written as the clocks show them just before. The rules in it
@@ -73,7 +75,7 @@ private:
     }
 
     void addRule(const Observance& observance, std::string_view text) {
-        const auto rule = readRule(std::string{text});
+        const auto rule = readRule(text);
         if (!rule) {
             return;
         }

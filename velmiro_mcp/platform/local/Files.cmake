@@ -49,6 +49,7 @@ set(PLATFORM_PARTS
     platform/local/RecurrenceDays.cpp
     platform/local/ReminderCompletion.cpp
     platform/local/ReminderText.cpp
+    platform/local/RuleText.cpp
     platform/local/Series.cpp
     platform/local/SharedLibrary.cpp
     platform/local/StoredEvent.cpp

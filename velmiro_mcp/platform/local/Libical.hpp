@@ -1,7 +1,6 @@
 #pragma once
 
-#include "velmiro_mcp/platform/local/RecurrenceRule.hpp"
-
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -13,11 +12,6 @@ struct NominalDuration {
     std::chrono::days days{0};
     std::chrono::seconds time{0};
 };
-
-/// Nothing when the text is no rule, or one in another calendar than the Gregorian.
-/// A rule's UNTIL has no zone but UTC, or else the one of the start it belongs to, which the caller
-/// knows.
-std::optional<RecurrenceRule> readRule(const std::string& text);
 
 std::optional<NominalDuration> readDuration(const std::string& text);
 

@@ -4,6 +4,7 @@
 #include "velmiro_mcp/platform/local/FileZones.hpp"
 #include "velmiro_mcp/platform/local/NewItemText.hpp"
 #include "velmiro_mcp/platform/local/Random.hpp"
+#include "velmiro_mcp/platform/local/RuleText.hpp"
 #include "velmiro_mcp/platform/local/Series.hpp"
 
 #include <algorithm>
@@ -38,6 +39,12 @@ std::optional<Instant> secondOccurrence(const StoredEvent& series, UserClock& cl
     return std::nullopt;
 }
 
+/// The number of a COUNT part, in whatever way it is written.
+std::optional<std::int64_t> countOf(std::string_view part) {
+    const auto rule = readRule("FREQ=DAILY;" + std::string{part});
+    return rule ? rule->count : std::nullopt;
+}
+
 /// The rule with what is left of its COUNT at `next`, which lies that many of its times on.
 std::string withRestOfCount(std::string_view text, std::int64_t times) {
     std::string rest;
@@ -45,11 +52,9 @@ std::string withRestOfCount(std::string_view text, std::int64_t times) {
         const auto part = text.substr(0, text.find(';'));
         text.remove_prefix(std::min(part.size() + 1, text.size()));
         rest += rest.empty() ? "" : ";";
-        const auto equals = part.find('=');
-        if (equals != std::string_view::npos && sameWord(part.substr(0, equals), "COUNT")) {
-            const auto count =
-                std::strtoll(std::string{part.substr(equals + 1)}.c_str(), nullptr, 10);
-            rest += "COUNT=" + std::to_string(std::max<std::int64_t>(count - times, 1));
+        const auto count = countOf(part);
+        if (count) {
+            rest += "COUNT=" + std::to_string(std::max<std::int64_t>(*count - times, 1));
         } else {
             rest += part;
         }

@@ -37,7 +37,6 @@ public:
     Selection(const RecurrenceRule& rule, CivilTime start, CivilTime from, CivilTime to,
               WorkBudget& budget)
         : rule_{rule},
-          start_{start},
           from_{from},
           to_{to},
           budget_{budget} {
@@ -47,7 +46,7 @@ public:
     [[nodiscard]] bool finished() const { return finished_; }
 
     void add(CivilTime time) {
-        if (finished_ || time <= start_) {
+        if (finished_ || time <= last_) {
             return;
         }
         if (time > to_ || !budget_.spend()) {
@@ -61,6 +60,7 @@ public:
 
 private:
     void keep(CivilTime time) {
+        last_ = time;
         ++number_;
         if (time >= from_ && time <= to_) {
             found_.push_back(time);
@@ -69,10 +69,10 @@ private:
     }
 
     const RecurrenceRule& rule_;
-    CivilTime start_;
     CivilTime from_;
     CivilTime to_;
     WorkBudget& budget_;
+    CivilTime last_;
     std::vector<CivilTime> found_;
     std::int64_t number_ = 0;
     bool finished_ = false;

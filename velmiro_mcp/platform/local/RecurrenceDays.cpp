@@ -104,15 +104,19 @@ bool RecurrenceDays::matchesWeekday(CivilDay day, const year_month_day& date) co
 }
 
 bool RecurrenceDays::matches(CivilDay day) const {
+    return matchesMonth(year_month_day{day}.month()) && matchesMonthDay(day) &&
+           matchesYearDayAndWeekday(day);
+}
+
+bool RecurrenceDays::matchesMonthDay(CivilDay day) const {
     const year_month_day date{day};
-    if (!matchesMonth(date.month())) {
-        return false;
-    }
     const auto month = date.year() / date.month();
-    if (!monthDays_.empty() &&
-        !containsPlace(monthDays_, day, firstOf(month), firstOf(month + std::chrono::months{1}))) {
-        return false;
-    }
+    return monthDays_.empty() ||
+           containsPlace(monthDays_, day, firstOf(month), firstOf(month + std::chrono::months{1}));
+}
+
+bool RecurrenceDays::matchesYearDayAndWeekday(CivilDay day) const {
+    const year_month_day date{day};
     if (!rule_.yearDays.empty() && !containsPlace(rule_.yearDays, day, firstOf(date.year()),
                                                   firstOf(date.year() + std::chrono::years{1}))) {
         return false;
@@ -135,11 +139,32 @@ std::vector<CivilDay> RecurrenceDays::ofWeek(CivilDay firstDay, WorkBudget& budg
     return found;
 }
 
-std::vector<CivilDay> RecurrenceDays::ofMonth(year_month month, WorkBudget& budget) const {
-    std::vector<CivilDay> found;
+void RecurrenceDays::collectMonth(year_month month, std::vector<CivilDay>& found,
+                                  WorkBudget& budget) const {
     if (matchesMonth(month.month())) {
         collect(firstOf(month), firstOf(month + std::chrono::months{1}) - days{1}, found, budget);
+        addSkipped(month, found);
     }
+}
+
+/// Adds the day that stands in for those which the month does not have. It can be the first of the
+/// next month, and be found a second time there.
+void RecurrenceDays::addSkipped(year_month month, std::vector<CivilDay>& found) const {
+    const CivilDay end = firstOf(month + std::chrono::months{1});
+    const auto length = (end - firstOf(month)).count();
+    const bool lacksOne = std::ranges::any_of(monthDays_, [&](int day) { return day > length; });
+    if (rule_.skip == Skip::omit || !lacksOne) {
+        return;
+    }
+    const CivilDay instead = rule_.skip == Skip::backward ? end - days{1} : end;
+    if ((found.empty() || found.back() < instead) && matchesYearDayAndWeekday(instead)) {
+        found.push_back(instead);
+    }
+}
+
+std::vector<CivilDay> RecurrenceDays::ofMonth(year_month month, WorkBudget& budget) const {
+    std::vector<CivilDay> found;
+    collectMonth(month, found, budget);
     return found;
 }
 
@@ -149,12 +174,9 @@ std::vector<CivilDay> RecurrenceDays::ofYear(year of, WorkBudget& budget) const 
     }
     std::vector<CivilDay> found;
     for (unsigned month = 1; month <= 12; ++month) {
-        if (matchesMonth(std::chrono::month{month})) {
-            const auto first = of / std::chrono::month{month};
-            collect(firstOf(first), firstOf(first + std::chrono::months{1}) - days{1}, found,
-                    budget);
-        }
+        collectMonth(of / std::chrono::month{month}, found, budget);
     }
+    found.erase(std::ranges::unique(found).begin(), found.end());
     return found;
 }
 

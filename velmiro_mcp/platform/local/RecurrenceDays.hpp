@@ -28,7 +28,12 @@ public:
     [[nodiscard]] std::vector<CivilDay> ofYear(std::chrono::year year, WorkBudget& budget) const;
 
 private:
+    [[nodiscard]] bool matchesMonthDay(CivilDay day) const;
+    [[nodiscard]] bool matchesYearDayAndWeekday(CivilDay day) const;
     [[nodiscard]] bool matchesWeekday(CivilDay day, const std::chrono::year_month_day& date) const;
+    void collectMonth(std::chrono::year_month month, std::vector<CivilDay>& days,
+                      WorkBudget& budget) const;
+    void addSkipped(std::chrono::year_month month, std::vector<CivilDay>& days) const;
     void collect(CivilDay first, CivilDay last, std::vector<CivilDay>& days,
                  WorkBudget& budget) const;
     [[nodiscard]] std::vector<CivilDay> ofNumberedWeeks(std::chrono::year year,

@@ -13,6 +13,10 @@ namespace velmiro::local {
 /// How long the period is that a rule repeats in. In ascending order.
 enum class Frequency { secondly, minutely, hourly, daily, weekly, monthly, yearly };
 
+/// What becomes of a day that a month does not have, such as 31 April (RFC 7529): nothing, the day
+/// before it, or the day after it.
+enum class Skip { omit, backward, forward };
+
 /// MO, or the 2MO and -1MO that count within a month or a year.
 struct WeekdayRule {
     std::chrono::weekday weekday;
@@ -29,6 +33,7 @@ struct RecurrenceRule {
     std::optional<std::int64_t> count;
     std::optional<Moment> until;
     std::chrono::weekday weekStart = std::chrono::Monday;
+    Skip skip = Skip::omit;
     std::vector<int> seconds;
     std::vector<int> minutes;
     std::vector<int> hours;

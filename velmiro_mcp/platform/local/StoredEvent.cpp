@@ -1,12 +1,14 @@
 #include "velmiro_mcp/platform/local/StoredEvent.hpp"
 
+#include "velmiro_mcp/platform/local/RuleText.hpp"
+
 namespace velmiro::local {
 namespace {
 
 /// A rule of dates does not go into times of day; one that repeats more often than daily has no
 /// meaning for them.
 std::optional<RecurrenceRule> readRuleOf(const StoredEvent& event, std::string_view text) {
-    auto rule = readRule(std::string{text});
+    auto rule = readRule(text);
     if (rule && event.isAllDay()) {
         if (rule->frequency < Frequency::daily) {
             return std::nullopt;

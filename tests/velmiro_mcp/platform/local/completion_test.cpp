@@ -365,4 +365,15 @@ TEST_F(LocalCompletion, ManyDamagedFilesAreChangedRightOrNotAtAll) {
     EXPECT_GT(changed, 100);
 }
 
+TEST_F(LocalCompletion, TheRestOfACountIsFoundHoweverTheRuleIsWritten) {
+    EXPECT_EQ(nextLines("DUE:20260910T080000Z\nRRULE:X-FOO=1;freq=daily; Count = 5;BYDAY=\n"),
+              (Texts{"DUE:20260911T080000Z", "RRULE:X-FOO=1;freq=daily;COUNT=4;BYDAY="}));
+}
+
+TEST_F(LocalCompletion, ANameOfAZoneWithAColonStaysWhole) {
+    const std::string name = "(UTC+02:00) Athens, Bucharest";
+    EXPECT_EQ(nextLines("DUE;TZID=" + name + ":20260910T080000\nRRULE:FREQ=DAILY\n"),
+              (Texts{"DUE;TZID=" + name + ":20260911T080000", "RRULE:FREQ=DAILY"}));
+}
+
 } // namespace velmiro::local

@@ -143,6 +143,32 @@ TEST_F(LocalSeries, ARemovedTimeThatIsNoneOfItsTimesRemovesNothing) {
               (Texts{"09-07", "09-08"}));
 }
 
+TEST_F(LocalSeries, WhatNamesAnOccurrenceWithoutAZoneIsOnTheClockOfTheSeries) {
+    const ZoneGuard elsewhere{"America/New_York"};
+    EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=4\r\nEXDATE:20260908T100000\r\n"
+                          "RDATE:20260912T100000\r\n",
+                          change("RECURRENCE-ID:20260909T100000\r\n"
+                                 "DTSTART;TZID=Europe/Berlin:20260920T160000\r\n"))),
+              (Texts{"09-07 04:00", "09-10 04:00", "09-12 04:00", "09-20"}));
+}
+
+TEST_F(LocalSeries, BlanksAroundDatesMeanNothing) {
+    EXPECT_EQ(days(series("RRULE:FREQ=DAILY; COUNT=5 \r\n"
+                          "EXDATE;TZID=Europe/Berlin: 20260908T100000 , 20260909T100000 \r\n")),
+              (Texts{"09-07", "09-10", "09-11"}));
+    EXPECT_EQ(days("BEGIN:VEVENT\r\nDTSTART: 20260907T080000Z \r\nEND:VEVENT\r\n"), Texts{"09-07"});
+}
+
+TEST_F(LocalSeries, AnUnknownPartOfARuleLeavesTheSeries) {
+    for (const std::string rule :
+         {"FREQ=DAILY;X-FOO=1;COUNT=3", "FREQ=DAILY; COUNT=3", "FREQ=DAILY;BYDAY=;COUNT=3",
+          "FREQ=DAILY;COUNT=3;COUNT=3", "freq=daily;count=3", "FREQ=DAILY;COUNT=3;",
+          "RSCALE=GREGORIAN;FREQ=DAILY;SKIP=OMIT;COUNT=3"}) {
+        EXPECT_EQ(days(series("RRULE:" + rule + "\r\n")), (Texts{"09-07", "09-08", "09-09"}))
+            << rule;
+    }
+}
+
 TEST_F(LocalSeries, AnExceptionRuleRemovesWhatItFinds) {
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=5\r\nEXRULE:FREQ=DAILY;INTERVAL=2\r\n")),
               (Texts{"09-08", "09-10"}));

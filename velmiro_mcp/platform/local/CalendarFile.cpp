@@ -91,7 +91,7 @@ std::size_t memoryOf(const StoredReminder& reminder) {
 } // namespace
 
 CalendarFile readCalendarFile(std::string bytes, const std::string& name, ZoneCatalogue& zones) {
-    constexpr std::uint64_t stepsOfAnyFile = 100'000;
+    constexpr std::uint64_t stepsOfAnyFile = 500'000; // some twenty zones with all their history
     const std::string text = unfoldedText(std::move(bytes));
     // Zones cost something to look up, so a larger file, which can hold more of them, may do more.
     WorkBudget budget{stepsOfAnyFile + text.size()};

@@ -3,12 +3,15 @@
 #include "velmiro_mcp/platform/local/RuleText.hpp"
 #include "velmiro_mcp/platform/local/ZoneCatalogue.hpp"
 
-#include <optional>
 #include <algorithm>
+#include <optional>
 
 // A VTIMEZONE is a list of observances (STANDARD, DAYLIGHT), each with the offset before and after
-// and the times at which it begins, written as the clocks show them just before. The rules in it
-// are a stranger's too, so they are stepped through like those of events: counted.
+// and the times at which it begins, written as the clocks show them just before. Some programs
+// write the whole history of a zone, dozens of observances that each end after a few years, so a
+// rule is stepped through no further than its UNTIL. The rules are a stranger's too: their steps
+// are counted, and a description that uses them up is not used at all, since what is missing may be
+// the rules of today.
 
 namespace velmiro::local {
 namespace {
@@ -59,9 +62,15 @@ public:
         }
     }
 
-    std::shared_ptr<const Zone> zone() {
-        return changes_.empty() ? nullptr
-                                : std::make_shared<const Zone>(first_, std::move(changes_));
+    /// `fallback` where the description says nothing: before its first observance begins, or at
+    /// all. Without a fallback the time before has the offset that the first observance puts an end
+    /// to.
+    std::shared_ptr<const Zone> zone(const std::shared_ptr<const Zone>& fallback) {
+        if (changes_.empty() || budget_.exhausted()) {
+            return fallback;
+        }
+        return fallback ? std::make_shared<const Zone>(*fallback, std::move(changes_))
+                        : std::make_shared<const Zone>(first_, std::move(changes_));
     }
 
 private:
@@ -80,7 +89,11 @@ private:
             return;
         }
         const CivilDay from{std::chrono::year{1900} / 1 / 1};
-        const CivilDay to{std::chrono::year{Zone::lastYear + 1} / 1 / 1};
+        CivilTime to = CivilDay{std::chrono::year{Zone::lastYear + 1} / 1 / 1};
+        if (rule->until) {
+            constexpr std::chrono::days slack{2}; // more than UTC and the zone's clocks differ
+            to = std::min(to, rule->until->civil + slack);
+        }
         for (const CivilTime onset : recurrences(*rule, observance.start, from, to, budget_)) {
             if (!rule->until || isWithin(*rule->until, observance, onset)) {
                 add(observance, onset);
@@ -103,16 +116,17 @@ private:
 
 } // namespace
 
-std::shared_ptr<const Zone> zoneFromComponent(const Component& component, WorkBudget& whole) {
-    constexpr std::uint64_t mostSteps = 50'000; // ten times what two yearly rules take
-    WorkBudget budget{mostSteps, &whole};
+std::shared_ptr<const Zone> zoneFromComponent(const Component& component,
+                                              const std::shared_ptr<const Zone>& fallback,
+                                              WorkBudget& whole) {
+    WorkBudget budget{mostStepsOfZone, &whole};
     Description description{budget};
     for (const Component& part : component.parts) {
         if (part.is("STANDARD") || part.is("DAYLIGHT")) {
             description.add(part);
         }
     }
-    return description.zone();
+    return description.zone(fallback);
 }
 
 } // namespace velmiro::local

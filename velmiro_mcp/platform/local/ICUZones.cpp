@@ -55,20 +55,29 @@ std::string zoneNameOfWindows(std::string_view name) {
     return {found.begin(), found.end()};
 }
 
-std::shared_ptr<const Zone> zoneFromICU(std::string_view name) {
+std::string canonicalZoneName(std::string_view name) {
     const auto wide = asciiName(name);
     if (!wide) {
-        return nullptr;
+        return {};
     }
-    const ICUDates& icu = icuDates();
     UErrorCode status = U_ZERO_ERROR;
     std::array<char16_t, 128> canonical{};
     UBool known = 0;
-    icu.ucal_getCanonicalTimeZoneID(wide->data(), lengthOf(*wide), canonical.data(),
-                                    static_cast<std::int32_t>(canonical.size()), &known, &status);
-    if (U_FAILURE(status) || known == 0) {
+    const auto length = icuDates().ucal_getCanonicalTimeZoneID(
+        wide->data(), lengthOf(*wide), canonical.data(),
+        static_cast<std::int32_t>(canonical.size()), &known, &status);
+    return U_FAILURE(status) || known == 0
+               ? std::string{}
+               : std::string{canonical.begin(), canonical.begin() + length};
+}
+
+std::shared_ptr<const Zone> zoneFromICU(std::string_view name) {
+    if (canonicalZoneName(name).empty()) {
         return nullptr;
     }
+    const auto wide = asciiName(name);
+    const ICUDates& icu = icuDates();
+    UErrorCode status = U_ZERO_ERROR;
     UCalendar* calendar =
         icu.ucal_open(wide->data(), lengthOf(*wide), "en", UCAL_GREGORIAN, &status);
     if (U_FAILURE(status)) {

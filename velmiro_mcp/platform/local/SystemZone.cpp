@@ -70,7 +70,9 @@ struct Header {
     }
 };
 
-bool isSafeName(std::string_view name) {
+} // namespace
+
+bool isZoneName(std::string_view name) {
     const auto plain = [](char letter) {
         return (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z') ||
                (letter >= '0' && letter <= '9') || letter == '-' || letter == '_' ||
@@ -80,8 +82,6 @@ bool isSafeName(std::string_view name) {
     return !name.empty() && name.size() < 64 && name.front() != '/' &&
            !name.starts_with("right/") && std::ranges::all_of(name, plain);
 }
-
-} // namespace
 
 std::shared_ptr<const Zone> zoneFromCompiledData(std::string_view data) {
     Numbers numbers{data};
@@ -131,7 +131,7 @@ std::shared_ptr<const Zone> zoneFromCompiledData(std::string_view data) {
 }
 
 std::shared_ptr<const Zone> systemZone(std::string_view name, const std::string& folder) {
-    if (!isSafeName(name)) {
+    if (!isZoneName(name)) {
         return nullptr;
     }
     constexpr std::size_t largest = 1 << 20;

@@ -10,8 +10,11 @@
 /// Zones by their names in the system's zone data: Europe/Berlin, UTC, Etc/GMT+2.
 namespace velmiro::local {
 
-/// The zone that the compiled file `<folder>/<name>` describes (RFC 8536); null when the name has
-/// anything but letters, digits and -_+/ in it, when there is no such file, or it is not one.
+/// Whether a zone can have this name: letters, digits and -_+/ that stay within the folder.
+bool isZoneName(std::string_view name);
+
+/// The zone that the compiled file `<folder>/<name>` describes (RFC 8536); null when no zone can
+/// have the name, when there is no such file, or it is not one.
 /// Read from the files that the C library reads, so that a time in a named zone and a time on the
 /// user's own clock follow the same edition of the data.
 std::shared_ptr<const Zone> systemZone(std::string_view name, const std::string& folder);

@@ -19,6 +19,13 @@ Zone::Zone(seconds first, std::vector<Change> changes)
     std::ranges::sort(changes_, {}, &Change::at);
 }
 
+Zone::Zone(const Zone& earlier, std::vector<Change> changes)
+    : Zone{earlier.first_, std::move(changes)} {
+    const auto continued =
+        std::ranges::lower_bound(earlier.changes_, changes_.front().at, {}, &Change::at);
+    changes_.insert(changes_.begin(), earlier.changes_.begin(), continued);
+}
+
 const std::shared_ptr<const Zone>& Zone::utc() {
     static const auto* const zone =
         new std::shared_ptr<const Zone>{std::make_shared<Zone>(seconds{0}, std::vector<Change>{})};

@@ -22,6 +22,10 @@ public:
     /// `changes` in any order; `first` holds before all of them.
     Zone(std::chrono::seconds first, std::vector<Change> changes);
 
+    /// The clocks of `earlier` until the first of `changes`, of which there is at least one; those
+    /// changes from then on.
+    Zone(const Zone& earlier, std::vector<Change> changes);
+
     static const std::shared_ptr<const Zone>& utc();
 
     [[nodiscard]] std::chrono::seconds offsetAt(UTCTime time) const;

@@ -101,12 +101,16 @@ TEST_F(LocalReminders, WithoutDueOrDurationNothingIsDue) {
     EXPECT_EQ(due("DUE:20260230\r\n"), "none") << "no such day";
 }
 
-TEST_F(LocalReminders, AZoneThatTheFileDescribesGoesBeforeTheSystems) {
-    const std::string_view described = "BEGIN:VTIMEZONE\r\nTZID:Europe/London\r\nBEGIN:STANDARD\r\n"
-                                       "DTSTART:19700101T000000\r\nTZOFFSETFROM:+0500\r\n"
-                                       "TZOFFSETTO:+0500\r\nEND:STANDARD\r\nEND:VTIMEZONE\r\n";
-    EXPECT_EQ(due("DUE;TZID=Europe/London:20261014T150000\r\n", described),
+TEST_F(LocalReminders, AZoneThatIsNoneOfTheSystemsIsTheOneThatTheFileDescribes) {
+    const auto described = [](const std::string& name) {
+        return "BEGIN:VTIMEZONE\r\nTZID:" + name +
+               "\r\nBEGIN:STANDARD\r\nDTSTART:19700101T000000\r\nTZOFFSETFROM:+0500\r\n"
+               "TZOFFSETTO:+0500\r\nEND:STANDARD\r\nEND:VTIMEZONE\r\n";
+    };
+    EXPECT_EQ(due("DUE;TZID=Ours:20261014T150000\r\n", described("Ours")),
               "2026-10-14T12:00:00+02:00");
+    EXPECT_EQ(due("DUE;TZID=Europe/London:20261014T150000\r\n", described("Europe/London")),
+              "2026-10-14T16:00:00+02:00");
 }
 
 TEST_F(LocalReminders, OpenOnesAreListedInTheStoresOrder) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
+#include <filesystem>
 #include <random>
 
 namespace velmiro::local {
@@ -177,10 +178,21 @@ std::string description(const std::string& name, const std::string& more) {
            more + "END:DAYLIGHT\r\nEND:VTIMEZONE\r\n";
 }
 
-TEST_F(LocalZoneNames, WhatTheFileDescribesGoesBeforeWhatTheSystemKnows) {
-    EXPECT_EQ(noonIn("Europe/Berlin",
-                     description("Europe/Berlin", "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=3\r\n")),
-              "07:00");
+const std::string endless = "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=3\r\n";
+
+TEST_F(LocalZoneNames, WhatTheSystemKnowsByExactlyThisNameGoesBeforeWhatTheFileDescribes) {
+    for (const std::string name : {"Europe/Berlin", "Europe/Belgrade", "CET"}) {
+        EXPECT_EQ(noonIn(name, description(name, endless)), "10:00") << name;
+    }
+    EXPECT_EQ(noonIn("US/Eastern", description("US/Eastern", endless)), "16:00") << "an older name";
+    EXPECT_EQ(noonIn("UTC", description("UTC", endless)), "12:00");
+}
+
+TEST_F(LocalZoneNames, AnyOtherNameIsWhatTheFileDescribes) {
+    for (const std::string name : {"Mine", "/example.org/20260101_1/Europe/Berlin",
+                                   "W. Europe Standard Time", "CST", "europe/berlin"}) {
+        EXPECT_EQ(noonIn(name, description(name, endless)), "07:00") << name;
+    }
     EXPECT_EQ(noonIn("Mine", description("Mine", "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=3;"
                                                  "UNTIL=20200101T000000Z\r\n")),
               "08:00");
@@ -188,13 +200,94 @@ TEST_F(LocalZoneNames, WhatTheFileDescribesGoesBeforeWhatTheSystemKnows) {
               "07:00");
 }
 
-TEST_F(LocalZoneNames, ADescriptionThatCannotBeReadIsNone) {
-    EXPECT_EQ(noonIn("Europe/Berlin", "BEGIN:VTIMEZONE\r\nTZID:Europe/Berlin\r\nEND:VTIMEZONE\r\n"),
+TEST_F(LocalZoneNames, AnOlderNameIsKnownWhereItsFileIsMissing) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path() + "/America");
+    writeFile(folder.path() + "/America/New_York",
+              readFile(std::string{zoneFolder} + "/America/New_York"));
+    const EnvironmentGuard variable{"TZDIR", folder.path()};
+    EXPECT_EQ(noonIn("US/Eastern", description("US/Eastern", endless)), "16:00");
+}
+
+TEST_F(LocalZoneNames, ANameMayBeEscapedOrQuotedInEitherPlace) {
+    const std::string name = "(UTC+02:00) Athens, Bucharest, Istanbul";
+    const std::string escaped = "(UTC+02:00) Athens\\, Bucharest\\, Istanbul";
+    for (const std::string& property : {name, escaped, "\"" + name + "\"", " " + name + " "}) {
+        for (const std::string& parameter :
+             {"\"" + name + "\"", name, escaped, "\"" + escaped + "\""}) {
+            EXPECT_EQ(noonIn(parameter, description(property, endless)), "07:00")
+                << property << " " << parameter;
+        }
+    }
+}
+
+TEST_F(LocalZoneNames, AMovedOccurrenceIsFoundByANameWithEscapes) {
+    const ZoneGuard zone{"UTC"};
+    const std::string name = "\"(UTC+02:00) Athens, Bucharest, Istanbul\"";
+    const std::string file =
+        eventFile("SUMMARY:series\r\nDTSTART;TZID=" + name +
+                      ":20260701T120000\r\nRRULE:FREQ=DAILY;COUNT=2\r\n",
+                  description("(UTC+02:00) Athens\\, Bucharest\\, Istanbul", endless)) +
+        "BEGIN:VEVENT\r\nUID:event@example.org\r\nSUMMARY:moved\r\nRECURRENCE-ID;TZID=" + name +
+        ":20260702T120000\r\nDTSTART:20260703T120000Z\r\nEND:VEVENT\r\n";
+    const auto texts = listedFrom(file, "2026-07-01", "2026-08-01");
+    ASSERT_EQ(texts.size(), 2U);
+    EXPECT_EQ(texts[0], "2026-07-01T07:00:00Z..2026-07-01T07:00:00Z series");
+    EXPECT_EQ(texts[1], "2026-07-03T12:00:00Z..2026-07-03T12:00:00Z moved");
+}
+
+/// The rules of one year only, as some feeds have them; what the year before was, they do not say.
+std::string rulesOf2027(const std::string& name, const std::string& more = "") {
+    return "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\n" + more +
+           "BEGIN:DAYLIGHT\r\nDTSTART:20270314T020000\r\nTZOFFSETFROM:+0300\r\n"
+           "TZOFFSETTO:+0400\r\nEND:DAYLIGHT\r\nEND:VTIMEZONE\r\n";
+}
+
+TEST_F(LocalZoneNames, BeforeADescriptionBeginsTheZoneIsTheOneThatItsNameHintsAt) {
+    const std::string prefixed = "/example.org/20050126_1/Europe/London";
+    EXPECT_EQ(noonIn(prefixed, rulesOf2027(prefixed)), "11:00");
+    EXPECT_EQ(noonIn("Tokyo Standard Time", rulesOf2027("Tokyo Standard Time")), "03:00");
+    EXPECT_EQ(noonIn("Mine", rulesOf2027("Mine", "X-LIC-LOCATION:America/New_York\r\n")), "16:00");
+    EXPECT_EQ(noonIn("tzone://Example/Utc", rulesOf2027("tzone://Example/Utc")), "12:00");
+}
+
+TEST_F(LocalZoneNames, WithoutAHintItHasTheOffsetThatTheFirstObservanceEnds) {
+    EXPECT_EQ(noonIn("Mine", rulesOf2027("Mine")), "09:00");
+}
+
+TEST_F(LocalZoneNames, TheExampleOfTheFormatItselfIsRight) {
+    const ZoneGuard zone{"UTC"};
+    const std::string description =
+        "BEGIN:VTIMEZONE\r\nTZID:America/New_York\r\n"
+        "BEGIN:STANDARD\r\nDTSTART:19981025T020000\r\nTZOFFSETFROM:-0400\r\n"
+        "TZOFFSETTO:-0500\r\nTZNAME:EST\r\nEND:STANDARD\r\n"
+        "BEGIN:DAYLIGHT\r\nDTSTART:19990404T020000\r\nTZOFFSETFROM:-0500\r\n"
+        "TZOFFSETTO:-0400\r\nTZNAME:EDT\r\nEND:DAYLIGHT\r\nEND:VTIMEZONE\r\n";
+    const auto texts =
+        listedFrom(eventFile("DTSTART;TZID=America/New_York:19980312T083000\r\n", description),
+                   "1998-03-12", "1998-03-13");
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(texts[0].substr(0, 20), "1998-03-12T13:30:00Z");
+}
+
+TEST_F(LocalZoneNames, ADescriptionThatRunsOutOfStepsIsNotUsedInPart) {
+    const std::string costly = "BEGIN:STANDARD\r\nDTSTART:19700101T000000\r\nTZOFFSETFROM:+0500\r\n"
+                               "TZOFFSETTO:+0500\r\nRRULE:FREQ=HOURLY\r\nEND:STANDARD\r\n";
+    const auto described = [&](const std::string& name) {
+        return "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\n" + costly + "END:VTIMEZONE\r\n";
+    };
+    EXPECT_EQ(noonIn("/example.org/Europe/Berlin", described("/example.org/Europe/Berlin")),
               "10:00");
-    EXPECT_EQ(noonIn("Europe/Berlin",
-                     "BEGIN:VTIMEZONE\r\nTZID:Europe/Berlin\r\nBEGIN:STANDARD\r\n"
-                     "DTSTART:20000101T000000\r\nTZOFFSETFROM:+9900\r\nTZOFFSETTO:0100\r\n"
-                     "END:STANDARD\r\nEND:VTIMEZONE\r\n"),
+    EXPECT_EQ(noonIn("Mine", described("Mine")), "12:00") << "the machine's own";
+}
+
+TEST_F(LocalZoneNames, ADescriptionThatCannotBeReadIsNone) {
+    const std::string name = "/example.org/Europe/Berlin";
+    EXPECT_EQ(noonIn(name, "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\nEND:VTIMEZONE\r\n"), "10:00");
+    EXPECT_EQ(noonIn(name, "BEGIN:VTIMEZONE\r\nTZID:" + name +
+                               "\r\nBEGIN:STANDARD\r\nDTSTART:20000101T000000\r\n"
+                               "TZOFFSETFROM:+9900\r\nTZOFFSETTO:0100\r\nEND:STANDARD\r\n"
+                               "END:VTIMEZONE\r\n"),
               "10:00");
 }
 
@@ -209,7 +302,7 @@ TEST_F(LocalZoneNames, ADescriptionLikeBerlinsIsBerlin) {
     const auto components = readComponents(text);
     ASSERT_EQ(components.size(), 1U);
     WorkBudget budget{1'000'000};
-    const auto described = zoneFromComponent(components.front(), budget);
+    const auto described = zoneFromComponent(components.front(), nullptr, budget);
     const auto system = systemZone("Europe/Berlin", zoneFolder);
     ASSERT_TRUE(described);
     ASSERT_TRUE(system);

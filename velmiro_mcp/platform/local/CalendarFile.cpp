@@ -2,6 +2,9 @@
 
 #include "MCPStdio/UTF8.hpp"
 #include "velmiro_mcp/platform/local/FileZones.hpp"
+#include "velmiro_mcp/platform/local/Versions.hpp"
+
+#include <set>
 
 namespace velmiro::local {
 namespace {
@@ -43,20 +46,74 @@ public:
                 if (auto event = readEvent(component, finder)) {
                     names_.complete(*event);
                     file_.events.push_back(std::move(*event));
+                    eventComponents_.push_back(&component);
                 }
             } else if (component.is("VTODO")) {
                 file_.reminders.push_back(readReminder(component, finder));
                 names_.complete(file_.reminders.back());
+                reminderComponents_.push_back(&component);
             }
         }
     }
 
-    CalendarFile take() { return std::move(file_); }
+    CalendarFile take() {
+        dropSupersededEvents();
+        markSupersededReminders();
+        return std::move(file_);
+    }
 
 private:
+    /// A version that cancels an event as a whole takes all that the others say of it with it.
+    void dropSupersededEvents() {
+        std::vector<StoredEvent>& events = file_.events;
+        std::vector<ItemVersion> versions;
+        for (std::size_t index = 0; index < events.size(); ++index) {
+            const StoredEvent& event = events[index];
+            versions.push_back({event.hasUID ? event.identifier : std::string_view{},
+                                event.replaces, eventComponents_[index]});
+        }
+        const std::vector<bool> superseded = supersededVersions(versions);
+        std::set<std::string> withVersions;
+        std::set<std::string> cancelled;
+        for (std::size_t index = 0; index < events.size(); ++index) {
+            if (superseded[index] && !events[index].replaces) {
+                withVersions.insert(events[index].identifier);
+            }
+        }
+        for (std::size_t index = 0; index < events.size(); ++index) {
+            const StoredEvent& event = events[index];
+            if (!superseded[index] && event.cancelled && !event.replaces &&
+                withVersions.contains(event.identifier)) {
+                cancelled.insert(event.identifier);
+            }
+        }
+        std::size_t index = 0;
+        std::erase_if(events, [&](const StoredEvent& event) {
+            return superseded[index++] || !event.hasStart ||
+                   (event.hasUID && cancelled.contains(event.identifier));
+        });
+    }
+
+    void markSupersededReminders() {
+        std::vector<StoredReminder>& reminders = file_.reminders;
+        std::vector<ItemVersion> versions;
+        for (std::size_t index = 0; index < reminders.size(); ++index) {
+            const StoredReminder& reminder = reminders[index];
+            const bool isWhole = reminder.hasUID && !reminder.isOverride;
+            versions.push_back({isWhole ? reminder.identifier : std::string_view{}, std::nullopt,
+                                reminderComponents_[index]});
+        }
+        const std::vector<bool> superseded = supersededVersions(versions);
+        for (std::size_t index = 0; index < reminders.size(); ++index) {
+            reminders[index].isSuperseded = superseded[index];
+        }
+    }
+
     Names names_;
     FileZones zones_;
     CalendarFile file_;
+    std::vector<const Component*> eventComponents_;
+    std::vector<const Component*> reminderComponents_;
 };
 
 void collectReminders(const std::vector<Component>& components, const Component* calendar,

@@ -63,6 +63,7 @@ set(PLATFORM_PARTS
     platform/local/VCardLines.cpp
     platform/local/VCards.cpp
     platform/local/Vdir.cpp
+    platform/local/Versions.cpp
     platform/local/Zone.cpp
     platform/local/ZoneCatalogue.cpp
     platform/local/ZoneRule.cpp)

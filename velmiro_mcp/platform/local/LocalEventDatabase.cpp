@@ -119,7 +119,7 @@ public:
         forEachFile(
             EntityType::reminder, query.list, [&](const Place& place, const FilePointer& file) {
                 for (const StoredReminder& reminder : file->reminders) {
-                    if (!reminder.isOverride && isWanted(query, reminder, clock)) {
+                    if (reminder.isListed() && isWanted(query, reminder, clock)) {
                         reminders.push_back(recordOf(reminder, place.collection.title, clock));
                     }
                 }
@@ -236,7 +236,7 @@ private:
                                               const std::string& identifier) {
         const auto found =
             std::ranges::find_if(file.reminders, [&](const StoredReminder& reminder) {
-                return !reminder.isOverride && reminder.identifier == identifier;
+                return reminder.isListed() && reminder.identifier == identifier;
             });
         return found == file.reminders.end()
                    ? std::nullopt

@@ -30,7 +30,7 @@ public:
         : component_{component},
           zones_{zones} {}
 
-    /// Nothing when the component says of no time at all.
+    /// Returns `nullopt` when the component says of no time, and does not cancel the event either.
     std::optional<StoredEvent> read() {
         readTexts();
         event_.end = moment("DTEND");
@@ -45,11 +45,12 @@ public:
         auto start = moment("DTSTART");
         if (!start && event_.cancelled) {
             start = event_.replaces;
+            event_.hasStart = start.has_value();
         }
-        if (!start) {
+        if (!start && !event_.cancelled) {
             return std::nullopt;
         }
-        event_.start = std::move(*start);
+        event_.start = start.value_or(Moment{});
         if (!event_.replaces) {
             readRepetition();
         }

@@ -18,7 +18,8 @@ struct StoredEvent {
     std::optional<std::string> title;
     std::optional<std::string> location;
     std::optional<std::string> notes;
-    Moment start; ///< where the cancellation of an occurrence gives none: that occurrence's
+    Moment start;         ///< where the cancellation of an occurrence gives none: that occurrence's
+    bool hasStart = true; ///< false only for a cancellation of the whole event that gives none
     std::optional<Moment> end;
     std::optional<NominalDuration> duration;
     bool cancelled = false;
@@ -34,7 +35,8 @@ struct StoredEvent {
     [[nodiscard]] bool isAllDay() const { return start.isDate; }
 };
 
-/// Nothing when the VEVENT has no readable start. An event without UID gets no identifier here.
+/// Returns `nullopt` when the VEVENT has no readable start, which only a cancellation can do
+/// without. An event without UID gets no identifier here.
 std::optional<StoredEvent> readEvent(const Component& component, const ZoneFinder& zones);
 
 /// How any component that begins at `start` repeats, as an event without texts.

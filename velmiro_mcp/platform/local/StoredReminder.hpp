@@ -17,10 +17,13 @@ struct StoredReminder {
     int priority = 0; ///< 0 to 9
     bool completed = false;
     bool cancelled = false;
-    bool isOverride = false; ///< RECURRENCE-ID: speaks of one occurrence of another reminder
+    bool isOverride = false;   ///< RECURRENCE-ID: speaks of one occurrence of another reminder
+    bool isSuperseded = false; ///< another version of it in the same file counts
 
     std::optional<Moment> due;   ///< DUE, or else the DTSTART that a DURATION belongs to
     NominalDuration afterMoment; ///< how long after that moment it is due
+
+    [[nodiscard]] bool isListed() const { return !isOverride && !isSuperseded; }
 
     /// Neither done nor given up.
     [[nodiscard]] bool isOpen() const { return !completed && !cancelled; }

@@ -31,7 +31,7 @@ packages_for() {
     local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
     local clang='clang-19 libclang-rt-19-dev'
     local run="$build nodejs npm ca-certificates"
-    local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 strace"
+    local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 python3-dateutil strace"
     test+=' bsdutils libgnustep-base-dev libobjc-12-dev libblocksruntime-dev'
     local lint="$run $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
     local macos="$run clang-19 llvm-19 file"

@@ -1,6 +1,5 @@
 #include "velmiro_mcp/platform/local/CalendarValues.hpp"
 
-#include "velmiro_mcp/Text.hpp"
 #include "velmiro_mcp/platform/local/Zone.hpp"
 
 #include <algorithm>
@@ -61,7 +60,7 @@ std::string withLineFeeds(std::string text) {
 } // namespace
 
 std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<const Zone>& zone) {
-    text = trimSpacesAndTabs(text);
+    text = trimBlanks(text);
     const auto day = takeDay(text);
     if (!day || text.empty()) {
         return day ? std::optional{Moment{*day, true, nullptr}} : std::nullopt;

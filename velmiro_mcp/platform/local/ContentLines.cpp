@@ -3,6 +3,7 @@
 #include "MCPStdio/UTF8.hpp"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace velmiro::local {
 namespace {
@@ -32,19 +33,29 @@ bool sameWord(std::string_view left, std::string_view right) {
 
 void unfold(std::string& text) {
     std::size_t kept = 0;
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        const bool folded = text[index] == '\n' && index + 1 < text.size() &&
-                            (text[index + 1] == ' ' || text[index + 1] == '\t');
-        if (!folded) {
-            text[kept++] = text[index];
+    std::size_t begin = 0;
+    const auto keepUpTo = [&](std::size_t end) {
+        std::copy(text.begin() + static_cast<std::ptrdiff_t>(begin),
+                  text.begin() + static_cast<std::ptrdiff_t>(end),
+                  text.begin() + static_cast<std::ptrdiff_t>(kept));
+        kept += end - begin;
+    };
+    for (auto found = text.find('\n'); found != std::string::npos; found = text.find('\n', found)) {
+        const char next = found + 1 < text.size() ? text[found + 1] : '\0';
+        if (next != ' ' && next != '\t') {
+            ++found;
             continue;
         }
+        keepUpTo(found);
         while (kept > 0 && text[kept - 1] == '\r') {
             --kept;
         }
-        ++index;
+        begin = found = found + 2;
     }
-    text.resize(kept);
+    if (begin > 0) {
+        keepUpTo(text.size());
+        text.resize(kept);
+    }
 }
 
 std::string unfoldedText(std::string bytes) {
@@ -100,7 +111,15 @@ ContentLine takeLine(std::string_view& text) {
     return {head.substr(0, nameSize), head.substr(nameSize), line.substr(colon + 1)};
 }
 
+std::string_view trimBlanks(std::string_view text) {
+    const auto first = std::min(text.find_first_not_of(" \t"), text.size());
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
 std::string unescapedText(std::string_view value) {
+    if (value.find('\\') == std::string_view::npos) {
+        return std::string{value};
+    }
     std::string text;
     text.reserve(value.size());
     for (std::size_t index = 0; index < value.size(); ++index) {

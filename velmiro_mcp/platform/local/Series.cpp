@@ -92,7 +92,8 @@ private:
         return times;
     }
 
-    /// A time without a zone, in a property that speaks of the series, is on the clock of the series.
+    /// A time without a zone, in a property that speaks of the series, is on the clock of the
+    /// series.
     [[nodiscard]] Moment onClockOfSeries(Moment moment) const {
         if (!moment.isDate && !moment.zone) {
             moment.zone = start_.zone;

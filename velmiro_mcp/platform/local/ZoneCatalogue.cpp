@@ -1,6 +1,5 @@
 #include "velmiro_mcp/platform/local/ZoneCatalogue.hpp"
 
-#include "velmiro_mcp/Text.hpp"
 #include "velmiro_mcp/platform/local/ICUZones.hpp"
 #include "velmiro_mcp/platform/local/SystemZone.hpp"
 
@@ -129,9 +128,9 @@ std::shared_ptr<const Zone> ZoneCatalogue::findHinted(std::string_view name) con
 
 std::string plainZoneName(std::string_view written) {
     const std::string text = unescapedText(written);
-    std::string_view name = trim(text);
+    std::string_view name = trimBlanks(text);
     if (name.size() > 1 && name.starts_with('"') && name.ends_with('"')) {
-        name = trim(name.substr(1, name.size() - 2));
+        name = trimBlanks(name.substr(1, name.size() - 2));
     }
     return std::string{name};
 }

@@ -371,7 +371,8 @@ TEST(EveryZone, IsReadFromWhatLibicalWritesAsLibicalReadsIt) {
         if (result.differences.empty()) {
             return;
         }
-        misstated += name + " ";
+        misstated += name + " until " + shown(result.differences.back()) + ", ";
+        EXPECT_LT(result.differences.back(), sys_days(year{2023} / 1 / 1)) << name;
         LibicalZone theirs{description};
         const auto ours = read(description);
         for (const UTCTime time : result.differences) {

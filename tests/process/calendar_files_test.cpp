@@ -225,3 +225,26 @@ TEST_F(CalendarFiles, AServerKilledAtAnyMomentLeavesNoPartOfAnEvent) {
     }
     EXPECT_GT(files, 100U);
 }
+
+TEST_F(CalendarFiles, AnInvitationIsListedOnceAtTheTimeOfItsLatestVersion) {
+    const std::string zone =
+        "BEGIN:VTIMEZONE\r\nTZID:(UTC+02:00) Athens\\, Bucharest\\, Istanbul\r\n"
+        "BEGIN:STANDARD\r\nDTSTART:16010101T040000\r\nTZOFFSETFROM:+0300\r\nTZOFFSETTO:+0200\r\n"
+        "RRULE:FREQ=YEARLY;INTERVAL=1;BYDAY=-1SU;BYMONTH=10\r\nEND:STANDARD\r\n"
+        "BEGIN:DAYLIGHT\r\nDTSTART:16010101T030000\r\nTZOFFSETFROM:+0200\r\nTZOFFSETTO:+0300\r\n"
+        "RRULE:FREQ=YEARLY;INTERVAL=1;BYDAY=-1SU;BYMONTH=3\r\nEND:DAYLIGHT\r\nEND:VTIMEZONE\r\n";
+    const auto version = [](const std::string& title, const std::string& sequence,
+                            const std::string& hour) {
+        return "BEGIN:VEVENT\r\nUID:meeting\r\nSEQUENCE:" + sequence + "\r\nSUMMARY:" + title +
+               "\r\nDTSTART;TZID=\"(UTC+02:00) Athens, Bucharest, Istanbul\":20261014T" + hour +
+               "0000\r\nRRULE:FREQ=DAILY; COUNT=2;X-FOO=1\r\nEND:VEVENT\r\n";
+    };
+    write("a.ics", "BEGIN:VCALENDAR\r\nMETHOD:REQUEST\r\n" + zone +
+                       version("Now at three", "1", "15") + version("At one", "0", "13") +
+                       "END:VCALENDAR\r\n");
+    const auto payload = JSONValue::parse(list());
+    const auto events = *payload["events"]->arrayValue();
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(*events[0]["title"]->stringValue(), "Now at three");
+    EXPECT_EQ(*events[0]["start"]->stringValue(), "2026-10-14T14:00:00+02:00");
+}

@@ -52,16 +52,19 @@ TEST(ScriptShortage, WaitForDescriptorsThatOthersHave) {
 
 TEST(ScriptShortage, FailToStartWhenDescriptorsAreNeverToBeHad) {
     ScriptRunner runner{FAKE_OSASCRIPT};
-    std::string message;
-    {
-        const ScopedDescriptorLimit none{3};
-        try {
-            MCPStdio::syncWait(runner.run("out 1", {}, 50ms));
-        } catch (const MCPStdio::MCPToolError& error) {
-            message = error.message;
+    for (rlim_t limit = 3; limit <= 12; ++limit) {
+        std::string outcome;
+        {
+            const ScopedDescriptorLimit few{limit};
+            try {
+                outcome = MCPStdio::syncWait(runner.run("out 1", {}, 50ms)).jsonString();
+            } catch (const MCPStdio::MCPToolError& error) {
+                outcome = error.message;
+            }
         }
+        const std::string failure = "osascript could not start: Too many open files";
+        EXPECT_TRUE(outcome == failure || (outcome == "1" && limit > 6)) << limit << outcome;
     }
-    EXPECT_EQ(message, "osascript could not start: Too many open files");
 }
 
 TEST(ScriptShortage, AreAwaitedAlsoWhereThatTakesADescriptorNobodyHas) {

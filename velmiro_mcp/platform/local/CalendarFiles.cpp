@@ -6,16 +6,19 @@
 namespace velmiro::local {
 
 void CalendarFiles::refresh() {
-    if (!zones_->isCurrent()) {
+    if (!zones_ || !zones_->isCurrent()) {
         cache_.clear();
         zones_ = std::make_unique<ZoneCatalogue>();
     }
 }
 
 bool CalendarFiles::visit(const Collection& collection, const Visit& visit) {
-    const OpenFolder folder{collection.path};
-    ParseCache<CalendarFile>::Reader reader{cache_, folder};
-    const auto names = Vdir::items(folder, ".ics");
+    const auto folder = openFolderIfThere(collection.path);
+    if (!folder) {
+        return true;
+    }
+    ParseCache<CalendarFile>::Reader reader{cache_, *folder};
+    const auto names = Vdir::items(*folder, ".ics");
     return std::ranges::all_of(names, [&](const std::string& item) {
         const auto file = reader.read(item, largestItem, [&](std::string bytes) {
             return parse(std::move(bytes), collection, item);

@@ -23,7 +23,8 @@ public:
         std::function<bool(const std::string& item, const std::shared_ptr<const CalendarFile>&)>;
 
     /// Visits the files of a collection that can be read, in the order of their names. False when a
-    /// visit ended it.
+    /// visit ended it. Throws std::system_error when the collection cannot be read, unless it has
+    /// been removed.
     bool visit(const Collection& collection, const Visit& visit);
 
     /// Reads the bytes of one of its files; they are not kept.
@@ -35,7 +36,7 @@ private:
     static constexpr std::size_t mostMemory = 128UL << 20;
 
     ParseCache<CalendarFile> cache_{mostMemory};
-    std::unique_ptr<ZoneCatalogue> zones_ = std::make_unique<ZoneCatalogue>();
+    std::unique_ptr<ZoneCatalogue> zones_; ///< made by the first `refresh`
 };
 
 } // namespace velmiro::local

@@ -1,9 +1,11 @@
 #include "velmiro_mcp/platform/local/ContactFolders.hpp"
 
+#include "MCPStdio/UTF8.hpp"
 #include "velmiro_mcp/platform/Platform.hpp"
 
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <unordered_set>
@@ -15,6 +17,28 @@ namespace velmiro::local {
 namespace {
 
 constexpr std::size_t largestFile = 32UL << 20;
+
+/// Does what reads `what`, and has its failure speak of that.
+template <typename Read>
+void reading(const std::string& what, const Read& read) {
+    try {
+        read();
+    } catch (const std::system_error& error) {
+        throw PlatformError{what + " cannot be read: " + error.code().message()};
+    }
+}
+
+/// A folder of cards; none when there is a file, or nothing any more.
+std::optional<OpenFolder> openCollection(const std::string& path) {
+    try {
+        return openFolderIfThere(path);
+    } catch (const std::system_error& error) {
+        if (error.code().value() == ENOTDIR) {
+            return std::nullopt;
+        }
+        throw;
+    }
+}
 
 bool isCardFile(std::string_view name) {
     return name.ends_with(".vcf");
@@ -45,22 +69,28 @@ public:
         return true;
     }
 
-    void readFolder(const std::string& path, const std::string& name) {
-        const OpenFolder folder{path};
-        ContactCache::Reader reader{cache_, folder};
-        for (const std::string& file : folder.visibleNames()) {
+    void readFolder(const OpenFolder& root, const std::string& name) {
+        const auto folder = openCollection(root.path() + '/' + name);
+        if (!folder) {
+            return;
+        }
+        ContactCache::Reader reader{cache_, *folder};
+        for (const std::string& file : folder->visibleNames()) {
             if (isCardFile(file)) {
                 readFile(reader, file, name + '/');
             }
         }
     }
 
-    /// Files, and folders of files.
+    /// Files, and folders of files. What is no file of cards is taken for a folder, unless it is
+    /// named like one: so a link that leads nowhere is an absent folder, or an absent file.
     void readRoot(const OpenFolder& root) {
         ContactCache::Reader reader{cache_, root};
         for (const std::string& name : root.visibleNames()) {
-            if (!isCardFile(name) || !readFile(reader, name, {})) {
-                readFolder(root.path() + '/' + name, name);
+            const bool isRead = isCardFile(name) && readFile(reader, name, {});
+            if (!isRead && (!isCardFile(name) || isFolder(root.path() + '/' + name))) {
+                reading("the contacts in ‘" + MCPStdio::repairUTF8(name) + "’",
+                        [&] { readFolder(root, name); });
             }
         }
     }
@@ -75,22 +105,29 @@ private:
     std::unordered_set<std::string> seen_;
 };
 
+/// Whether there is nothing of that name, or a link that leads nowhere.
+bool isMissingOrLost(const std::string& path) {
+    struct stat about{};
+    return stat(path.c_str(), &about) != 0 && (errno == ENOENT || errno == ELOOP);
+}
+
 } // namespace
 
 bool ContactFolders::isReadable() const {
-    struct stat about{};
-    const bool isMissing = lstat(path_.c_str(), &about) != 0 && errno == ENOENT;
-    return isMissing || isReadableFolder(path_);
+    try {
+        return isReadableFolder(path_) || isMissingOrLost(path_);
+    } catch (const std::system_error&) {
+        return true; // it was not the user's rights that were in the way
+    }
 }
 
 std::vector<Contact> ContactFolders::matching(const NameQuery& query) const {
-    const OpenFolder root{path_};
-    if (!root && errno != ENOENT) {
-        throw PlatformError{"the contacts cannot be read: " +
-                            std::generic_category().message(errno)};
-    }
     Search search{query, cache_, read_};
-    search.readRoot(root);
+    reading("the contacts", [&] {
+        if (const auto root = openFolderIfThere(path_)) {
+            search.readRoot(*root);
+        }
+    });
     return search.take();
 }
 

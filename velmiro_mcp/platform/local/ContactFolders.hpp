@@ -22,12 +22,13 @@ public:
           cache_{cache},
           read_{read} {}
 
-    /// Whether it can be read; one that is missing can.
+    /// Whether the user's rights let it be read; one that is missing can. What else may be wrong
+    /// with it is said when it is read.
     [[nodiscard]] bool isReadable() const;
 
     /// Those who are asked for, in the order of the names of files and folders, byte by byte: what
     /// a folder holds stands where the folder does. Of those with the same UID only the first.
-    /// Throws PlatformError when the folder cannot be read.
+    /// Throws PlatformError when it, or a folder in it, cannot be read.
     [[nodiscard]] std::vector<Contact> matching(const NameQuery& query) const;
 
 private:

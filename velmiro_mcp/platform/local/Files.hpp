@@ -32,24 +32,27 @@ private:
 /// A folder, opened once for all that is asked of it: the way there need not be gone for each file.
 class OpenFolder {
 public:
-    /// False as a bool when it cannot be opened; `errno` says why.
+    /// Throws std::system_error when it cannot be opened, or what it holds may not be looked at.
     explicit OpenFolder(std::string path);
 
     /// As it was given.
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
-    explicit operator bool() const noexcept { return static_cast<bool>(descriptor_); }
 
-    /// The names in it, byte by byte in order, without those that begin with a dot; none when it is
-    /// not open.
+    /// The names in it, byte by byte in order, without those that begin with a dot. Throws
+    /// std::system_error when they cannot be read.
     [[nodiscard]] std::vector<std::string> visibleNames() const;
 
-    /// For calls that take a folder; what they find there is nothing when it is not open.
+    /// For calls that take a folder.
     [[nodiscard]] int number() const noexcept { return descriptor_.number(); }
 
 private:
     std::string path_;
     FileDescriptor descriptor_;
 };
+
+/// None when there is nothing of that name, not even a link that leads nowhere. Throws
+/// std::system_error when there is, and it cannot be opened.
+std::optional<OpenFolder> openFolderIfThere(const std::string& path);
 
 /// What changes when a file's contents do: another file in its place has another number, and the
 /// system sets the time of change whenever one is written, whatever its writer wishes.
@@ -63,14 +66,30 @@ struct FileStamp {
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 
-/// The stamp of the file or folder that a path, or a name in a folder, leads to; nothing when there
-/// is none.
+// A look at a file ends in one of three ways: it is there, it is not (gone, closed to the user, no
+// such thing as was asked for), or the machine could not look (no descriptors or memory left, a
+// failing disk). The last says nothing of the file, so it is thrown, as std::system_error: taken
+// for an absence it would make a full calendar an empty one.
+
+/// Whether an error of a look at a file says something of that file, not of the machine.
+bool isAboutTheFile(int error);
+
+/// The stamp of the file or folder that a path, or a name in a folder, leads to; none when there is
+/// none.
 std::optional<FileStamp> stampOf(const std::string& path);
 std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& name);
 
-/// The contents of a regular file of at most `largest` bytes, found likewise; nothing, without
-/// waiting and without reading, when it is anything else: larger, a folder, a pipe, unreadable,
-/// gone. With `stamp`, also its stamp from before the first byte was read.
+/// Opens a file found from a folder (AT_FDCWD for a path) for reading, without waiting for anybody,
+/// with further flags of open(2). Negative, with errno set, when it cannot be opened.
+int openForReading(int folder, const std::string& name, int flags = 0);
+
+/// The contents of an open regular file of at most `largest` bytes, from its beginning; none when
+/// it is anything else. With `stamp`, also its stamp from before the first byte was read.
+std::optional<std::string> readOpenFile(const FileDescriptor& file, std::size_t largest,
+                                        FileStamp* stamp = nullptr);
+
+/// The same of the file that a path, or a name in a folder, leads to; none also when it is gone or
+/// closed to the user.
 std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
                                            FileStamp* stamp = nullptr);
 std::optional<std::string> readRegularFile(const OpenFolder& folder, const std::string& name,

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <system_error>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -44,8 +45,12 @@ bool isOfDeadMaker(const std::string& name) {
 }
 
 bool holdsWhatItsNameSays(const FileDescriptor& folder, const std::string& name) {
-    const auto contents = readRegularFile(folder, name, largestItem);
-    return contents && name.find(digest(*contents)) != std::string::npos;
+    try {
+        const auto contents = readRegularFile(folder, name, largestItem);
+        return contents && name.find(digest(*contents)) != std::string::npos;
+    } catch (const std::system_error&) {
+        return false;
+    }
 }
 
 bool isLeftover(const FileDescriptor& folder, const std::string& name) {

@@ -24,24 +24,40 @@ Calendar calendarOf(const Collection& collection) {
     return {collection.folder, collection.title};
 }
 
-PlatformError cannotWrite(const std::string& what, const std::string& title, int error) {
-    return PlatformError{what + " ‘" + title +
-                         "’ cannot be written: " + std::generic_category().message(error)};
+/// How messages speak of all calendars, and of one.
+std::string nameOf(EntityType type) {
+    return type == EntityType::event ? "the calendars" : "the reminders";
+}
+
+std::string nameOf(EntityType type, const std::string& title) {
+    return (type == EntityType::event ? "the calendar ‘" : "the list ‘") + title + "’";
+}
+
+PlatformError cannotWrite(const std::string& what, int error) {
+    return PlatformError{what + " cannot be written: " + std::generic_category().message(error)};
+}
+
+PlatformError cannotRead(const std::string& what, int error) {
+    return PlatformError{what + " cannot be read: " + std::generic_category().message(error)};
+}
+
+/// Does what reads `what`, and has its failure speak of that.
+template <typename Read>
+auto reading(const std::string& what, const Read& read) {
+    try {
+        return read();
+    } catch (const std::system_error& error) {
+        throw cannotRead(what, error.code().value());
+    }
 }
 
 Instant now() {
     return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
 }
 
-std::optional<Calendar> firstWritable(const std::vector<Collection>& all) {
-    const auto first = std::ranges::find_if(
-        all, [](const Collection& collection) { return isWritableFolder(collection.path); });
-    return first == all.end() ? std::nullopt : std::optional{calendarOf(*first)};
-}
-
 /// Adds a file for a new item, which `textFor` writes, given the UID; gives back the UID.
 template <typename TextFor>
-std::string addItem(const Collection& collection, const std::string& what, const TextFor& textFor) {
+std::string addItem(EntityType type, const Collection& collection, const TextFor& textFor) {
     for (;;) {
         std::string uid = randomUUID();
         const int error = createFile(collection.path, uid + ".ics", textFor(uid));
@@ -49,7 +65,7 @@ std::string addItem(const Collection& collection, const std::string& what, const
             return uid;
         }
         if (error != EEXIST) {
-            throw cannotWrite(what, collection.title, error);
+            throw cannotWrite(nameOf(type, collection.title), error);
         }
     }
 }
@@ -80,18 +96,18 @@ public:
 
     std::vector<Calendar> calendars(EntityType type) override {
         std::vector<Calendar> found;
-        for (const Collection& collection : openRoot(type).collections()) {
+        for (const Collection& collection : collections(type)) {
             found.push_back(calendarOf(collection));
         }
         return found;
     }
 
     std::optional<Calendar> defaultCalendarForNewEvents() override {
-        return firstWritable(openRoot(EntityType::event).collections());
+        return firstWritable(EntityType::event);
     }
 
     std::optional<Calendar> defaultListForNewReminders() override {
-        return firstWritable(openRoot(EntityType::reminder).collections());
+        return firstWritable(EntityType::reminder);
     }
 
     std::vector<Event> events(Instant start, Instant end, const Calendar* calendar) override {
@@ -109,7 +125,7 @@ public:
 
     std::string saveEvent(const NewEvent& event, const Calendar& calendar) override {
         const auto collection = collectionOf(EntityType::event, calendar);
-        return addItem(collection, "the calendar",
+        return addItem(EntityType::event, collection,
                        [&](const std::string& uid) { return eventFileText(event, uid, now()); });
     }
 
@@ -139,7 +155,7 @@ public:
 
     std::string saveReminder(const NewReminder& reminder, const Calendar& list) override {
         const auto collection = collectionOf(EntityType::reminder, list);
-        return addItem(collection, "the list", [&](const std::string& uid) {
+        return addItem(EntityType::reminder, collection, [&](const std::string& uid) {
             return reminderFileText(reminder, uid, now());
         });
     }
@@ -152,12 +168,13 @@ public:
             if (!place) {
                 return false;
             }
-            const int error = complete(*place, identifier);
+            const std::string name = nameOf(EntityType::reminder, place->collection.title);
+            const int error = reading(name, [&] { return complete(*place, identifier); });
             if (error == 0) {
                 return true;
             }
             if (error != EAGAIN && error != ENOENT) {
-                throw cannotWrite("the list", place->collection.title, error);
+                throw cannotWrite(name, error);
             }
         }
         throw PlatformError{"another program keeps changing this reminder; nothing was saved"};
@@ -175,6 +192,24 @@ private:
         return opened;
     }
 
+    static std::vector<Collection> collections(EntityType type) {
+        return reading(nameOf(type), [&] { return openRoot(type).collections(); });
+    }
+
+    static std::optional<Calendar> firstWritable(EntityType type) {
+        return reading(nameOf(type), [&]() -> std::optional<Calendar> {
+            const auto all = collections(type);
+            const auto first = std::ranges::find_if(all, isWritableFolder, &Collection::path);
+            return first == all.end() ? std::nullopt : std::optional{calendarOf(*first)};
+        });
+    }
+
+    /// The collection of a calendar; none when it is gone.
+    static std::optional<Collection> collectionIfThere(EntityType type, const Calendar& calendar) {
+        return reading(nameOf(type, calendar.title),
+                       [&] { return openRoot(type).collection(calendar.identifier); });
+    }
+
     /// Where a file was found; valid while it is being visited.
     struct Place {
         const Collection& collection;
@@ -185,29 +220,31 @@ private:
     /// Visits the files of a calendar, or of all, in the store's order, until a visit gives false.
     template <typename Visit>
     void forEachFile(EntityType type, const Calendar* calendar, const Visit& visit) {
-        files_.refresh();
-        const Vdir folders = openRoot(type);
+        reading(nameOf(type), [&] { files_.refresh(); });
         std::vector<Collection> wanted;
         if (calendar == nullptr) {
-            wanted = folders.collections();
-        } else if (auto one = folders.collection(calendar->identifier)) {
+            wanted = collections(type);
+        } else if (auto one = collectionIfThere(type, *calendar)) {
             wanted.push_back(std::move(*one));
         }
         for (const Collection& collection : wanted) {
             const auto visitFile = [&](const std::string& item, const FilePointer& file) {
                 return visit(Place{collection, item}, file);
             };
-            if (!files_.visit(collection, visitFile)) {
+            const std::string name = nameOf(type, collection.title);
+            if (collection.error != 0) {
+                throw cannotRead(name, collection.error);
+            }
+            if (!reading(name, [&] { return files_.visit(collection, visitFile); })) {
                 return;
             }
         }
     }
 
     static Collection collectionOf(EntityType type, const Calendar& calendar) {
-        auto collection = openRoot(type).collection(calendar.identifier);
+        auto collection = collectionIfThere(type, calendar);
         if (!collection) {
-            throw cannotWrite(type == EntityType::event ? "the calendar" : "the list",
-                              calendar.title, ENOENT);
+            throw cannotWrite(nameOf(type, calendar.title), ENOENT);
         }
         return *std::move(collection);
     }

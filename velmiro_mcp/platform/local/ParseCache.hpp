@@ -58,7 +58,7 @@ public:
               next_{entries_.end()} {}
 
         /// What `parse` makes of the file's bytes, or made of them before. Null when the file is
-        /// none that `readRegularFile` reads.
+        /// none that `readRegularFile` reads, which says too what is thrown.
         template <typename Parse>
         std::shared_ptr<const Parsed> read(const std::string& name, std::size_t largest,
                                            const Parse& parse) {

@@ -2,14 +2,36 @@
 
 #include "MCPStdio/UTF8.hpp"
 
+#include <cerrno>
+#include <system_error>
+
 #include <sys/stat.h>
 
 namespace velmiro::local {
 namespace {
 
+/// Whether there is something of that name, be it a link that leads nowhere.
 bool exists(const std::string& path) {
     struct stat about{};
-    return lstat(path.c_str(), &about) == 0;
+    if (lstat(path.c_str(), &about) == 0) {
+        return true;
+    }
+    if (!isAboutTheFile(errno)) {
+        throw std::system_error{errno, std::generic_category()};
+    }
+    return false;
+}
+
+/// Zero, or the number of the error for which nothing is known of what a path leads to.
+int lookAt(const std::string& path) {
+    struct stat about{};
+    return stat(path.c_str(), &about) == 0 ? 0 : errno;
+}
+
+/// Whether it is a symbolic link to what is not there.
+bool leadsNowhere(const std::string& path) {
+    const int error = lookAt(path);
+    return (error == ENOENT || error == ELOOP) && exists(path);
 }
 
 std::string trimmed(const std::string& text) {
@@ -31,11 +53,15 @@ std::string titleOf(const std::string& path, const std::string& folder) {
 } // namespace
 
 bool Vdir::isAccessible() const {
-    std::string path = path_;
-    while (!exists(path)) {
-        path = parentOf(path);
+    try {
+        std::string path = path_;
+        while (!exists(path)) {
+            path = parentOf(path);
+        }
+        return isWritableFolder(path) || leadsNowhere(path);
+    } catch (const std::system_error&) {
+        return true; // it was not the user's rights that were in the way
     }
-    return isWritableFolder(path);
 }
 
 void Vdir::makeIfMissing(const std::string& firstCollection) const {
@@ -58,10 +84,17 @@ std::optional<Collection> Vdir::collection(const std::string& folder) const {
     const std::string path = path_ + "/" + folder;
     const bool isName =
         !folder.empty() && !folder.starts_with('.') && folder.find('/') == std::string::npos;
-    if (!isName || !isFolder(path)) {
+    if (!isName) {
         return std::nullopt;
     }
-    return Collection{folder, path, titleOf(path, folder)};
+    if (isFolder(path)) {
+        return Collection{folder, path, titleOf(path, folder)};
+    }
+    const int error = lookAt(path);
+    if (error == 0 || !exists(path)) {
+        return std::nullopt; // a file, or gone
+    }
+    return Collection{folder, path, MCPStdio::repairUTF8(folder), error};
 }
 
 std::vector<Collection> Vdir::collections() const {

@@ -70,6 +70,13 @@ std::string TemporaryHome::reminders() const {
     return path() + "/Library/Application Support/Velmiro/Reminders";
 }
 
+void TemporaryHome::openTheWay() const {
+    for (const std::string folder :
+         {"", "/Library", "/Library/Application Support", "/Library/Application Support/Velmiro"}) {
+        chmod((path() + folder).c_str(), 0755);
+    }
+}
+
 void TemporaryHome::writeReminder(const std::string& list, const std::string& file,
                                   std::string_view contents) const {
     const std::string folder = reminders() + "/" + list;

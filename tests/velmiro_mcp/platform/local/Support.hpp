@@ -64,6 +64,9 @@ public:
     void writeReminder(const std::string& list, const std::string& file,
                        std::string_view contents) const;
 
+    /// Lets others enter the folders above the calendars.
+    void openTheWay() const;
+
 private:
     TemporaryFolder folder_;
     EnvironmentGuard home_{"HOME", folder_.path()};

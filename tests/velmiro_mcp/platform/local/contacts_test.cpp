@@ -55,6 +55,16 @@ protected:
         return all;
     }
 
+    /// What the error of a search says.
+    static std::string failure(const std::string& query) {
+        try {
+            found(query);
+        } catch (const PlatformError& error) {
+            return error.what();
+        }
+        return "(no failure)";
+    }
+
     /// Gives others the way to the address book.
     void openTheWay() const {
         for (fs::path folder{path()}; folder != fs::path{home_.path()}.parent_path();
@@ -115,8 +125,8 @@ TEST_F(AddressBook, FollowsLinksToFilesAndFolders) {
     fs::create_directories(path());
     fs::create_directory_symlink(elsewhere.path(), path() + "/folder");
     fs::create_symlink(elsewhere.path() + "/a.vcf", path() + "/file.vcf");
-    fs::create_directory_symlink("/nowhere", path() + "/dangling");
     fs::create_symlink("loop.vcf", path() + "/loop.vcf");
+    fs::create_symlink("/nowhere", path() + "/gone.vcf");
     EXPECT_EQ(identifiers("linked"), (Texts{"file.vcf", "folder/a.vcf"}));
 }
 
@@ -127,6 +137,19 @@ TEST_F(AddressBook, MayBeALinkItself) {
     fs::create_directory_symlink(elsewhere.path(), path());
     EXPECT_EQ(contactsAuthorizationStatus(), ContactsAuthorizationStatus::authorized);
     EXPECT_EQ(found("linked"), Texts{"linked"});
+}
+
+TEST_F(AddressBook, AFolderThatIsALinkToNowhereIsAnError) {
+    write("a.vcf", card("Berg"));
+    for (const char* target : {"/nowhere", "lost"}) {
+        fs::create_directory_symlink(target, path() + "/lost");
+        EXPECT_EQ(failure("berg").substr(0, 43), "the contacts in ‘lost’ cannot be read: ");
+        fs::remove(path() + "/lost");
+    }
+    fs::remove_all(path());
+    fs::create_directory_symlink("/nowhere", path());
+    EXPECT_EQ(contactsAuthorizationStatus(), ContactsAuthorizationStatus::authorized);
+    EXPECT_EQ(failure("berg"), "the contacts cannot be read: No such file or directory");
 }
 
 TEST_F(AddressBook, OnlyFilesOfTheFormatThatAreNotHiddenAreRead) {
@@ -186,21 +209,28 @@ TEST_F(AddressBook, WithoutPermissionIsDeniedAndAnErrorSaysWhy) {
         GTEST_SKIP() << "this process cannot act as another user";
     }
     EXPECT_EQ(contactsAuthorizationStatus(), ContactsAuthorizationStatus::denied);
-    try {
-        found("berg");
-        ADD_FAILURE() << "no failure";
-    } catch (const PlatformError& error) {
-        EXPECT_STREQ(error.what(), "the contacts cannot be read: Permission denied");
-    }
+    EXPECT_EQ(failure("berg"), "the contacts cannot be read: Permission denied");
 }
 
-TEST_F(AddressBook, AFileOrFolderWithoutPermissionHidesNoOthers) {
-    write("a.vcf", card("Berg;First"));
+TEST_F(AddressBook, AFolderWithoutPermissionIsAnError) {
     write("b/b.vcf", card("Berg;Second"));
     write("c.vcf", card("Berg;Third"));
     openTheWay();
+    for (const mode_t mode : {0000U, 0444U, 0111U}) {
+        ASSERT_EQ(chmod((path() + "/b").c_str(), mode), 0);
+        const Nobody nobody;
+        if (!nobody.allowed()) {
+            GTEST_SKIP() << "this process cannot act as another user";
+        }
+        EXPECT_EQ(failure("berg"), "the contacts in ‘b’ cannot be read: Permission denied");
+    }
+}
+
+TEST_F(AddressBook, AFileWithoutPermissionHidesNoOthers) {
+    write("a.vcf", card("Berg;First"));
+    write("c.vcf", card("Berg;Third"));
+    openTheWay();
     ASSERT_EQ(chmod((path() + "/a.vcf").c_str(), 0), 0);
-    ASSERT_EQ(chmod((path() + "/b").c_str(), 0), 0);
     const Nobody nobody;
     if (!nobody.allowed()) {
         GTEST_SKIP() << "this process cannot act as another user";

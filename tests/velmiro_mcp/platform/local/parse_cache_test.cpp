@@ -240,14 +240,6 @@ TEST_F(ParseCacheTest, KeepsFilesOfOneNameInTwoFoldersApart) {
     EXPECT_EQ(parsed_, 2);
 }
 
-TEST_F(ParseCacheTest, AFolderThatIsNotThereHoldsNothing) {
-    const OpenFolder folder{path("missing")};
-    Cache::Reader reader{cache_, folder};
-    EXPECT_FALSE(folder);
-    EXPECT_TRUE(folder.visibleNames().empty());
-    EXPECT_EQ(read(reader, "a"), "(none)");
-}
-
 TEST_F(ParseCacheTest, ForgetsAllWhenAsked) {
     write("a", "one");
     read("a");

@@ -27,6 +27,17 @@ Texts titles() {
     return found;
 }
 
+/// What the error that a call throws says.
+template <typename Call>
+std::string failureOf(const Call& call) {
+    try {
+        call();
+    } catch (const PlatformError& error) {
+        return error.what();
+    }
+    return "(no failure)";
+}
+
 std::string simple(const std::string& title) {
     return "BEGIN:VEVENT\nUID:" + title + "\nDTSTART:20260909T080000Z\nSUMMARY:" + title +
            "\nEND:VEVENT\n";
@@ -107,10 +118,69 @@ TEST(LocalCalendars, AreFoldersAndLinksToFoldersThatAreNotHidden) {
     home.write(".hidden", "a.ics", simple("hidden"));
     writeFile(home.calendars() + "/file", "");
     std::filesystem::create_directory_symlink(elsewhere.path(), home.calendars() + "/Link");
-    std::filesystem::create_directory_symlink("Loop", home.calendars() + "/Loop");
-    std::filesystem::create_directory_symlink("/nowhere", home.calendars() + "/Dangling");
     EXPECT_EQ(titles(), (Texts{"Link", "Real"}));
     EXPECT_EQ(septemberTitles(), (Texts{"linked", "real"}));
+}
+
+TEST(LocalCalendars, ALinkThatLeadsNowhereIsAnErrorUnlessAnotherCalendarIsAskedFor) {
+    TemporaryHome home;
+    home.write("Real", "a.ics", simple("real"));
+    for (const std::string target : {"/nowhere", "Lost"}) { // gone, or its own target
+        std::filesystem::create_directory_symlink(target, home.calendars() + "/Lost");
+        EXPECT_EQ(titles(), (Texts{"Lost", "Real"}));
+        EXPECT_EQ(failureOf(septemberTitles),
+                  "the calendar ‘Lost’ cannot be read: " +
+                      std::string{target == "Lost" ? "Too many levels of symbolic links"
+                                                   : "No such file or directory"});
+        const auto database = openEventDatabase();
+        const auto calendars = database->calendars(EntityType::event);
+        EXPECT_EQ(database->events(at("2026-09-01"), at("2026-10-01"), &calendars[1]).size(), 1U);
+        EXPECT_THROW(database->events(at("2026-09-01"), at("2026-10-01"), calendars.data()),
+                     PlatformError);
+        EXPECT_EQ(database->defaultCalendarForNewEvents().value_or(Calendar{}).title, "Real");
+        EXPECT_EQ(failureOf([&] {
+                      database->saveEvent({"t", at("2026-09-09"), at("2026-09-10"), false, {}, {}},
+                                          calendars[0]);
+                  }).substr(0, 42),
+                  "the calendar ‘Lost’ cannot be written:");
+        std::filesystem::remove(home.calendars() + "/Lost");
+    }
+}
+
+TEST(LocalCalendars, ARootThatIsALinkThatLeadsNowhereIsAnErrorNotAWantOfRights) {
+    const TemporaryHome home;
+    std::filesystem::create_directories(home.calendars());
+    std::filesystem::remove(home.calendars());
+    std::filesystem::create_directory_symlink("/nowhere", home.calendars());
+    EXPECT_EQ(openEventDatabase()->authorizationStatus(EntityType::event),
+              AuthorizationStatus::fullAccess);
+    EXPECT_EQ(failureOf(titles), "the calendars cannot be read: No such file or directory");
+    EXPECT_EQ(failureOf(septemberTitles),
+              "the calendars cannot be read: No such file or directory");
+    EXPECT_EQ(failureOf([] { openEventDatabase()->defaultCalendarForNewEvents(); }),
+              "the calendars cannot be read: No such file or directory");
+}
+
+TEST(LocalCalendars, OneWithoutPermissionIsAnErrorUnlessAnotherIsAskedFor) {
+    TemporaryHome home;
+    home.write("Private", "a.ics", simple("private"));
+    home.write("Work", "a.ics", simple("work"));
+    home.openTheWay();
+    ASSERT_EQ(chmod(home.calendars().c_str(), 0777), 0);
+    for (const mode_t mode : {0000U, 0444U, 0111U}) { // not even entered, or not read
+        ASSERT_EQ(chmod((home.calendars() + "/Private").c_str(), mode), 0);
+        const Nobody nobody;
+        if (!nobody.allowed()) {
+            GTEST_SKIP() << "this process cannot act as another user";
+        }
+        EXPECT_EQ(titles(), (Texts{"Private", "Work"}));
+        EXPECT_EQ(failureOf(septemberTitles),
+                  "the calendar ‘Private’ cannot be read: Permission denied")
+            << mode;
+        const auto database = openEventDatabase();
+        const auto calendars = database->calendars(EntityType::event);
+        EXPECT_EQ(database->events(at("2026-09-01"), at("2026-10-01"), &calendars[1]).size(), 1U);
+    }
 }
 
 TEST(LocalCalendars, RemindersHaveAFolderOfTheirOwn) {
@@ -189,10 +259,7 @@ TEST(LocalCalendars, AFileWithoutPermissionHidesNoOthers) {
     TemporaryHome home;
     home.write("Work", "a.ics", simple("first"));
     home.write("Work", "b.ics", simple("second"));
-    for (const std::string folder :
-         {"", "/Library", "/Library/Application Support", "/Library/Application Support/Velmiro"}) {
-        ASSERT_EQ(chmod((home.path() + folder).c_str(), 0755), 0);
-    }
+    home.openTheWay();
     ASSERT_EQ(chmod((home.calendars() + "/Work/a.ics").c_str(), 0), 0);
     const Nobody nobody;
     if (!nobody.allowed()) {
@@ -221,7 +288,7 @@ TEST(LocalCalendars, WhereTheFolderIsAFileAreDenied) {
     writeFile(home.path() + "/Library", "");
     const auto database = openEventDatabase();
     EXPECT_EQ(database->authorizationStatus(EntityType::event), AuthorizationStatus::denied);
-    EXPECT_TRUE(database->calendars(EntityType::event).empty());
+    EXPECT_EQ(failureOf(titles), "the calendars cannot be read: Not a directory");
 }
 
 TEST(LocalFolders, TheHomeOfTheAccountStandsInForAnUnusableHome) {

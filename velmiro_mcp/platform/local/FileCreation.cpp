@@ -15,14 +15,14 @@ namespace {
 
 constexpr mode_t onlyTheUser = S_IRUSR | S_IWUSR;
 
-/// Gives the new name its place on the disk; where that fails, takes it back.
+/// Gives the new name its place on the disk; where that fails, takes it back. A file that cannot be
+/// taken back is there for everybody to see, so it is made.
 int settle(const FileDescriptor& folder, const std::string& name) {
     if (flushFolder(folder.number())) {
         return 0;
     }
     const int error = errno;
-    unlinkat(folder.number(), name.c_str(), 0);
-    return error;
+    return unlinkat(folder.number(), name.c_str(), 0) == 0 ? error : 0;
 }
 
 int createNameless(const FileDescriptor& folder, const std::string& name,

@@ -29,6 +29,7 @@ set(PLATFORM_PARTS
     platform/local/FileCreation.cpp
     platform/local/FileLines.cpp
     platform/local/FileReplacement.cpp
+    platform/local/FileVersion.cpp
     platform/local/FileZones.cpp
     platform/local/Files.cpp
     platform/local/HiddenFiles.cpp
@@ -45,6 +46,7 @@ set(PLATFORM_PARTS
     platform/local/OccurrenceList.cpp
     platform/local/Occurrences.cpp
     platform/local/Random.cpp
+    platform/local/ReadLease.cpp
     platform/local/Recurrence.cpp
     platform/local/RecurrenceDays.cpp
     platform/local/ReminderCompletion.cpp

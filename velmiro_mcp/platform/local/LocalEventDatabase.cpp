@@ -168,13 +168,8 @@ public:
             if (!place) {
                 return false;
             }
-            const std::string name = nameOf(EntityType::reminder, place->collection.title);
-            const int error = reading(name, [&] { return complete(*place, identifier); });
-            if (error == 0) {
+            if (complete(*place, identifier)) {
                 return true;
-            }
-            if (error != EAGAIN && error != ENOENT) {
-                throw cannotWrite(name, error);
             }
         }
         throw PlatformError{"another program keeps changing this reminder; nothing was saved"};
@@ -280,31 +275,51 @@ private:
                    : std::optional{static_cast<std::size_t>(found - file.reminders.begin())};
     }
 
-    /// Zero; EAGAIN or ENOENT when the file is not what it was a moment ago; another error's
-    /// number.
-    int complete(const ReminderPosition& place, const std::string& identifier) {
+    /// False when the file is not what it was a moment ago.
+    bool complete(const ReminderPosition& place, const std::string& identifier) {
+        const std::string name = nameOf(EntityType::reminder, place.collection.title);
         const std::string path = place.collection.path + "/" + place.item;
-        const auto bytes = readRegularFile(path, largestItem);
+        const auto bytes = reading(name, [&] { return readRegularFile(path, largestItem); });
         if (!bytes) {
-            return EAGAIN;
+            return false;
         }
         const auto index = indexOf(files_.parse(*bytes, place.collection, place.item), identifier);
         if (!index) {
-            return EAGAIN;
+            return false;
         }
         const Completion change = completed(*bytes, *index, now(), files_.zones());
-        // The next one is there before this one is done: better twice than not at all.
-        const std::string next = change.nextUID + ".ics";
+        // The next one is there before this one is done, and goes only when this one is known not
+        // to be: better twice than not at all.
+        const std::string next = place.collection.path + "/" + change.nextUID + ".ics";
         if (change.next) {
-            if (const int error = createFile(place.collection.path, next, *change.next)) {
-                return error;
+            if (const int error =
+                    createFile(place.collection.path, change.nextUID + ".ics", *change.next)) {
+                throw cannotWrite(name, error);
             }
         }
-        const int error = replaceFile(path, *bytes, change.text);
-        if (error != 0 && change.next) {
-            unlink((place.collection.path + "/" + next).c_str());
+        const Replacement replacement = replaceFile(path, *bytes, change.text);
+        if (replacement.end == Replacement::End::unknown) {
+            throw unknownEnd(name, replacement);
         }
-        return error;
+        const bool isDone = replacement.end == Replacement::End::done;
+        if (!isDone && change.next && unlink(next.c_str()) != 0 && errno != ENOENT) {
+            throw PlatformError{cannotWrite(name, errno).what() +
+                                std::string{". The reminder is not completed, but the next one of "
+                                            "its series was added"}};
+        }
+        if (replacement.end == Replacement::End::failed) {
+            throw cannotWrite(name, replacement.error);
+        }
+        return isDone;
+    }
+
+    static PlatformError unknownEnd(const std::string& name, const Replacement& replacement) {
+        std::string text = cannotWrite(name, replacement.error).what();
+        text += ". Whether the reminder is completed now cannot be told: look before trying again";
+        if (!replacement.kept.empty()) {
+            text += "; the other version of its file is kept beside it as " + replacement.kept;
+        }
+        return PlatformError{text};
     }
 
     CalendarFiles files_;

@@ -27,13 +27,22 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Texts = std::vector<std::string>;
+using End = Replacement::End;
+
+const Replacement done{};
+const Replacement outrun{End::outrun, 0, {}};
+
+Replacement failed(int error) {
+    return {End::failed, error, {}};
+}
 
 class LocalFileReplacement : public testing::TestWithParam<Replacing> {
 protected:
     [[nodiscard]] std::string path(const std::string& name) const {
         return folder_.path() + "/" + name;
     }
-    int replace(const std::string& name, std::string_view expected, std::string_view contents) {
+    Replacement replace(const std::string& name, std::string_view expected,
+                        std::string_view contents) {
         return replaceFile(path(name), expected, contents, GetParam());
     }
 
@@ -50,27 +59,27 @@ INSTANTIATE_TEST_SUITE_P(Ways, LocalFileReplacement,
 
 TEST_P(LocalFileReplacement, PutsTheNewVersionInPlaceAndLeavesNothingElse) {
     writeFile(path("a.ics"), "old");
-    EXPECT_EQ(replace("a.ics", "old", "new"), 0);
+    EXPECT_EQ(replace("a.ics", "old", "new"), done);
     EXPECT_EQ(readFile(path("a.ics")), "new");
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
 }
 
 TEST_P(LocalFileReplacement, LeavesWhatIsNotWhatWasRead) {
     writeFile(path("a.ics"), "other");
-    EXPECT_EQ(replace("a.ics", "old", "new"), EAGAIN);
+    EXPECT_EQ(replace("a.ics", "old", "new"), outrun);
     EXPECT_EQ(readFile(path("a.ics")), "other");
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
 }
 
 TEST_P(LocalFileReplacement, MakesNoFileWhereThereIsNone) {
-    EXPECT_EQ(replace("a.ics", "old", "new"), ENOENT);
+    EXPECT_EQ(replace("a.ics", "old", "new"), outrun);
     EXPECT_EQ(namesIn(folder_.path()), Texts{});
 }
 
 TEST_P(LocalFileReplacement, KeepsTheModeOfTheFile) {
     writeFile(path("a.ics"), "old");
     ASSERT_EQ(chmod(path("a.ics").c_str(), 0664), 0);
-    ASSERT_EQ(replace("a.ics", "old", "new"), 0);
+    ASSERT_EQ(replace("a.ics", "old", "new"), done);
     struct stat about{};
     ASSERT_EQ(stat(path("a.ics").c_str(), &about), 0);
     EXPECT_EQ(about.st_mode & 07777U, 0664U);
@@ -80,7 +89,7 @@ TEST_P(LocalFileReplacement, ReplacesWhatALinkLeadsToAndKeepsTheLink) {
     fs::create_directory(path("elsewhere"));
     writeFile(path("elsewhere/real.ics"), "old");
     fs::create_symlink("elsewhere/real.ics", path("a.ics"));
-    EXPECT_EQ(replace("a.ics", "old", "new"), 0);
+    EXPECT_EQ(replace("a.ics", "old", "new"), done);
     EXPECT_TRUE(fs::is_symlink(path("a.ics")));
     EXPECT_EQ(readFile(path("elsewhere/real.ics")), "new");
     EXPECT_EQ(namesIn(path("elsewhere")), Texts{"real.ics"});
@@ -93,10 +102,10 @@ TEST_P(LocalFileReplacement, WhatDoesNotFitChangesNothing) {
     const rlimit small{1000, before.rlim_max};
     const auto disposition = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const int error = replace("a.ics", "old", std::string(5000, 'x'));
+    const Replacement end = replace("a.ics", "old", std::string(5000, 'x'));
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     std::signal(SIGXFSZ, disposition);
-    EXPECT_EQ(error, EFBIG);
+    EXPECT_EQ(end, failed(EFBIG));
     EXPECT_EQ(readFile(path("a.ics")), "old");
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
 }
@@ -110,7 +119,7 @@ TEST_P(LocalFileReplacement, WaitsForWhoeverLocksTheFolderButNotForEver) {
     };
     {
         const FileDescriptor forgotten = holder();
-        EXPECT_EQ(replaceFile(path("a.ics"), "old", "new", GetParam(), 20ms), EBUSY);
+        EXPECT_EQ(replaceFile(path("a.ics"), "old", "new", GetParam(), 20ms), failed(EBUSY));
         EXPECT_EQ(readFile(path("a.ics")), "old");
         EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
     }
@@ -119,9 +128,25 @@ TEST_P(LocalFileReplacement, WaitsForWhoeverLocksTheFolderButNotForEver) {
         std::this_thread::sleep_for(50ms);
         busy.reset();
     }};
-    EXPECT_EQ(replace("a.ics", "old", "new"), 0);
+    EXPECT_EQ(replace("a.ics", "old", "new"), done);
     soon.join();
     EXPECT_EQ(readFile(path("a.ics")), "new");
+}
+
+TEST_P(LocalFileReplacement, WaitsForWhoeverHasTheFileOpenForWritingButNotForEver) {
+    writeFile(path("a.ics"), "old");
+    std::optional<FileDescriptor> editor{open(path("a.ics").c_str(), O_WRONLY | O_CLOEXEC)};
+    EXPECT_EQ(replaceFile(path("a.ics"), "old", "new", GetParam(), 20ms), failed(EBUSY));
+    EXPECT_EQ(readFile(path("a.ics")), "old");
+    EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
+    std::thread soon{[&editor] {
+        std::this_thread::sleep_for(50ms);
+        EXPECT_EQ(pwrite(editor->number(), "odd", 3, 0), 3);
+        editor.reset();
+    }};
+    EXPECT_EQ(replace("a.ics", "old", "new"), outrun);
+    soon.join();
+    EXPECT_EQ(readFile(path("a.ics")), "odd");
 }
 
 TEST_P(LocalFileReplacement, KilledAtAnyMomentLeavesTheOldFileOrTheNew) {
@@ -147,7 +172,7 @@ TEST_P(LocalFileReplacement, KilledAtAnyMomentLeavesTheOldFileOrTheNew) {
         }
     }
     const std::string found = readFile(path("a.ics"));
-    ASSERT_EQ(replace("a.ics", found, "last"), 0);
+    ASSERT_EQ(replace("a.ics", found, "last"), done);
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"}) << "leftovers go with the next change";
 }
 
@@ -167,7 +192,7 @@ TEST(LocalFileReplacement, AVersionOfAnotherProgramLeftAsideIsNotRemoved) {
     const std::string alive = asideName("old", "new");
     writeFile(folder.path() + "/" + alive, "old");
     ASSERT_EQ(namesIn(folder.path()).size(), 5U);
-    ASSERT_EQ(replaceFile(file, "new", "newer"), 0);
+    ASSERT_EQ(replaceFile(file, "new", "newer"), done);
     Texts left;
     for (const std::string& name : namesIn(folder.path())) {
         left.push_back(readFile(folder.path() + "/" + name));
@@ -182,7 +207,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
     const std::string file = folder.path() + "/a.ics";
     writeFile(file, "0");
     constexpr int versions = 10'000;
-    std::atomic<bool> done = false;
+    std::atomic<bool> finished = false;
     std::atomic<int> lost = 0;
     // For a moment an older version may stand in the place of the one just written, but not longer.
     const auto comesToStand = [&](int version) {
@@ -200,7 +225,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
             fs::rename(folder.path() + "/other", file);
             lost = comesToStand(version) ? 0 : version;
         }
-        done = true;
+        finished = true;
     }};
     // Each version that the writer places may get a mark. Whatever stands there never goes back to
     // a version before the one that was marked or seen last.
@@ -208,15 +233,15 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
     int marked = 0;
     int refused = 0;
     for (bool last = false; !last;) {
-        last = done;
+        last = finished;
         const std::string current = readFile(file);
         const int version = std::stoi(current);
         ASSERT_GE(version, seen);
         seen = version;
         if (!current.ends_with("+")) {
-            const int error = replaceFile(file, current, current + "+");
-            ASSERT_TRUE(error == 0 || error == EAGAIN) << error;
-            (error == 0 ? marked : refused) += 1;
+            const Replacement end = replaceFile(file, current, current + "+");
+            ASSERT_TRUE(end == done || end == outrun) << end.error;
+            (end == done ? marked : refused) += 1;
         }
     }
     writer.join();
@@ -224,6 +249,44 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
     EXPECT_EQ(readFile(file), std::to_string(versions) + "+");
     EXPECT_GT(marked, 0);
     EXPECT_GT(refused, 0) << "the two never met: this proved nothing";
+    EXPECT_EQ(namesIn(folder.path()), Texts{"a.ics"});
+}
+
+TEST(LocalFileReplacement, LosesNothingOfAWriterThatWritesInPlaceInALoop) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path() + "/a.ics";
+    writeFile(file, "0");
+    constexpr int versions = 500;
+    std::atomic<bool> finished = false;
+    std::atomic<int> lost = 0;
+    // As an editor does it: open, cut off, write, close. What it reads next is what it wrote, with
+    // or without a mark.
+    std::thread writer{[&] {
+        for (int version = 1; version <= versions && lost == 0; ++version) {
+            writeFile(file, std::to_string(version));
+            const std::string found = readFile(file);
+            lost = found == std::to_string(version) || found == std::to_string(version) + "+"
+                       ? 0
+                       : version;
+            // About as long as a replacement takes, so that the two meet at all its steps.
+            std::this_thread::sleep_for(std::chrono::microseconds{version * 37 % 3000});
+        }
+        finished = true;
+    }};
+    int marked = 0;
+    for (bool last = false; !last;) {
+        last = finished;
+        const std::string current = readFile(file);
+        if (!current.empty() && !current.ends_with("+")) {
+            const Replacement end = replaceFile(file, current, current + "+");
+            ASSERT_TRUE(end == done || end == outrun) << end.error;
+            marked += end == done ? 1 : 0;
+        }
+    }
+    writer.join();
+    EXPECT_EQ(lost, 0);
+    EXPECT_EQ(readFile(file), std::to_string(versions) + "+");
+    EXPECT_GT(marked, 1);
     EXPECT_EQ(namesIn(folder.path()), Texts{"a.ics"});
 }
 
@@ -238,10 +301,10 @@ TEST(LocalFileReplacement, OfTwoThatChangeTheSameVersionOneWins) {
         changers.emplace_back([&] {
             for (int count = 0; count < each;) {
                 const std::string current = readFile(file);
-                const int error =
+                const Replacement end =
                     replaceFile(file, current, std::to_string(std::stoi(current) + 1));
-                ASSERT_TRUE(error == 0 || error == EAGAIN) << error;
-                count += error == 0 ? 1 : 0;
+                ASSERT_TRUE(end == done || end == outrun) << end.error;
+                count += end == done ? 1 : 0;
             }
         });
     }

@@ -1,0 +1,244 @@
+// Completing a repeating reminder while the system fails: whatever call fails, and whenever, the
+// series is never gone, and what the agent reads is true.
+
+#include "MCPStdio/JSONValue.hpp"
+#include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/ScriptedHost.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <gtest/gtest.h>
+
+using namespace velmiro::test;
+using MCPStdio::JSONValue;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string weekly = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//t//EN\r\nBEGIN:VTODO\r\n"
+                           "UID:water\r\nDTSTAMP:20260901T080000Z\r\nDUE:20261014T080000Z\r\n"
+                           "RRULE:FREQ=WEEKLY\r\nSUMMARY:Water\r\nEND:VTODO\r\nEND:VCALENDAR\r\n";
+
+/// What the agent reads, with whether it is an error.
+struct Answer {
+    std::string text;
+    bool isError = false;
+};
+
+Answer answerOf(const std::optional<std::string>& line) {
+    if (!line) {
+        return {"(no reply)", true};
+    }
+    const auto reply = JSONValue::parse(*line);
+    const JSONValue& result = *reply["result"];
+    return {std::string{*(*(*result["content"])[0])["text"]->stringValue()},
+            result["isError"]->boolValue() == true};
+}
+
+/// What is in the list's folder.
+struct Contents {
+    std::string original; ///< the file that was asked about, empty when it is gone
+    int others = 0;       ///< visible files beside it, each the next of the series
+    int hidden = 0;
+
+    [[nodiscard]] bool isCompleted() const {
+        return original.find("STATUS:COMPLETED") != std::string::npos &&
+               original.find("RRULE") == std::string::npos;
+    }
+};
+
+class CompletionFaults : public testing::Test {
+protected:
+    TemporaryFolder home;
+    fs::path list = home.path() / "Library/Application Support/Velmiro/Reminders/Home";
+    ScriptedHost host{home.path() / "approval.sock", [](int connection) {
+                          readQuestion(connection);
+                          answerWith(connection, "{\"allow\":true}\n");
+                      }};
+
+    [[nodiscard]] ChildProcess::Options
+    failingServer(const std::map<std::string, std::string>& faults) const {
+        auto options = serverIn(home);
+        options.environment["LD_PRELOAD"] = FAILING_CALLS;
+        options.environment.insert(faults.begin(), faults.end());
+        return options;
+    }
+
+    /// Each question about an event waits until this goes.
+    static void keepWaiting(int connection) {
+        const bool isEvent = readQuestion(connection).find("calendar") != std::string::npos;
+        answerWith(connection, isEvent ? "" : "{\"allow\":true}\n");
+        if (isEvent) {
+            readQuestion(connection);
+        }
+    }
+
+    [[nodiscard]] Answer complete(const std::map<std::string, std::string>& faults) const {
+        fs::remove_all(list);
+        home.write(list / "water.ics", weekly);
+        ChildProcess server{failingServer(faults)};
+        server.writeLine(callLine(1, "reminders_complete", R"({"id":"water"})"));
+        return answerOf(server.readLine());
+    }
+
+    [[nodiscard]] Contents contents() const {
+        Contents found;
+        for (const auto& entry : fs::directory_iterator{list}) {
+            const std::string name = entry.path().filename().string();
+            if (name == "water.ics") {
+                found.original = readFile(entry.path());
+            } else if (name.starts_with('.')) {
+                ++found.hidden;
+            } else {
+                ++found.others;
+                EXPECT_NE(readFile(entry.path()).find("RRULE:FREQ=WEEKLY"), std::string::npos);
+            }
+        }
+        return found;
+    }
+
+    /// What must hold whatever failed.
+    void expectTruth(const Answer& answer) const {
+        const Contents found = contents();
+        if (!answer.isError) {
+            EXPECT_TRUE(found.isCompleted()) << found.original;
+            EXPECT_EQ(found.others, 1);
+            return;
+        }
+        EXPECT_EQ(answer.text.find("no reminder with id"), std::string::npos) << answer.text;
+        if (answer.text.find("cannot be told") != std::string::npos) {
+            EXPECT_TRUE(found.original == weekly || found.isCompleted()) << found.original;
+            EXPECT_EQ(found.others, 1) << "the series may be there twice, never not at all";
+        } else {
+            EXPECT_EQ(found.original, weekly) << answer.text;
+            EXPECT_EQ(found.others, 0) << answer.text;
+        }
+    }
+};
+
+constexpr int manyErrors[] = {EIO, EMFILE, ENFILE, ENOMEM, EACCES, ESTALE, EINTR};
+
+} // namespace
+
+TEST_F(CompletionFaults, CallsThatFailAfterTheSwapNeverEndASeries) {
+    int errors = 0;
+    int successes = 0;
+    for (const char* call : {"open", "read", "stat", "rename", "flush", "unlink"}) {
+        for (const int error : manyErrors) {
+            for (int count = 1; count <= 5; ++count) {
+                SCOPED_TRACE(std::string{call} + ": " + std::strerror(error) + ", " +
+                             std::to_string(count) + " times");
+                const Answer answer = complete({{"FAIL_CALL", call},
+                                                {"FAIL_ERROR", std::to_string(error)},
+                                                {"FAIL_COUNT", std::to_string(count)}});
+                expectTruth(answer);
+                (answer.isError ? errors : successes) += 1;
+            }
+        }
+    }
+    EXPECT_GT(errors, 50);
+    EXPECT_GT(successes, 50);
+}
+
+TEST_F(CompletionFaults, NorDoThoseThatFailLater) {
+    for (const char* call : {"open", "read", "stat", "rename"}) {
+        for (int skip = 1; skip <= 6; ++skip) {
+            for (const int count : {1, 2, 100}) {
+                SCOPED_TRACE(std::string{call} + " after " + std::to_string(skip) + ", " +
+                             std::to_string(count) + " times");
+                expectTruth(complete({{"FAIL_CALL", call},
+                                      {"FAIL_ERROR", std::to_string(EIO)},
+                                      {"FAIL_SKIP", std::to_string(skip)},
+                                      {"FAIL_COUNT", std::to_string(count)}}));
+            }
+        }
+    }
+}
+
+TEST_F(CompletionFaults, WhereNamesCannotBeExchangedAFailedFlushKeepsTheNextOne) {
+    for (const int refusal : {EINVAL, ENOSYS, EOPNOTSUPP}) {
+        const auto noExchange = std::to_string(refusal);
+        EXPECT_FALSE(complete({{"NO_EXCHANGE", noExchange}}).isError);
+        expectTruth({});
+        for (const char* call : {"open", "read", "stat", "flush", "unlink"}) {
+            for (int count = 1; count <= 3; ++count) {
+                SCOPED_TRACE(std::string{call} + " " + std::to_string(count) + " times");
+                expectTruth(complete({{"NO_EXCHANGE", noExchange},
+                                      {"FAIL_CALL", call},
+                                      {"FAIL_ERROR", std::to_string(EIO)},
+                                      {"FAIL_COUNT", std::to_string(count)}}));
+            }
+        }
+    }
+    const Answer unflushed = complete({{"NO_EXCHANGE", std::to_string(EINVAL)},
+                                       {"FAIL_CALL", "flush"},
+                                       {"FAIL_ERROR", std::to_string(EIO)},
+                                       {"FAIL_COUNT", "1"}});
+    EXPECT_EQ(unflushed.text,
+              "the list ‘Home’ cannot be written: Input/output error. Whether the reminder is "
+              "completed now cannot be told: look before trying again");
+    EXPECT_TRUE(contents().isCompleted());
+}
+
+TEST_F(CompletionFaults, AStateThatCannotBeToldKeepsBothFilesAndNamesTheOther) {
+    const Answer answer = complete(
+        {{"FAIL_CALL", "stat"}, {"FAIL_ERROR", std::to_string(EIO)}, {"FAIL_COUNT", "100"}});
+    const Contents found = contents();
+    EXPECT_EQ(found.original, weekly);
+    EXPECT_EQ(found.hidden, 1);
+    const auto name = answer.text.find(".velmiro-aside-");
+    ASSERT_NE(name, std::string::npos) << answer.text;
+    const std::string other = readFile(list / answer.text.substr(name));
+    EXPECT_NE(other.find("STATUS:COMPLETED"), std::string::npos) << other;
+}
+
+TEST_F(CompletionFaults, CallsThatFailFromTheStartChangeNothingOrAll) {
+    for (const char* call : {"open", "read", "stat", "rename", "flush", "unlink"}) {
+        for (int skip = 0; skip <= 24; ++skip) {
+            SCOPED_TRACE(std::string{call} + " after " + std::to_string(skip));
+            expectTruth(complete({{"FAIL_CALL", call},
+                                  {"FAIL_AT", "start"},
+                                  {"FAIL_PART", call == std::string{"read"} ? "" : "/"},
+                                  {"FAIL_ERROR", std::to_string(EIO)},
+                                  {"FAIL_SKIP", std::to_string(skip)},
+                                  {"FAIL_COUNT", "1"}}));
+        }
+    }
+}
+
+TEST_F(CompletionFaults, DescriptorsUsedUpByWaitingQuestionsNeverEndASeries) {
+    constexpr int limit = 64;
+    const fs::path socket = home.path() / "waiting.sock";
+    int errors = 0;
+    int successes = 0;
+    for (int waiting = limit - 24; waiting <= limit - 3; ++waiting) {
+        SCOPED_TRACE(std::to_string(waiting) + " questions wait");
+        fs::remove_all(list);
+        home.write(list / "water.ics", weekly);
+        const ScriptedHost keeping{socket, keepWaiting};
+        auto options = serverIn(home);
+        options.arguments = {"/usr/bin/prlimit", "--nofile=" + std::to_string(limit),
+                             SERVER_BINARY};
+        options.environment["VELMIRO_APPROVAL_SOCKET"] = socket;
+        ChildProcess server{options};
+        for (int id = 1; id <= waiting; ++id) {
+            server.writeLine(creation(id));
+        }
+        // Those that no descriptor is left for are answered at once.
+        std::size_t answered = 0;
+        while (!eventually(
+            [&] { return keeping.accepted() + answered >= static_cast<std::size_t>(waiting); },
+            std::chrono::seconds{1})) {
+            ASSERT_TRUE(server.readLine());
+            ++answered;
+        }
+        server.writeLine(callLine(9000, "reminders_complete", R"({"id":"water"})"));
+        const Answer answer = answerOf(server.readLine());
+        expectTruth(answer);
+        (answer.isError ? errors : successes) += 1;
+        fs::remove(socket);
+    }
+    EXPECT_GT(errors, 0);
+    EXPECT_GT(successes, 0);
+}

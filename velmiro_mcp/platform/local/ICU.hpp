@@ -2,7 +2,9 @@
 
 #include "velmiro_mcp/platform/local/SharedLibrary.hpp"
 
-#define U_SHOW_CPLUSPLUS_API 0 // classes would have to be linked
+// Classes would have to be linked, and so would what the headers alone make of them since ICU 76.
+#define U_SHOW_CPLUSPLUS_API 0
+#define U_SHOW_CPLUSPLUS_HEADER_API 0
 
 #include <unicode/ubrk.h>
 #include <unicode/ucal.h>

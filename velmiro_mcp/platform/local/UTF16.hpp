@@ -2,6 +2,7 @@
 
 #include "velmiro_mcp/platform/local/ICU.hpp"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 

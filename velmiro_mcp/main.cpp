@@ -4,6 +4,7 @@
 #include "velmiro_mcp/Kind.hpp"
 #include "velmiro_mcp/Process.hpp"
 #include "velmiro_mcp/ToolCatalogue.hpp"
+#include "velmiro_mcp/ZoneVariable.hpp"
 #include "velmiro_mcp/platform/Platform.hpp"
 
 namespace {
@@ -17,6 +18,7 @@ constexpr const char* instructions =
 int main() {
     MCPStdio::openClosedStandardStreams(); // before anything else is opened
     velmiro::raiseDescriptorLimit();
+    velmiro::settleZoneVariable();
     const auto enabled = velmiro::enabledKinds(velmiro::processEnvironment());
     MCPStdio::MCPServer server{"velmiro-apple", "1.0", instructions, velmiro::tools(enabled)};
     velmiro::runBesideMainQueue([&] { MCPStdio::syncWait(server.run()); });

@@ -11,6 +11,7 @@
 #include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 #include <unicode/udat.h>
+#include <unicode/uloc.h>
 #include <unicode/unorm2.h>
 #include <unicode/uscript.h>
 #include <unicode/ustring.h>
@@ -38,6 +39,7 @@ struct ICUCommon {
     VELMIRO_LIBRARY_FUNCTION(ucnv_countAliases);
     VELMIRO_LIBRARY_FUNCTION(ucnv_open);
     VELMIRO_LIBRARY_FUNCTION(ucnv_toUChars);
+    VELMIRO_LIBRARY_FUNCTION(uloc_setDefault);
     VELMIRO_LIBRARY_FUNCTION(unorm2_getNFCInstance);
     VELMIRO_LIBRARY_FUNCTION(unorm2_getNFDInstance);
     VELMIRO_LIBRARY_FUNCTION(unorm2_getNFKCCasefoldInstance);

@@ -94,6 +94,25 @@ TEST(LocalText, TheLanguageIsTheOneForTimes) {
     EXPECT_EQ(userLocale(), "nl_NL");
 }
 
+TEST(LocalText, OnlyWhatHasTheFormOfALanguageReachesTheLibrary) {
+    for (const char* language : {"de", "DE", "yue", "de_DE", "de-DE", "sr_Latn", "sr_Latn_RS",
+                                 "es_419", "en_GB.UTF-8@x"}) {
+        const LanguageGuard guard{language};
+        const std::string given = language;
+        EXPECT_EQ(userLocale(), given.substr(0, given.find('.')));
+    }
+    for (const std::string& language :
+         {std::string{"English (United States)"}, std::string{"abcdefghijkl"},
+          std::string{"german"}, std::string{"d"}, std::string{"d3"}, std::string{"de_"},
+          std::string{"_DE"}, std::string{"de__DE"}, std::string{"de_D"}, std::string{"de_DEU"},
+          std::string{"de_DE_1996"}, std::string{"de_DE_"}, std::string{"de_Latnx_DE"},
+          std::string{"en_US_"} + std::string(300, 'P'), std::string{"en-u-ca-buddhist"},
+          std::string{"x-y"}, std::string{" "}, std::string{"\xFF\xFE"}, std::string{"..."}}) {
+        const LanguageGuard guard{language.c_str()};
+        EXPECT_EQ(userLocale(), "en_GB") << language;
+    }
+}
+
 TEST(LocalText, WithoutALanguageDatesAreEnglish) {
     const ZoneGuard zone{"UTC"};
     for (const auto& language :

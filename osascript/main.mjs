@@ -2,6 +2,7 @@
 // returns. Standard input belongs to whoever started the server and is never opened.
 
 import { writeSync } from 'node:fs';
+import { CommandLineError, readCommandLine, usage } from './commandLine.mjs';
 import { evaluate } from './evaluate.mjs';
 import { Mail } from './mail/Mail.mjs';
 import { Notes } from './notes/Notes.mjs';
@@ -28,29 +29,21 @@ function print(descriptor, text) {
 
 /** @returns {number} the exit status */
 function main() {
-    const [language, javaScript, evaluation, source, ...argv] = process.argv.slice(2);
-    if (
-        language !== '-l' ||
-        javaScript !== 'JavaScript' ||
-        evaluation !== '-e' ||
-        source === undefined
-    ) {
-        print(2, 'usage: osascript -l JavaScript -e SCRIPT [ARGUMENT]...\n');
-        return 1;
-    }
+    const { source, argv, asSource, errorsToOutput } = readCommandLine(process.argv.slice(2));
     const { output, failure } = evaluate(source, argv, applications);
     if (failure !== undefined) {
-        print(2, `execution error: ${failure}\n`);
+        print(errorsToOutput ? 1 : 2, `execution error: ${failure}\n`);
         return 1;
     }
-    print(1, `${output}\n`);
+    print(1, `${asSource ? JSON.stringify(output) : output}\n`);
     return 0;
 }
 
 let status = 1;
 try {
     status = main();
-} catch {
-    // Nobody reads what was to be said.
+} catch (error) {
+    // Of all else nobody reads what was to be said.
+    if (error instanceof CommandLineError) print(2, `osascript: ${error.message}\n${usage}\n`);
 }
 process.exit(status);

@@ -28,9 +28,20 @@ constexpr milliseconds pauseBetweenStarts{10};
     throw MCPToolError{"osascript could not start: " + reason};
 }
 
+/// Whether the interpreter, which parses its command line with getopt, takes this argument for an
+/// option. "-" alone is none.
+bool looksLikeOption(const std::string& argument) {
+    return argument.size() > 1 && argument.front() == '-';
+}
+
+/// The arguments are the agent's, and must not become options: a second -e would replace the
+/// script. getopt stops at the first argument that is no option, so only that one matters.
 std::vector<std::string> commandLine(const std::string& interpreter, const std::string& script,
                                      const std::vector<std::string>& arguments) {
     std::vector<std::string> line{interpreter, "-l", "JavaScript", "-e", script};
+    if (!arguments.empty() && looksLikeOption(arguments.front())) {
+        line.emplace_back("--");
+    }
     line.insert(line.end(), arguments.begin(), arguments.end());
     for (const std::string& argument : line) {
         if (argument.find('\0') != std::string::npos) { // it would end there

@@ -29,10 +29,10 @@ public:
     /// The runner of the system's interpreter: made on first use, kept for the life of the process.
     static ScriptRunner& shared();
 
-    /// Runs a script that defines `function run(argv)`. Gives back the JSON that it prints, or what
-    /// it prints otherwise, trimmed, as a string. When it fails, what it says on standard error is
-    /// thrown as MCPToolError. After `timeout` it is asked to end, once; however it then ends is
-    /// the outcome, and until it does the call waits.
+    /// Runs a script that defines `function run(argv)`, which receives exactly `arguments`. Gives
+    /// back the JSON that it prints, or what it prints otherwise, trimmed, as a string. When it
+    /// fails, what it says on standard error is thrown as MCPToolError. After `timeout` it is asked
+    /// to end, once; however it then ends is the outcome, and until it does the call waits.
     MCPStdio::Task<MCPStdio::JSONValue> run(std::string script, std::vector<std::string> arguments,
                                             std::chrono::milliseconds timeout);
 

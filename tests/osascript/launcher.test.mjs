@@ -12,10 +12,60 @@ import { Home, awkward, environment, exchange, launcher, root, script } from './
 const echo = 'function run(argv) { return JSON.stringify(argv); }';
 const command = ['-l', 'JavaScript', '-e'];
 
-test('what comes after the script reaches run as it is', async (t) => {
-    const given = ['--help', '-e', '-l', '--', '', '-', '--inspect', '--eval=1', '-v', ...awkward];
-    const { output, errors, status } = await new Home(t).evaluate(echo, ...given);
-    assert.deepEqual([JSON.parse(output), errors, status], [given, '', 0]);
+const optionLike = ['--help', '-e', '-l', '--', '', '-', '--inspect', '--eval=1', '-v', ...awkward];
+
+test('what comes after the first argument reaches run as it is', async (t) => {
+    for (const first of ['', '-', 'a', ' -e', '\u2014e']) {
+        const { output, errors, status } = await new Home(t).evaluate(echo, first, ...optionLike);
+        assert.deepEqual([JSON.parse(output), errors, status], [[first, ...optionLike], '', 0]);
+    }
+});
+
+test('what comes after two dashes reaches run as it is, without these', async (t) => {
+    for (const first of ['-milk', '-e1', '-i', '--', '-', '-1', '']) {
+        const { output, errors, status } = await new Home(t).evaluate(echo, '--', first, ...optionLike);
+        assert.deepEqual([JSON.parse(output), errors, status], [[first, ...optionLike], '', 0]);
+    }
+});
+
+test('a first argument that begins with a dash is an option', async (t) => {
+    const evaluate = (...given) => new Home(t).evaluate(echo, ...given);
+    for (const [first, letter] of [
+        ['-milk', 'm'],
+        ['-1', '1'],
+        ['--help', '-'],
+        ['-\u{1f600}', '\u{1f600}'],
+    ]) {
+        const { output, errors, status } = await evaluate(first, 'a');
+        assert.deepEqual([output, status], ['', 1]);
+        assert.ok(errors.startsWith(`osascript: illegal option -- ${letter}\nusage: `), errors);
+    }
+    for (const given of [['-e'], ['-l'], ['-s']]) {
+        const { output, errors, status } = await evaluate(...given);
+        assert.deepEqual([output, status], ['', 1]);
+        assert.ok(errors.startsWith(`osascript: option requires an argument -- ${given[0][1]}\n`), errors);
+    }
+    assert.equal((await evaluate('-i', 'a')).status, 1);
+    assert.equal((await evaluate('-lAppleScript', 'a')).status, 1);
+});
+
+test('the lines of several -e are one script, of which the last run counts', async (t) => {
+    const other = 'function run(argv) { return "other " + argv; }';
+    for (const given of [[`-e${other}`, 'a'], ['-e', other, 'a'], ['-e', other, '--', 'a']]) {
+        assert.equal((await new Home(t).evaluate(echo, ...given)).output, 'other a\n');
+    }
+    const { output } = await new Home(t).evaluate('const text = `one', '-e', 'two`; text');
+    assert.equal(output, 'one\ntwo\n');
+});
+
+test('-s chooses the form of the result and where errors go', async (t) => {
+    const evaluate = (...given) => new Home(t).evaluate(...given);
+    assert.equal((await evaluate('"a"', '-ss')).output, '"a"\n');
+    assert.equal((await evaluate('"a"', '-ss', '-s', 'h')).output, 'a\n');
+    const { output, errors, status } = await evaluate('throw "x"', '-so');
+    assert.deepEqual([output, errors, status], ['execution error: Error: x (-2700)\n', '', 1]);
+    assert.equal((await evaluate('throw "x"', '-soe')).errors, 'execution error: Error: x (-2700)\n');
+    assert.match((await evaluate('"a"', '-sx')).errors, /^osascript: illegal flag -- x\nusage: /);
 });
 
 test('an argument of the greatest length that Linux takes arrives whole', async (t) => {
@@ -88,7 +138,7 @@ for (const given of [
     test(`another command line is refused: ${given.join(' ')}`, async () => {
         const { output, errors, status } = await exchange(launcher, { env: environment }, ...given);
         assert.deepEqual([output, status], ['', 1]);
-        assert.match(errors, /^usage: osascript .*\n$/);
+        assert.match(errors, /^osascript: .+\nusage: osascript .*\n$/);
     });
 }
 

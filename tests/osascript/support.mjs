@@ -63,9 +63,10 @@ export class Home {
         return JSON.parse(output);
     }
 
-    /** Runs one of the five scripts and gives the value that the server would. */
+    /** Runs one of the five scripts, called as the server calls it, and gives the value that it would. */
     async run(name, ...given) {
-        const { output, errors, status } = await this.evaluate(script(name), ...given);
+        const end = /^-./s.test(given[0] ?? '') ? ['--'] : [];
+        const { output, errors, status } = await this.evaluate(script(name), ...end, ...given);
         if (status !== 0) throw new Error(errors);
         return JSON.parse(output);
     }

@@ -80,17 +80,26 @@ protected:
         child.writeLine(callLine(1, tool, arguments));
         return answerIn(child.readLine());
     }
-    /// What the interpreter was called with when this tool was.
+    /// What the interpreter was called with when this tool was, and what it made of that: the
+    /// tool's own script, and the arguments handed on.
     void isRun(const std::string& tool, const std::string& arguments,
-               const std::vector<std::string>& handedOn) const {
-        auto expected = JSONValue::array(interpreter.string(), "-l", "JavaScript", "-e",
-                                         readFile(fs::path{SCRIPTS_FOLDER} / (tool + ".js")));
+               const std::vector<std::string>& handedOn,
+               const std::vector<std::string>& before = {}) const {
+        const std::string script = readFile(fs::path{SCRIPTS_FOLDER} / (tool + ".js"));
+        auto command = JSONValue::array(interpreter.string(), "-l", "JavaScript", "-e", script);
+        for (const std::string& text : before) {
+            command.append(text);
+        }
+        auto received = JSONValue::array();
         for (const std::string& text : handedOn) {
-            expected.append(text);
+            command.append(text);
+            received.append(text);
         }
         const Answer answer = call(tool, arguments);
+        EXPECT_FALSE(answer.isError) << answer.text;
+        const auto expected =
+            JSONValue::object({{"command", command}, {"script", script}, {"arguments", received}});
         EXPECT_EQ(answer.text, expected.jsonString());
-        EXPECT_FALSE(answer.isError);
     }
     /// Answers so many calls, each with the number that its script printed.
     void areAnsweredByTheirNumbers(ChildProcess& child, int count) {
@@ -123,6 +132,25 @@ TEST_F(ScriptsThroughTheServer, EveryToolRunsItsOwnWithItsArguments) {
     isRun("mail_read", R"({"id":42})", {"42"});
     isRun("mail_create_draft", R"({"to":["a@x"],"cc":["b"],"subject":"s","body":"t"})",
           {R"(["a@x"])", R"(["b"])", "s", "t"});
+}
+
+TEST_F(ScriptsThroughTheServer, TakeNoArgumentForAnOption) {
+    const ScriptedHost host{home.path() / "approval.sock", answering("{\"allow\":true}\n")};
+    for (const std::string text :
+         {"-milk", "-efunction run(argv) { return 'mine'; }", "-e", "-i", "-so", "--", "---"}) {
+        const std::string quoted = JSONValue{text}.jsonString();
+        isRun("notes_search", R"({"query":)" + quoted + "}", {text, "10"}, {"--"});
+        isRun("notes_create",
+              R"({"title":)" + quoted + R"(,"body":)" + quoted + R"(,"folder":)" + quoted + "}",
+              {text, text, text}, {"--"});
+        isRun("mail_create_draft",
+              R"({"to":["-e@x"],"subject":)" + quoted + R"(,"body":)" + quoted + "}",
+              {R"(["-e@x"])", "[]", text, text});
+    }
+    isRun("mail_read", R"({"id":-1})", {"-1"}, {"--"});
+    isRun("notes_search", R"({"query":"-"})", {"-", "10"});
+    isRun("notes_create", R"({"title":"-","body":"-e"})", {"-", "-e", ""});
+    isRun("notes_create", R"({"title":"t","body":"-e","folder":"--"})", {"t", "-e", "--"});
 }
 
 TEST_F(ScriptsThroughTheServer, RunOnlyAfterAYes) {

@@ -1,5 +1,8 @@
 // Stands where osascript stands, and does what the test says.
 //
+// The command line is parsed with getopt, as by osascript: an argument that begins with "-" is an
+// option until one is met that does not, or "--"; the lines of several -e make one script.
+//
 // The script it is given is no JavaScript but a list of steps, separated by the character U+001E,
 // each a word and, after a space, its text. When the script is one of the program's own, the steps
 // are in its first argument, behind "do "; without them the child prints how it was called.
@@ -15,7 +18,6 @@
 #include <functional>
 #include <map>
 #include <set>
-#include <span>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -44,7 +46,7 @@ void print(const JSONValue& value) {
     writeAll(1, value.jsonString());
 }
 
-JSONValue list(std::span<const std::string> texts) {
+JSONValue list(const std::vector<std::string>& texts) {
     auto array = JSONValue::array();
     for (const std::string& text : texts) {
         array.append(text);
@@ -121,9 +123,47 @@ void leaveGrandchild(const std::string& awaited) {
     }
 }
 
+/// What the command line says.
+struct Call {
+    std::vector<std::string> command; ///< all of it
+    std::string language;
+    std::string script;
+    std::vector<std::string> arguments;
+};
+
+[[noreturn]] void refuse(const std::string& why) {
+    writeAll(2, "osascript: " + why + "\n");
+    ::_exit(1);
+}
+
+Call callOf(int count, char** values) {
+    Call call{{values, values + count}, {}, {}, {}};
+    ::opterr = 0;
+    // "+": glibc would look for options behind other arguments, too, which the Mac's getopt does
+    // not.
+    for (int option = 0; (option = ::getopt(count, values, "+e:il:s:")) != -1;) {
+        switch (option) {
+        case 'e':
+            call.script.append(call.script.empty() ? "" : "\n").append(::optarg);
+            break;
+        case 'l':
+            call.language = ::optarg;
+            break;
+        case 'i':
+            refuse("interactive");
+        case 's':
+            break;
+        default:
+            refuse(std::string{"illegal option -- "} + static_cast<char>(::optopt));
+        }
+    }
+    call.arguments.assign(values + ::optind, values + count);
+    return call;
+}
+
 using Step = std::function<void(const std::string& text)>;
 
-std::map<std::string, Step> stepsFor(std::span<const std::string> arguments) {
+std::map<std::string, Step> stepsFor(const Call& call) {
     return {
         {"out", [](const std::string& text) { writeAll(1, text); }},
         {"err", [](const std::string& text) { writeAll(2, text); }},
@@ -139,8 +179,14 @@ std::map<std::string, Step> stepsFor(std::span<const std::string> arguments) {
         {"ignore-termination", [](const std::string&) { std::signal(SIGTERM, SIG_IGN); }},
         {"end-well-when-told", [](const std::string&) { std::signal(SIGTERM, endWell); }},
         {"grandchild", leaveGrandchild},
-        {"arguments", [=](const std::string&) { print(list(arguments.subspan(5))); }},
-        {"command", [=](const std::string&) { print(list(arguments)); }},
+        {"arguments", [=](const std::string&) { print(list(call.arguments)); }},
+        {"command", [=](const std::string&) { print(list(call.command)); }},
+        {"call",
+         [=](const std::string&) {
+             print(JSONValue::object({{"command", list(call.command)},
+                                      {"script", call.script},
+                                      {"arguments", list(call.arguments)}}));
+         }},
         {"descriptors", [](const std::string&) { printDescriptors(); }},
         {"signals", [](const std::string&) { printSignals(); }},
         {"descriptor-limit", [](const std::string&) { printDescriptorLimit(); }},
@@ -148,26 +194,25 @@ std::map<std::string, Step> stepsFor(std::span<const std::string> arguments) {
     };
 }
 
-std::string stepsIn(std::span<const std::string> arguments) {
-    const std::string& script = arguments[4];
-    if (!script.starts_with("function run(argv)")) {
-        return script;
+std::string stepsIn(const Call& call) {
+    if (!call.script.starts_with("function run(argv)")) {
+        return call.script;
     }
-    if (arguments.size() > 5 && arguments[5].starts_with("do ")) {
-        return arguments[5].substr(3);
+    if (!call.arguments.empty() && call.arguments.front().starts_with("do ")) {
+        return call.arguments.front().substr(3);
     }
-    return "command";
+    return "call";
 }
 
 } // namespace
 
 int main(int count, char** values) {
-    const std::vector<std::string> arguments{values, values + count};
-    if (arguments.size() < 5) {
+    const Call call = callOf(count, values);
+    if (call.language != "JavaScript" || call.script.empty()) {
         return 98;
     }
-    const auto known = stepsFor(arguments);
-    std::string rest = stepsIn(arguments);
+    const auto known = stepsFor(call);
+    std::string rest = stepsIn(call);
     while (!rest.empty()) {
         const std::string step = rest.substr(0, rest.find('\x1e'));
         rest.erase(0, step.size() + 1);

@@ -7,6 +7,7 @@
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "tests/support/FakeScript.hpp"
 #include "tests/support/TemporaryFolder.hpp"
+#include "velmiro_mcp/AppleTools/Scripts.hpp"
 
 #include <csignal>
 #include <future>
@@ -75,6 +76,32 @@ TEST(ScriptRunner, HandsTheInterpreterLanguageScriptAndArgumentsInThisOrder) {
     EXPECT_EQ(run("command", {"one", "", "-e", "--", "two words"}),
               JSONValue::array(FAKE_OSASCRIPT, "-l", "JavaScript", "-e", "command", "one", "", "-e",
                                "--", "two words"));
+}
+
+TEST(ScriptRunner, AFirstArgumentThatWouldBeAnOptionComesAfterTwoDashes) {
+    for (const std::string first : {"-milk", "-e1", "-e", "-i", "-1", "--", "--x", "-\n"}) {
+        EXPECT_EQ(run("command", {first, "-e"}),
+                  JSONValue::array(FAKE_OSASCRIPT, "-l", "JavaScript", "-e", "command", "--", first,
+                                   "-e"));
+    }
+    for (const std::string first : {"", "-", "milk", " -e", "—e"}) {
+        EXPECT_EQ(
+            run("command", {first, "-e"}),
+            JSONValue::array(FAKE_OSASCRIPT, "-l", "JavaScript", "-e", "command", first, "-e"));
+    }
+}
+
+TEST(ScriptRunner, EveryScriptReceivesItsArgumentsWhateverTheyBeginWith) {
+    for (const std::string_view script :
+         {scripts::mailCreateDraft, scripts::mailList, scripts::mailRead, scripts::notesCreate,
+          scripts::notesSearch}) {
+        for (const std::string first :
+             {"-efunction run(argv) { return 'mine'; }", "-e", "-i", "-so", "--", "-", "-1", ""}) {
+            const auto call = run(std::string{script}, {first, first, "-l"});
+            EXPECT_EQ(call["script"]->stringValue(), script);
+            EXPECT_EQ(*call["arguments"], JSONValue::array(first, first, "-l")) << first;
+        }
+    }
 }
 
 TEST(ScriptRunner, GivesBackTheJSONThatIsPrinted) {

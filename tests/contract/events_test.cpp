@@ -2,6 +2,7 @@
 
 #include "tests/contract/PlatformUnderTest.hpp"
 
+#include <algorithm>
 #include <thread>
 
 using namespace velmiro;
@@ -30,6 +31,12 @@ protected:
         } catch (const PlatformError& error) {
             return error.what();
         }
+    }
+    /// The first and the last day of an event, as dates.
+    static std::string daysOf(const Event& event) {
+        const auto day = [](Instant instant) { return dateText(instant).substr(0, 10); };
+        // The end is the last second of the last day, or the first after it.
+        return day(event.start.value()) + ".." + day(event.end.value() - std::chrono::seconds{1});
     }
     NewEvent dentist() const {
         return {"Dentist", at("2026-10-14T15:00"), at("2026-10-14T16:00"), false, {}, {}};
@@ -145,7 +152,7 @@ TEST_F(EventContract, AnAllDayEventIsThatOfTheUsersDays) {
     const Event found = onlyEvent("2026-10-24", "2026-10-25");
     EXPECT_TRUE(found.allDay);
     EXPECT_EQ(found.start, at("2026-10-24T00:00:00+02:00"));
-    EXPECT_EQ(found.end, at("2026-10-26T00:00:00+01:00")); // the clock changed on the 25th
+    EXPECT_EQ(daysOf(found), "2026-10-24..2026-10-25"); // the clock changed on the 25th
 }
 
 TEST_F(EventContract, TheOccurrencesOfASeriesShareItsIdentifier) {
@@ -201,6 +208,42 @@ TEST_F(EventContract, ASavedAllDayEventIsOne) {
     EXPECT_EQ(found.start, at("2026-10-14"));
     EXPECT_FALSE(found.location);
     EXPECT_FALSE(found.notes);
+}
+
+TEST_F(EventContract, ASavedAllDayEventCoversExactlyTheDaysAskedFor) {
+    struct Case {
+        const char* title;
+        Instant start;
+        Instant end;
+        const char* days;
+    };
+    const std::chrono::hours day{24};
+    const std::vector<Case> cases{
+        {"one day", at("2026-10-14"), at("2026-10-15"), "2026-10-14..2026-10-14"},
+        {"three days", at("2026-11-10"), at("2026-11-13"), "2026-11-10..2026-11-12"},
+        {"23 hours", at("2026-03-29"), at("2026-03-29") + day, "2026-03-29..2026-03-29"},
+        {"25 hours", at("2026-10-25"), at("2026-10-25") + day, "2026-10-25..2026-10-25"},
+        {"a minute", at("2026-12-01T09:00"), at("2026-12-01T09:01"), "2026-12-01..2026-12-01"},
+        {"afternoon", at("2026-12-10T15:00"), at("2026-12-11T15:00"), "2026-12-10..2026-12-10"},
+        {"nearly two", at("2026-12-20"), at("2026-12-21T18:00"), "2026-12-20..2026-12-21"},
+    };
+    addCalendar("Calendars/Work");
+    for (const Case& given : cases) {
+        database->saveEvent({given.title, given.start, given.end, true, {}, {}},
+                            calendar(EntityType::event, "Work"));
+    }
+    const auto all = database->events(at("2026-01-01"), at("2027-01-01"), nullptr);
+    ASSERT_EQ(all.size(), cases.size());
+    for (const Case& given : cases) {
+        const auto found = std::ranges::find(all, given.title, &Event::title);
+        ASSERT_NE(found, all.end()) << given.title;
+        EXPECT_TRUE(found->allDay) << given.title;
+        EXPECT_EQ(daysOf(*found), given.days) << given.title;
+    }
+    EXPECT_EQ(titles("2026-10-15", "2026-10-16"), Titles{});
+    EXPECT_EQ(titles("2026-10-13", "2026-10-14"), Titles{});
+    EXPECT_EQ(titles("2026-11-12", "2026-11-13"), Titles{"three days"});
+    EXPECT_EQ(titles("2026-11-13", "2026-11-14"), Titles{});
 }
 
 TEST_F(EventContract, ASavedTextIsTheSameInEveryCharacter) {

@@ -162,7 +162,7 @@ TEST_F(EventKitTest, OfAnEventEveryPropertyArrives) {
     EXPECT_EQ(found[0].identifier, "e1");
     EXPECT_EQ(found[0].title, "title of e1");
     EXPECT_EQ(found[0].start, start);
-    EXPECT_EQ(found[0].end, start + std::chrono::hours{1});
+    EXPECT_EQ(found[0].end, end - std::chrono::seconds{1}); // of its last day
     EXPECT_TRUE(found[0].allDay);
     EXPECT_EQ(found[0].calendar, "Work");
     EXPECT_EQ(found[0].location, "here");
@@ -226,11 +226,12 @@ TEST_F(EventKitTest, AnEventIsSavedWithWhatItIsGivenInOneCommitOfItsOwn) {
     EXPECT_EQ(database->saveEvent(given, work), "new-id");
     EXPECT_EQ(calls(),
               (Calls{"eventWithEventStore:", "setTitle: Dentist", "setStartDate: 1791928800",
-                     "setEndDate: 1792015200", "setAllDay: YES", "setLocation: Room 5",
+                     "setEndDate: 1792015199", "setAllDay: YES", "setLocation: Room 5",
                      "setNotes: Bring the card", "calendarsForEntityType: 0", "setCalendar: Work",
                      "saveEvent:span:commit:error: Dentist 0 YES"}));
     EXPECT_EQ(data->saved.location, "Room 5");
     EXPECT_TRUE(data->saved.allDay);
+    EXPECT_EQ(data->saved.end, end);
     EXPECT_EQ(data->journal.back(), "saveEvent Dentist in c2");
 }
 

@@ -7,7 +7,7 @@
 // are a minute apart, the first of 5 January 2026, 08:00 UTC. All lines are sent at once; replies
 // may overtake one another, so they are compared as a whole, each once. Nobody is there to allow
 // anything, so the home must be the same afterwards. VELMIRO_REWRITE=1 in the environment writes
-// what came instead.
+// what came instead. What differs between platforms is in a folder of the platform's name.
 
 #include "tests/process/ServerUnderTest.hpp"
 
@@ -126,8 +126,12 @@ class TranscriptTest : public testing::TestWithParam<fs::path> {};
 
 std::vector<fs::path> allTranscripts() {
     std::vector<fs::path> files;
-    for (const auto& entry : fs::directory_iterator{TRANSCRIPTS_FOLDER}) {
-        files.push_back(entry.path());
+    for (const char* folder : {TRANSCRIPTS_FOLDER, TRANSCRIPTS_FOLDER "/" PLATFORM}) {
+        for (const auto& entry : fs::directory_iterator{folder}) {
+            if (entry.is_regular_file()) {
+                files.push_back(entry.path());
+            }
+        }
     }
     std::ranges::sort(files);
     return files;

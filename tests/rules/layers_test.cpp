@@ -21,7 +21,7 @@ const std::map<std::string, std::set<std::string>> rooms{
     {"velmiro_mcp/platform", {"MCPStdio"}},
     {"velmiro_mcp/platform/local",
      {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp/platform", "velmiro_mcp"}},
-    {"velmiro_mcp/platform/macos", {"MCPStdio", "velmiro_mcp/platform"}},
+    {"velmiro_mcp/platform/macos", {"MCPStdio", "velmiro_mcp/platform", "velmiro_mcp"}},
     {"velmiro_mcp",
      {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp/platform", "velmiro_mcp/AppleTools"}},
     {"velmiro_mcp/AppleTools",

@@ -51,7 +51,8 @@ struct Event {
     std::optional<std::string> notes;
 };
 
-/// What is needed to make an event; `start` is before `end`.
+/// What is needed to make an event; `start` is before `end`. An all-day one covers the whole days
+/// that `wholeDays` makes of the two.
 struct NewEvent {
     std::string title;
     Instant start;

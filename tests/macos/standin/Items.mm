@@ -30,6 +30,39 @@ std::optional<std::string> optionalText(NSString* string) {
     return string == nil ? std::nullopt : std::optional{test::textOf(string)};
 }
 
+/// An all-day event runs from the beginning of the day that its start is on to 23:59:59 of the day
+/// that its end is on, whatever it was given: so EventKit keeps and shows it.
+std::optional<Instant> dayEdge(const std::optional<Instant>& instant, const std::tm& clock) {
+    if (!instant) {
+        return std::nullopt;
+    }
+    const std::time_t time =
+        std::chrono::floor<std::chrono::seconds>(instant->time_since_epoch()).count();
+    std::tm parts{};
+    localtime_r(&time, &parts);
+    parts.tm_hour = clock.tm_hour;
+    parts.tm_min = clock.tm_min;
+    parts.tm_sec = clock.tm_sec;
+    parts.tm_isdst = -1;
+    return Instant{std::chrono::seconds{std::mktime(&parts)}};
+}
+
+std::tm clockAt(int hour, int minute, int second) {
+    std::tm clock{};
+    clock.tm_hour = hour;
+    clock.tm_min = minute;
+    clock.tm_sec = second;
+    return clock;
+}
+
+std::optional<Instant> startOf(const Values& values) {
+    return values.allDay ? dayEdge(values.start, clockAt(0, 0, 0)) : values.start;
+}
+
+std::optional<Instant> endOf(const Values& values) {
+    return values.allDay ? dayEdge(values.end, clockAt(23, 59, 59)) : values.end;
+}
+
 template <typename Object>
 void replace(Object*& old, Object* object) {
     [object retain];
@@ -157,7 +190,7 @@ StandIn::DueParts partsOf(Instant instant) {
 }
 - (NSDate*)startDate {
     const Values& values = valuesOf(_implementation);
-    return isNil("startDate", values.identifier) ? nil : test::dateOf(values.start);
+    return isNil("startDate", values.identifier) ? nil : test::dateOf(startOf(values));
 }
 - (void)setStartDate:(NSDate*)startDate {
     begin("setStartDate:", secondsOf(startDate));
@@ -165,7 +198,7 @@ StandIn::DueParts partsOf(Instant instant) {
 }
 - (NSDate*)endDate {
     const Values& values = valuesOf(_implementation);
-    return isNil("endDate", values.identifier) ? nil : test::dateOf(values.end);
+    return isNil("endDate", values.identifier) ? nil : test::dateOf(endOf(values));
 }
 - (void)setEndDate:(NSDate*)endDate {
     begin("setEndDate:", secondsOf(endDate));
@@ -240,6 +273,9 @@ EKEvent* eventObject(const Event& event, EKEventStore* store) {
     Values& values = valuesOf(made->_implementation);
     values = {store,       event.identifier, event.title, event.location,
               event.notes, event.start,      event.end,   event.allDay};
+    if (event.allDay && event.end) { // the data's ends are the midnights after
+        values.end = *event.end - std::chrono::seconds{1};
+    }
     if (event.calendar) {
         values.calendar = [calendarObject({"", *event.calendar}) retain];
     }
@@ -269,8 +305,13 @@ EKReminder* reminderObject(const Reminder& reminder, EKEventStore* store) {
 
 NewEvent newEvent(EKEvent* event) {
     const Values& values = valuesOf(event->_implementation);
-    return {values.title.value_or(""), values.start.value(), values.end.value(), values.allDay,
-            values.location,           values.notes};
+    NewEvent saved{values.title.value_or(""), startOf(values).value(),
+                   endOf(values).value(),     values.allDay,
+                   values.location,           values.notes};
+    if (saved.allDay) {
+        saved.end += std::chrono::seconds{1};
+    }
+    return saved;
 }
 
 NewReminder newReminder(EKReminder* reminder) {

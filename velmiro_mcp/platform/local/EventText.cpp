@@ -1,16 +1,12 @@
 #include "velmiro_mcp/platform/local/EventText.hpp"
 
+#include "velmiro_mcp/WholeDays.hpp"
 #include "velmiro_mcp/platform/local/CalendarFile.hpp"
 #include "velmiro_mcp/platform/local/NewItemText.hpp"
 #include "velmiro_mcp/platform/local/TextLines.hpp"
-#include "velmiro_mcp/platform/local/UserClock.hpp"
-
-#include <algorithm>
 
 namespace velmiro::local {
 namespace {
-
-using std::chrono::days;
 
 /// An event as the format can hold it.
 struct Draft {
@@ -27,11 +23,9 @@ Draft draftOf(const NewEvent& event) {
                 storable(event.notes, "the text of the notes of the event"), inUTC(event.start),
                 inUTC(event.end)};
     if (event.allDay) {
-        const CivilTime start = UserClock::civil(event.start, nullptr);
-        const CivilTime end = UserClock::civil(event.end, nullptr);
-        const auto length = std::chrono::floor<days>(end - start + std::chrono::hours{12});
-        draft.start = {dayOf(start), true, nullptr};
-        draft.end = {dayOf(start) + std::max(length, days{1}), true, nullptr};
+        const WholeDays days = wholeDays(event.start, event.end);
+        draft.start = {days.first, true, nullptr};
+        draft.end = {days.end, true, nullptr};
     }
     requireWritable(draft.start);
     requireWritable(draft.end);

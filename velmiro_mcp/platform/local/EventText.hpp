@@ -8,9 +8,8 @@ namespace velmiro::local {
 
 /// The text of a calendar file (RFC 5545) that holds one new event.
 ///
-/// A timed event is written in UTC, to the second. An all-day event begins on the day that the
-/// user's clock shows at its start; it lasts the number of whole days nearest to the time between
-/// start and end on that clock, at least one. CR LF and CR in texts are line ends like LF.
+/// A timed event is written in UTC, to the second, an all-day event as its `wholeDays`. CR LF and
+/// CR in texts are line ends like LF.
 ///
 /// The text is read back and compared before it is handed out. Throws PlatformError when it would
 /// not hold what was asked for: control characters other than line ends and tabs, or dates outside

@@ -1,5 +1,6 @@
 #include "velmiro_mcp/platform/Platform.hpp"
 
+#include "velmiro_mcp/WholeDays.hpp"
 #include "velmiro_mcp/platform/macos/Answer.hpp"
 #include "velmiro_mcp/platform/macos/Items.hpp"
 #include "velmiro_mcp/platform/macos/Owned.hpp"
@@ -22,6 +23,12 @@ EKEntityType entityType(EntityType type) {
 /// NO alone is no failure: that is also what saving something unchanged gives.
 Problem failureOf(BOOL saved, NSError* error) {
     return !saved && error != nil ? Problem{descriptionOf(error)} : std::nullopt;
+}
+
+/// EventKit lets an all-day event last through the day that its end is on. The midnight after its
+/// last day would give it one day more.
+Instant endFor(const NewEvent& event) {
+    return event.allDay ? lastSecond(wholeDays(event.start, event.end)) : event.end;
 }
 
 Problem gone(const Calendar& calendar) {
@@ -77,11 +84,12 @@ public:
     }
 
     std::string saveEvent(const NewEvent& event, const Calendar& calendar) override {
+        const Instant end = endFor(event);
         return saved([&](Problem& problem) {
             EKEvent* const made = [EKEvent eventWithEventStore:store()];
             made.title = stringOf(event.title);
             made.startDate = dateOf(event.start);
-            made.endDate = dateOf(event.end);
+            made.endDate = dateOf(end);
             made.allDay = event.allDay;
             made.location = stringOrNil(event.location);
             made.notes = stringOrNil(event.notes);

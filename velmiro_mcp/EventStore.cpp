@@ -2,9 +2,11 @@
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/Continuation.hpp"
+#include "MCPStdio/concurrency/Mutex.hpp"
 #include "velmiro_mcp/Dates.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -81,6 +83,62 @@ MCPToolError noReminder(const std::string& identifier) {
     return MCPToolError{"no reminder with id " + identifier};
 }
 
+using Found = std::optional<std::vector<Reminder>>;
+
+/// A fetch that somebody waits for: ended once, by its answer or by the time. Shared by the
+/// database's callback and the watchdog; whoever comes late finds nobody waiting.
+class PendingFetch {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    explicit PendingFetch(MCPStdio::Continuation<Found> waiting) : waiting_{std::move(waiting)} {}
+
+    void answer(Found found) {
+        if (auto waiting = take()) {
+            waiting->resume(std::move(found));
+        }
+    }
+    void fail(std::exception_ptr error) {
+        if (auto waiting = take()) {
+            waiting->fail(std::move(error));
+        }
+    }
+    [[nodiscard]] bool isWaiting() {
+        const MCPStdio::MutexLock lock{mutex_};
+        return waiting_.has_value();
+    }
+    /// Blocks the thread until the fetch has ended, which it does at `deadline` at the latest.
+    void giveUpAt(Time deadline) {
+        {
+            const MCPStdio::MutexLock lock{mutex_};
+            while (waiting_ && std::chrono::steady_clock::now() < deadline) {
+                ended_.waitUntil(mutex_, deadline);
+            }
+        }
+        fail(std::make_exception_ptr(
+            MCPToolError{"Reminders did not answer in time. Try again later."}));
+    }
+
+private:
+    using Waiting = std::optional<MCPStdio::Continuation<Found>>;
+
+    /// Who waits, for the first who asks.
+    Waiting take() {
+        const MCPStdio::MutexLock lock{mutex_};
+        Waiting taken;
+        if (waiting_) {
+            taken.emplace(std::move(*waiting_));
+            waiting_.reset();
+            ended_.notifyOne();
+        }
+        return taken;
+    }
+
+    MCPStdio::Mutex mutex_;
+    MCPStdio::Condition ended_;
+    Waiting waiting_ GUARDED_BY(mutex_);
+};
+
 } // namespace
 
 EventStore& EventStore::shared() {
@@ -143,17 +201,21 @@ Task<std::string> EventStore::createEvent(NewEvent event, std::optional<std::str
     co_return store_->saveEvent(event, *calendar);
 }
 
-/// Waits for the database's callback, which a missing answer reaches as none at all.
+/// Waits for the database's callback, for which no answer counts as no reminders. A database that
+/// never calls back would hold the store, and the end of the program, for good.
 Task<std::vector<Reminder>> EventStore::fetched(ReminderQuery query) {
-    using Found = std::optional<std::vector<Reminder>>;
-    const auto fetch = [this, query](MCPStdio::Continuation<Found> waiting) {
-        // Shared, for the callback's type is copied; whoever drops all copies fails the fetch.
-        const auto answer = std::make_shared<MCPStdio::Continuation<Found>>(std::move(waiting));
+    const auto fetch = [this, query, patience = patience_](MCPStdio::Continuation<Found> waiting) {
+        const auto pending = std::make_shared<PendingFetch>(std::move(waiting));
         try {
             store_->fetchReminders(query,
-                                   [answer](Found found) { answer->resume(std::move(found)); });
+                                   [pending](Found found) { pending->answer(std::move(found)); });
         } catch (...) {
-            answer->fail(std::current_exception());
+            pending->fail(std::current_exception());
+        }
+        if (pending->isWaiting()) {
+            const auto deadline = std::chrono::steady_clock::now() + patience;
+            MCPStdio::DispatchQueue::global().asyncBlocking(
+                [pending, deadline] { pending->giveUpAt(deadline); });
         }
     };
     auto found = co_await MCPStdio::withContinuation<Found>(fetch);
@@ -165,9 +227,8 @@ Task<JSONValue> EventStore::reminders(std::optional<std::string> listName, bool 
     const auto turn = co_await actor_.enter();
     checkAccess(EntityType::reminder);
     const auto list = calendarNamed(listName, EntityType::reminder);
-    auto fetching = fetched({includeCompleted, dueBefore, list ? &*list : nullptr});
-    auto found = co_await std::move(fetching);
-    found.resize(std::min(found.size(), mostReminders));
+    auto fetching = fetched({includeCompleted, dueBefore, list ? &*list : nullptr, mostReminders});
+    const auto found = co_await std::move(fetching);
     auto records = JSONValue::array();
     for (const Reminder& reminder : found) {
         records.append(reminderRecord(reminder));

@@ -5,6 +5,7 @@
 #include "MCPStdio/concurrency/Task.hpp"
 #include "velmiro_mcp/platform/Platform.hpp"
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,7 +22,11 @@ namespace velmiro {
 /// the platform reports while saving as PlatformError.
 class EventStore {
 public:
-    explicit EventStore(std::unique_ptr<EventDatabase> database) : store_{std::move(database)} {}
+    /// Reminders that the database has not found after `patience` are given up, with an error.
+    explicit EventStore(std::unique_ptr<EventDatabase> database,
+                        std::chrono::milliseconds patience = std::chrono::seconds{30})
+        : store_{std::move(database)},
+          patience_{patience} {}
 
     /// The store of the user's own database: made on first use, kept for the life of the process.
     static EventStore& shared();
@@ -59,6 +64,7 @@ private:
 
     MCPStdio::Actor actor_;
     const std::unique_ptr<EventDatabase> store_; ///< used within a turn of the actor only
+    const std::chrono::milliseconds patience_;
 };
 
 } // namespace velmiro

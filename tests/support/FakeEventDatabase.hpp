@@ -2,6 +2,7 @@
 
 #include "velmiro_mcp/platform/Platform.hpp"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -79,7 +80,9 @@ public:
         if (script_->fetch) {
             script_->fetch(std::move(found));
         } else {
-            found(script_->reminders);
+            auto first = script_->reminders;
+            first.resize(std::min(first.size(), query.most));
+            found(std::move(first));
         }
     }
     std::optional<Reminder> reminder(const std::string& identifier) override {

@@ -191,6 +191,60 @@ TEST_F(EventStoreReminders, OperationsWaitForAFetchThatTakesLong) {
     EXPECT_TRUE(created);
 }
 
+namespace {
+
+std::string failureOfListing(EventStore& store) {
+    try {
+        syncWait(store.reminders(std::nullopt, false, std::nullopt));
+        return "no failure";
+    } catch (const MCPToolError& error) {
+        return error.message;
+    }
+}
+
+} // namespace
+
+TEST_F(EventStoreReminders, AFetchThatIsNeverAnsweredIsGivenUpAndTheStoreGoesOn) {
+    EventStore impatient{std::make_unique<FakeEventDatabase>(database),
+                         std::chrono::milliseconds{50}};
+    std::vector<RemindersFound> kept;
+    database->fetch = [&](RemindersFound found) { kept.push_back(std::move(found)); };
+    const std::string tooLate = "Reminders did not answer in time. Try again later.";
+    EXPECT_EQ(failureOfListing(impatient), tooLate);
+    EXPECT_EQ(syncWait(impatient.createReminder({"Milk", {}, 0, {}}, std::nullopt)), "new-id");
+    EXPECT_EQ(failureOfListing(impatient), tooLate);
+    // An answer that comes after all finds nobody waiting, nor does it answer the next fetch.
+    database->fetch = [&](RemindersFound found) {
+        kept.at(0)(std::vector<Reminder>{reminder("late")});
+        found(std::vector<Reminder>{reminder("own")});
+        found = nullptr;
+    };
+    const JSONValue records = syncWait(impatient.reminders(std::nullopt, false, std::nullopt));
+    ASSERT_EQ(records.arrayValue()->size(), 1U);
+    EXPECT_EQ((*records.arrayValue())[0]["id"]->stringValue(), "own");
+}
+
+TEST_F(EventStoreReminders, AnAnswerAndTheDeadlineMayComeInTheSameMoment) {
+    EventStore impatient{std::make_unique<FakeEventDatabase>(database),
+                         std::chrono::milliseconds{1}};
+    std::vector<std::thread> answering;
+    database->fetch = [&](RemindersFound found) {
+        answering.emplace_back([found = std::move(found)] {
+            std::this_thread::sleep_for(std::chrono::milliseconds{1});
+            found(std::vector<Reminder>{});
+        });
+    };
+    for (int round = 0; round < 200; ++round) {
+        const std::string failure = failureOfListing(impatient);
+        EXPECT_TRUE(failure == "no failure" ||
+                    failure == "Reminders did not answer in time. Try again later.")
+            << failure;
+    }
+    for (std::thread& thread : answering) {
+        thread.join();
+    }
+}
+
 TEST_F(EventStoreReminders, CreatingHandsEverythingOn) {
     const NewReminder wanted{"Milk", "two bottles", 5, parseDate("2026-10-14T15:00")};
     EXPECT_EQ(create(wanted, "work"), "new-id");

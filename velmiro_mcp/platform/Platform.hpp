@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -86,6 +87,9 @@ struct ReminderQuery {
     bool includeCompleted = false;    ///< then all, whenever they are due
     std::optional<Instant> dueBefore; ///< else the open ones due before this, or all open ones
     const Calendar* list = nullptr;   ///< of this list, or of all
+    /// No more than these, the first in the database's order: of thousands of completed reminders
+    /// the rest is not even converted.
+    std::size_t most = std::numeric_limits<std::size_t>::max();
 };
 
 /// Takes what a fetch found; nothing when the platform gives no answer.
@@ -129,7 +133,8 @@ public:
 
     /// Looks for reminders and hands them to `found`, in the database's own order: exactly once, on
     /// any thread, perhaps before this returns. An open reminder without a due date is due before
-    /// no date. Items that cannot be read are passed over.
+    /// no date. Items that cannot be read are passed over. The owner may give up a fetch that takes
+    /// too long, and use the database again: an answer that still comes does no harm.
     virtual void fetchReminders(const ReminderQuery& query, RemindersFound found) = 0;
 
     /// The reminder with this identifier; nothing when there is none, or when it is an event's.

@@ -135,11 +135,12 @@ public:
         forEachFile(
             EntityType::reminder, query.list, [&](const Place& place, const FilePointer& file) {
                 for (const StoredReminder& reminder : file->reminders) {
-                    if (reminder.isListed() && isWanted(query, reminder, clock)) {
+                    if (reminders.size() < query.most && reminder.isListed() &&
+                        isWanted(query, reminder, clock)) {
                         reminders.push_back(recordOf(reminder, place.collection.title, clock));
                     }
                 }
-                return true;
+                return reminders.size() < query.most;
             });
         found(std::move(reminders));
     }

@@ -2,6 +2,9 @@
 
 #include "tests/contract/PlatformUnderTest.hpp"
 
+#include <algorithm>
+#include <ranges>
+
 using namespace velmiro;
 
 namespace {
@@ -64,6 +67,21 @@ TEST_F(ReminderContract, OpenOnesAreFoundCompletedOnesOnlyWhenAskedFor) {
     addReminder("Home", "done", "SUMMARY:done\r\nSTATUS:COMPLETED\r\n");
     EXPECT_EQ(titles(ReminderQuery{}), Titles{"open"});
     EXPECT_EQ(titles({true, {}, nullptr}), (Titles{"done", "open"}));
+}
+
+TEST_F(ReminderContract, NoMoreComeThanAreWantedTheFirstOnes) {
+    for (const std::string title : {"a", "b", "c", "d"}) {
+        addReminder("Home", title, "SUMMARY:" + title + "\r\n");
+        addReminder("Work", title, "SUMMARY:" + title + "\r\n");
+    }
+    const auto all = fetched({});
+    ASSERT_EQ(all.size(), 8U);
+    for (const std::size_t most : {0U, 1U, 3U, 4U, 5U, 8U, 300U}) {
+        const auto found = fetched({false, {}, nullptr, most});
+        ASSERT_EQ(found.size(), std::min<std::size_t>(most, 8)) << most;
+        EXPECT_TRUE(std::ranges::equal(found, all | std::views::take(found.size()), {},
+                                       &Reminder::identifier, &Reminder::identifier));
+    }
 }
 
 TEST_F(ReminderContract, DueBeforeADateAreThoseThatAreDueAtAll) {

@@ -15,6 +15,7 @@ using velmiro::test::failureOf;
 using velmiro::test::FakeEventDatabase;
 using velmiro::test::ScopedVariable;
 using velmiro::test::StandIn;
+using velmiro::test::withoutMaking;
 
 namespace {
 
@@ -31,11 +32,7 @@ protected:
     }
     ~EventKitRemindersTest() override { standIn.reset(); }
 
-    Calls calls() const {
-        Calls journal = standIn.journal();
-        std::erase(journal, "EKEventStore init");
-        return journal;
-    }
+    Calls calls() const { return withoutMaking(standIn.journal()); }
     /// Starts a fetch; each answer goes to the end of `answers`.
     void fetch(const ReminderQuery& query = {}) {
         database->fetchReminders(query,
@@ -123,6 +120,44 @@ TEST_F(EventKitRemindersTest, AReminderThatRaisesIsPassedOverAndHidesNoOther) {
     fetch();
     ASSERT_EQ(answers.at(0).value().size(), 1U);
     EXPECT_EQ(answers[0]->at(0).identifier, "tax");
+}
+
+TEST_F(EventKitRemindersTest, OnlyThoseThatAreWantedAreConverted) {
+    for (int number = 0; number < 5'000; ++number) {
+        data->reminders.push_back({std::to_string(number), "Old", "Work", true, 0, {}, {}});
+    }
+    standIn.raises["notes milk"] = "stale"; // and does not count
+    fetch({true, {}, nullptr, 300});
+    ASSERT_EQ(answers.at(0).value().size(), 300U);
+    EXPECT_EQ(answers[0]->at(0).identifier, "tax");
+    EXPECT_EQ(answers[0]->at(299).identifier, "298");
+    EXPECT_EQ(standIn.readsOf("title"), 301);
+}
+
+TEST_F(EventKitRemindersTest, AFetchThatWasGivenUpIsCancelledByTheNext) {
+    std::vector<std::function<void()>> completions;
+    standIn.deliver = [&](std::function<void()> given) { completions.push_back(std::move(given)); };
+    fetch();
+    fetch();
+    const Calls journal = calls();
+    EXPECT_EQ(std::ranges::count(journal, "cancelFetchRequest:"), 1);
+    completions.at(0)();
+    EXPECT_TRUE(answers.empty());
+    completions.at(1)();
+    EXPECT_EQ(answers.size(), 1U);
+    fetch();
+    EXPECT_EQ(std::ranges::count(calls(), "cancelFetchRequest:"), 1); // it was answered
+}
+
+TEST_F(EventKitRemindersTest, ASaveThatFailsWhileAFetchIsPendingCancelsIt) {
+    std::vector<std::function<void()>> completions;
+    standIn.deliver = [&](std::function<void()> given) { completions.push_back(std::move(given)); };
+    fetch();
+    standIn.errors["saveReminder:commit:error:"] = "read-only";
+    EXPECT_EQ(failureOf([&] { saveMilk(); }), "read-only");
+    const Calls journal = calls();
+    EXPECT_EQ(journal.at(journal.size() - 2), "cancelFetchRequest:");
+    EXPECT_EQ(journal.back(), "reset");
 }
 
 TEST_F(EventKitRemindersTest, AFetchMayCompleteLateAndOnAnotherThread) {

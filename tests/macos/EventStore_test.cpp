@@ -10,6 +10,7 @@
 #include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/Dates.hpp"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -73,6 +74,84 @@ TEST_F(EventStoreOverEventKit, AnyStatusButFullAccessIsRefusedForBothTypesWriteO
     }
     for (const std::string& call : standIn.journal()) { // not even a store was made
         EXPECT_TRUE(call.starts_with("authorizationStatusForEntityType:")) << call;
+    }
+}
+
+TEST_F(EventStoreOverEventKit, WhatTheUserAllowsWhileTheServerRunsIsSeen) {
+    data->stored = {event("e", std::chrono::hours{1})};
+    data->reminders = {{"milk", "Milk", "Work", false, 0, {}, {}}};
+    data->reminderAccess = AuthorizationStatus::denied;
+    EXPECT_EQ(events().arrayValue().value().size(), 1U); // makes the store
+    EXPECT_EQ(failureOf([&] { reminders(); }), noReminders);
+    data->reminderAccess = AuthorizationStatus::fullAccess;
+    EXPECT_EQ(reminders().arrayValue().value().size(), 1U);
+    EXPECT_EQ(failureOf([&] { createReminder(); }), "no failure");
+}
+
+TEST_F(EventStoreOverEventKit, WhatTheUserAllowsBeforeTheTypeIsFirstAskedForIsSeen) {
+    data->reminders = {{"milk", "Milk", "Work", false, 0, {}, {}}};
+    data->reminderAccess = AuthorizationStatus::notDetermined;
+    events();
+    data->reminderAccess = AuthorizationStatus::fullAccess;
+    EXPECT_EQ(reminders().arrayValue().value().size(), 1U);
+}
+
+TEST_F(EventStoreOverEventKit, AccessThatIsTakenAndGivenAgainIsSeen) {
+    data->stored = {event("e", std::chrono::hours{1})};
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(events().arrayValue().value().size(), 1U);
+        data->eventAccess = AuthorizationStatus::writeOnly;
+        EXPECT_EQ(failureOf([&] { events(); }), noCalendars);
+        data->eventAccess = AuthorizationStatus::fullAccess;
+    }
+    const auto journal = standIn.journal();
+    EXPECT_EQ(std::ranges::count(journal, "EKEventStore init"), 1);
+    EXPECT_EQ(std::ranges::count(journal, "reset"), 2);
+}
+
+TEST_F(EventStoreOverEventKit, AStoreThatHadAccessFromTheStartIsNeverReset) {
+    events();
+    reminders();
+    events();
+    const auto journal = standIn.journal();
+    EXPECT_EQ(std::ranges::count(journal, "reset"), 0);
+}
+
+TEST_F(EventStoreOverEventKit, AResetThatRaisesIsTriedAgain) {
+    data->reminders = {{"milk", "Milk", "Work", false, 0, {}, {}}};
+    data->reminderAccess = AuthorizationStatus::denied;
+    events();
+    data->reminderAccess = AuthorizationStatus::fullAccess;
+    standIn.raises["reset"] = "not now";
+    EXPECT_EQ(failureOf([&] { reminders(); }), "no failure");
+    standIn.raises.clear();
+    EXPECT_EQ(reminders().arrayValue().value().size(), 1U);
+}
+
+TEST_F(EventStoreOverEventKit, AFetchThatNeverCompletesIsGivenUpAndCancelledBeforeAReset) {
+    EventStore impatient{openEventDatabase(), std::chrono::milliseconds{50}};
+    data->stored = {event("e", std::chrono::hours{1})};
+    data->reminders = {{"milk", "Milk", "Work", false, 0, {}, {}}};
+    data->eventAccess = AuthorizationStatus::denied;
+    std::vector<std::function<void()>> completions;
+    standIn.deliver = [&](std::function<void()> complete) {
+        completions.push_back(std::move(complete));
+    };
+    const auto list = [&] { syncWait(impatient.reminders(std::nullopt, false, std::nullopt)); };
+    EXPECT_EQ(failureOf(list), "Reminders did not answer in time. Try again later.");
+    data->eventAccess = AuthorizationStatus::fullAccess; // for which the store is reset
+    const auto found = syncWait(impatient.events(start, end, std::nullopt));
+    EXPECT_EQ(found.arrayValue().value().size(), 1U);
+    EXPECT_EQ(failureOf(list), "Reminders did not answer in time. Try again later.");
+    auto journal = standIn.journal();
+    std::erase_if(journal, [](const std::string& call) {
+        return call != "reset" && !call.starts_with("cancel") && !call.starts_with("fetch");
+    });
+    EXPECT_EQ(journal, (std::vector<std::string>{"fetchRemindersMatchingPredicate:completion:",
+                                                 "cancelFetchRequest:", "reset",
+                                                 "fetchRemindersMatchingPredicate:completion:"}));
+    for (const auto& complete : completions) {
+        complete(); // what comes late does no harm
     }
 }
 

@@ -2,6 +2,10 @@
 
 #include <Block.h>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
+
 using namespace velmiro;
 using namespace velmiro::test;
 
@@ -106,9 +110,53 @@ struct Completion {
 
     Block block;
     NSArray<EKReminder*>* reminders;
+    std::atomic<bool> isCancelled{false};
+    std::atomic<bool> isOver{false}; ///< called, or cancelled
 };
 
+/// Of which types a store holds items: of those that the user had allowed when it was made or last
+/// reset. Access that is given later it does not notice.
+struct Snapshot {
+    std::array<bool, 2> types{};
+    std::vector<std::weak_ptr<Completion>> fetches; ///< some of them may be over
+
+    void take() {
+        for (const EntityType type : {EntityType::event, EntityType::reminder}) {
+            types.at(static_cast<std::size_t>(type)) =
+                StandIn::shared().database->authorizationStatus(type) ==
+                AuthorizationStatus::fullAccess;
+        }
+    }
+    [[nodiscard]] bool has(EntityType type) const {
+        return types.at(static_cast<std::size_t>(type));
+    }
+    [[nodiscard]] bool isFetching() const {
+        return std::ranges::any_of(fetches, [](const auto& fetch) {
+            const auto completion = fetch.lock();
+            return completion && !completion->isOver;
+        });
+    }
+};
+
+Snapshot& snapshotOf(EKEventStore* store) {
+    return *static_cast<Snapshot*>(store->_implementation);
+}
+
 } // namespace
+
+/// What a fetch gives back, for it to be cancelled by.
+@interface StandInRequest : NSObject {
+@public
+    std::weak_ptr<Completion>* completion;
+}
+@end
+
+@implementation StandInRequest
+- (void)dealloc {
+    delete completion;
+    [super dealloc];
+}
+@end
 
 @implementation EKEventStore
 + (EKAuthorizationStatus)authorizationStatusForEntityType:(EKEntityType)entityType {
@@ -119,7 +167,16 @@ struct Completion {
 
 - (instancetype)init {
     begin("EKEventStore init", "");
-    return [super init];
+    self = [super init];
+    auto* const snapshot = new Snapshot;
+    snapshot->take();
+    _implementation = snapshot;
+    return self;
+}
+
+- (void)dealloc {
+    delete &snapshotOf(self);
+    [super dealloc];
 }
 
 - (NSArray<EKCalendar*>*)calendarsForEntityType:(EKEntityType)entityType {
@@ -128,6 +185,9 @@ struct Completion {
         return nil;
     }
     NSMutableArray<EKCalendar*>* const calendars = [NSMutableArray array];
+    if (!snapshotOf(self).has(typeOf(entityType))) {
+        return calendars;
+    }
     for (const Calendar& calendar : StandIn::shared().database->calendars(typeOf(entityType))) {
         [calendars addObject:calendarObject(calendar)];
     }
@@ -136,12 +196,18 @@ struct Completion {
 
 - (EKCalendar*)defaultCalendarForNewEvents {
     begin("defaultCalendarForNewEvents", "");
+    if (!snapshotOf(self).has(EntityType::event)) {
+        return nil;
+    }
     const auto calendar = StandIn::shared().database->defaultCalendarForNewEvents();
     return calendar ? calendarObject(*calendar) : nil;
 }
 
 - (EKCalendar*)defaultCalendarForNewReminders {
     begin("defaultCalendarForNewReminders", "");
+    if (!snapshotOf(self).has(EntityType::reminder)) {
+        return nil;
+    }
     const auto list = StandIn::shared().database->defaultListForNewReminders();
     return list ? calendarObject(*list) : nil;
 }
@@ -163,6 +229,9 @@ struct Completion {
     const Search& search = searchOf(predicate, self, EntityType::event);
     const Instant end = std::min<Instant>(search.end.value(), search.start.value() + fourYears);
     NSMutableArray<EKEvent*>* const found = [NSMutableArray array];
+    if (!snapshotOf(self).has(EntityType::event)) {
+        return found;
+    }
     for (const auto& calendar : search.calendars) {
         for (const Event& event :
              StandIn::shared().database->events(*search.start, end, pointerTo(calendar))) {
@@ -192,6 +261,9 @@ struct Completion {
     const Search& search = searchOf(predicate, self, EntityType::reminder);
     NSMutableArray<EKReminder*>* const reminders = [NSMutableArray array];
     for (const auto& list : search.calendars) {
+        if (!snapshotOf(self).has(EntityType::reminder)) {
+            break;
+        }
         StandIn::shared().database->fetchReminders(
             {search.includeCompleted, search.end, pointerTo(list)}, [&](const auto& found) {
                 for (const Reminder& reminder : found.value()) {
@@ -201,8 +273,27 @@ struct Completion {
     }
     const bool withNil = StandIn::shared().completesWithNil;
     const auto answer = std::make_shared<Completion>(completion, withNil ? nil : reminders);
-    StandIn::shared().deliver([answer] { answer->block(answer->reminders); });
-    return [NSNull null];
+    StandInRequest* const request = [[[StandInRequest alloc] init] autorelease];
+    request->completion = new std::weak_ptr<Completion>{answer};
+    snapshotOf(self).fetches.push_back(answer);
+    StandIn::shared().deliver([answer] {
+        answer->isOver = true;
+        if (!answer->isCancelled) {
+            answer->block(answer->reminders);
+        }
+    });
+    return request;
+}
+
+- (void)cancelFetchRequest:(id)fetchIdentifier {
+    begin("cancelFetchRequest:", "");
+    if (![fetchIdentifier isKindOfClass:[StandInRequest class]]) {
+        raise("this fetch was not begun by an event store");
+    }
+    if (const auto completion = static_cast<StandInRequest*>(fetchIdentifier)->completion->lock()) {
+        completion->isCancelled = true;
+        completion->isOver = true;
+    }
 }
 
 - (EKCalendarItem*)calendarItemWithIdentifier:(NSString*)identifier {
@@ -210,6 +301,9 @@ struct Completion {
     begin("calendarItemWithIdentifier:", wanted);
     if (StandIn::shared().eventIdentifiers.contains(wanted)) {
         return eventObject({wanted, "An event", {}, {}, false, {}, {}, {}}, self);
+    }
+    if (!snapshotOf(self).has(EntityType::reminder)) {
+        return nil;
     }
     const auto reminder = StandIn::shared().database->reminder(wanted);
     return reminder ? reminderObject(*reminder, self) : nil;
@@ -249,5 +343,9 @@ struct Completion {
 
 - (void)reset {
     begin("reset", "");
+    if (snapshotOf(self).isFetching()) {
+        raise("reset while reminders are being fetched");
+    }
+    snapshotOf(self).take();
 }
 @end

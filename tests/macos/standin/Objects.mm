@@ -51,6 +51,7 @@ void begin(const std::string& call, const std::string& arguments) {
 }
 
 bool isNil(const std::string& property, const std::string& identifier) {
+    StandIn::shared().noteRead(property);
     begin(property);
     begin(property + " " + identifier);
     const auto& nils = StandIn::shared().nils;

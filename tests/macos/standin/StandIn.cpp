@@ -2,6 +2,8 @@
 
 #include "velmiro_mcp/platform/local/LocalStores.hpp"
 
+#include <algorithm>
+
 // What the sanitizer does not report: the runtime and Foundation never give back what they know of
 // classes and threads.
 extern "C" const char* __lsan_default_suppressions();
@@ -78,6 +80,26 @@ std::vector<std::string> StandIn::journal() const {
 void StandIn::clearJournal() {
     const std::scoped_lock lock{mutex_};
     journal_.clear();
+    reads_.clear();
+}
+
+int StandIn::readsOf(const std::string& property) const {
+    const std::scoped_lock lock{mutex_};
+    const auto found = reads_.find(property);
+    return found == reads_.end() ? 0 : found->second;
+}
+
+void StandIn::noteRead(const std::string& property) {
+    const std::scoped_lock lock{mutex_};
+    ++reads_[property];
+}
+
+std::vector<std::string> withoutMaking(std::vector<std::string> journal) {
+    const auto made = std::ranges::find(journal, "EKEventStore init");
+    if (made != journal.end()) {
+        journal.erase(made - 2, made + 1);
+    }
+    return journal;
 }
 
 void StandIn::note(std::string call) {

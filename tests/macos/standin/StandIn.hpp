@@ -74,12 +74,19 @@ public:
     [[nodiscard]] std::vector<std::string> journal() const;
     void clearJournal();
     void note(std::string call);
+    /// How often this property was read, of whichever items.
+    [[nodiscard]] int readsOf(const std::string& property) const;
+    void noteRead(const std::string& property);
 
 private:
     StandIn() { reset(); }
 
     mutable std::mutex mutex_;
     std::vector<std::string> journal_;
+    std::map<std::string, int> reads_;
 };
+
+/// A journal without the making of the store: its initializer, after a look at both statuses.
+std::vector<std::string> withoutMaking(std::vector<std::string> journal);
 
 } // namespace velmiro::test

@@ -26,6 +26,8 @@ public:
     /// True for the first one only, who answers in another way, by an exception say.
     [[nodiscard]] bool claim() noexcept { return !claimed_.exchange(true); }
 
+    [[nodiscard]] bool isGiven() const noexcept { return claimed_; }
+
 private:
     const RemindersFound found_;
     std::atomic<bool> claimed_{false};

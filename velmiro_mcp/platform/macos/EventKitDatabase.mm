@@ -6,6 +6,9 @@
 #include "velmiro_mcp/platform/macos/Owned.hpp"
 
 #include <algorithm>
+#include <array>
+#include <limits>
+#include <memory>
 #include <type_traits>
 
 namespace velmiro {
@@ -15,6 +18,12 @@ using namespace macos;
 
 /// EventKit looks at the first four years of a longer time and leaves out the rest without a word.
 constexpr std::chrono::days longestSearch{4 * 365};
+
+constexpr std::size_t all = std::numeric_limits<std::size_t>::max();
+
+std::size_t indexOf(EntityType type) {
+    return static_cast<std::size_t>(type);
+}
 
 EKEntityType entityType(EntityType type) {
     return type == EntityType::event ? EKEntityTypeEvent : EKEntityTypeReminder;
@@ -41,8 +50,9 @@ class EventKitDatabase final : public EventDatabase {
 public:
     AuthorizationStatus authorizationStatus(EntityType type) override {
         return guarded([&](Problem&) {
-            return static_cast<AuthorizationStatus>(
-                [EKEventStore authorizationStatusForEntityType:entityType(type)]);
+            const auto status = statusOf(type);
+            noticeAccess(type, status);
+            return status;
         });
     }
 
@@ -108,11 +118,15 @@ public:
                 answer->give(std::vector<Reminder>{});
                 return;
             }
+            endFetch();
             const std::shared_ptr<Answer> shared = answer; // blocks copy values, not references
-            [store() fetchRemindersMatchingPredicate:predicateFor(query, among)
-                                          completion:^(NSArray<EKReminder*>* reminders) {
-                                            answerWith(*shared, reminders);
-                                          }];
+            const std::size_t most = query.most;
+            request_.keep([store()
+                fetchRemindersMatchingPredicate:predicateFor(query, among)
+                                     completion:^(NSArray<EKReminder*>* reminders) {
+                                       answerWith(*shared, reminders, most);
+                                     }]);
+            pending_ = answer;
         });
         if (problem && answer->claim()) {
             throw PlatformError{*problem};
@@ -154,12 +168,48 @@ public:
     }
 
 private:
-    /// Made at the first use: a store made before the user allowed access would stay empty.
+    static AuthorizationStatus statusOf(EntityType type) {
+        return static_cast<AuthorizationStatus>(
+            [EKEventStore authorizationStatusForEntityType:entityType(type)]);
+    }
+
+    /// Made at the first use. Of a type without access it holds no items.
     EKEventStore* store() {
         if (store_.get() == nil) {
+            std::array<bool, 2> accessible{};
+            for (const EntityType type : {EntityType::event, EntityType::reminder}) {
+                accessible.at(indexOf(type)) = statusOf(type) == AuthorizationStatus::fullAccess;
+            }
             store_ = Owned{[[EKEventStore alloc] init]};
+            accessible_ = accessible;
         }
         return store_.get();
+    }
+
+    /// What the user has allowed since the store was made it may not hold until it is reset.
+    void noticeAccess(EntityType type, AuthorizationStatus status) {
+        bool& accessible = accessible_.at(indexOf(type));
+        if (status != AuthorizationStatus::fullAccess) {
+            accessible = false;
+        } else if (!accessible && store_.get() != nil) { // if that fails, tried again the next time
+            accessible = !attempt([&](Problem&) { reset(); });
+        }
+    }
+
+    /// Has the store forget all that it knows; never while it fetches.
+    void reset() {
+        endFetch();
+        [store() reset];
+    }
+
+    /// A fetch that has not been answered when another operation begins was given up.
+    void endFetch() {
+        const auto answer = pending_.lock();
+        if (answer != nullptr && !answer->isGiven()) {
+            attempt([&](Problem&) { [store() cancelFetchRequest:request_.get()]; });
+        }
+        pending_.reset();
+        request_.keep(nil);
     }
 
     /// Nil when it is not there any more.
@@ -194,7 +244,7 @@ private:
         NSPredicate* const overlapping = [store() predicateForEventsWithStartDate:dateOf(from)
                                                                           endDate:dateOf(to)
                                                                         calendars:calendars];
-        return recordsOf<Event, EKEvent>([store() eventsMatchingPredicate:overlapping]);
+        return recordsOf<Event, EKEvent>([store() eventsMatchingPredicate:overlapping], all);
     }
 
     NSPredicate* predicateFor(const ReminderQuery& query, NSArray<EKCalendar*>* lists) {
@@ -208,11 +258,11 @@ private:
     }
 
     /// On whichever thread the framework chose. A missing array is no answer.
-    static void answerWith(Answer& answer, NSArray<EKReminder*>* reminders) {
+    static void answerWith(Answer& answer, NSArray<EKReminder*>* reminders, std::size_t most) {
         std::optional<std::vector<Reminder>> found;
         attempt([&](Problem&) {
             if (reminders != nil) {
-                found = recordsOf<Reminder, EKReminder>(reminders);
+                found = recordsOf<Reminder, EKReminder>(reminders, most);
             }
         });
         answer.give(std::move(found));
@@ -244,13 +294,17 @@ private:
             std::invoke_result_t<Body, Problem&> result{};
             problem = attempt([&](Problem& failure) { result = body(failure); });
             if (problem) {
-                attempt([&](Problem&) { [store() reset]; });
+                attempt([&](Problem&) { reset(); });
             }
             return result;
         });
     }
 
     Owned<EKEventStore> store_;
+    std::array<bool, 2> accessible_{}; ///< by type, when the store was made or last reset
+
+    std::weak_ptr<Answer> pending_; ///< to the latest fetch; weak, for dropping it is an answer
+    Owned<NSObject> request_;       ///< by which that can be cancelled
 };
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #import <EventKit/EventKit.h>
 
+#include <algorithm>
+
 /// EventKit's items as the records of the ports. Whatever an item does not have may be nil.
 namespace velmiro::macos {
 
@@ -12,13 +14,16 @@ std::optional<Calendar> optionalRecordOf(EKCalendar* calendar);
 Event recordOf(EKEvent* event);
 Reminder recordOf(EKReminder* reminder);
 
-/// The records of the items that can be read: one whose reading raises an exception is passed over,
-/// and does not hide the others.
+/// The records of the first `most` items that can be read: one whose reading raises an exception is
+/// passed over, and does not hide the others.
 template <typename Record, typename Item>
-std::vector<Record> recordsOf(NSArray<Item*>* items) {
+std::vector<Record> recordsOf(NSArray<Item*>* items, std::size_t most) {
     std::vector<Record> records;
-    records.reserve(items.count);
+    records.reserve(std::min<std::size_t>(items.count, most));
     for (Item* item in items) {
+        if (records.size() == most) {
+            break;
+        }
         attempt([&](Problem&) { records.push_back(recordOf(item)); });
     }
     return records;

@@ -62,7 +62,10 @@ typedef NS_ENUM(NSInteger, EKSpan) {
 @property(nonatomic) NSUInteger priority;
 @end
 
-@interface EKEventStore : NSObject
+@interface EKEventStore : NSObject {
+@package
+    void* _implementation;
+}
 + (EKAuthorizationStatus)authorizationStatusForEntityType:(EKEntityType)entityType;
 
 - (NSArray<EKCalendar*>*)calendarsForEntityType:(EKEntityType)entityType;
@@ -82,6 +85,8 @@ typedef NS_ENUM(NSInteger, EKSpan) {
 - (id)fetchRemindersMatchingPredicate:(NSPredicate*)predicate
                            completion:
                                (void (^)(NSArray<EKReminder*>* _Nullable reminders))completion;
+/// The completion is not called any more.
+- (void)cancelFetchRequest:(id)fetchIdentifier;
 
 - (nullable EKCalendarItem*)calendarItemWithIdentifier:(NSString*)identifier;
 

@@ -131,7 +131,7 @@ TEST_F(EventKitRemindersTest, OnlyThoseThatAreWantedAreConverted) {
     ASSERT_EQ(answers.at(0).value().size(), 300U);
     EXPECT_EQ(answers[0]->at(0).identifier, "tax");
     EXPECT_EQ(answers[0]->at(299).identifier, "298");
-    EXPECT_EQ(standIn.readsOf("title"), 301);
+    EXPECT_EQ(standIn.countOf("title"), 301);
 }
 
 TEST_F(EventKitRemindersTest, AFetchThatWasGivenUpIsCancelledByTheNext) {

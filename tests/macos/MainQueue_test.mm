@@ -2,6 +2,8 @@
 
 #include "velmiro_mcp/platform/Platform.hpp"
 
+#include "tests/macos/standin/StandIn.hpp"
+
 #import <Foundation/Foundation.h>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 #include <thread>
 
 using namespace velmiro;
+using velmiro::test::StandIn;
 
 namespace {
 
@@ -101,6 +104,25 @@ TEST_F(MainQueueTest, WorkWithNothingToDoEndsAtOnceAlsoManyTimes) {
         runBesideMainQueue([&] { ++count; });
     }
     EXPECT_EQ(count, 200);
+}
+
+TEST_F(MainQueueTest, FoundationIsToldOfThreadsBeforeThereIsOne) {
+    StandIn& standIn = StandIn::shared();
+    const std::string detach = "detachNewThreadSelector:toTarget:withObject:";
+    standIn.reset();
+    standIn.isMultiThreaded = false;
+    int count = -1;
+    runBesideMainQueue([&] { count = standIn.countOf(detach); });
+    EXPECT_EQ(count, 1);
+    runBesideMainQueue([] {});
+    EXPECT_EQ(standIn.countOf(detach), 1); // it knows by now
+    standIn.reset();
+    standIn.isMultiThreaded = false;
+    standIn.raises[detach] = "no thread";
+    count = -1;
+    runBesideMainQueue([&] { count = 0; });
+    EXPECT_EQ(count, 0); // the work is done all the same
+    standIn.reset();
 }
 
 TEST_F(MainQueueTest, TheWorkHasTheStackOfAMainThread) {

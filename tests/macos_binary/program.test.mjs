@@ -80,6 +80,15 @@ test('the Info.plist says who it is and why it asks', () => {
     });
 });
 
+// A program without translations of its own is taken for one in English: dates and the system's errors
+// would be, too.
+test('the system speaks the user’s language through it', () => {
+    forEachHalf((program, processor) => {
+        const plist = program.section('__TEXT', '__info_plist').toString();
+        assert.match(plist, /<key>CFBundleAllowMixedLocalizations<\/key>\s*<true\/>/, processor);
+    });
+});
+
 test('the half for Apple’s processor is signed, and every page is what was signed', () => {
     const { identifier, ...signed } = readSignature(programs.get('arm64'));
     assert.match(identifier, /velmiro/);

@@ -38,6 +38,18 @@ NSTimeZone* cachedZone = nil;
 }
 @end
 
+/// Every program of tests has several threads already.
+@implementation NSThread (AsApples)
++ (BOOL)isMultiThreaded {
+    return velmiro::test::StandIn::shared().isMultiThreaded;
+}
++ (void)detachNewThreadSelector:(SEL)selector toTarget:(id)target withObject:(id)argument {
+    velmiro::test::begin("detachNewThreadSelector:toTarget:withObject:", "");
+    velmiro::test::StandIn::shared().isMultiThreaded = true;
+    [target performSelector:selector withObject:argument];
+}
+@end
+
 namespace velmiro::test {
 
 void resetFoundation() {

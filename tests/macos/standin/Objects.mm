@@ -38,6 +38,7 @@ std::string secondsOf(NSDate* date) {
 }
 
 void begin(const std::string& call) {
+    StandIn::shared().count(call);
     const auto& raises = StandIn::shared().raises;
     const auto reason = raises.find(call);
     if (reason != raises.end()) {
@@ -51,7 +52,6 @@ void begin(const std::string& call, const std::string& arguments) {
 }
 
 bool isNil(const std::string& property, const std::string& identifier) {
-    StandIn::shared().noteRead(property);
     begin(property);
     begin(property + " " + identifier);
     const auto& nils = StandIn::shared().nils;

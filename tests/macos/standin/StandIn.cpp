@@ -43,6 +43,7 @@ void StandIn::reset() {
     dueParts.clear();
     eventIdentifiers.clear();
     currentCalendar = "gregorian";
+    isMultiThreaded = true;
     raises.clear();
     errors.clear();
     refusals.clear();
@@ -80,18 +81,27 @@ std::vector<std::string> StandIn::journal() const {
 void StandIn::clearJournal() {
     const std::scoped_lock lock{mutex_};
     journal_.clear();
-    reads_.clear();
+    counts_.clear();
 }
 
-int StandIn::readsOf(const std::string& property) const {
+int StandIn::countOf(const std::string& call) const {
     const std::scoped_lock lock{mutex_};
-    const auto found = reads_.find(property);
-    return found == reads_.end() ? 0 : found->second;
+    const auto found = counts_.find(call);
+    return found == counts_.end() ? 0 : found->second;
 }
 
-void StandIn::noteRead(const std::string& property) {
+std::set<std::string> StandIn::allCalled() const {
     const std::scoped_lock lock{mutex_};
-    ++reads_[property];
+    std::set<std::string> calls;
+    for (const auto& [call, count] : counts_) {
+        calls.insert(call);
+    }
+    return calls;
+}
+
+void StandIn::count(const std::string& call) {
+    const std::scoped_lock lock{mutex_};
+    ++counts_[call];
 }
 
 std::vector<std::string> withoutMaking(std::vector<std::string> journal) {

@@ -45,6 +45,7 @@ public:
     std::map<std::string, DueParts> dueParts;
     std::set<std::string> eventIdentifiers; ///< of items that are found by them and no reminders
     std::string currentCalendar;            ///< the identifier of the user's calendar
+    bool isMultiThreaded;                   ///< whether Foundation knows of other threads
 
     // What goes wrong, by call.
 
@@ -74,16 +75,18 @@ public:
     [[nodiscard]] std::vector<std::string> journal() const;
     void clearJournal();
     void note(std::string call);
-    /// How often this property was read, of whichever items.
-    [[nodiscard]] int readsOf(const std::string& property) const;
-    void noteRead(const std::string& property);
+    /// How often this was called, or this property read, of whichever item.
+    [[nodiscard]] int countOf(const std::string& call) const;
+    /// All that was; a property of one item also as "title milk".
+    [[nodiscard]] std::set<std::string> allCalled() const;
+    void count(const std::string& call);
 
 private:
     StandIn() { reset(); }
 
     mutable std::mutex mutex_;
     std::vector<std::string> journal_;
-    std::map<std::string, int> reads_;
+    std::map<std::string, int> counts_;
 };
 
 /// A journal without the making of the store: its initializer, after a look at both statuses.

@@ -48,6 +48,16 @@ void* doWork(void* given) noexcept {
     return nullptr;
 }
 
+/// Our threads are plain ones, of which Cocoa does not know. It takes its own locks only once a
+/// thread was made by its own means, so one is, and ends at once.
+void announceThreads(VelmiroMainThread* mainThread) {
+    attempt([&](Problem&) {
+        if (![NSThread isMultiThreaded]) {
+            [NSThread detachNewThreadSelector:@selector(stay:) toTarget:mainThread withObject:nil];
+        }
+    });
+}
+
 /// Nothing when the system has no thread to give.
 std::optional<pthread_t> start(Beside& beside) {
     constexpr std::size_t asTheMainThreadHas = 8UL << 20U;
@@ -74,6 +84,7 @@ void serviceUntilEnd(VelmiroMainThread* mainThread) {
 void runBesideMainQueue(const std::function<void()>& work) {
     constexpr NSTimeInterval aDay = 86'400;
     const Owned<VelmiroMainThread> mainThread{[[VelmiroMainThread alloc] init]};
+    announceThreads(mainThread.get());
     Owned<NSTimer> timer;
     attempt([&](Problem&) {
         NSDate* const tomorrow = [NSDate dateWithTimeIntervalSinceNow:aDay];

@@ -148,7 +148,14 @@ typedef NS_ENUM(NSUInteger, NSDateFormatterStyle) {
 - (NSString *)stringFromDate:(NSDate *)date;
 @end
 
-// MARK: The main thread
+// MARK: Threads
+
+@interface NSThread : NSObject
++ (BOOL)isMultiThreaded;
++ (void)detachNewThreadSelector:(SEL)selector
+                       toTarget:(id)target
+                     withObject:(nullable id)argument;
+@end
 
 @interface NSObject (NSThreadPerformAdditions)
 - (void)performSelectorOnMainThread:(SEL)selector

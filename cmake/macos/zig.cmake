@@ -24,8 +24,16 @@ foreach(language CXX OBJCXX)
         " -isystem ${CMAKE_CURRENT_LIST_DIR}/../../tests/macos/frameworks")
 endforeach()
 string(APPEND CMAKE_OBJCXX_FLAGS_INIT " -Wno-unused-command-line-argument") # CMake's -ObjC++
+# Linked by Zig's own command, which alone can leave out its run-time library: that would put byte loops
+# in place of the system's memcpy, memmove, memset and memcmp. Then finished and signed.
 # The system binds each name in the library that the stubs give it to, and looks in no other: they
 # follow macOS 13.3, where CoreFoundation holds some of what Foundation declares.
-string(CONCAT CMAKE_EXE_LINKER_FLAGS_INIT
-    "-F ${CMAKE_CURRENT_LIST_DIR}/frameworks -L ${CMAKE_CURRENT_LIST_DIR}/lib"
-    " -framework CoreFoundation -lobjc -s -Wl,-dead_strip -Wl,-dead_strip_dylibs")
+foreach(language CXX OBJCXX)
+    string(CONCAT CMAKE_${language}_LINK_EXECUTABLE
+        "\"${zig}\" build-exe -target ${VELMIRO_MACOS_PROCESSOR}-macos.13.3 -O ReleaseFast -fstrip"
+        " -dead_strip -dead_strip_dylibs -fno-compiler-rt -lc++ -lc"
+        " -F \"${CMAKE_CURRENT_LIST_DIR}/frameworks\" -L \"${CMAKE_CURRENT_LIST_DIR}/lib\""
+        " -framework CoreFoundation -lobjc <OBJECTS> -femit-bin=<TARGET> <LINK_LIBRARIES>"
+        ";node \"${CMAKE_CURRENT_LIST_DIR}/finish.mjs\" <TARGET>"
+        ";llvm-strip-19 --keep-undefined <TARGET>")
+endforeach()

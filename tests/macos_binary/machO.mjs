@@ -12,6 +12,8 @@ const segment = 0x19;
 const symbolTable = 0x2;
 const signature = 0x1d;
 const buildVersion = 0x32;
+const dyldInfo = 0x80000022;
+const exportsTrie = 0x80000033;
 const dylibs = new Set([0xc, 0x80000018, 0x8000001f, 0x80000023]); // plain, weak, re-exported, upward
 const undefinedExternal = 0x01;
 const ofWhatKind = 0x0f; // type bits and the external one, without those of debugging
@@ -84,8 +86,30 @@ export class Program {
     /** The kind of system and its oldest version that can run this. */
     platform() {
         const command = this.#command(buildVersion);
-        const version = command.readUInt32LE(12);
-        return { system: command.readUInt32LE(8), oldest: `${version >> 16}.${(version >> 8) & 0xff}` };
+        const dotted = (/** @type {number} */ version) => `${version >> 16}.${(version >> 8) & 0xff}`;
+        return {
+            system: command.readUInt32LE(8),
+            oldest: dotted(command.readUInt32LE(12)),
+            sdk: dotted(command.readUInt32LE(16)),
+        };
+    }
+
+    /** The flags of each segment, by its name. */
+    segmentFlags() {
+        const segments = this.commands.filter(({ kind }) => kind === segment);
+        return new Map(segments.map(({ bytes }) => [text(slice(bytes, 8, 16)), bytes.readUInt32LE(68)]));
+    }
+
+    /** The list of what it exports, a trie. */
+    exports() {
+        const all = this.#command(dyldInfo);
+        const own = this.#command(exportsTrie);
+        const [offset, size] = own === undefined ? [40, 44] : [8, 12];
+        const command = own ?? all;
+        if (command === undefined) {
+            return undefined;
+        }
+        return slice(this.bytes, command.readUInt32LE(offset), command.readUInt32LE(size));
     }
 
     /** What a section holds, or nothing. @param {string} segmentName @param {string} name */

@@ -1,13 +1,22 @@
-// The program under test, the build's folders, and what built it.
+// The programs under test, the build's folders, and what built them.
 
 import { readFileSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
 import { halves } from './machO.mjs';
 
 export const root = fileURLToPath(new URL('../../', import.meta.url));
-export const path = process.env.VELMIRO_MACOS_PROGRAM ?? `${root}build/macos/velmiro_mcp`;
-export const file = readFileSync(path);
-export const programs = halves(file);
+const folder = `${root}build/macos/`;
+
+/** One of the build's programs: its path, its bytes, its halves by the processor's name. */
+function read(name) {
+    const path = folder + name;
+    const file = readFileSync(path);
+    return { name, path, file, programs: halves(file) };
+}
+
+export const server = read('velmiro_mcp');
+export const approvalHost = read('approval_host');
+export const { path, file, programs } = server;
 
 /** On a Mac Apple's own tools have linked it, against the system's libraries. */
 export const onAMac = process.platform === 'darwin';

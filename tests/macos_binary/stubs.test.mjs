@@ -4,7 +4,7 @@
 import assert from 'node:assert/strict';
 import { readdirSync, readFileSync } from 'node:fs';
 import { test } from 'node:test';
-import { frameworks, onAMac, programs, root, runtime } from './program.mjs';
+import { approvalHost, frameworks, onAMac, programs, root, runtime } from './program.mjs';
 import { declaredMessages, readStub } from './stubs.mjs';
 
 const skip = onAMac && 'a Mac links the libraries themselves';
@@ -25,7 +25,8 @@ test('every symbol is in the list of the library that it is bound to', { skip },
     const [system] = readdirSync(`${root}cmake/macos/node_modules/@oven`);
     const libSystem = readStub(`${root}cmake/macos/node_modules/@oven/${system}/lib/libc/darwin/libSystem.tbd`);
     const offered = new Map([...stubs, libSystem].map(({ library, names }) => [library, names]));
-    const strangers = used.filter(({ name, library }) => !offered.get(library)?.has(name));
+    const ofHost = [...approvalHost.programs.values()].flatMap((program) => program.undefinedSymbols());
+    const strangers = [...used, ...ofHost].filter(({ name, library }) => !offered.get(library)?.has(name));
     assert.ok(used.length > 100, `${used.length} symbols`);
     assert.deepEqual(strangers, []);
 });

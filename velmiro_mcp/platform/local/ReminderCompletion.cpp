@@ -3,28 +3,28 @@
 #include "velmiro_mcp/platform/local/ComponentLines.hpp"
 #include "velmiro_mcp/platform/local/NewItemText.hpp"
 #include "velmiro_mcp/platform/local/NextReminder.hpp"
+#include "velmiro_mcp/platform/local/Versions.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <map>
 
 namespace velmiro::local {
 namespace {
 
-/// The SEQUENCE after the one that a reminder has.
+/// The SEQUENCE after the one that a reminder has. Never a lower one, even of a number beyond the
+/// format's: then another version in the file would count, and not the completed one.
 std::string nextSequence(const Component& reminder) {
-    const ContentLine* const line = reminder.line("SEQUENCE");
-    const std::string_view text = line != nullptr ? line->value : std::string_view{};
-    std::int32_t sequence = 0;
-    std::from_chars(text.data(), text.data() + text.size(), sequence);
-    return std::to_string(std::clamp(sequence, 0, INT32_MAX - 1) + 1);
+    const std::int64_t sequence = sequenceOf(reminder);
+    return std::to_string(sequence >= INT32_MAX ? sequence
+                                                : std::max<std::int64_t>(sequence, 0) + 1);
 }
 
 bool isSame(const StoredReminder& left, const StoredReminder& right) {
     return left.identifier == right.identifier && left.title == right.title &&
            left.notes == right.notes && left.priority == right.priority && left.due == right.due &&
-           left.completed == right.completed && left.cancelled == right.cancelled;
+           left.completed == right.completed && left.cancelled == right.cancelled &&
+           left.isSuperseded == right.isSuperseded;
 }
 
 /// Whether the new text has the same items, but for the one that is completed now.

@@ -45,14 +45,18 @@ Rank rankOf(const Component& component) {
             readMoment(component, name, [](std::string_view) { return Zone::utc(); });
         return moment ? moment->civil : CivilTime::min();
     };
-    std::int64_t sequence = 0;
-    if (const ContentLine* const line = component.line("SEQUENCE")) {
-        std::from_chars(line->value.data(), line->value.data() + line->value.size(), sequence);
-    }
-    return {sequence, timeOf("DTSTAMP"), timeOf("LAST-MODIFIED")};
+    return {sequenceOf(component), timeOf("DTSTAMP"), timeOf("LAST-MODIFIED")};
 }
 
 } // namespace
+
+std::int64_t sequenceOf(const Component& component) {
+    const ContentLine* const line = component.line("SEQUENCE");
+    const std::string_view text = line != nullptr ? trimBlanks(line->value) : std::string_view{};
+    std::int64_t sequence = 0;
+    std::from_chars(text.data(), text.data() + text.size(), sequence);
+    return sequence;
+}
 
 std::vector<bool> supersededVersions(const std::vector<ItemVersion>& versions) {
     std::vector<bool> superseded(versions.size(), false);

@@ -3,11 +3,15 @@
 #include "velmiro_mcp/platform/local/CalendarValues.hpp"
 #include "velmiro_mcp/platform/local/Components.hpp"
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 namespace velmiro::local {
+
+/// The SEQUENCE of a component, 0 when it has none that can be read.
+std::int64_t sequenceOf(const Component& component);
 
 /// A component of a file as one version of an item. Items are told apart by UID and, where the
 /// component stands for one occurrence of a series, by that occurrence.

@@ -149,6 +149,15 @@ TEST_F(LocalReminderVersions, TheOneThatIsShownIsCompletedAndNoOther) {
     EXPECT_EQ(titles(true), Texts{"new"});
 }
 
+TEST_F(LocalReminderVersions, AfterASequenceBeyondTheFormatsTheCompletedOneStillCounts) {
+    write(reminder("old", "SEQUENCE: 2999999999 \r\n") +
+          reminder("new", "SEQUENCE: 3000000000 \r\n"));
+    EXPECT_EQ(titles(), Texts{"new"});
+    EXPECT_TRUE(database->completeReminder("a"));
+    EXPECT_EQ(titles(), Texts{});
+    EXPECT_EQ(titles(true), Texts{"new"});
+}
+
 TEST_F(LocalReminderVersions, ACancelledVersionIsNotOpen) {
     write(reminder("open", "") + reminder("given up", "SEQUENCE:1\r\nSTATUS:CANCELLED\r\n"));
     EXPECT_EQ(titles(), Texts{});

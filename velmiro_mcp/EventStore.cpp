@@ -253,20 +253,21 @@ Task<std::string> EventStore::createReminder(NewReminder reminder,
     co_return store_->saveReminder(reminder, *list);
 }
 
-Task<std::string> EventStore::reminderTitle(std::string identifier) {
+Task<EventStore::ReminderTitle> EventStore::reminderTitle(std::string identifier) {
     const auto turn = co_await actor_.enter();
     checkAccess(EntityType::reminder);
     const auto reminder = store_->reminder(identifier);
     if (!reminder) {
         throw noReminder(identifier);
     }
-    co_return reminder->title.value_or("");
+    ReminderTitle found{reminder->title.value_or(""), reminder->place};
+    co_return found;
 }
 
-Task<void> EventStore::completeReminder(std::string identifier) {
+Task<void> EventStore::completeReminder(std::string identifier, std::string place) {
     const auto turn = co_await actor_.enter();
     checkAccess(EntityType::reminder);
-    if (!store_->completeReminder(identifier)) {
+    if (!store_->completeReminder(identifier, place)) {
         throw noReminder(identifier);
     }
 }

@@ -51,11 +51,18 @@ public:
     MCPStdio::Task<std::string> createReminder(NewReminder reminder,
                                                std::optional<std::string> listName);
 
-    /// The title, "" when it has none. Fails when there is no such reminder.
-    MCPStdio::Task<std::string> reminderTitle(std::string identifier);
+    /// What a user who is to allow a completion is asked about.
+    struct ReminderTitle {
+        std::string title; ///< empty when the reminder has none
+        std::string place; ///< the database's own word for where it is
+    };
 
-    /// Marks a reminder completed, also one that is already. Fails when there is none.
-    MCPStdio::Task<void> completeReminder(std::string identifier);
+    /// Fails when there is no such reminder, or when there are several.
+    MCPStdio::Task<ReminderTitle> reminderTitle(std::string identifier);
+
+    /// Marks a reminder completed, also one that is already. Fails when there is none, when there
+    /// are several, and when the one there is stands in another place than was asked about.
+    MCPStdio::Task<void> completeReminder(std::string identifier, std::string place = {});
 
 private:
     void checkAccess(EntityType type);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
 
 using namespace velmiro::test;
@@ -241,4 +242,45 @@ TEST_F(CompletionFaults, DescriptorsUsedUpByWaitingQuestionsNeverEndASeries) {
     }
     EXPECT_GT(errors, 0);
     EXPECT_GT(successes, 0);
+}
+
+TEST_F(CompletionFaults, WhatChangesWhileTheUserIsAskedIsSeenAfterTheYes) {
+    const std::string several = "more than one reminder has this id";
+    const auto completeWhile = [&](const std::function<void()>& meanwhile) {
+        fs::remove_all(list.parent_path());
+        home.write(list / "water.ics", weekly);
+        const fs::path socket = home.path() / "meanwhile.sock";
+        const ScriptedHost asking{socket, [&](int connection) {
+                                      readQuestion(connection);
+                                      meanwhile();
+                                      answerWith(connection, "{\"allow\":true}\n");
+                                  }};
+        auto options = serverIn(home);
+        options.environment["VELMIRO_APPROVAL_SOCKET"] = socket;
+        ChildProcess server{options};
+        server.writeLine(callLine(1, "reminders_complete", R"({"id":"water"})"));
+        const Answer answer = answerOf(server.readLine());
+        fs::remove(socket);
+        return answer.text;
+    };
+    EXPECT_EQ(completeWhile([&] { home.write(list / "copy.ics", weekly); }), several);
+    EXPECT_EQ(readFile(list / "water.ics"), weekly);
+    EXPECT_EQ(readFile(list / "copy.ics"), weekly);
+
+    const fs::path moved = list.parent_path() / "Work/water.ics";
+    EXPECT_EQ(completeWhile([&] {
+                  fs::create_directory(moved.parent_path());
+                  fs::rename(list / "water.ics", moved);
+              }),
+              several);
+    EXPECT_EQ(readFile(moved), weekly);
+
+    EXPECT_EQ(completeWhile([&] { fs::remove(list / "water.ics"); }), "no reminder with id water");
+
+    // The identifier counts, whatever else is edited.
+    std::string renamed = weekly;
+    renamed.replace(renamed.find("Water"), 5, "Plants");
+    EXPECT_EQ(completeWhile([&] { home.write(list / "water.ics", renamed); }),
+              "{\n  \"completed\" : true\n}");
+    EXPECT_TRUE(contents().isCompleted());
 }

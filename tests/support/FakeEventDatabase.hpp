@@ -102,8 +102,9 @@ public:
         script_->savedReminder = reminder;
         return "new-id";
     }
-    bool completeReminder(const std::string& identifier) override {
-        script_->journal.push_back("completeReminder " + identifier);
+    bool completeReminder(const std::string& identifier, const std::string& place) override {
+        script_->journal.push_back("completeReminder " + identifier +
+                                   (place.empty() ? "" : " at " + place));
         if (!script_->saveError.empty()) {
             throw PlatformError{script_->saveError};
         }

@@ -276,8 +276,8 @@ TEST_F(EventStoreReminders, APlatformErrorOfSavingIsGivenOnUnchanged) {
 
 TEST_F(EventStoreReminders, ATitleIsLookedUpByIdentifier) {
     database->reminders = {reminder("a"), Reminder{}};
-    EXPECT_EQ(syncWait(store.reminderTitle("a")), "Title of a");
-    EXPECT_EQ(syncWait(store.reminderTitle("")), "") << "a reminder without a title";
+    EXPECT_EQ(syncWait(store.reminderTitle("a")).title, "Title of a");
+    EXPECT_EQ(syncWait(store.reminderTitle("")).title, "") << "a reminder without a title";
     EXPECT_EQ(failure([&] { syncWait(store.reminderTitle(" b ")); }), "no reminder with id  b ");
 }
 

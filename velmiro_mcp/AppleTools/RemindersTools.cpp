@@ -49,13 +49,13 @@ Task<MCPToolResult> createReminder(EventStore& store, Ask ask, JSONValue argumen
 Task<MCPToolResult> completeReminder(EventStore& store, Ask ask, JSONValue arguments) {
     const auto identifier = requiredString("id", arguments);
     auto lookUp = store.reminderTitle(identifier);
-    const auto title = co_await std::move(lookUp);
-    auto question = ask("reminders_complete", title);
+    const auto asked = co_await std::move(lookUp);
+    auto question = ask("reminders_complete", asked.title);
     const bool allowed = co_await std::move(question);
     if (!allowed) {
-        co_return denial(title);
+        co_return denial(asked.title);
     }
-    auto completing = store.completeReminder(identifier);
+    auto completing = store.completeReminder(identifier, asked.place);
     co_await std::move(completing);
     const auto payload = JSONValue::object({{"completed", true}});
     co_return MCPToolResult::json(payload);

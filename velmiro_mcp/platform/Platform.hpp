@@ -72,6 +72,7 @@ struct Reminder {
     int priority = 0; ///< 0 none, 1 high … 9 low
     std::optional<Instant> due;
     std::optional<std::string> notes;
+    std::string place{}; ///< where the database keeps it, meaningful to it alone; may be empty
 };
 
 /// What is needed to make a reminder.
@@ -137,7 +138,8 @@ public:
     /// too long, and use the database again: an answer that still comes does no harm.
     virtual void fetchReminders(const ReminderQuery& query, RemindersFound found) = 0;
 
-    /// The reminder with this identifier; nothing when there is none, or when it is an event's.
+    /// The reminder with this identifier; none when there is none, or when it is an event's. Throws
+    /// PlatformError when there are several.
     virtual std::optional<Reminder> reminder(const std::string& identifier) = 0;
 
     /// Adds a reminder to `list` and commits it; gives back its identifier. Throws PlatformError
@@ -145,9 +147,10 @@ public:
     virtual std::string saveReminder(const NewReminder& reminder, const Calendar& list) = 0;
 
     /// Marks a reminder completed now, also one that is already, and commits it. False when there
-    /// is no such reminder (any more). Throws PlatformError when it cannot be stored; then nothing
-    /// was changed.
-    virtual bool completeReminder(const std::string& identifier) = 0;
+    /// is no such reminder (any more). Throws PlatformError when there are several, when it is not
+    /// at `place` any more (unless that is empty), and when it cannot be stored; then nothing was
+    /// changed, unless the error says that this cannot be told.
+    virtual bool completeReminder(const std::string& identifier, const std::string& place = {}) = 0;
 };
 
 /// The database of the user who runs the program. Opening it touches nothing yet.

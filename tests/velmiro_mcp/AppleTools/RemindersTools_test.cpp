@@ -190,6 +190,12 @@ TEST_F(RemindersTools, CompleteLooksUpThenAsksThenChanges) {
                        "authorizationStatus 1", "completeReminder a"}));
 }
 
+TEST_F(RemindersTools, CompleteSaysWhereTheOneAskedAboutWas) {
+    database->reminders[0].place = "here";
+    meanwhile = [this] { database->reminders[0].place = "there"; };
+    EXPECT_EQ(journalOf(complete, R"({"id":"a"})").back(), "completeReminder a at here");
+}
+
 TEST_F(RemindersTools, CompleteOfOneWithoutATitleAsksWithNothing) {
     EXPECT_EQ(journalOf(complete, R"({"id":"untitled"})")[2], "ask reminders_complete: ");
     answer = false;

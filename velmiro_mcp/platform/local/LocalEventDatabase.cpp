@@ -70,9 +70,15 @@ std::string addItem(EntityType type, const Collection& collection, const TextFor
     }
 }
 
-Reminder recordOf(const StoredReminder& reminder, const std::string& list, UserClock& clock) {
-    return {reminder.identifier, reminder.title,           list,          reminder.completed,
-            reminder.priority,   dueDate(reminder, clock), reminder.notes};
+/// Where an item is, as long as nobody moves it.
+std::string placeOf(const Collection& collection, const std::string& item) {
+    return collection.folder + "/" + item;
+}
+
+Reminder recordOf(const StoredReminder& reminder, const std::string& list, const std::string& place,
+                  UserClock& clock) {
+    return {reminder.identifier, reminder.title,           list,           reminder.completed,
+            reminder.priority,   dueDate(reminder, clock), reminder.notes, place};
 }
 
 bool isWanted(const ReminderQuery& query, const StoredReminder& reminder, UserClock& clock) {
@@ -137,7 +143,8 @@ public:
                 for (const StoredReminder& reminder : file->reminders) {
                     if (reminders.size() < query.most && reminder.isListed() &&
                         isWanted(query, reminder, clock)) {
-                        reminders.push_back(recordOf(reminder, place.collection.title, clock));
+                        reminders.push_back(recordOf(reminder, place.collection.title,
+                                                     placeOf(place.collection, place.item), clock));
                     }
                 }
                 return reminders.size() < query.most;
@@ -146,12 +153,13 @@ public:
     }
 
     std::optional<Reminder> reminder(const std::string& identifier) override {
-        const auto place = placeOf(identifier);
-        if (!place) {
+        const auto found = theOne(identifier);
+        if (!found) {
             return std::nullopt;
         }
         UserClock clock;
-        return recordOf(place->file->reminders[place->index], place->collection.title, clock);
+        return recordOf(found->file->reminders[found->index], found->collection.title,
+                        placeOf(found->collection, found->item), clock);
     }
 
     std::string saveReminder(const NewReminder& reminder, const Calendar& list) override {
@@ -161,15 +169,18 @@ public:
         });
     }
 
-    bool completeReminder(const std::string& identifier) override {
+    bool completeReminder(const std::string& identifier, const std::string& place) override {
         // Whoever changes the file in the same moment goes first, but not for ever.
         constexpr int tries = 100;
         for (int attempt = 0; attempt < tries; ++attempt) {
-            const auto place = placeOf(identifier);
-            if (!place) {
+            const auto found = theOne(identifier);
+            if (!found) {
                 return false;
             }
-            if (complete(*place, identifier)) {
+            if (!place.empty() && placeOf(found->collection, found->item) != place) {
+                throw severalReminders();
+            }
+            if (complete(*found, identifier)) {
                 return true;
             }
         }
@@ -252,28 +263,47 @@ private:
         std::size_t index; ///< among the reminders of the file
     };
 
-    /// The first reminder with this identifier.
-    std::optional<ReminderPosition> placeOf(const std::string& identifier) {
+    /// The reminder with this identifier. Throws PlatformError when there is another one.
+    std::optional<ReminderPosition> theOne(const std::string& identifier) {
         std::optional<ReminderPosition> found;
-        forEachFile(EntityType::reminder, nullptr,
-                    [&](const Place& place, const FilePointer& file) {
-                        if (const auto index = indexOf(*file, identifier)) {
-                            found = {place.collection, place.item, file, *index};
-                        }
-                        return !found;
-                    });
+        const auto take = [&](const Place& place, const FilePointer& file) {
+            const auto index = indexOf(*file, identifier);
+            if (index && !found) {
+                found = {place.collection, place.item, file, *index};
+            } else if (index && !isSameFile(*found, place)) {
+                throw severalReminders();
+            }
+            return true;
+        };
+        forEachFile(EntityType::reminder, nullptr, take);
         return found;
     }
 
+    /// Whether two links lead to one file.
+    static bool isSameFile(const ReminderPosition& found, const Place& place) {
+        return stampOf(found.collection.path + "/" + found.item) ==
+               stampOf(place.collection.path + "/" + place.item);
+    }
+
+    static PlatformError severalReminders() {
+        return PlatformError{"more than one reminder has this id"};
+    }
+
+    /// Throws PlatformError when there are several in the file.
     static std::optional<std::size_t> indexOf(const CalendarFile& file,
                                               const std::string& identifier) {
-        const auto found =
-            std::ranges::find_if(file.reminders, [&](const StoredReminder& reminder) {
-                return reminder.isListed() && reminder.identifier == identifier;
-            });
-        return found == file.reminders.end()
-                   ? std::nullopt
-                   : std::optional{static_cast<std::size_t>(found - file.reminders.begin())};
+        std::optional<std::size_t> found;
+        for (std::size_t index = 0; index < file.reminders.size(); ++index) {
+            const StoredReminder& reminder = file.reminders[index];
+            if (!reminder.isListed() || reminder.identifier != identifier) {
+                continue;
+            }
+            if (found) {
+                throw severalReminders();
+            }
+            found = index;
+        }
+        return found;
     }
 
     /// False when the file is not what it was a moment ago.

@@ -156,7 +156,8 @@ public:
         });
     }
 
-    bool completeReminder(const std::string& identifier) override {
+    /// The framework's identifiers name one reminder each, so its place says no more.
+    bool completeReminder(const std::string& identifier, const std::string& /*place*/) override {
         return saved([&](Problem& problem) {
             EKReminder* const found = reminderFor(identifier);
             if (found != nil) {

@@ -148,6 +148,46 @@ TEST_F(LocalCompletion, ACompletedOneIsSavedAgain) {
     EXPECT_TRUE(database->reminder("a")->completed);
 }
 
+TEST_F(LocalCompletion, AnIdentifierThatNamesTwoChangesNeither) {
+    const auto failure = [&](const std::string& place) {
+        try {
+            database->completeReminder("a", place);
+        } catch (const PlatformError& error) {
+            return std::string{error.what()};
+        }
+        return std::string{"(no failure)"};
+    };
+    const std::string several = "more than one reminder has this id";
+    const std::string one = "BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nEND:VTODO\nEND:VCALENDAR\n";
+    home.writeReminder("Home", "a.ics", one);
+    for (const std::string other : {"Home/b.ics", "Work/a.ics", "Away/z.ics"}) {
+        const std::string list = other.substr(0, 4);
+        home.writeReminder(list, other.substr(5), one);
+        EXPECT_EQ(failure(""), several) << other;
+        EXPECT_EQ(failure("Home/a.ics"), several) << other;
+        EXPECT_THROW(database->reminder("a"), PlatformError) << other;
+        EXPECT_EQ(readFile(path()), one);
+        EXPECT_EQ(readFile(home.reminders() + "/" + other), one);
+        fs::remove(home.reminders() + "/" + other);
+    }
+    EXPECT_EQ(failure("Work/a.ics"), several) << "it has been moved since";
+    EXPECT_EQ(readFile(path()), one);
+    EXPECT_EQ(failure(database->reminder("a")->place), "(no failure)");
+    const std::string twice = "BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nEND:VTODO\nBEGIN:VTODO\n"
+                              "UID:a\nEND:VTODO\nEND:VCALENDAR\n";
+    home.writeReminder("Home", "a.ics", twice);
+    EXPECT_EQ(failure(""), several);
+    EXPECT_EQ(readFile(path()), twice);
+}
+
+TEST_F(LocalCompletion, AFileThatTwoLinksLeadToIsOneReminder) {
+    home.writeReminder("Home", "a.ics", reminderFile(""));
+    fs::create_directory_symlink("Home", home.reminders() + "/Link");
+    fs::create_symlink("a.ics", home.reminders() + "/Home/b.ics");
+    EXPECT_TRUE(database->completeReminder("todo@example.org"));
+    EXPECT_NE(readFile(path()).find("STATUS:COMPLETED"), std::string::npos);
+}
+
 TEST_F(LocalCompletion, ASequenceTooLargeOrNoNumberIsNoMatter) {
     const auto sequence = [&](const std::string& given) {
         const std::string text =

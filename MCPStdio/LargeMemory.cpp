@@ -66,6 +66,15 @@ LargeMemory mapLargeMemory(std::size_t needed) {
             return kept;
         }
     }
+    try {
+        return mapNew(size);
+    } catch (const std::bad_alloc&) {
+        const auto kept = exchangeSpare({});
+        if (kept.begin == nullptr) {
+            throw;
+        }
+        ::munmap(kept.begin, kept.size);
+    }
     return mapNew(size);
 }
 

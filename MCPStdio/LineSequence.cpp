@@ -3,8 +3,12 @@
 #include "MCPStdio/ByteScan.hpp"
 #include "MCPStdio/UTF8.hpp"
 
+#include <array>
 #include <cerrno>
+#include <chrono>
+#include <new>
 #include <poll.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -48,6 +52,10 @@ std::optional<std::string_view> LineSequence::next() {
         const std::size_t end = endLength > 0 ? scanned_ : read_.size();
         const auto line = read_.view().substr(begin_, end - begin_);
         begin_ = scanned_ = end + endLength;
+        if (std::exchange(skipping_, false)) {
+            isASCII_ = true;
+            return std::string_view{};
+        }
         if (!line.empty()) {
             return std::exchange(isASCII_, true) ? line : repaired(line);
         }
@@ -81,14 +89,18 @@ std::size_t LineSequence::findEnd() {
 bool LineSequence::fill() {
     constexpr std::size_t chunkSize = std::size_t{64} * 1024;
     constexpr std::size_t worthKeeping = 4 * chunkSize;
+    if (skipping_) {
+        begin_ = scanned_;
+    }
     read_.removePrefix(begin_);
     scanned_ -= begin_;
     begin_ = 0;
     if (read_.size() == 0 && read_.capacity() > worthKeeping) {
         read_ = TextBuffer{}; // a call may take long, and its line was read
     }
+    char* const room = roomFor(chunkSize);
     while (true) {
-        const ssize_t count = ::read(descriptor_, read_.room(chunkSize), chunkSize);
+        const ssize_t count = ::read(descriptor_, room, chunkSize);
         if (count > 0) {
             read_.added(static_cast<std::size_t>(count));
             return true;
@@ -102,11 +114,39 @@ bool LineSequence::fill() {
     }
 }
 
+/// Room behind what is unread. Where there is no memory for it, gives up the line, and waits for
+/// that of a chunk: others give some back.
+char* LineSequence::roomFor(std::size_t count) {
+    constexpr std::chrono::milliseconds pause{10};
+    while (true) {
+        try {
+            return read_.room(count);
+        } catch (const std::bad_alloc&) {
+            if (skipping_) {
+                std::this_thread::sleep_for(pause);
+            }
+        }
+        skipping_ = true;
+        // What was not scanned is the beginning of a separator, a few bytes at most.
+        std::array<char, 4> rest{};
+        const auto unscanned = read_.view().substr(scanned_);
+        const std::size_t length = unscanned.copy(rest.data(), rest.size());
+        read_ = TextBuffer{};
+        read_.append(std::string_view{rest.data(), length});
+        scanned_ = 0;
+    }
+}
+
+/// Empty when there is no memory for it.
 std::string_view LineSequence::repaired(std::string_view line) {
     if (isValidUTF8(line)) {
         return line;
     }
-    repaired_ = repairUTF8(std::string{line});
+    try {
+        repaired_ = repairUTF8(std::string{line});
+    } catch (const std::bad_alloc&) {
+        repaired_ = std::string{};
+    }
     return repaired_;
 }
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 
 namespace MCPStdio {
 namespace {
@@ -22,7 +23,7 @@ constexpr std::int64_t internalErrorCode = -32603;
 
 const JSONValue nothing; // the id of what has none
 
-/// The message in a line, when it is an object as every message is.
+/// The message in a line, when it is an object as every message is, and memory holds it.
 std::optional<JSONValue> readMessage(std::string_view line) {
     try {
         auto message = JSONValue::parse(line);
@@ -31,6 +32,8 @@ std::optional<JSONValue> readMessage(std::string_view line) {
         }
         return std::nullopt;
     } catch (const JSONError&) {
+        return std::nullopt;
+    } catch (const std::bad_alloc&) {
         return std::nullopt;
     }
 }
@@ -83,6 +86,17 @@ TextBuffer failure(const JSONValue& id, const RPCError& error) {
     return text;
 }
 
+/// Sends a reply, or, where there is no memory to send it with, a short one instead.
+template <typename Send>
+void sendOrSayWhyNot(const Send& send, const JSONValue& id, TextBuffer reply) {
+    try {
+        send(std::move(reply));
+    } catch (const std::bad_alloc&) {
+        reply = TextBuffer{};
+        send(failure(id, {internalErrorCode, "out of memory"}));
+    }
+}
+
 /// The description of the exception that is being handled.
 std::string currentDescription() {
     try {
@@ -133,15 +147,19 @@ Task<void> MCPServer::run(int input, int output) {
     TaskGroup requests;
     const auto send = [&replies](TextBuffer reply) { replies.send(std::move(reply)); };
     while (const auto line = lines.next()) {
-        auto message = readMessage(*line);
-        if (auto turn = actor_.enterIfIdle()) { // nearly always: without a task
-            auto step = begin(std::move(message));
-            turn->end();
-            if (auto rest = proceed(std::move(step), send)) {
-                requests.add(*std::move(rest));
+        try {
+            auto message = readMessage(*line);
+            if (auto turn = actor_.enterIfIdle()) { // nearly always: without a task
+                auto step = begin(std::move(message));
+                turn->end();
+                if (auto rest = proceed(std::move(step), send)) {
+                    requests.add(*std::move(rest));
+                }
+            } else {
+                requests.add(serve(std::move(message), send));
             }
-        } else {
-            requests.add(serve(std::move(message), send));
+        } catch (const std::bad_alloc&) { // for the task itself
+            send(failure(nullptr, {parseErrorCode, "parse error"}));
         }
         backlog_.letCatchUp();
     }
@@ -211,7 +229,7 @@ MCPServer::Step MCPServer::begin(std::optional<JSONValue> message) const {
 template <typename Send>
 std::optional<Task<void>> MCPServer::proceed(Step step, Send send) {
     if (auto* const reply = std::get_if<TextBuffer>(&step)) {
-        send(std::move(*reply));
+        sendOrSayWhyNot(send, nullptr, std::move(*reply));
     } else if (auto* const call = std::get_if<Call>(&step)) {
         return perform(std::move(*call), backlog_.enter(), std::move(send));
     }
@@ -242,7 +260,7 @@ Task<void> MCPServer::perform(Call call, Backlog::Entry entry, Send send) {
         reply = failure(*call.id, {internalErrorCode, currentDescription()});
     }
     turn.end(); // sending may have to wait a moment
-    send(std::move(reply));
+    sendOrSayWhyNot(send, *call.id, std::move(reply));
 }
 
 /// Answers all methods but the one that calls a tool. Throws RPCError, and JSONError where the

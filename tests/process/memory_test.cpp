@@ -1,0 +1,86 @@
+// Lines for which there is no memory. Not among the unit tests: the sanitizers need far more
+// address space than is left here.
+
+#include "tests/process/ServerUnderTest.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace velmiro::test;
+
+namespace {
+
+constexpr int most = 180; // megabytes, of which some 70 are taken at the start
+
+const std::string parseError =
+    R"({"error":{"code":-32700,"message":"parse error"},"id":null,"jsonrpc":"2.0"})";
+
+/// A server that may map so many megabytes.
+ChildProcess::Options limitedServer(const TemporaryFolder& home, int megabytes) {
+    auto options = serverIn(home);
+    options.arguments = {"/usr/bin/prlimit", "--as=" + std::to_string(megabytes << 20U),
+                         SERVER_BINARY};
+    return options;
+}
+
+std::string longPing(std::size_t size, const std::string& filling) {
+    std::string line = R"({"jsonrpc":"2.0","id":7,"method":"ping","params":{"x":")";
+    while (line.size() < size) {
+        line += filling;
+    }
+    return line + "\"}}";
+}
+
+} // namespace
+
+TEST(Memory, ALineThatDoesNotFitIsAParseErrorAndTheNextIsRead) {
+    const TemporaryFolder home;
+    ChildProcess server{limitedServer(home, most)};
+    server.writeLine(ping(1));
+    ASSERT_EQ(server.readLine(), pong(1));
+    // Text, separators that are none, and bytes that have to be repaired.
+    for (const std::string filling : {"x", "\xC3\xA9", "\xFF"}) {
+        int parseErrors = 0;
+        for (const std::size_t megabytes : {1, 20, 80}) {
+            server.writeLine(longPing(megabytes << 20U, filling));
+            const auto reply = server.readLine();
+            EXPECT_TRUE(reply == pong(7) || reply == parseError)
+                << megabytes << " " << reply.value_or("(no reply)").substr(0, 200);
+            parseErrors += reply == parseError ? 1 : 0;
+            server.writeLine(ping(2));
+            ASSERT_EQ(server.readLine(), pong(2)) << megabytes;
+        }
+        EXPECT_GT(parseErrors, 0);
+        EXPECT_LT(parseErrors, 3);
+    }
+    server.closeInput();
+    EXPECT_EQ(server.waitForEnd(), 0);
+}
+
+TEST(Memory, ALastLineThatDoesNotFitIsAnsweredAtTheEnd) {
+    const TemporaryFolder home;
+    ChildProcess server{limitedServer(home, most)};
+    server.write(longPing(std::size_t{80} << 20U, "x"));
+    server.closeInput();
+    EXPECT_EQ(server.readLine(), parseError);
+    EXPECT_EQ(server.waitForEnd(), 0);
+}
+
+TEST(Memory, ACallThatNeedsMoreThanThereIsFailsAlone) {
+    const TemporaryFolder home;
+    ChildProcess server{limitedServer(home, most)};
+    for (const std::size_t megabytes : {1, 30}) {
+        const std::string title(megabytes << 20U, 't');
+        for (const std::string& line :
+             {creation(3, title), callLine(3, "contacts_search", R"({"query":")" + title + "\"}"),
+              callLine(3, "notes_search", R"({"query":")" + title + "\"}"),
+              callLine(3, title, "{}"),
+              callLine(3, "reminders_complete", R"({"id":")" + title + "\"}")}) {
+            server.writeLine(line);
+            const auto reply = server.readLine();
+            ASSERT_TRUE(reply) << megabytes;
+            EXPECT_TRUE(reply == parseError || reply->ends_with("}")) << reply->substr(0, 200);
+            server.writeLine(ping(4));
+            ASSERT_EQ(server.readLine(), pong(4)) << megabytes;
+        }
+    }
+}

@@ -61,7 +61,8 @@ Subprocess start(const std::vector<std::string>& line, milliseconds patience) {
     const auto latest = Subprocess::Clock::now() + patience;
     while (true) {
         try {
-            return Subprocess{line.front(), line};
+            return Subprocess{line.front(), line,
+                              std::chrono::ceil<std::chrono::seconds>(patience)};
         } catch (const std::system_error& error) {
             if (!willPass(error.code()) || Subprocess::Clock::now() >= latest) {
                 failToStart(error.code().message());

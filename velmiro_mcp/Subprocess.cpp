@@ -52,9 +52,11 @@ void Subprocess::Pipe::closeWriting() noexcept {
     }
 }
 
-Subprocess::Subprocess(const std::string& program, std::vector<std::string> arguments) {
+Subprocess::Subprocess(const std::string& program, std::vector<std::string> arguments,
+                       std::chrono::seconds longest) {
     heedChildren();
-    child_ = startProgram(program, std::move(arguments), output_.writing(), error_.writing());
+    child_ =
+        startProgram(program, std::move(arguments), output_.writing(), error_.writing(), longest);
     output_.closeWriting();
     error_.closeWriting();
 }

@@ -17,8 +17,10 @@ class Subprocess {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Starts the program with the arguments given, its own name first. Throws std::system_error.
-    Subprocess(const std::string& program, std::vector<std::string> arguments);
+    /// Starts the program with the arguments given, its own name first. Should this process end
+    /// before the program does, that ends no more than `longest` later. Throws std::system_error.
+    Subprocess(const std::string& program, std::vector<std::string> arguments,
+               std::chrono::seconds longest = std::chrono::minutes{1});
     Subprocess(const Subprocess&) = delete;
     Subprocess& operator=(const Subprocess&) = delete;
     /// Terminates and awaits a child that was not waited for.

@@ -19,6 +19,7 @@ int main() {
     MCPStdio::openClosedStandardStreams(); // before anything else is opened
     velmiro::raiseDescriptorLimit();
     velmiro::settleZoneVariable();
+    velmiro::ignoreFileSizeSignal();
     const auto enabled = velmiro::enabledKinds(velmiro::processEnvironment());
     MCPStdio::MCPServer server{"velmiro-apple", "1.0", instructions, velmiro::tools(enabled)};
     velmiro::runBesideMainQueue([&] { MCPStdio::syncWait(server.run()); });

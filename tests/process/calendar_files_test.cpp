@@ -127,6 +127,23 @@ TEST_F(CalendarFiles, ATitleThatCannotBeStoredAsAskedIsAnErrorAndNoFile) {
     EXPECT_EQ(snapshot(home.path() / "Library"), before);
 }
 
+TEST_F(CalendarFiles, ALimitOnTheSizeOfFilesIsAnErrorAndNoFile) {
+    write("displayname", "Office");
+    const auto before = snapshot(home.path() / "Library");
+    {
+        const ScriptedHost host{home.path() / "approval.sock", allow};
+        auto options = serverIn(home);
+        options.arguments = {"/usr/bin/prlimit", "--fsize=100", SERVER_BINARY};
+        ChildProcess server{options};
+        server.writeLine(creation(1));
+        EXPECT_EQ(textOf(server.readLine()),
+                  "the calendar ‘Office’ cannot be written: File too large");
+        server.writeLine(ping(2));
+        EXPECT_EQ(server.readLine(), pong(2));
+    }
+    EXPECT_EQ(snapshot(home.path() / "Library"), before);
+}
+
 TEST_F(CalendarFiles, WithoutHomeZoneOrLanguageTheServerWorks) {
     write("good.ics", eventFile("good", "Good"));
     auto options = serverIn(home);

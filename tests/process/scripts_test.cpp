@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace velmiro::test;
@@ -261,4 +262,41 @@ TEST_F(ScriptsThroughTheServer, ThatRunWhenTheInputEndsAreStillAnswered) {
     const auto status = child.waitForEnd();
     ASSERT_TRUE(status);
     EXPECT_EQ(*status, 0);
+}
+
+TEST_F(ScriptsThroughTheServer, DoNotOutliveTheServerAndLiveAsLongAsItDoes) {
+    const auto childOf = [](pid_t parent) {
+        for (const auto& thread :
+             fs::directory_iterator{"/proc/" + std::to_string(parent) + "/task"}) {
+            const std::string children = readFile(thread.path() / "children");
+            if (!children.empty()) {
+                return std::stoi(children);
+            }
+        }
+        return 0;
+    };
+    const auto hasEnded = [](int process) {
+        const std::string about = readFile("/proc/" + std::to_string(process) + "/stat");
+        return about.empty() || about.find(") Z") != std::string::npos;
+    };
+    const std::string stubborn = "do ignore-termination\x1e" + awaitThenPrint(1).substr(3);
+    int script = 0;
+    {
+        ChildProcess child{server()};
+        child.writeLine(search(1, stubborn));
+        ASSERT_TRUE(eventually([&] { return (script = childOf(child.pid())) != 0; }));
+        // Long enough for every thread without work to leave, also the one that was here first.
+        std::this_thread::sleep_for(2500ms);
+        EXPECT_FALSE(hasEnded(script));
+        child.signal(SIGKILL);
+        ASSERT_TRUE(child.waitForEnd());
+    }
+    EXPECT_TRUE(eventually([&] { return hasEnded(script); }));
+
+    ChildProcess child{server()};
+    child.writeLine(search(1, stubborn));
+    child.closeInput();
+    std::this_thread::sleep_for(2500ms);
+    std::ofstream{go}.close();
+    EXPECT_EQ(answerIn(child.readLine()).text, "1");
 }

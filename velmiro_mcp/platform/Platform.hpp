@@ -180,8 +180,12 @@ std::string osascriptPath();
 /// are unblocked and act by default, its soft limit of descriptors is the one this process was
 /// started with; environment and working folder are ours. Throws std::system_error when it does not
 /// come to run. Safe to use from several threads at once.
+///
+/// However this process ends, the program does not run on for longer than `longest` after that. The
+/// calling thread must stay until the program is reaped: one system takes its end for the
+/// process's.
 pid_t startProgram(const std::string& path, std::vector<std::string> arguments, int output,
-                   int error);
+                   int error, std::chrono::seconds longest = std::chrono::minutes{1});
 
 /// A descriptor that is readable from the end of a child on, which need not be reaped before; to be
 /// closed by the caller. Negative when none can be had.

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -29,7 +30,8 @@ struct Program {
     char* const* arguments;
     int output;
     int error;
-    int report; ///< where to write errno if it does not become the program
+    int report;   ///< where to write errno if it does not become the program
+    pid_t parent; ///< this process
 };
 
 void resetSignals() noexcept {
@@ -58,8 +60,18 @@ void keepStandardDescriptorsOnly() noexcept {
     }
 }
 
+/// Has this process killed when the thread that started it ends. That thread waits for it, so it
+/// ends with its process only.
+void endWith(pid_t parent) noexcept {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) { // it has ended before
+        ::_exit(127);
+    }
+}
+
 [[noreturn]] void become(const Program& program) noexcept {
     resetSignals();
+    endWith(program.parent);
     ::dup2(program.output, 1);
     ::dup2(program.error, 2);
     keepStandardDescriptorsOnly();
@@ -115,7 +127,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
 } // namespace
 
 pid_t startProgram(const std::string& path, std::vector<std::string> arguments, int output,
-                   int error) {
+                   int error, std::chrono::seconds /*longest: it ends at once*/) {
     const auto pointers = pointersTo(arguments);
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -125,7 +137,8 @@ pid_t startProgram(const std::string& path, std::vector<std::string> arguments, 
     pid_t child = -1;
     {
         const local::FileDescriptor report{ends[1]};
-        child = startInOurMemory({path.c_str(), pointers.data(), output, error, report.number()});
+        child = startInOurMemory(
+            {path.c_str(), pointers.data(), output, error, report.number(), ::getpid()});
         if (child < 0) {
             fail(errno);
         }

@@ -145,7 +145,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
 } // namespace
 
 pid_t startProgram(const std::string& path, std::vector<std::string> arguments, int output,
-                   int error) {
+                   int error, std::chrono::seconds longest) {
     const auto pointers = pointersTo(arguments);
     const Attributes attributes;
     const Actions actions{output, error};
@@ -156,6 +156,8 @@ pid_t startProgram(const std::string& path, std::vector<std::string> arguments, 
         child = ::fork();
         if (child == 0) { // from here on single system calls only
             restoreDescriptorLimit();
+            // It stays when this becomes the program, and is what ends it if we cannot any more.
+            ::alarm(static_cast<unsigned>(longest.count()));
             report.write(::posix_spawn(nullptr, path.c_str(), actions.get(), attributes.get(),
                                        pointers.data(), environ));
             ::_exit(127);

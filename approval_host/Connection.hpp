@@ -4,6 +4,7 @@
 #include "approval_host/LineBuffer.hpp"
 #include "approval_host/Question.hpp"
 
+#include <chrono>
 #include <utility>
 
 namespace velmiro::host {
@@ -17,6 +18,8 @@ public:
         over,     ///< the asker has hung up, or what it sent is no question
     };
 
+    using Clock = std::chrono::steady_clock;
+
     /// The socket does not block.
     explicit Connection(Descriptor socket) noexcept : socket_{std::move(socket)} {}
 
@@ -29,6 +32,8 @@ public:
 
     [[nodiscard]] int descriptor() const noexcept { return socket_.get(); }
     [[nodiscard]] bool isClosed() const noexcept { return !socket_; }
+    [[nodiscard]] bool isComplete() const noexcept { return isComplete_; }
+    [[nodiscard]] Clock::time_point begin() const noexcept { return begin_; }
 
     /// There is one once `receive` said so.
     [[nodiscard]] const Question& question() const noexcept { return question_; }
@@ -37,6 +42,7 @@ private:
     static constexpr std::size_t longestLine = std::size_t{4} << 20U;
 
     Descriptor socket_;
+    Clock::time_point begin_ = Clock::now();
     LineBuffer line_{longestLine};
     bool isComplete_ = false;
     Question question_;

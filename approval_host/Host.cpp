@@ -26,6 +26,10 @@ using namespace std::chrono_literals;
 constexpr auto restAfterWithdrawal = 1s;
 /// How long to leave connections in the kernel's queue when there is no descriptor for them.
 constexpr auto restWithoutDescriptors = 100ms;
+/// How long a question may take to come. A server sends its own in one write, but may be held up;
+/// where others wait for a descriptor, the patience is theirs.
+constexpr auto patienceWithHalfQuestions = 5s;
+constexpr auto patienceWhileOthersWait = 1s;
 
 /// Where each stands among what is polled; the connections follow.
 enum Watched : std::size_t { stopAt, listenerAt, typedAt, connectionsAt };
@@ -69,6 +73,7 @@ void Host::runOnce() {
             receive(*connections_[at - connectionsAt]);
         }
     }
+    refuseHalfQuestions();
     forgetClosed();
     if (news[typedAt].revents != 0) {
         readTyped();
@@ -88,8 +93,15 @@ std::vector<pollfd> Host::waitForNews() {
     for (const auto& connection : connections_) {
         watched.push_back({connection->descriptor(), POLLIN, 0});
     }
+    // Connections are in order of arrival, so the first half question is the next to be late.
+    const auto half =
+        std::ranges::find_if(connections_, [](const auto& each) { return !each->isComplete(); });
+    std::optional<Clock::time_point> refuseAfter;
+    if (half != connections_.end()) {
+        refuseAfter = (*half)->begin() + patienceWithHalf();
+    }
     int timeout = -1;
-    for (const auto& moment : {showAfter_, acceptAfter_}) {
+    for (const auto& moment : {showAfter_, acceptAfter_, refuseAfter}) {
         if (moment) {
             const auto rest = std::chrono::ceil<std::chrono::milliseconds>(*moment - Clock::now());
             const int wait = std::max(0, static_cast<int>(rest.count()));
@@ -127,6 +139,20 @@ void Host::receive(Connection& connection) {
     }
 }
 
+Host::Clock::duration Host::patienceWithHalf() const noexcept {
+    return othersWait_ ? patienceWhileOthersWait : patienceWithHalfQuestions;
+}
+
+/// Gives up those whose line has not ended for too long: their descriptors may be all there are.
+void Host::refuseHalfQuestions() {
+    const auto latest = Clock::now() - patienceWithHalf();
+    for (const auto& connection : connections_) {
+        if (!connection->isComplete() && !connection->isClosed() && connection->begin() <= latest) {
+            connection->answer(false);
+        }
+    }
+}
+
 void Host::decide(Connection& connection) {
     const bool allow = policy_ == Policy::allowAll;
     print(decisionText(connection.question(), allow, style()));
@@ -159,8 +185,10 @@ void Host::acceptAll() {
         } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
             // Whoever asks waits in the kernel's queue until a descriptor is free again.
             acceptAfter_ = Clock::now() + restWithoutDescriptors;
+            othersWait_ = true;
             return;
         } else if (errno != EINTR && errno != ECONNABORTED) {
+            othersWait_ = false;
             return;
         }
     }

@@ -39,6 +39,8 @@ private:
     std::vector<pollfd> waitForNews();
     void receive(Connection& connection);
     void decide(Connection& connection);
+    void refuseHalfQuestions();
+    [[nodiscard]] Clock::duration patienceWithHalf() const noexcept;
     void forgetClosed();
     void acceptAll();
     void showNext();
@@ -60,6 +62,7 @@ private:
     TypedLines typed_;
     std::optional<Clock::time_point> showAfter_;
     std::optional<Clock::time_point> acceptAfter_;
+    bool othersWait_ = false; ///< in the kernel's queue, for want of descriptors
 };
 
 } // namespace velmiro::host

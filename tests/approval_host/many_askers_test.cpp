@@ -147,6 +147,41 @@ TEST(ManyAskers, WaitQuietlyWhenDescriptorsRunOut) {
     EXPECT_LT(processorSeconds() - before, 1.0) << "it spins while it waits";
 }
 
+TEST(ManyAskers, WhoNeverEndTheirLineKeepNoQuestionFromTheScreen) {
+    const TemporaryFolder folder;
+    HostProcess host{{.arguments = {"--socket", folder / "s"}, .descriptors = 20}};
+    host.waitFor("listening at ");
+    Askers half;
+    for (int number = 0; number < 30; ++number) {
+        half.push_back(std::make_unique<Asker>(folder / "s"));
+        half.back()->send(number % 2 == 0 ? "" : "{\"summary\":\"");
+    }
+    Asker asker{folder / "s"};
+    asker.ask("notes_create", "a real one");
+    host.waitFor("    a real one\n");
+    host.waitFor(prompt);
+    EXPECT_EQ(half.front()->reply(), no);
+    EXPECT_FALSE(asker.isAnswered());
+    host.type("y\n");
+    EXPECT_EQ(asker.reply(), yes);
+}
+
+TEST(ManyAskers, AQuestionThatIsBegunMayTakeSomeSecondsWhereNobodyElseWaits) {
+    const TemporaryFolder folder;
+    HostProcess host{{.arguments = {"--socket", folder / "s"}}};
+    host.waitFor("listening at ");
+    Asker slow{folder / "s"};
+    slow.send(R"({"summary":"late","tool":"x"})");
+    Asker silent{folder / "s"};
+    EXPECT_FALSE(slow.isAnsweredWithin(2000));
+    slow.send("\n");
+    host.waitFor("    late\n");
+    host.waitFor(prompt);
+    EXPECT_EQ(silent.reply(), no);
+    host.type("y\n");
+    EXPECT_EQ(slow.reply(), yes);
+}
+
 TEST(ManyAskers, CostNoMemoryForWhatIsNotShown) {
     const TemporaryFolder folder;
     HostProcess host{{.arguments = {"--socket", folder / "s"},

@@ -57,6 +57,15 @@ bool willPass(const std::error_code& error) {
     return std::ranges::find(shortages, error.value()) != shortages.end();
 }
 
+/// In words that tell an agent what it can do.
+std::string reasonOf(const std::error_code& error) {
+    const std::string_view advice =
+        error.value() == E2BIG ? ". A text is longer than the system hands to a script: make it "
+                                 "shorter than 128 KiB, in UTF-8"
+                               : "";
+    return error.message().append(advice);
+}
+
 Subprocess start(const std::vector<std::string>& line, milliseconds patience) {
     const auto latest = Subprocess::Clock::now() + patience;
     while (true) {
@@ -65,7 +74,7 @@ Subprocess start(const std::vector<std::string>& line, milliseconds patience) {
                               std::chrono::ceil<std::chrono::seconds>(patience)};
         } catch (const std::system_error& error) {
             if (!willPass(error.code()) || Subprocess::Clock::now() >= latest) {
-                failToStart(error.code().message());
+                failToStart(reasonOf(error.code()));
             }
         }
         std::this_thread::sleep_for(pauseBetweenStarts);

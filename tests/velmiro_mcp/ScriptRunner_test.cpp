@@ -197,7 +197,8 @@ TEST(ScriptRunner, WhatCannotBeHandedOnWholeIsNotHandedOnAtAll) {
     EXPECT_EQ(failureOf(runner, {"a", std::string{"b\0c", 3}}, "mark " + mark),
               "osascript could not start: an argument holds a NUL character");
     EXPECT_EQ(failureOf(runner, {std::string(3'000'000, 'x')}, "mark " + mark),
-              "osascript could not start: Argument list too long");
+              "osascript could not start: Argument list too long. A text is longer than the "
+              "system hands to a script: make it shorter than 128 KiB, in UTF-8");
     EXPECT_FALSE(std::filesystem::exists(mark));
 }
 

@@ -17,7 +17,9 @@ export const awkward = [
 export const longest = 131_071;
 
 /** What the agent is told of a longer one. */
-export const tooLong = 'osascript could not start: Argument list too long';
+export const tooLong =
+  'osascript could not start: Argument list too long. A text is longer than the system hands to a ' +
+  'script: make it shorter than 128 KiB, in UTF-8';
 
 /**
  * Lines of every kind of character, so many bytes of them in all.

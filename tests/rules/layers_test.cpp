@@ -137,7 +137,9 @@ TEST(Rules, OutsideThePlatformNothingIsCompiledOnlyOnSomeSystems) {
         "#ifdef MSG_NOSIGNAL",            // a flag of POSIX, else the option of the socket
         "#ifdef __cpp_lib_to_chars",      // the library has what is used there
         "#ifdef NDEBUG",
-        "#ifdef MADV_HUGEPAGE", // an advice to the system, where it takes it
+        "#ifdef SOCK_CLOEXEC",     // descriptors are made with their flags, else given them
+        "#ifdef EVENTKIT_IN_PART", // the framework is declared by us, else by the SDK
+        "#ifdef MADV_HUGEPAGE",    // an advice to the system, where it takes it
     };
     for (const SourceFile& file : sourcesIn(
              {"MCPStdio", "velmiro_mcp", "approval_host", "examples", "demo", "bench", "tests"})) {

@@ -58,7 +58,11 @@ int StandIn::filesContactsStatus() {
 }
 
 StandIn::Saved StandIn::save(const NewEvent& event, const Calendar& calendar) {
-    return outcomeOf([&] { return database->saveEvent(event, calendar); });
+    Saved saved = outcomeOf([&] { return database->saveEvent(event, calendar); });
+    if (saved.problem.empty()) {
+        eventIdentifiers.insert(saved.identifier);
+    }
+    return saved;
 }
 
 StandIn::Saved StandIn::save(const NewReminder& reminder, const Calendar& list) {

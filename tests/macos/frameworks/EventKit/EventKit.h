@@ -7,6 +7,8 @@
 
 #import <Foundation/Foundation.h>
 
+#define EVENTKIT_IN_PART 1 // not the SDK's
+
 NS_ASSUME_NONNULL_BEGIN
 
 @class EKEventStore;

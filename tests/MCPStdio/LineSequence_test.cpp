@@ -1,5 +1,7 @@
 #include "MCPStdio/LineSequence.hpp"
 
+#include "tests/support/Descriptors.hpp"
+
 #include <array>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -87,8 +89,8 @@ TEST(LineSequence, LinesOfEveryLengthAroundTheBufferSizeAreWhole) {
 }
 
 TEST(LineSequence, ANonBlockingStreamIsWaitedFor) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(::pipe2(ends.data(), O_NONBLOCK), 0);
+    const auto ends = velmiro::test::makePipe(O_NONBLOCK);
+    ASSERT_GE(ends[0], 0);
     std::thread writer{[&] {
         std::this_thread::sleep_for(std::chrono::milliseconds{20});
         EXPECT_EQ(::write(ends[1], "late\n", 5), 5);

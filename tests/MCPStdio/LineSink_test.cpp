@@ -1,5 +1,7 @@
 #include "MCPStdio/LineSink.hpp"
 
+#include "tests/support/Descriptors.hpp"
+
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -23,8 +25,8 @@ struct Ends {
 };
 
 Ends makePipe(int flags) {
-    std::array<int, 2> ends{};
-    EXPECT_EQ(::pipe2(ends.data(), flags), 0);
+    const auto ends = velmiro::test::makePipe(flags);
+    EXPECT_GE(ends[0], 0);
     return {ends[0], ends[1]};
 }
 

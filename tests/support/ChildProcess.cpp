@@ -1,5 +1,7 @@
 #include "tests/support/ChildProcess.hpp"
 
+#include "tests/support/Descriptors.hpp"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -24,8 +26,8 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 }
 
 std::array<int, 2> closeOnExecPipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+    const auto ends = makePipe(O_CLOEXEC);
+    if (ends[0] < 0) {
         throw std::runtime_error{"no pipe"};
     }
     return ends;

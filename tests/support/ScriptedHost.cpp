@@ -1,34 +1,46 @@
 #include "tests/support/ScriptedHost.hpp"
 
+#include "tests/support/Descriptors.hpp"
+
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace velmiro::test {
+namespace {
+
+#ifdef MSG_NOSIGNAL
+constexpr int withoutSignal = MSG_NOSIGNAL;
+#else
+constexpr int withoutSignal = 0; // an option of the socket says it
+#endif
+
+} // namespace
 
 ScriptedHost::ScriptedHost(const std::filesystem::path& path, Serve serve)
     : serve_{std::move(serve)} {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
+    address_.sun_family = AF_UNIX;
     const std::string text = path.string();
-    if (text.size() >= sizeof address.sun_path) {
+    if (text.size() >= sizeof address_.sun_path) {
         throw std::runtime_error{"the socket's path is too long"};
     }
-    std::memcpy(address.sun_path, text.data(), text.size());
-    listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(listener_, SOMAXCONN) != 0) {
+    std::memcpy(address_.sun_path, text.data(), text.size());
+    listener_ = makeLocalSocket();
+    if (::bind(listener_, address(), sizeof address_) != 0 || ::listen(listener_, SOMAXCONN) != 0) {
         throw std::runtime_error{"cannot listen at " + text};
     }
     accepting_ = std::thread{[this] { acceptAll(); }};
 }
 
 ScriptedHost::~ScriptedHost() {
+    ending_ = true;
     ::shutdown(listener_, SHUT_RDWR);
+    const int last = makeLocalSocket(); // macOS wakes nobody who accepts for the sake of a shutdown
+    static_cast<void>(::connect(last, address(), sizeof address_));
     accepting_.join();
+    ::close(last);
     {
         const std::lock_guard lock{mutex_};
         for (const int connection : open_) {
@@ -43,8 +55,12 @@ ScriptedHost::~ScriptedHost() {
 
 void ScriptedHost::acceptAll() {
     while (true) {
-        const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const int connection = acceptConnection(listener_);
         if (connection < 0) {
+            return;
+        }
+        if (ending_) {
+            ::close(connection);
             return;
         }
         ++accepted_;
@@ -73,7 +89,7 @@ std::string readQuestion(int connection) {
 void answerWith(int connection, const std::string& text) {
     std::string_view rest{text};
     while (!rest.empty()) {
-        const ssize_t count = ::send(connection, rest.data(), rest.size(), MSG_NOSIGNAL);
+        const ssize_t count = ::send(connection, rest.data(), rest.size(), withoutSignal);
         if (count <= 0) {
             return;
         }

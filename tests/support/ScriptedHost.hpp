@@ -5,6 +5,8 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <thread>
 #include <vector>
 
@@ -29,7 +31,13 @@ public:
 private:
     void acceptAll();
 
+    [[nodiscard]] const sockaddr* address() const {
+        return reinterpret_cast<const sockaddr*>(&address_);
+    }
+
+    sockaddr_un address_{};
     int listener_ = -1;
+    std::atomic<bool> ending_{false};
     Serve serve_;
     std::atomic<std::size_t> accepted_{0};
     std::mutex mutex_;

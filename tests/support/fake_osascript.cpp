@@ -77,7 +77,7 @@ void printSignals() {
     for (int signal = 1; signal < NSIG; ++signal) {
         struct sigaction action{};
         const bool known = ::sigaction(signal, nullptr, &action) == 0;
-        if (known && (action.sa_handler == SIG_IGN || ::sigismember(&blocked, signal) == 1)) {
+        if (known && (action.sa_handler == SIG_IGN || sigismember(&blocked, signal) == 1)) {
             array.append(signal);
         }
     }

@@ -78,6 +78,16 @@ test('the page on Macs quotes what the program says', () => {
     }
 });
 
+test('the entitlements to sign it with are those that the page on Macs asks for', () => {
+    const file = readFileSync(`${root}velmiro_mcp/platform/macos/velmiro_mcp.entitlements`, 'utf8');
+    const page = readFileSync(`${root}docs/macos.md`, 'utf8');
+    const given = [...file.matchAll(/<key>([^<]*)<\/key>\s*<true\/>/g)].map(([, key]) => key);
+    const asked = new Set(page.match(/com\.apple\.security\.(?:personal-information|automation)\.[a-z-]+/g));
+    assert.equal(given.length, 3);
+    assert.deepEqual(new Set(given), asked);
+    assert.match(page, /codesign .*\\\n +--entitlements velmiro_mcp\/platform\/macos\/velmiro_mcp\.entitlements /);
+});
+
 const needsAMac = !onAMac && 'a Mac has to run it';
 test('it answers, and ends with status 0 at the end of its input', { skip: needsAMac }, () => {
     const input = '{"jsonrpc":"2.0","id":1,"method":"initialize","params":{}}\n';

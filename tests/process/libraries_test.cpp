@@ -45,14 +45,14 @@ bool holds(const std::string& text, std::string_view part) {
     return text.find(part) != std::string::npos;
 }
 
-/// A calendar in which one event needs no library, one libical for its rule, and one ICU for its
-/// zone and its notes; the server finds its libraries in a folder of its own first.
+/// A calendar in which one event needs no library, one libical for its duration, and one ICU for
+/// its zone and its notes; the server finds its libraries in a folder of its own first.
 class Libraries : public testing::Test {
 protected:
     Libraries() {
         std::signal(SIGPIPE, SIG_IGN); // a server that ended fails its test, not this program
         write("Plain", "plain", "DTSTART:20261014T080000Z");
-        write("Daily", "daily", "DTSTART:20261014T080000Z\r\nRRULE:FREQ=DAILY;COUNT=2");
+        write("Lasting", "lasting", "DTSTART:20261014T080000Z\r\nDURATION:PT1H");
         write("Zoned", "zoned", "DTSTART;TZID=W. Europe Standard Time:20261014T100000");
         std::string notes;
         for (int count = 0; count < 501; ++count) {
@@ -116,13 +116,13 @@ TEST_F(Libraries, AreNotThereBeforeTheyAreNeeded) {
     EXPECT_TRUE(holds(mapsOf(server), "/libicuuc.so"));
     EXPECT_FALSE(holds(mapsOf(server), "/libical"));
 
-    expectEvent(server, "Daily");
+    expectEvent(server, "Lasting");
     EXPECT_TRUE(holds(mapsOf(server), "/libical.so"));
 }
 
-TEST_F(Libraries, WithoutLibicalOnlyTheCallsThatReadRulesFail) {
+TEST_F(Libraries, WithoutLibicalOnlyTheCallsThatReadDurationsFail) {
     ChildProcess server{serverWithBroken(libical)};
-    expectFailure(server, "Daily", "libical", libical);
+    expectFailure(server, "Lasting", "libical", libical);
     server.writeLine(ping(2));
     EXPECT_EQ(server.readLine(), pong(2));
     for (const char* calendar : {"Plain", "Zoned", "Noted"}) {
@@ -151,8 +151,8 @@ TEST_F(Libraries, WithoutICUsDatesItsCharactersAreThere) {
 
 TEST_F(Libraries, AreFoundByTheFirstCallAfterTheyCame) {
     ChildProcess server{serverWithBroken(libical)};
-    expectFailure(server, "Daily", "libical", libical);
-    expectFailure(server, "Daily", "libical", libical);
+    expectFailure(server, "Lasting", "libical", libical);
+    expectFailure(server, "Lasting", "libical", libical);
     fs::remove(folder / libical);
-    expectEvent(server, "Daily");
+    expectEvent(server, "Lasting");
 }

@@ -1,4 +1,4 @@
-# The local platform: calendar folders on disk, whose values libical reads, and cards; text with ICU.
+# The local platform: calendar folders on disk, whose durations libical reads, and cards; text with ICU.
 # Of both libraries only the headers are needed here: the program loads them when it needs them.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ICAL REQUIRED libical>=3.0.16)

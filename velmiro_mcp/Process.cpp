@@ -1,6 +1,5 @@
 #include "velmiro_mcp/Process.hpp"
 
-#include <csignal>
 #include <string_view>
 
 extern "C" char** environ; // POSIX leaves its declaration to the program
@@ -17,10 +16,6 @@ std::map<std::string, std::string> processEnvironment() {
         }
     }
     return environment;
-}
-
-void ignoreFileSizeSignal() noexcept {
-    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 } // namespace velmiro

@@ -11,8 +11,4 @@ namespace velmiro {
 /// The whole environment. Of a name that stands there twice the first entry counts.
 std::map<std::string, std::string> processEnvironment();
 
-/// Has a write beyond the limit on a file's size fail, as others do, instead of ending the process.
-/// Programs that it starts are ended as usual.
-void ignoreFileSizeSignal() noexcept;
-
 } // namespace velmiro

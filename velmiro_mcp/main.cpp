@@ -7,11 +7,19 @@
 #include "velmiro_mcp/ZoneVariable.hpp"
 #include "velmiro_mcp/platform/Platform.hpp"
 
+#include <csignal>
+
 namespace {
 
 constexpr const char* instructions =
     "The user's own Apple data on this Mac. Read tools run at once. Tools that change data ask the "
     "user first; if the user says no, do not retry unless asked.";
+
+/// Has a write beyond the limit on a file's size fail, as others do, instead of ending the process.
+/// Programs that are started from here get the usual again.
+void ignoreFileSizeSignal() {
+    std::signal(SIGXFSZ, SIG_IGN);
+}
 
 } // namespace
 
@@ -19,7 +27,7 @@ int main() {
     MCPStdio::openClosedStandardStreams(); // before anything else is opened
     velmiro::raiseDescriptorLimit();
     velmiro::settleZoneVariable();
-    velmiro::ignoreFileSizeSignal();
+    ignoreFileSizeSignal();
     const auto enabled = velmiro::enabledKinds(velmiro::processEnvironment());
     MCPStdio::MCPServer server{"velmiro-apple", "1.0", instructions, velmiro::tools(enabled)};
     velmiro::runBesideMainQueue([&] { MCPStdio::syncWait(server.run()); });

@@ -86,7 +86,8 @@ std::optional<OpenFolder> openFolderIfThere(const std::string& path) {
         return OpenFolder{path};
     } catch (const std::system_error& error) {
         struct stat about{};
-        if (error.code().value() == ENOENT && lstat(path.c_str(), &about) != 0 && errno == ENOENT) {
+        const bool isLink = lstat(path.c_str(), &about) == 0 && S_ISLNK(about.st_mode);
+        if (error.code().value() == ENOENT && !isLink) {
             return std::nullopt;
         }
         throw;

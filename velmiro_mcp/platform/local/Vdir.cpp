@@ -87,14 +87,24 @@ std::optional<Collection> Vdir::collection(const std::string& folder) const {
     if (!isName) {
         return std::nullopt;
     }
-    if (isFolder(path)) {
-        return Collection{folder, path, titleOf(path, folder)};
+    // One look decides, two at a link: files come and go in the meantime.
+    struct stat about{};
+    int error = lstat(path.c_str(), &about) == 0 ? 0 : errno;
+    const bool isLink = error == 0 && S_ISLNK(about.st_mode);
+    if (isLink) {
+        error = stat(path.c_str(), &about) == 0 ? 0 : errno;
     }
-    const int error = lookAt(path);
-    if (error == 0 || !exists(path)) {
-        return std::nullopt; // a file, or gone
+    if (error != 0 && !isAboutTheFile(error)) {
+        throw std::system_error{error, std::generic_category()};
     }
-    return Collection{folder, path, MCPStdio::repairUTF8(folder), error};
+    if (error != 0) {
+        return isLink ? std::optional{Collection{folder, path, MCPStdio::repairUTF8(folder), error}}
+                      : std::nullopt;
+    }
+    if (!S_ISDIR(about.st_mode)) {
+        return std::nullopt;
+    }
+    return Collection{folder, path, titleOf(path, folder)};
 }
 
 std::vector<Collection> Vdir::collections() const {

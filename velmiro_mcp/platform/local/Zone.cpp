@@ -16,7 +16,7 @@ UTCTime asUTC(CivilTime time, seconds offset) {
 Zone::Zone(seconds first, std::vector<Change> changes)
     : first_{first},
       changes_{std::move(changes)} {
-    std::ranges::sort(changes_, {}, &Change::at);
+    std::ranges::stable_sort(changes_, {}, &Change::at);
 }
 
 Zone::Zone(const Zone& earlier, std::vector<Change> changes)

@@ -19,7 +19,7 @@ public:
     /// Changes are made up to the end of this year; from then on the last offset stays.
     static constexpr int lastYear = 2199;
 
-    /// `changes` in any order; `first` holds before all of them.
+    /// `changes` in any order, of those at one moment the last counting; `first` holds before all.
     Zone(std::chrono::seconds first, std::vector<Change> changes);
 
     /// The clocks of `earlier` until the first of `changes`, of which there is at least one; those

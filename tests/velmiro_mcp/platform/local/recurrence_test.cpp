@@ -205,6 +205,10 @@ TEST(Recurrence, ADayThatAMonthDoesNotHaveIsSkippedInTheWayOfTheRule) {
 }
 
 TEST(Recurrence, ADaySkippedToIsNotASecondTimeThere) {
+    const CivilTime april = civil(2026, 4, 29);
+    EXPECT_EQ(times("FREQ=MONTHLY;BYMONTHDAY=29,30,31;SKIP=BACKWARD;BYSETPOS=-2;COUNT=2", april,
+                    april, farAway),
+              (std::vector<std::string>{"20260429T000000", "20260530T000000"}));
     const CivilTime first = civil(2026, 4, 1);
     EXPECT_EQ(times("FREQ=MONTHLY;BYMONTHDAY=1,31;SKIP=FORWARD;COUNT=4", first, first, farAway),
               (std::vector<std::string>{"20260401T000000", "20260501T000000", "20260531T000000",

@@ -71,6 +71,20 @@ TEST(LocalZone, ATimeThatIsSkippedIsAsFarBehindTheGap) {
     EXPECT_EQ(berlin->civil(utc(2026, 3, 29, 1, 30)), civil(2026, 3, 29, 3, 30));
 }
 
+TEST(LocalZone, OfTwoChangesAtOneMomentTheLastCounts) {
+    std::vector<Zone::Change> changes;
+    for (int hour = 0; hour < 40; ++hour) {
+        changes.push_back({utc(2026, 1, 1), hours{hour}});
+        changes.push_back({utc(2025, 1, 1), hours{-hour}});
+    }
+    const Zone zone{seconds{0}, changes};
+    EXPECT_EQ(zone.offsetAt(utc(2026, 2, 1)), hours{39});
+    EXPECT_EQ(zone.offsetAt(utc(2025, 2, 1)), hours{-39});
+    const Zone continued{zone, {{utc(2026, 1, 1), hours{7}}}};
+    EXPECT_EQ(continued.offsetAt(utc(2026, 2, 1)), hours{7});
+    EXPECT_EQ(continued.offsetAt(utc(2025, 12, 1)), hours{-39});
+}
+
 TEST(LocalZone, OnlyNamesOfZonesAreLookedFor) {
     for (const char* name : {"", "/etc/passwd", "../../../etc/passwd", "Europe", "Europe/Nowhere",
                              "right/Europe/Berlin", "zone.tab", "Europe/Berlin "}) {

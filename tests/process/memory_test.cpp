@@ -40,7 +40,7 @@ TEST(Memory, ALineThatDoesNotFitIsAParseErrorAndTheNextIsRead) {
     // Text, separators that are none, and bytes that have to be repaired.
     for (const std::string filling : {"x", "\xC3\xA9", "\xFF"}) {
         int parseErrors = 0;
-        for (const std::size_t megabytes : {1, 20, 80}) {
+        for (const std::size_t megabytes : {1U, 20U, 80U}) {
             server.writeLine(longPing(megabytes << 20U, filling));
             const auto reply = server.readLine();
             EXPECT_TRUE(reply == pong(7) || reply == parseError)
@@ -68,7 +68,7 @@ TEST(Memory, ALastLineThatDoesNotFitIsAnsweredAtTheEnd) {
 TEST(Memory, ACallThatNeedsMoreThanThereIsFailsAlone) {
     const TemporaryFolder home;
     ChildProcess server{limitedServer(home, most)};
-    for (const std::size_t megabytes : {1, 30}) {
+    for (const std::size_t megabytes : {1U, 30U}) {
         const std::string title(megabytes << 20U, 't');
         for (const std::string& line :
              {creation(3, title), callLine(3, "contacts_search", R"({"query":")" + title + "\"}"),

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 
 namespace velmiro::local {
@@ -55,8 +57,10 @@ std::vector<std::string> times(const std::string& rule, CivilTime start, CivilTi
 
 std::vector<std::string> timesOfLibrary(const std::string& rule, CivilTime start, CivilTime to) {
     std::vector<std::string> texts{shown(start)};
-    icalrecur_iterator* const iterator = icalrecur_iterator_new(
-        icalrecurrencetype_from_string(rule.c_str()), icaltime_from_string(shown(start).c_str()));
+    const icalrecurrencetype read = icalrecurrencetype_from_string(rule.c_str());
+    const std::unique_ptr<char, decltype(&std::free)> calendar{read.rscale, &std::free};
+    icalrecur_iterator* const iterator =
+        icalrecur_iterator_new(read, icaltime_from_string(shown(start).c_str()));
     if (iterator == nullptr) {
         return texts;
     }

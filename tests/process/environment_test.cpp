@@ -12,7 +12,6 @@
 #include <sys/stat.h>
 
 using namespace velmiro::test;
-using MCPStdio::JSONValue;
 
 namespace {
 

@@ -1,11 +1,11 @@
 #include "MCPStdio/MCPServer.hpp"
 
-#include "MCPStdio/JSONWriter.hpp"
-#include "MCPStdio/LineSequence.hpp"
-#include "MCPStdio/StandardStreams.hpp"
-#include "MCPStdio/UTF8.hpp"
 #include "MCPStdio/concurrency/DispatchQueue.hpp"
 #include "MCPStdio/concurrency/TaskGroup.hpp"
+#include "MCPStdio/json/JSONWriter.hpp"
+#include "MCPStdio/text/UTF8.hpp"
+#include "MCPStdio/transport/LineSequence.hpp"
+#include "MCPStdio/transport/StandardStreams.hpp"
 
 #include <algorithm>
 #include <exception>

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "MCPStdio/JSONValue.hpp"
-#include "MCPStdio/LineSink.hpp"
 #include "MCPStdio/MCPTool.hpp"
-#include "MCPStdio/TextBuffer.hpp"
 #include "MCPStdio/concurrency/Actor.hpp"
 #include "MCPStdio/concurrency/Backlog.hpp"
 #include "MCPStdio/concurrency/Task.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
+#include "MCPStdio/text/TextBuffer.hpp"
+#include "MCPStdio/transport/LineSink.hpp"
 
 #include <array>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "MCPStdio/MCPTool.hpp"
 
-#include "MCPStdio/JSONWriter.hpp"
+#include "MCPStdio/json/JSONWriter.hpp"
 
 namespace MCPStdio {
 

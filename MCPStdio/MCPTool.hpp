@@ -1,8 +1,8 @@
 #pragma once
 
-#include "MCPStdio/JSONCoding.hpp"
-#include "MCPStdio/JSONValue.hpp"
 #include "MCPStdio/concurrency/Task.hpp"
+#include "MCPStdio/json/JSONCoding.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 
 #include <exception>
 #include <functional>

@@ -1,6 +1,6 @@
 #include "approval_host/Question.hpp"
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "approval_host/VisibleText.hpp"
 
 namespace velmiro::host {

@@ -1,6 +1,6 @@
 #include "approval_host/VisibleText.hpp"
 
-#include "MCPStdio/UTF8.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 #include "approval_host/Scalars.hpp"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "bench/Options.hpp"
 
-#include "MCPStdio/JSONWriter.hpp"
+#include "MCPStdio/json/JSONWriter.hpp"
 
 #include <charconv>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 
 #include <filesystem>
 #include <optional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "demo/Child.hpp"
 #include "demo/SampleHome.hpp"
 #include "demo/Transcript.hpp"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "MCPStdio/JSONValue.hpp"
 #include "MCPStdio/concurrency/Actor.hpp"
 #include "MCPStdio/concurrency/Task.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "velmiro_mcp/platform/Platform.hpp"
 
 #include <chrono>

@@ -1,8 +1,8 @@
 #include "velmiro_mcp/ScriptRunner.hpp"
 
 #include "MCPStdio/MCPTool.hpp"
-#include "MCPStdio/UTF8.hpp"
 #include "MCPStdio/concurrency/Continuation.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 #include "velmiro_mcp/Subprocess.hpp"
 #include "velmiro_mcp/Text.hpp"
 #include "velmiro_mcp/platform/Platform.hpp"

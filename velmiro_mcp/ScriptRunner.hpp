@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MCPStdio/JSONValue.hpp"
 #include "MCPStdio/concurrency/Task.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "velmiro_mcp/Places.hpp"
 
 #include <chrono>

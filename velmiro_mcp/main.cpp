@@ -1,6 +1,6 @@
 #include "MCPStdio/MCPServer.hpp"
-#include "MCPStdio/StandardStreams.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "MCPStdio/transport/StandardStreams.hpp"
 #include "velmiro_mcp/Kind.hpp"
 #include "velmiro_mcp/Process.hpp"
 #include "velmiro_mcp/ToolCatalogue.hpp"

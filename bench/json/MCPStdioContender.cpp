@@ -1,6 +1,6 @@
 #include "bench/json/Contender.hpp"
 
-#include "MCPStdio/JSONWriter.hpp"
+#include "MCPStdio/json/JSONWriter.hpp"
 
 namespace velmiro::bench {
 namespace {

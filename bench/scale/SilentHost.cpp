@@ -1,6 +1,6 @@
 #include "bench/scale/SilentHost.hpp"
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 
 #include <array>
 #include <cerrno>

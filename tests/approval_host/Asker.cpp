@@ -1,6 +1,6 @@
 #include "tests/approval_host/Asker.hpp"
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 
 #include <gtest/gtest.h>
 

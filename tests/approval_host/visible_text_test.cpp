@@ -1,6 +1,6 @@
 #include "approval_host/VisibleText.hpp"
 
-#include "MCPStdio/UTF8.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 
 #include <gtest/gtest.h>
 

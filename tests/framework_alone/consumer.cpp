@@ -1,8 +1,8 @@
 // A server with one tool, on the installed framework alone.
 
-#include <MCPStdio/JSONCoding.hpp>
 #include <MCPStdio/MCPServer.hpp>
 #include <MCPStdio/concurrency/SyncWait.hpp>
+#include <MCPStdio/json/JSONCoding.hpp>
 
 #include <tuple>
 

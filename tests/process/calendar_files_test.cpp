@@ -1,7 +1,7 @@
 // The calendar folder as strangers, other programs and accidents leave it.
 
-#include "MCPStdio/JSONValue.hpp"
-#include "MCPStdio/UTF8.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
 

@@ -1,7 +1,7 @@
 // Completing a repeating reminder while the system fails: whatever call fails, and whenever, the
 // series is never gone, and what the agent reads is true.
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
 

@@ -1,7 +1,7 @@
 // Every tool with hardly a descriptor to be had: what it answers is right, or an error. An empty
 // list would tell the agent that the day is free.
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
 

@@ -1,7 +1,7 @@
 // Whatever the environment says of language and zone, the server answers, with a date that a user
 // can read.
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
 

@@ -1,6 +1,6 @@
 // The libraries that the server loads when it needs them: none before that, and none that ends it.
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 
 #include <csignal>

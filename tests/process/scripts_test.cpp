@@ -1,6 +1,6 @@
 // Notes and Mail through the real server, installed beside a program that stands in for osascript.
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
 

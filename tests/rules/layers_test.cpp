@@ -17,17 +17,23 @@ namespace {
 /// The rooms, each with those it may include besides itself.
 const std::map<std::string, std::set<std::string>> rooms{
     {"MCPStdio/concurrency", {}},
-    {"MCPStdio", {"MCPStdio/concurrency"}},
-    {"velmiro_mcp/platform", {"MCPStdio"}},
+    {"MCPStdio/text", {"MCPStdio/concurrency"}},
+    {"MCPStdio/json", {"MCPStdio/text"}},
+    {"MCPStdio/transport", {"MCPStdio/concurrency", "MCPStdio/text"}},
+    {"MCPStdio", {"MCPStdio/concurrency", "MCPStdio/json", "MCPStdio/text", "MCPStdio/transport"}},
+    {"velmiro_mcp/platform", {"MCPStdio/text"}},
     {"velmiro_mcp/platform/local",
-     {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp/platform", "velmiro_mcp"}},
-    {"velmiro_mcp/platform/macos", {"MCPStdio", "velmiro_mcp/platform", "velmiro_mcp"}},
+     {"MCPStdio", "MCPStdio/concurrency", "MCPStdio/json", "MCPStdio/text", "MCPStdio/transport",
+      "velmiro_mcp/platform", "velmiro_mcp"}},
+    {"velmiro_mcp/platform/macos", {"MCPStdio/text", "velmiro_mcp/platform", "velmiro_mcp"}},
     {"velmiro_mcp",
-     {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp/platform", "velmiro_mcp/AppleTools"}},
+     {"MCPStdio", "MCPStdio/concurrency", "MCPStdio/json", "MCPStdio/text", "MCPStdio/transport",
+      "velmiro_mcp/platform", "velmiro_mcp/AppleTools"}},
     {"velmiro_mcp/AppleTools",
-     {"MCPStdio", "MCPStdio/concurrency", "velmiro_mcp", "velmiro_mcp/platform"}},
-    {"approval_host", {"MCPStdio", "velmiro_mcp/platform"}},
-    {"examples", {"MCPStdio", "MCPStdio/concurrency"}},
+     {"MCPStdio", "MCPStdio/concurrency", "MCPStdio/json", "MCPStdio/text", "MCPStdio/transport",
+      "velmiro_mcp", "velmiro_mcp/platform"}},
+    {"approval_host", {"MCPStdio/json", "MCPStdio/text", "velmiro_mcp/platform"}},
+    {"examples", {"MCPStdio", "MCPStdio/concurrency", "MCPStdio/json"}},
 };
 
 struct SourceFile {

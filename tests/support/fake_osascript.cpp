@@ -7,7 +7,7 @@
 // each a word and, after a space, its text. When the script is one of the program's own, the steps
 // are in its first argument, behind "do "; without them the child prints how it was called.
 
-#include "MCPStdio/JSONValue.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 
 #include <chrono>
 #include <csignal>

@@ -1,7 +1,7 @@
 #include "velmiro_mcp/Approval.hpp"
 
-#include "MCPStdio/JSONValue.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/ScriptedHost.hpp"
 #include "tests/support/TemporaryFolder.hpp"

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/CalendarFile.hpp"
 
-#include "MCPStdio/UTF8.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 #include "velmiro_mcp/platform/local/FileZones.hpp"
 #include "velmiro_mcp/platform/local/Versions.hpp"
 

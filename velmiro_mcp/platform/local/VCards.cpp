@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/VCards.hpp"
 
-#include "MCPStdio/UTF8.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 #include "velmiro_mcp/Text.hpp"
 #include "velmiro_mcp/platform/local/UnicodeText.hpp"
 #include "velmiro_mcp/platform/local/VCardLines.hpp"

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/Vdir.hpp"
 
-#include "MCPStdio/UTF8.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 
 #include <cerrno>
 #include <system_error>

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/macos/Conversions.hpp"
 
-#include "MCPStdio/UTF8.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 
 #include <cmath>
 

@@ -1,6 +1,6 @@
 #include "Support.hpp"
 
-#include "MCPStdio/UTF8.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 #include "velmiro_mcp/platform/local/Files.hpp"
 #include "velmiro_mcp/platform/local/Vdir.hpp"
 

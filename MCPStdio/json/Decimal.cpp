@@ -1,0 +1,103 @@
+#include "MCPStdio/json/Decimal.hpp"
+
+#include <array>
+#include <bit>
+#include <cassert>
+#include <charconv>
+#include <cstdlib>
+#include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale is not in <clocale>
+#include <string>
+#if __has_include(<xlocale.h>)
+#include <xlocale.h> // where some systems keep it
+#endif
+
+namespace MCPStdio {
+namespace {
+
+/// A power of ten: the 128 bits of `high` and `low`, of which the highest is set, times two to the
+/// power of `exponent`. Where more bits would be needed, it is the next larger such number.
+struct PowerOfTen {
+    std::uint64_t high;
+    std::uint64_t low;
+    int exponent;
+};
+
+constexpr PowerOfTen powerOfTen(int power) {
+    std::uint64_t five = 1;
+    for (int i = power < 0 ? -power : power; i > 0; --i) {
+        five *= 5;
+    }
+    const int unused = std::countl_zero(five);
+    if (power >= 0) {
+        return {five << static_cast<unsigned>(unused), 0, power - 64 - unused};
+    }
+    // A power of two, as large as it takes for 128 bits, is divided bit by bit.
+    std::array<std::uint64_t, 2> quotient{};
+    std::uint64_t remainder = std::uint64_t{1} << static_cast<unsigned>(63 - unused);
+    for (std::uint64_t& word : quotient) {
+        for (int bit = 0; bit < 64; ++bit) {
+            remainder *= 2;
+            word = word << 1U | static_cast<std::uint64_t>(remainder >= five);
+            remainder -= remainder >= five ? five : 0;
+        }
+    }
+    return {quotient[0], quotient[1] + 1, power - 127 - (64 - unused)};
+}
+
+constexpr std::size_t indexOf(int power) {
+    return largestEverydayPower + static_cast<std::size_t>(power);
+}
+constexpr auto powersOfTen = [] {
+    std::array<PowerOfTen, 2 * largestEverydayPower + 1> powers{};
+    for (int power = -largestEverydayPower; power <= largestEverydayPower; ++power) {
+        powers[indexOf(power)] = powerOfTen(power);
+    }
+    return powers;
+}();
+
+/// What every C library has: as exact, but slower, and it has to be told which locale.
+double readSlowly(std::string_view number) {
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtod_l(std::string{number}.c_str(), nullptr, plain);
+}
+
+} // namespace
+
+double nearestDouble(std::uint64_t digits, int powerOfTen) noexcept {
+    if (digits == 0) {
+        return 0;
+    }
+    assert(std::abs(powerOfTen) <= largestEverydayPower);
+    const PowerOfTen& power = powersOfTen[indexOf(powerOfTen)];
+    const auto leading = static_cast<unsigned>(std::countl_zero(digits));
+    __extension__ using Product = unsigned __int128;
+    const auto times = [&](std::uint64_t factor) { return Product{digits << leading} * factor; };
+    // The higher two words of three. Of a power only the last bit may be wrong, which moves the
+    // third alone. A number that is divided by at most 27 fives lies either in the middle between
+    // two doubles or so far from it that the second word shows it.
+    const Product product = times(power.high) + static_cast<std::uint64_t>(times(power.low) >> 64U);
+    const auto high = static_cast<std::uint64_t>(product >> 64U);
+    const auto low = static_cast<std::uint64_t>(product);
+    // One bit more than a double has is kept, and says where to round.
+    const auto dropped = static_cast<unsigned>(10 - std::countl_zero(high));
+    std::uint64_t kept = high >> dropped;
+    const bool isMiddle = kept << dropped == high && low == 0;
+    kept += (isMiddle && (kept & 3U) == 1) ? 0 : kept & 1U;
+    // The highest bit of what is kept counts as one in the exponent, also when rounding carried.
+    const int exponent = 128 + power.exponent - static_cast<int>(leading) +
+                         static_cast<int>(dropped) + 1 + 52 + 1023;
+    return std::bit_cast<double>((static_cast<std::uint64_t>(exponent - 1) << 52U) + (kept >> 1U));
+}
+
+double readDecimal(std::string_view number) {
+#ifdef __cpp_lib_to_chars // one of the two standard libraries this is built with has none
+    double value = 0;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+    if (error == std::errc{}) {
+        return value;
+    }
+#endif
+    return readSlowly(number); // knows too large from too small
+}
+
+} // namespace MCPStdio

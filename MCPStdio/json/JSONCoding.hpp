@@ -1,0 +1,211 @@
+#pragma once
+
+#include "MCPStdio/json/JSONValue.hpp"
+
+#include <chrono>
+#include <cmath>
+#include <concepts>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+/// Application types as JSON. A type says its fields once, a line each:
+///
+///     struct Person {
+///         std::string name;
+///         std::optional<int> age;
+///
+///         static constexpr auto jsonFields() {
+///             return std::tuple{field("name", &Person::name),
+///                               field("age", &Person::age)};
+///         }
+///     };
+///
+/// and goes both ways: `JSONValue::encoding(person)`, `value.decode<Person>()`. A field may be a
+/// bool, a number, a string, a point in time (ISO 8601 text in UTC, to the second), a JSONValue,
+/// another such type, or an optional, a vector or a string-keyed map of these. An empty optional is
+/// left out; a missing or null member gives an empty one. Members that no field names are ignored.
+/// What does not fit throws JSONError, whose text begins with the path of the member at fault.
+namespace MCPStdio {
+
+template <typename Type, typename Member>
+struct JSONField {
+    std::string_view name;
+    Member Type::* member;
+};
+
+template <typename Type, typename Member>
+constexpr JSONField<Type, Member> field(std::string_view name, Member Type::* member) {
+    return {name, member};
+}
+
+template <typename Type>
+concept HasJSONFields = requires { Type::jsonFields(); };
+
+/// 2026-10-14T13:00:00Z, and back; nothing for any other text.
+std::string dateTextUTC(std::chrono::sys_seconds time);
+std::optional<std::chrono::sys_seconds> readDateTextUTC(std::string_view text);
+
+namespace detail {
+
+template <typename>
+inline constexpr bool isOptional = false;
+template <typename Inner>
+inline constexpr bool isOptional<std::optional<Inner>> = true;
+template <typename>
+inline constexpr bool isVector = false;
+template <typename Inner>
+inline constexpr bool isVector<std::vector<Inner>> = true;
+template <typename>
+inline constexpr bool isMap = false;
+template <typename Inner>
+inline constexpr bool isMap<std::map<std::string, Inner>> = true;
+template <typename>
+inline constexpr bool isTime = false;
+template <typename Duration>
+inline constexpr bool isTime<std::chrono::sys_time<Duration>> = true;
+template <typename>
+inline constexpr bool isUnknown = false;
+
+[[noreturn]] void failDecoding(const std::string& path, std::string_view expected);
+/// The number, or the value, when it can be written.
+double finite(double number);
+JSONValue checked(const JSONValue& value);
+
+template <typename Value>
+JSONValue encode(const Value& value) {
+    if constexpr (HasJSONFields<Value>) {
+        JSONValue object = JSONValue::object();
+        const auto add = [&](const auto& named) {
+            const auto& member = value.*named.member;
+            if constexpr (isOptional<std::remove_cvref_t<decltype(member)>>) {
+                if (!member) {
+                    return;
+                }
+            }
+            object.set(named.name, encode(member));
+        };
+        std::apply([&](const auto&... named) { (add(named), ...); }, Value::jsonFields());
+        return object;
+    } else if constexpr (std::same_as<Value, JSONValue>) {
+        return checked(value);
+    } else if constexpr (isOptional<Value>) {
+        return value ? encode(*value) : JSONValue{};
+    } else if constexpr (isVector<Value>) {
+        JSONValue array = JSONValue::array();
+        for (const auto& element : value) {
+            array.append(encode(element));
+        }
+        return array;
+    } else if constexpr (isMap<Value>) {
+        JSONValue object = JSONValue::object();
+        for (const auto& [key, member] : value) {
+            object.set(key, encode(member));
+        }
+        return object;
+    } else if constexpr (isTime<Value>) {
+        return dateTextUTC(std::chrono::floor<std::chrono::seconds>(value));
+    } else if constexpr (std::floating_point<Value>) {
+        return finite(static_cast<double>(value));
+    } else {
+        static_assert(std::constructible_from<JSONValue, const Value&>,
+                      "this type has no JSON form: give it jsonFields");
+        return JSONValue{value};
+    }
+}
+
+/// The whole number if it is one and fits `Integer`.
+template <std::integral Integer>
+std::optional<Integer> exactly(double number) {
+    const auto lowest = static_cast<double>(std::numeric_limits<Integer>::min());
+    // One above the greatest is a power of two, so it is an exact double.
+    const double beyond = std::ldexp(1.0, std::numeric_limits<Integer>::digits);
+    if (!(number >= lowest && number < beyond) || std::trunc(number) != number) {
+        return std::nullopt;
+    }
+    return static_cast<Integer>(number);
+}
+
+template <typename Payload>
+Payload require(std::optional<Payload> found, const std::string& path, std::string_view expected) {
+    if (!found) {
+        failDecoding(path, expected);
+    }
+    return *std::move(found);
+}
+
+template <typename Value>
+Value decode(const JSONValue& json, const std::string& path) {
+    if constexpr (HasJSONFields<Value>) {
+        require(json.objectValue(), path, "an object");
+        Value value{};
+        const auto read = [&](const auto& named) {
+            auto& member = value.*named.member;
+            using Member = std::remove_cvref_t<decltype(member)>;
+            const std::string memberPath = path + '.' + std::string{named.name};
+            const JSONValue* found = json[named.name];
+            if (found != nullptr) {
+                member = decode<Member>(*found, memberPath);
+            } else if constexpr (!isOptional<Member>) {
+                failDecoding(memberPath, "a value");
+            }
+        };
+        std::apply([&](const auto&... named) { (read(named), ...); }, Value::jsonFields());
+        return value;
+    } else if constexpr (std::same_as<Value, JSONValue>) {
+        return json;
+    } else if constexpr (isOptional<Value>) {
+        return json.isNull() ? Value{} : Value{decode<typename Value::value_type>(json, path)};
+    } else if constexpr (isVector<Value>) {
+        Value value;
+        const auto elements = require(json.arrayValue(), path, "an array");
+        for (const JSONValue& element : elements) {
+            value.push_back(decode<typename Value::value_type>(
+                element, path + '[' + std::to_string(value.size()) + ']'));
+        }
+        return value;
+    } else if constexpr (isMap<Value>) {
+        Value value;
+        const auto members = require(json.objectValue(), path, "an object");
+        for (const JSONMember& member : members) {
+            const std::string key{member.key()};
+            value.emplace(key, decode<typename Value::mapped_type>(member.value, path + '.' + key));
+        }
+        return value;
+    } else if constexpr (isTime<Value>) {
+        const auto text = require(json.stringValue(), path, "a date");
+        return Value{require(readDateTextUTC(text), path, "a date such as 2026-10-14T13:00:00Z")};
+    } else if constexpr (std::same_as<Value, bool>) {
+        return require(json.boolValue(), path, "true or false");
+    } else if constexpr (std::integral<Value>) {
+        const double number = require(json.doubleValue(), path, "a number");
+        return require(exactly<Value>(number), path, "a whole number in range");
+    } else if constexpr (std::floating_point<Value>) {
+        return static_cast<Value>(require(json.doubleValue(), path, "a number"));
+    } else if constexpr (std::same_as<Value, std::string>) {
+        return std::string{require(json.stringValue(), path, "a string")};
+    } else {
+        static_assert(isUnknown<Value>, "this type has no JSON form: give it jsonFields");
+    }
+}
+
+} // namespace detail
+
+template <typename Value>
+JSONValue JSONValue::encoding(const Value& value) {
+    return detail::encode(value);
+}
+
+template <typename Value>
+Value JSONValue::decode() const {
+    return detail::decode<Value>(detail::checked(*this), "value");
+}
+
+} // namespace MCPStdio

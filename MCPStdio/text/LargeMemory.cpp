@@ -1,0 +1,91 @@
+#include "MCPStdio/text/LargeMemory.hpp"
+
+#include "MCPStdio/concurrency/Mutex.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <new>
+#include <sys/mman.h>
+#include <utility>
+
+namespace MCPStdio {
+namespace {
+
+constexpr std::size_t largePage = std::size_t{2} << 20U;
+/// All pieces are so large, or a power of two larger.
+constexpr std::size_t usualSize = std::size_t{64} << 20U;
+
+/// The one that stays at hand.
+struct Spare {
+    Mutex mutex;
+    LargeMemory memory GUARDED_BY(mutex);
+};
+
+Spare& spare() {
+    static auto* const kept = new Spare; // never destroyed: threads may outlive `main`
+    return *kept;
+}
+
+/// Leaves another piece at hand, or none, and gives what was there.
+LargeMemory exchangeSpare(LargeMemory memory) {
+    Spare& kept = spare();
+    const MutexLock lock{kept.mutex};
+    return std::exchange(kept.memory, memory);
+}
+
+LargeMemory mapNew(std::size_t size) {
+    // Large pages lie at multiples of their size: room for that, and what is too much goes back.
+    void* const mapped = ::mmap(nullptr, size + largePage, PROT_READ | PROT_WRITE,
+                                MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) {
+        throw std::bad_alloc{};
+    }
+    auto* const begin = static_cast<char*>(mapped);
+    const std::size_t before = -reinterpret_cast<std::uintptr_t>(mapped) % largePage;
+    if (before > 0) {
+        ::munmap(begin, before);
+    }
+    ::munmap(begin + before + size, largePage - before);
+#ifdef MADV_HUGEPAGE
+    ::madvise(begin + before, size, MADV_HUGEPAGE);
+#endif
+    return {begin + before, size};
+}
+
+} // namespace
+
+LargeMemory mapLargeMemory(std::size_t needed) {
+    constexpr std::size_t most = std::size_t{1} << 62U;
+    if (needed > most / 2) {
+        throw std::bad_alloc{};
+    }
+    const std::size_t size = std::bit_ceil(std::max(usualSize, 2 * needed));
+    if (size == usualSize) {
+        if (const auto kept = exchangeSpare({}); kept.begin != nullptr) {
+            return kept;
+        }
+    }
+    try {
+        return mapNew(size);
+    } catch (const std::bad_alloc&) {
+        const auto kept = exchangeSpare({});
+        if (kept.begin == nullptr) {
+            throw;
+        }
+        ::munmap(kept.begin, kept.size);
+    }
+    return mapNew(size);
+}
+
+void unmapLargeMemory(LargeMemory memory) noexcept {
+    if (memory.size == usualSize) {
+        ::madvise(memory.begin, memory.size, MADV_FREE);
+        memory = exchangeSpare(memory);
+    }
+    if (memory.begin != nullptr) {
+        ::munmap(memory.begin, memory.size);
+    }
+}
+
+} // namespace MCPStdio

@@ -1,0 +1,153 @@
+#include "MCPStdio/transport/LineSequence.hpp"
+
+#include "MCPStdio/text/ByteScan.hpp"
+#include "MCPStdio/text/UTF8.hpp"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <new>
+#include <poll.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace MCPStdio {
+namespace {
+
+constexpr bool isASCII(char byte) noexcept {
+    return static_cast<unsigned char>(byte) < 0x80;
+}
+
+/// How many bytes of the line end at `at` there are: none where there is no such thing; nothing
+/// where it cannot be told before more is read.
+std::optional<std::size_t> lineEndLength(std::string_view text, std::size_t at) noexcept {
+    using namespace std::string_view_literals;
+    const auto rest = text.substr(at);
+    if (isASCII(rest.front())) {
+        return rest.front() >= '\n' && rest.front() <= '\r' ? 1 : 0;
+    }
+    for (const auto separator : {"\xC2\x85"sv, "\xE2\x80\xA8"sv, "\xE2\x80\xA9"sv}) {
+        if (rest.starts_with(separator)) {
+            return separator.size();
+        }
+        if (separator.starts_with(rest)) {
+            return std::nullopt;
+        }
+    }
+    return 0;
+}
+
+} // namespace
+
+LineSequence::LineSequence(int descriptor) : descriptor_{descriptor} {}
+
+std::optional<std::string_view> LineSequence::next() {
+    while (true) {
+        const std::size_t endLength = findEnd();
+        if (endLength == 0 && fill()) {
+            continue;
+        }
+        // When no more will come, a separator that has only begun is none.
+        const std::size_t end = endLength > 0 ? scanned_ : read_.size();
+        const auto line = read_.view().substr(begin_, end - begin_);
+        begin_ = scanned_ = end + endLength;
+        if (std::exchange(skipping_, false)) {
+            isASCII_ = true;
+            return std::string_view{};
+        }
+        if (!line.empty()) {
+            return std::exchange(isASCII_, true) ? line : repaired(line);
+        }
+        if (endLength == 0) {
+            return std::nullopt;
+        }
+    }
+}
+
+/// Goes on to the end of the line; gives back its length. Zero: it is not there yet, nor up to
+/// where this has come.
+std::size_t LineSequence::findEnd() {
+    const auto text = read_.view();
+    while (true) {
+        scanned_ = findByte(text, scanned_, [](auto bytes) {
+            return markBelow(bytes, '\r' + 1) | markNonASCII(bytes);
+        });
+        if (scanned_ == text.size()) {
+            return 0;
+        }
+        isASCII_ = isASCII_ && isASCII(text[scanned_]);
+        const auto length = lineEndLength(text, scanned_);
+        if (length != 0) {
+            return length.value_or(0);
+        }
+        ++scanned_;
+    }
+}
+
+/// Reads more behind what is unread. False at the end of the stream.
+bool LineSequence::fill() {
+    constexpr std::size_t chunkSize = std::size_t{64} * 1024;
+    constexpr std::size_t worthKeeping = 4 * chunkSize;
+    if (skipping_) {
+        begin_ = scanned_;
+    }
+    read_.removePrefix(begin_);
+    scanned_ -= begin_;
+    begin_ = 0;
+    if (read_.size() == 0 && read_.capacity() > worthKeeping) {
+        read_ = TextBuffer{}; // a call may take long, and its line was read
+    }
+    char* const room = roomFor(chunkSize);
+    while (true) {
+        const ssize_t count = ::read(descriptor_, room, chunkSize);
+        if (count > 0) {
+            read_.added(static_cast<std::size_t>(count));
+            return true;
+        }
+        if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            pollfd readable{descriptor_, POLLIN, 0};
+            ::poll(&readable, 1, -1);
+        } else if (count == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+}
+
+/// Room behind what is unread. Where there is no memory for it, gives up the line, and waits for
+/// that of a chunk: others give some back.
+char* LineSequence::roomFor(std::size_t count) {
+    constexpr std::chrono::milliseconds pause{10};
+    while (true) {
+        try {
+            return read_.room(count);
+        } catch (const std::bad_alloc&) {
+            if (skipping_) {
+                std::this_thread::sleep_for(pause);
+            }
+        }
+        skipping_ = true;
+        // What was not scanned is the beginning of a separator, a few bytes at most.
+        std::array<char, 4> rest{};
+        const auto unscanned = read_.view().substr(scanned_);
+        const std::size_t length = unscanned.copy(rest.data(), rest.size());
+        read_ = TextBuffer{};
+        read_.append(std::string_view{rest.data(), length});
+        scanned_ = 0;
+    }
+}
+
+/// Empty when there is no memory for it.
+std::string_view LineSequence::repaired(std::string_view line) {
+    if (isValidUTF8(line)) {
+        return line;
+    }
+    try {
+        repaired_ = repairUTF8(std::string{line});
+    } catch (const std::bad_alloc&) {
+        repaired_ = std::string{};
+    }
+    return repaired_;
+}
+
+} // namespace MCPStdio

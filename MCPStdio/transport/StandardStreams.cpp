@@ -1,0 +1,19 @@
+#include "MCPStdio/transport/StandardStreams.hpp"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <initializer_list>
+#include <unistd.h>
+
+namespace MCPStdio {
+
+void openClosedStandardStreams() noexcept {
+    for (const int descriptor : {0, 1, 2}) {
+        if (::fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) {
+            // The lowest free descriptor is this one: those below it are open by now.
+            static_cast<void>(::open("/dev/null", O_RDWR));
+        }
+    }
+}
+
+} // namespace MCPStdio

@@ -1,0 +1,153 @@
+#include "MCPStdio/json/JSONCoding.hpp"
+
+#include "MCPStdio/MCPTool.hpp"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace MCPStdio;
+using namespace std::chrono_literals;
+
+namespace {
+
+struct Address {
+    std::string street;
+    std::optional<int> number;
+
+    static constexpr auto jsonFields() {
+        return std::tuple{field("street", &Address::street), field("number", &Address::number)};
+    }
+    friend bool operator==(const Address&, const Address&) = default;
+};
+
+struct Person {
+    std::string name;
+    bool known = false;
+    double height = 0;
+    std::int64_t visits = 0;
+    std::chrono::sys_seconds born;
+    std::vector<Address> addresses;
+    std::map<std::string, int> scores;
+    JSONValue extra;
+
+    static constexpr auto jsonFields() {
+        return std::tuple{field("name", &Person::name),     field("known", &Person::known),
+                          field("height", &Person::height), field("visits", &Person::visits),
+                          field("born", &Person::born),     field("addresses", &Person::addresses),
+                          field("scores", &Person::scores), field("extra", &Person::extra)};
+    }
+    friend bool operator==(const Person&, const Person&) = default;
+};
+
+Person anna() {
+    Person person;
+    person.name = "Anna";
+    person.known = true;
+    person.height = 1.72;
+    person.visits = 12;
+    person.born = std::chrono::sys_days{std::chrono::year{1984} / 2 / 29} + 13h;
+    person.addresses = {{"Main/Street", 5}, {"Side Street", std::nullopt}};
+    person.scores = {{"b", 2}, {"a", 1}};
+    person.extra = JSONValue::array(1, nullptr);
+    return person;
+}
+
+template <typename Value>
+std::string decodingFailure(std::string_view text) {
+    try {
+        static_cast<void>(JSONValue::parse(text).decode<Value>());
+        return "no failure";
+    } catch (const JSONError& error) {
+        return error.what();
+    }
+}
+
+} // namespace
+
+TEST(JSONCoding, AValueGoesThereAndBack) {
+    const auto encoded = JSONValue::encoding(anna());
+    EXPECT_EQ(encoded.jsonString(),
+              R"({"addresses":[{"number":5,"street":"Main/Street"},{"street":"Side Street"}],)"
+              R"("born":"1984-02-29T13:00:00Z","extra":[1,null],"height":1.72,"known":true,)"
+              R"("name":"Anna","scores":{"a":1,"b":2},"visits":12})");
+    EXPECT_EQ(encoded.decode<Person>(), anna());
+}
+
+TEST(JSONCoding, PlainValuesGoThereAndBack) {
+    EXPECT_EQ(JSONValue::encoding(std::vector<int>{1, 2}).decode<std::vector<int>>(),
+              (std::vector<int>{1, 2}));
+    EXPECT_EQ(JSONValue::encoding(std::string{"x"}).decode<std::string>(), "x");
+    EXPECT_EQ(JSONValue::encoding(std::optional<int>{}).isNull(), true);
+    EXPECT_EQ(JSONValue{}.decode<std::optional<int>>(), std::nullopt);
+    EXPECT_EQ(JSONValue::encoding(JSONValue{1.5}), JSONValue{1.5});
+}
+
+TEST(JSONCoding, ANumberThatIsNotFiniteCannotBeEncoded) {
+    auto person = anna();
+    person.height = NAN;
+    EXPECT_THROW(JSONValue::encoding(person), JSONError);
+    person = anna();
+    person.extra = JSONValue::array(INFINITY);
+    EXPECT_THROW(JSONValue::encoding(person), JSONError);
+    EXPECT_THROW(static_cast<void>(JSONValue{NAN}.decode<double>()), JSONError);
+}
+
+TEST(JSONCoding, AFailureNamesTheMemberAndWhatWasExpected) {
+    EXPECT_EQ(decodingFailure<Address>(R"({})"), "value.street: expected a value");
+    EXPECT_EQ(decodingFailure<Address>(R"({"street":5})"), "value.street: expected a string");
+    EXPECT_EQ(decodingFailure<Address>(R"([])"), "value: expected an object");
+    EXPECT_EQ(decodingFailure<Address>(R"({"street":"x","number":1.5})"),
+              "value.number: expected a whole number in range");
+    EXPECT_EQ(decodingFailure<Address>(R"({"street":"x","number":3000000000})"),
+              "value.number: expected a whole number in range");
+    EXPECT_EQ(decodingFailure<Address>(R"({"street":"x","number":"5"})"),
+              "value.number: expected a number");
+    EXPECT_EQ(decodingFailure<std::vector<Address>>(R"([{"street":"x"},{}])"),
+              "value[1].street: expected a value");
+    EXPECT_EQ((decodingFailure<std::map<std::string, bool>>(R"({"a":1})")),
+              "value.a: expected true or false");
+    EXPECT_EQ(decodingFailure<std::vector<int>>(R"({})"), "value: expected an array");
+    EXPECT_EQ(decodingFailure<double>(R"(true)"), "value: expected a number");
+    EXPECT_EQ(decodingFailure<std::chrono::sys_seconds>(R"("2026-02-30T00:00:00Z")"),
+              "value: expected a date such as 2026-10-14T13:00:00Z");
+}
+
+TEST(JSONCoding, WholeNumbersMustFitTheirType) {
+    EXPECT_EQ(JSONValue{255}.decode<std::uint8_t>(), 255);
+    EXPECT_THROW(static_cast<void>(JSONValue{256}.decode<std::uint8_t>()), JSONError);
+    EXPECT_THROW(static_cast<void>(JSONValue{-1}.decode<unsigned>()), JSONError);
+    EXPECT_EQ(JSONValue{-0x1p63}.decode<std::int64_t>(), std::numeric_limits<std::int64_t>::min());
+    EXPECT_THROW(static_cast<void>(JSONValue{0x1p63}.decode<std::int64_t>()), JSONError);
+}
+
+TEST(JSONCoding, ANullOrMissingMemberIsAnEmptyOptionalAndUnknownOnesAreIgnored) {
+    const Address expected{"x", std::nullopt};
+    EXPECT_EQ(JSONValue::parse(R"({"street":"x","number":null})").decode<Address>(), expected);
+    EXPECT_EQ(JSONValue::parse(R"({"street":"x","more":1})").decode<Address>(), expected);
+}
+
+TEST(JSONCoding, DatesAreTextInUTCToTheSecond) {
+    const auto time = std::chrono::sys_days{std::chrono::year{2026} / 10 / 14} + 13h + 5s;
+    EXPECT_EQ(dateTextUTC(time), "2026-10-14T13:00:05Z");
+    EXPECT_EQ(readDateTextUTC("2026-10-14T13:00:05Z"), time);
+    const auto withMilliseconds = std::chrono::sys_time<std::chrono::milliseconds>{time} + 999ms;
+    EXPECT_EQ(JSONValue::encoding(withMilliseconds).stringValue(), "2026-10-14T13:00:05Z");
+    for (const char* text :
+         {"", "2026-10-14", "2026-10-14T13:00:05", "2026-10-14T24:00:00Z", "2026-13-14T13:00:05Z",
+          "2026-10-14T13:60:05Z", "x026-10-14T13:00:05Z", "2026-10-14T13:00:05Zx"}) {
+        EXPECT_EQ(readDateTextUTC(text), std::nullopt) << text;
+    }
+}
+
+TEST(JSONCoding, TheTypedResultIsPrettyWithDatesAsText) {
+    const Address address{"Main/Street", 5};
+    EXPECT_EQ(MCPToolResult::json(address).text,
+              "{\n  \"number\" : 5,\n  \"street\" : \"Main/Street\"\n}");
+    EXPECT_FALSE(MCPToolResult::json(address).isError);
+}
+
+TEST(JSONCoding, ATypedResultThatCannotBeEncodedIsAnEmptyObject) {
+    auto person = anna();
+    person.height = NAN;
+    EXPECT_EQ(MCPToolResult::json(person), (MCPToolResult{"{}", false}));
+}

@@ -1,0 +1,218 @@
+#include "MCPStdio/json/JSONReader.hpp"
+
+#include "MCPStdio/json/JSONWriter.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <random>
+#include <string>
+
+using namespace MCPStdio;
+
+namespace {
+
+std::string nested(std::size_t depth) {
+    return std::string(depth, '[') + std::string(depth, ']');
+}
+
+std::string rewritten(std::string_view text) {
+    return JSONValue::parse(text).jsonString();
+}
+
+} // namespace
+
+TEST(JSONReader, WholeNumbersReadAsNumbersAndAreWrittenWithoutFraction) {
+    EXPECT_EQ(JSONValue::parse("1").doubleValue(), 1.0);
+    EXPECT_EQ(rewritten("1"), "1");
+    EXPECT_EQ(rewritten("1.0"), "1");
+    EXPECT_EQ(rewritten("1.5"), "1.5");
+    EXPECT_EQ(rewritten("-0"), "0");
+    EXPECT_EQ(rewritten("1E2"), "100");
+}
+
+TEST(JSONReader, TrueIsNoNumberAndZeroIsNoBool) {
+    EXPECT_EQ(JSONValue::parse("true").boolValue(), true);
+    EXPECT_EQ(JSONValue::parse("true").doubleValue(), std::nullopt);
+    EXPECT_EQ(JSONValue::parse("0").boolValue(), std::nullopt);
+}
+
+TEST(JSONReader, NumbersAreReadToTheNearestDouble) {
+    EXPECT_EQ(JSONValue::parse("0.1").doubleValue(), 0.1);
+    EXPECT_EQ(JSONValue::parse("-65.613616999999977").doubleValue(), -65.613616999999977);
+    EXPECT_EQ(JSONValue::parse("123456789012345678901234567890").doubleValue(),
+              123456789012345678901234567890.0);
+    EXPECT_EQ(JSONValue::parse("1.7976931348623157e308").doubleValue(), 1.7976931348623157e308);
+    EXPECT_EQ(JSONValue::parse("5e-324").doubleValue(), 5e-324);
+    EXPECT_EQ(JSONValue::parse("1e-400").doubleValue(), 0.0);
+    EXPECT_EQ(JSONValue::parse("0.000000000000000000000001234").doubleValue(), 1.234e-24);
+    EXPECT_EQ(JSONValue::parse("9007199254740993").doubleValue(), 9007199254740992.0);
+    EXPECT_EQ(JSONValue::parse("100000000000000000000000").doubleValue(), 1e23);
+}
+
+TEST(JSONReader, NumbersOfAnyFormAndLengthAreReadAsTheCLibraryReadsThem) {
+    std::mt19937_64 random{1};
+    const auto digits = [&](std::size_t most) {
+        std::string text;
+        for (std::size_t i = random() % most + 1; i > 0; --i) {
+            text += static_cast<char>('0' + random() % 10);
+        }
+        return text;
+    };
+    for (int i = 0; i < 30'000; ++i) {
+        std::string number = random() % 2 == 0 ? "-" : "";
+        const std::string whole = digits(21);
+        number += whole.front() == '0' ? "0" : whole;
+        if (random() % 3 != 0) {
+            number += (random() % 4 == 0 ? ".00000" : ".") + digits(21);
+        }
+        if (random() % 3 == 0) {
+            constexpr std::array<const char*, 6> exponents{"e", "E", "e+", "E-", "e-00", "e0"};
+            number += exponents[random() % exponents.size()] + digits(2);
+        }
+        const double expected = std::strtod(number.c_str(), nullptr);
+        // Behind a number more text comes, or none.
+        const auto read = JSONValue::parse(i % 2 == 0 ? number : "[" + number + ",12345678]");
+        const double value = *(i % 2 == 0 ? read : *read[0]).doubleValue();
+        ASSERT_EQ(value, expected) << number;
+        ASSERT_EQ(std::signbit(value), std::signbit(expected)) << number;
+    }
+}
+
+TEST(JSONReader, ExponentsThatNoNumberHasAreZeroOrAnError) {
+    const std::string many(30, '9');
+    EXPECT_EQ(JSONValue::parse("1e-" + many).doubleValue(), 0.0);
+    EXPECT_EQ(JSONValue::parse("0e" + many).doubleValue(), 0.0);
+    EXPECT_EQ(JSONValue::parse("0." + std::string(400, '0') + "1e402").doubleValue(), 10.0);
+    EXPECT_THROW(JSONValue::parse("1e" + many), JSONError);
+    EXPECT_THROW(JSONValue::parse("-1e4294967297"), JSONError);
+}
+
+TEST(JSONReader, EscapesAndSurrogatePairsBecomeText) {
+    EXPECT_EQ(JSONValue::parse(R"("\"\\\/\b\f\n\r\t\u00e9\uD83D\uDE00\u0000")").stringValue(),
+              (std::string_view{"\"\\/\b\f\n\r\té😀\0", 15}));
+    EXPECT_EQ(JSONValue::parse("\"caf\xC3\xA9 \\n \xF0\x9F\x98\x80\"").stringValue(), "café \n 😀");
+}
+
+TEST(JSONReader, LongTextsWithEscapesFollowOneAnother) {
+    std::string line(5000, 'a');
+    line += "\\n";
+    std::string text(5000, 'a');
+    text += '\n';
+    const auto value = JSONValue::parse("[\"" + line + "\",\"b\\t\",\"" + line + line + "\"]");
+    EXPECT_EQ(value, JSONValue::array(text, "b\t", text + text));
+}
+
+TEST(JSONReader, OfDuplicateMembersTheLastWins) {
+    EXPECT_EQ(rewritten(R"({"a":1,"b":2,"a":3})"), R"({"a":3,"b":2})");
+    EXPECT_EQ(rewritten(R"({"z":1,"z":2,"a":1,"z":3,"a":2})"), R"({"a":2,"z":3})");
+}
+
+TEST(JSONReader, WhatADuplicateMemberReplacesIsFreed) { // which the sanitizer's leak check sees
+    const std::string large(100, 'x');
+    const auto value = JSONValue::parse(R"({"a":")" + large + R"(","a":[[1]],"a":{"b":2}})");
+    EXPECT_EQ(value.jsonString(), R"({"a":{"b":2}})");
+}
+
+TEST(JSONReader, AManyMemberedObjectIsSortedAndKeepsItsLastValues) {
+    std::string text{"{"};
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 999; i >= 0; --i) {
+            text += "\"key" + std::to_string(i) + "\":" + std::to_string(round * 1000 + i) + ",";
+        }
+    }
+    text.back() = '}';
+    const auto value = JSONValue::parse(text);
+    EXPECT_EQ(value.objectValue()->size(), 1000U);
+    EXPECT_EQ(value["key0"]->doubleValue(), 1000.0);
+    EXPECT_EQ(value["key999"]->doubleValue(), 1999.0);
+}
+
+TEST(JSONReader, WhiteSpaceIsAllowedAroundEverything) {
+    EXPECT_EQ(rewritten(" \t\r\n{ \"a\" : [ 1 , { } , [ ] ] } \n"), R"({"a":[1,{},[]]})");
+}
+
+TEST(JSONReader, NestingEndsAt512) {
+    EXPECT_NO_THROW(JSONValue::parse(nested(512)));
+    EXPECT_THROW(JSONValue::parse(nested(513)), JSONError);
+    EXPECT_THROW(JSONValue::parse(std::string(100'000, '[')), JSONError);
+    std::string objects;
+    for (int i = 0; i < 100'000; ++i) {
+        objects += "{\"a\":";
+    }
+    EXPECT_THROW(JSONValue::parse(objects), JSONError);
+}
+
+class RefusedJSON : public testing::TestWithParam<std::string> {};
+
+TEST_P(RefusedJSON, IsAnError) {
+    EXPECT_THROW(JSONValue::parse(GetParam()), JSONError) << GetParam();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Grammar, RefusedJSON,
+    testing::Values("", " ", "nul", "nulll", "True", "NaN", "Infinity", "-Infinity", "undefined",
+                    "01", "-01", "00", "+1", "1.", ".5", "1.e5", "1e", "1e+", "-", "--1", "0x1",
+                    "1 2", "1,", "[1,]", "[,1]", "[1 2]", "[", "]", "{", "}", "{\"a\"}", "{\"a\":}",
+                    "{\"a\":1,}", "{,}", "{a:1}", "{'a':1}", "{1:2}", "'a'", "// c\n1", "/* c */1",
+                    "[1]//", "\"", "\"a", "\"\\", "\"\\x\"", "\"\\u12\"", "\"\\u12G4\"", "1e400",
+                    "-1e400", "1" + std::string(400, '0'), "\xEF\xBB\xBF{}", "[1]]", "{\"a\":1}}"));
+
+INSTANTIATE_TEST_SUITE_P(Strings, RefusedJSON,
+                         testing::Values("\"\\ud800\"", "\"\\udc00\"", "\"\\ud800\\u0041\"",
+                                         "\"\\ud800x\"", "\"\\ud800\\n\"", "\"\\ud800\\ud800\"",
+                                         "\"a\nb\"", "\"a\tb\"", std::string{"\"a\0b\"", 5},
+                                         "\"\x1F\"", "\"\xFF\"", "\"\xC3\"", "\"\xC0\xAF\"",
+                                         "\"\xED\xA0\x80\"", "\"\xF4\x90\x80\x80\"",
+                                         "\"abc\\n\xFF\"", "{\"\\ud800\":1}",
+                                         std::string{"[1\0]", 4}));
+
+TEST(JSONReader, AnErrorNamesTheByteAtWhichTheTextWentWrong) {
+    try {
+        JSONValue::parse("[1, 2, x]");
+        FAIL() << "was read";
+    } catch (const JSONError& error) {
+        EXPECT_STREQ(error.what(), "not JSON at byte 7: expected a value");
+    }
+}
+
+TEST(JSONReader, WhatComesFirstInTheTextIsTheErrorThatIsNamed) {
+    const auto error = [](std::string_view text) -> std::string {
+        try {
+            JSONValue::parse(text);
+            return "none";
+        } catch (const JSONError& found) {
+            return found.what();
+        }
+    };
+    EXPECT_EQ(error("[\"é\", \"ok\", \"语\xFF\", x]"),
+              "not JSON at byte 18: ill-formed UTF-8 in a string");
+    EXPECT_EQ(error("[\"é\", x, \"\xFF\"]"), "not JSON at byte 7: expected a value");
+    EXPECT_EQ(error("[1, 2, \xC3\xA9]"), "not JSON at byte 7: expected a value");
+}
+
+TEST(JSONReader, EveryPrefixOfATextIsAnErrorAndNothingWorse) {
+    const std::string text = R"({"a":[1.5e-3,"x\u00e9\ud83d\ude00",true,null,{"b":false}]})";
+    ASSERT_NO_THROW(JSONValue::parse(text));
+    for (std::size_t length = 0; length < text.size(); ++length) {
+        EXPECT_THROW(JSONValue::parse(text.substr(0, length)), JSONError) << length;
+    }
+}
+
+TEST(JSONReader, NoSingleByteChangedMakesMoreThanAnErrorOrAValueThatWritesAndReadsBackEqual) {
+    const std::string text = R"({"a":[1.5e-3,"x\u00e9\ud83d\ude00",true,null,{"b":false}]})";
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        for (int byte = 0; byte < 256; ++byte) {
+            std::string changed = text;
+            changed[at] = static_cast<char>(byte);
+            try {
+                const auto value = JSONValue::parse(changed);
+                EXPECT_EQ(JSONValue::parse(value.jsonString()), value) << changed;
+            } catch (const JSONError&) {
+                continue;
+            }
+        }
+    }
+}

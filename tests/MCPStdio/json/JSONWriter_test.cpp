@@ -1,0 +1,112 @@
+#include "MCPStdio/json/JSONWriter.hpp"
+
+#include <bit>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+
+using namespace MCPStdio;
+
+namespace {
+
+std::string compact(const JSONValue& value) {
+    return compactEncoder().write(value);
+}
+std::string pretty(const JSONValue& value) {
+    return JSONWriter{JSONWriter::Form::pretty}.write(value);
+}
+
+} // namespace
+
+TEST(JSONWriter, MembersAreSortedSlashesStayAndNoSpaceIsWritten) {
+    const auto value = JSONValue::object({{"b", 1}, {"a", JSONValue::array(nullptr, "x/y")}});
+    EXPECT_EQ(compact(value), R"({"a":[null,"x/y"],"b":1})");
+}
+
+TEST(JSONWriter, KeysAreInTheOrderOfTheirBytes) {
+    EXPECT_EQ(compact(JSONValue::object({{"é", 1}, {"z", 2}, {"Z", 3}, {"", 4}, {"😀", 5}})),
+              R"({"":4,"Z":3,"z":2,"é":1,"😀":5})");
+}
+
+TEST(JSONWriter, WholeNumbersBelowAQuadrillionHaveNoFraction) {
+    EXPECT_EQ(compact(3.0), "3");
+    EXPECT_EQ(compact(-0.0), "0");
+    EXPECT_EQ(compact(-17), "-17");
+    EXPECT_EQ(compact(999999999999999.0), "999999999999999");
+    EXPECT_EQ(compact(-999999999999999.0), "-999999999999999");
+}
+
+TEST(JSONWriter, FromAQuadrillionOnNumbersTakeTheDoubleForm) {
+    EXPECT_EQ(compact(1e15), "1e+15");
+    EXPECT_EQ(compact(-1e15), "-1e+15");
+    EXPECT_EQ(compact(1e300), "1e+300");
+    EXPECT_EQ(compact(0.1), "0.1");
+    EXPECT_EQ(compact(1.5), "1.5");
+    EXPECT_EQ(compact(5e-324), "5e-324");
+}
+
+TEST(JSONWriter, EveryDoubleReadsBackEqual) {
+    std::mt19937_64 random{20261014};
+    int finite = 0;
+    for (int i = 0; i < 200'000; ++i) {
+        const auto number = std::bit_cast<double>(random());
+        if (!std::isfinite(number)) {
+            EXPECT_THROW(compact(number), JSONError);
+            continue;
+        }
+        ++finite;
+        ASSERT_EQ(JSONValue::parse(compact(number)).doubleValue(), number) << compact(number);
+    }
+    EXPECT_GT(finite, 190'000);
+}
+
+TEST(JSONWriter, EveryDecimalOfAFewDigitsReadsBackEqual) {
+    for (int i = -100'000; i < 100'000; ++i) {
+        const double number = i / 1000.0;
+        ASSERT_EQ(JSONValue::parse(compact(number)).doubleValue(), number);
+    }
+}
+
+TEST(JSONWriter, NumbersThatAreNotFiniteAreRefused) {
+    EXPECT_THROW(compact(NAN), JSONError);
+    EXPECT_THROW(compact(JSONValue::array(INFINITY)), JSONError);
+    EXPECT_THROW(pretty(-INFINITY), JSONError);
+}
+
+TEST(JSONWriter, ControlCharactersAreEscapedTheShortestWay) {
+    EXPECT_EQ(compact(std::string_view{"\0\x01\b\t\n\v\f\r\x1F\x7F\"\\/", 13}),
+              "\"\\u0000\\u0001\\b\\t\\n\\u000b\\f\\r\\u001f\x7F\\\"\\\\/\"");
+    EXPECT_EQ(compact("é😀\xE2\x80\xA8"), "\"é😀\xE2\x80\xA8\"");
+}
+
+TEST(JSONWriter, EscapesAreFoundAtEveryPlaceOfALongText) {
+    for (std::size_t length = 1; length < 100; ++length) {
+        for (std::size_t at = 0; at < length; ++at) {
+            std::string text(length, 'x');
+            text[at] = '\n';
+            ASSERT_EQ(JSONValue::parse(compact(text)).stringValue(), text);
+            ASSERT_EQ(compact(text).size(), length + 3);
+        }
+    }
+}
+
+TEST(JSONWriter, ThePrettyFormHasOneItemALineAndSpacesAroundColons) {
+    const auto value = JSONValue::object({
+        {"b", JSONValue::array(1, JSONValue::object({{"x/y", "z"}}))},
+        {"a", nullptr},
+    });
+    EXPECT_EQ(pretty(value), "{\n"
+                             "  \"a\" : null,\n"
+                             "  \"b\" : [\n"
+                             "    1,\n"
+                             "    {\n"
+                             "      \"x/y\" : \"z\"\n"
+                             "    }\n"
+                             "  ]\n"
+                             "}");
+}
+
+TEST(JSONWriter, EmptyContainersAreTheirBrackets) {
+    EXPECT_EQ(pretty(JSONValue::array()), "[]");
+    EXPECT_EQ(pretty(JSONValue::object({{"a", JSONValue::object()}})), "{\n  \"a\" : {}\n}");
+}

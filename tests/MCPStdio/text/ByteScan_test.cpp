@@ -1,0 +1,62 @@
+#include "MCPStdio/text/ByteScan.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+using namespace MCPStdio;
+
+namespace {
+
+bool isStringStop(char byte) {
+    return static_cast<unsigned char>(byte) < 0x20 || byte == '"' || byte == '\\';
+}
+
+} // namespace
+
+TEST(ByteScan, FindsEveryByteThatStopsAStringAndNoOther) {
+    for (int byte = 0; byte < 256; ++byte) {
+        const std::string text(3, static_cast<char>(byte));
+        EXPECT_EQ(findByte(text, 0, markStringStop), isStringStop(text[0]) ? 0U : 3U) << byte;
+    }
+}
+
+TEST(ByteScan, FindsTheFirstOneAtEveryPlaceOfTextsOfEveryLength) {
+    for (std::size_t length = 0; length < 100; ++length) {
+        for (std::size_t place = 0; place < length; ++place) {
+            // What stands before and behind is what arithmetic on whole words could trip over.
+            for (const char around : {'a', '\x80', '\xFF', '!', ' '}) {
+                std::string text(length, around);
+                text[place] = '"';
+                ASSERT_EQ(findByte(text, 0, markStringStop), place);
+                ASSERT_EQ(findByte(text, place, markStringStop), place);
+                ASSERT_EQ(findByte(text, place + 1, markStringStop), length);
+            }
+        }
+    }
+}
+
+TEST(ByteScan, ABorrowFromOneByteMarksNoneBeforeIt) {
+    for (int first = 0; first < 256; ++first) {
+        for (int second = 0; second < 256; ++second) {
+            const std::string text{'x', static_cast<char>(first), static_cast<char>(second), 'x'};
+            const auto at = std::ranges::find_if(text, isStringStop) - text.begin();
+            ASSERT_EQ(findByte(text, 0, markStringStop), static_cast<std::size_t>(at))
+                << first << ' ' << second;
+        }
+    }
+}
+
+TEST(ByteScan, ShortTextsAreLoadedWithZerosBehindThem) {
+    const std::string text = "12345678";
+    for (std::size_t count = 0; count <= 8; ++count) {
+        ByteWord expected = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            expected |= ByteWord{static_cast<unsigned char>(text[i])} << 8 * i;
+        }
+        // From the end of the text: nothing behind it is read.
+        const std::string part = text.substr(0, count);
+        EXPECT_EQ(loadShort(part.data(), count), expected) << count;
+    }
+}

@@ -1,0 +1,41 @@
+#include "MCPStdio/text/LargeMemory.hpp"
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <new>
+
+using namespace MCPStdio;
+
+TEST(LargeMemory, IsThereToItsLastByteAndLiesAtALargePage) {
+    for (const std::size_t needed : {largeMemory, std::size_t{100} << 20U}) {
+        const LargeMemory memory = mapLargeMemory(needed);
+        EXPECT_GE(memory.size, 2 * needed);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory.begin) % (std::uintptr_t{2} << 20U), 0U);
+        memory.begin[0] = 'a';
+        memory.begin[needed] = 'b';
+        memory.begin[memory.size - 1] = 'c';
+        EXPECT_EQ(memory.begin[0], 'a');
+        EXPECT_EQ(memory.begin[needed], 'b');
+        unmapLargeMemory(memory);
+    }
+}
+
+TEST(LargeMemory, WhatWasGivenBackIsGivenOnceMore) {
+    const LargeMemory first = mapLargeMemory(largeMemory);
+    const LargeMemory second = mapLargeMemory(largeMemory);
+    EXPECT_NE(first.begin, second.begin);
+    unmapLargeMemory(first);
+    const LargeMemory third = mapLargeMemory(largeMemory + 1);
+    EXPECT_EQ(third.begin, first.begin);
+    third.begin[0] = 'x';
+    EXPECT_EQ(third.begin[0], 'x');
+    unmapLargeMemory(third);
+    unmapLargeMemory(second); // one of them stays
+    unmapLargeMemory(mapLargeMemory(largeMemory));
+}
+
+TEST(LargeMemory, MoreThanThereIsIsBadAlloc) {
+    EXPECT_THROW(mapLargeMemory(std::numeric_limits<std::size_t>::max() / 8), std::bad_alloc);
+    EXPECT_THROW(mapLargeMemory(std::numeric_limits<std::size_t>::max()), std::bad_alloc);
+}

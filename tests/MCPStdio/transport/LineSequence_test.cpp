@@ -1,0 +1,113 @@
+#include "MCPStdio/transport/LineSequence.hpp"
+
+#include "tests/support/Descriptors.hpp"
+
+#include <array>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace MCPStdio;
+
+namespace {
+
+/// All lines of a stream that is written in pieces of a given size.
+std::vector<std::string> linesOf(std::string_view text, std::size_t pieceSize = 1 << 20) {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe(ends.data()), 0);
+    std::thread writer{[&] {
+        for (std::size_t at = 0; at < text.size(); at += pieceSize) {
+            const auto piece = text.substr(at, pieceSize);
+            EXPECT_EQ(::write(ends[1], piece.data(), piece.size()),
+                      static_cast<ssize_t>(piece.size()));
+        }
+        ::close(ends[1]);
+    }};
+    std::vector<std::string> lines;
+    LineSequence sequence{ends[0]};
+    while (auto line = sequence.next()) {
+        lines.emplace_back(*line);
+    }
+    writer.join();
+    ::close(ends[0]);
+    return lines;
+}
+
+using Lines = std::vector<std::string>;
+
+} // namespace
+
+TEST(LineSequence, EverySeparatorEndsALine) {
+    EXPECT_EQ(linesOf("a\nb\vc\fd\re\r\nf\xC2\x85g\xE2\x80\xA8h\xE2\x80\xA9i"),
+              (Lines{"a", "b", "c", "d", "e", "f", "g", "h", "i"}));
+}
+
+TEST(LineSequence, EmptyLinesAreSkipped) {
+    EXPECT_EQ(linesOf("\n\n\r\n\n"), Lines{});
+    EXPECT_EQ(linesOf("\na\n\r\n\nb\n"), (Lines{"a", "b"}));
+    EXPECT_EQ(linesOf(" \n"), (Lines{" "}));
+    EXPECT_EQ(linesOf(""), Lines{});
+}
+
+TEST(LineSequence, ALastLineWithoutAnEndCounts) {
+    EXPECT_EQ(linesOf("a\nb"), (Lines{"a", "b"}));
+    EXPECT_EQ(linesOf("b"), (Lines{"b"}));
+}
+
+TEST(LineSequence, TheSameLinesComeWhateverThePiecesInWhichTheBytesCome) {
+    const std::string text = "one\r\ntwo é 語 😀\xE2\x80\xA8three ’quoted’\xC2\x85"
+                             "four\xE2\x80\xA9\n\nfive";
+    const Lines whole = linesOf(text);
+    EXPECT_EQ(whole, (Lines{"one", "two é 語 😀", "three ’quoted’", "four", "five"}));
+    for (const std::size_t size : {1U, 2U, 3U, 5U}) {
+        EXPECT_EQ(linesOf(text, size), whole) << size;
+    }
+}
+
+TEST(LineSequence, ASeparatorThatHasOnlyBegunAtTheEndIsNone) {
+    EXPECT_EQ(linesOf("a\xE2\x80"), (Lines{"a\xEF\xBF\xBD"}));
+    EXPECT_EQ(linesOf("a\xC2"), (Lines{"a\xEF\xBF\xBD"}));
+    EXPECT_EQ(linesOf("\xE2"), (Lines{"\xEF\xBF\xBD"}));
+}
+
+TEST(LineSequence, BytesThatAreNotUTF8AreReplaced) {
+    EXPECT_EQ(linesOf("caf\xE9\n\xFF"), (Lines{"caf\xEF\xBF\xBD", "\xEF\xBF\xBD"}));
+    EXPECT_EQ(linesOf(std::string_view{"a\0b\n", 4}), (Lines{std::string{"a\0b", 3}}));
+}
+
+TEST(LineSequence, LinesOfEveryLengthAroundTheBufferSizeAreWhole) {
+    std::string text;
+    Lines expected;
+    for (const std::size_t length : {1U, 65535U, 65536U, 65537U, 131072U, 10U, 1000000U, 3U}) {
+        expected.emplace_back(length, static_cast<char>('a' + expected.size()));
+        text += expected.back() + "\n";
+    }
+    EXPECT_EQ(linesOf(text, 4096), expected);
+    EXPECT_EQ(linesOf(text, 60000), expected);
+}
+
+TEST(LineSequence, ANonBlockingStreamIsWaitedFor) {
+    const auto ends = velmiro::test::makePipe(O_NONBLOCK);
+    ASSERT_GE(ends[0], 0);
+    std::thread writer{[&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+        EXPECT_EQ(::write(ends[1], "late\n", 5), 5);
+        ::close(ends[1]);
+    }};
+    LineSequence sequence{ends[0]};
+    EXPECT_EQ(sequence.next(), "late");
+    EXPECT_EQ(sequence.next(), std::nullopt);
+    writer.join();
+    ::close(ends[0]);
+}
+
+TEST(LineSequence, WhatCannotBeReadIsAtItsEnd) {
+    LineSequence closed{-1};
+    EXPECT_EQ(closed.next(), std::nullopt);
+    const int folder = ::open("/", O_RDONLY | O_CLOEXEC);
+    LineSequence directory{folder};
+    EXPECT_EQ(directory.next(), std::nullopt);
+    ::close(folder);
+}

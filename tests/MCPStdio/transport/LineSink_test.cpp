@@ -1,0 +1,180 @@
+#include "MCPStdio/transport/LineSink.hpp"
+
+#include "tests/support/Descriptors.hpp"
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace MCPStdio;
+
+namespace {
+
+struct Ends {
+    int reader = -1;
+    int writer = -1;
+};
+
+Ends makePipe(int flags) {
+    const auto ends = velmiro::test::makePipe(flags);
+    EXPECT_GE(ends[0], 0);
+    return {ends[0], ends[1]};
+}
+
+std::string readAll(int descriptor) {
+    std::string all;
+    std::array<char, 65536> chunk{};
+    for (ssize_t count = 0; (count = ::read(descriptor, chunk.data(), chunk.size())) > 0;) {
+        all.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+    ::close(descriptor);
+    return all;
+}
+
+/// A line that tells which one it is; now and then one longer than a pipe takes at once.
+std::string numberedLine(int number) {
+    return std::to_string(number) + std::string(number % 100 == 0 ? 9000 : 30, 'x');
+}
+
+/// Sends far more than the stream holds; a reader begins after so many lines.
+void sendsEverything(Ends ends, int before) {
+    constexpr int count = 20'000;
+    std::string expected;
+    std::string received;
+    std::thread reader;
+    {
+        LineSink sink{ends.writer};
+        for (int i = 0; i < count; ++i) {
+            if (i == before) {
+                reader = std::thread{[&] { received = readAll(ends.reader); }};
+            }
+            const auto line = numberedLine(i);
+            expected += line + "\n";
+            sink.send(TextBuffer{line});
+        }
+        if (!reader.joinable()) {
+            reader = std::thread{[&] { received = readAll(ends.reader); }};
+        }
+        sink.finish();
+    }
+    ::close(ends.writer);
+    reader.join();
+    EXPECT_EQ(received.size(), expected.size());
+    EXPECT_TRUE(received == expected);
+}
+
+void sendsEverythingBeforeAnybodyReads(Ends ends) {
+    sendsEverything(ends, std::numeric_limits<int>::max());
+}
+
+} // namespace
+
+TEST(LineSink, SendingGoesOnWithoutAReaderOfAPipe) {
+    sendsEverythingBeforeAnybodyReads(makePipe(O_CLOEXEC));
+}
+
+TEST(LineSink, SendingGoesOnBeforeAndWhileAPipeIsRead) {
+    sendsEverything(makePipe(O_CLOEXEC), 10'000);
+}
+
+TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
+    const Ends ends = makePipe(O_CLOEXEC);
+    std::thread reader;
+    {
+        LineSink sink{ends.writer};
+        const std::string line(1000, 'x');
+        for (int i = 0; i < 1000; ++i) {
+            sink.send(TextBuffer{line}); // far more than the pipe holds: most are kept
+        }
+        std::array<char, 4096> chunk{};
+        for (ssize_t taken = 0; taken < 262'144;) {
+            const ssize_t count = ::read(ends.reader, chunk.data(), chunk.size());
+            ASSERT_GT(count, 0);
+            taken += count;
+        }
+        const auto before = std::chrono::steady_clock::now();
+        sink.send(TextBuffer{line});
+        // Most is still kept: the reader is given its moment.
+        EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{10});
+        reader = std::thread{[&] { readAll(ends.reader); }};
+        sink.finish();
+    }
+    ::close(ends.writer);
+    reader.join();
+}
+
+TEST(LineSink, ThePipesFlagsStayAsTheParentSetThem) {
+    const Ends ends = makePipe(O_CLOEXEC);
+    const LineSink sink{ends.writer};
+    EXPECT_EQ(::fcntl(ends.writer, F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(::fcntl(ends.reader, F_GETFL) & O_NONBLOCK, 0);
+    ::close(ends.writer);
+    ::close(ends.reader);
+}
+
+TEST(LineSink, SendingGoesOnWithoutAReaderOfANonBlockingPipe) {
+    const Ends ends = makePipe(O_CLOEXEC);
+    ASSERT_EQ(::fcntl(ends.writer, F_SETFL, O_NONBLOCK), 0);
+    sendsEverythingBeforeAnybodyReads(ends);
+}
+
+TEST(LineSink, SendingGoesOnWithoutAReaderOfASocket) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+    sendsEverythingBeforeAnybodyReads({ends[0], ends[1]});
+}
+
+TEST(LineSink, LinesOfManyThreadsStayWhole) {
+    const Ends ends = makePipe(O_CLOEXEC);
+    std::string received;
+    std::thread reader{[&] { received = readAll(ends.reader); }};
+    {
+        LineSink sink{ends.writer};
+        std::vector<std::thread> senders;
+        for (char letter = 'a'; letter < 'i'; ++letter) {
+            senders.emplace_back([&sink, letter] {
+                for (int i = 0; i < 500; ++i) {
+                    TextBuffer line;
+                    line.append(static_cast<std::size_t>(1 + i * 7 % 3000), letter);
+                    sink.send(std::move(line));
+                }
+            });
+        }
+        for (std::thread& sender : senders) {
+            sender.join();
+        }
+        sink.finish();
+    }
+    ::close(ends.writer);
+    reader.join();
+    std::size_t lines = 0;
+    for (std::size_t at = 0; at < received.size(); ++lines) {
+        const std::size_t end = received.find('\n', at);
+        ASSERT_NE(end, std::string::npos);
+        ASSERT_EQ(received.substr(at, end - at).find_first_not_of(received[at]), std::string::npos);
+        at = end + 1;
+    }
+    EXPECT_EQ(lines, 8U * 500U);
+}
+
+TEST(LineSinkDeathTest, AClosedReaderEndsTheProcessAlsoWhereTheSignalIsIgnored) {
+    EXPECT_EXIT(
+        {
+            std::signal(SIGPIPE, SIG_IGN);
+            const Ends ends = makePipe(O_CLOEXEC);
+            ::close(ends.reader);
+            LineSink sink{ends.writer};
+            sink.send(TextBuffer{"to nobody"});
+            std::_Exit(0);
+        },
+        testing::KilledBySignal(SIGPIPE), "");
+}

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "approval_host/Descriptor.hpp"
-#include "velmiro_mcp/platform/DescriptorLimit.hpp"
+#include "velmiro_mcp/base/DescriptorLimit.hpp"
 
 /// What the process arranges for itself before it listens.
 namespace velmiro::host {

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/Kind.hpp"
 
-#include "velmiro_mcp/Text.hpp"
+#include "velmiro_mcp/base/Text.hpp"
 
 namespace velmiro {
 namespace {

@@ -1,9 +1,9 @@
 #include "velmiro_mcp/ToolCatalogue.hpp"
 
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
-#include "velmiro_mcp/Approval.hpp"
-#include "velmiro_mcp/EventStore.hpp"
-#include "velmiro_mcp/ScriptRunner.hpp"
+#include "velmiro_mcp/services/Approval.hpp"
+#include "velmiro_mcp/services/EventStore.hpp"
+#include "velmiro_mcp/services/ScriptRunner.hpp"
 
 namespace velmiro {
 namespace {

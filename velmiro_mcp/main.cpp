@@ -2,10 +2,10 @@
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "MCPStdio/transport/StandardStreams.hpp"
 #include "velmiro_mcp/Kind.hpp"
-#include "velmiro_mcp/Process.hpp"
 #include "velmiro_mcp/ToolCatalogue.hpp"
-#include "velmiro_mcp/ZoneVariable.hpp"
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/base/Process.hpp"
+#include "velmiro_mcp/base/ZoneVariable.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <csignal>
 

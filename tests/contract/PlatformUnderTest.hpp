@@ -1,8 +1,8 @@
 #pragma once
 
 #include "tests/support/TemporaryFolder.hpp"
-#include "velmiro_mcp/Dates.hpp"
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <gtest/gtest.h>
 

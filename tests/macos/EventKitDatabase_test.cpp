@@ -5,7 +5,7 @@
 #include "tests/macos/standin/StandIn.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
 #include "tests/support/TemporaryFolder.hpp"
-#include "velmiro_mcp/Dates.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
 
 #include <algorithm>
 #include <gtest/gtest.h>

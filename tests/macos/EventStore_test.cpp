@@ -1,6 +1,6 @@
 // The application's store of events over the adapter: what of a framework reaches the agent.
 
-#include "velmiro_mcp/EventStore.hpp"
+#include "velmiro_mcp/services/EventStore.hpp"
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
@@ -8,7 +8,7 @@
 #include "tests/macos/standin/StandIn.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
 #include "tests/support/TemporaryFolder.hpp"
-#include "velmiro_mcp/Dates.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "tests/macos/Failure.hpp"
 
 #include "MCPStdio/MCPTool.hpp"
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 namespace velmiro::test {
 

@@ -4,9 +4,9 @@
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "tests/macos_check/Probes.hpp"
 #include "velmiro_mcp/AppleTools/Scripts.hpp"
-#include "velmiro_mcp/Dates.hpp"
-#include "velmiro_mcp/ScriptRunner.hpp"
-#include "velmiro_mcp/WholeDays.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
+#include "velmiro_mcp/base/WholeDays.hpp"
+#include "velmiro_mcp/services/ScriptRunner.hpp"
 
 #include <algorithm>
 #include <condition_variable>

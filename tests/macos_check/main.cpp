@@ -3,7 +3,7 @@
 // docs/macos.md has the list. Without questions only that is looked at which needs no permission.
 
 #include "tests/macos_check/Checks.hpp"
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <exception>
 #include <functional>

@@ -7,7 +7,7 @@
 #include "tests/support/FakeScript.hpp"
 #include "tests/support/ScopedDescriptorLimit.hpp"
 #include "tests/support/TemporaryFolder.hpp"
-#include "velmiro_mcp/ScriptRunner.hpp"
+#include "velmiro_mcp/services/ScriptRunner.hpp"
 
 #include <fcntl.h>
 #include <filesystem>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "velmiro_mcp/Approval.hpp"
-#include "velmiro_mcp/ScriptRunner.hpp"
+#include "velmiro_mcp/services/Approval.hpp"
+#include "velmiro_mcp/services/ScriptRunner.hpp"
 
 #include <memory>
 #include <string>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "MCPStdio/MCPTool.hpp"
-#include "velmiro_mcp/Approval.hpp"
-#include "velmiro_mcp/ScriptRunner.hpp"
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/services/Approval.hpp"
+#include "velmiro_mcp/services/ScriptRunner.hpp"
 
 #include <functional>
 #include <memory>

@@ -1,8 +1,8 @@
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
 
-#include "velmiro_mcp/Arguments.hpp"
-#include "velmiro_mcp/Dates.hpp"
-#include "velmiro_mcp/EventStore.hpp"
+#include "velmiro_mcp/AppleTools/Arguments.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
+#include "velmiro_mcp/services/EventStore.hpp"
 
 namespace velmiro {
 namespace {

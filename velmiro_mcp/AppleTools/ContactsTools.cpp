@@ -1,7 +1,7 @@
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
 
 #include "MCPStdio/concurrency/Continuation.hpp"
-#include "velmiro_mcp/Arguments.hpp"
+#include "velmiro_mcp/AppleTools/Arguments.hpp"
 
 #include <algorithm>
 

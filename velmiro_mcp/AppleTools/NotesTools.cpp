@@ -1,7 +1,7 @@
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
 
+#include "velmiro_mcp/AppleTools/Arguments.hpp"
 #include "velmiro_mcp/AppleTools/Scripts.hpp"
-#include "velmiro_mcp/Arguments.hpp"
 
 namespace velmiro {
 namespace {

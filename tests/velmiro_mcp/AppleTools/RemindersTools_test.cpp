@@ -4,8 +4,8 @@
 #include "tests/support/FakeEventDatabase.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
-#include "velmiro_mcp/Dates.hpp"
-#include "velmiro_mcp/EventStore.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
+#include "velmiro_mcp/services/EventStore.hpp"
 
 #include <gtest/gtest.h>
 

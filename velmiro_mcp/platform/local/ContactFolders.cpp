@@ -1,7 +1,7 @@
 #include "velmiro_mcp/platform/local/ContactFolders.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <cerrno>
 #include <memory>

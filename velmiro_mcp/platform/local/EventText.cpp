@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/EventText.hpp"
 
-#include "velmiro_mcp/WholeDays.hpp"
+#include "velmiro_mcp/base/WholeDays.hpp"
 #include "velmiro_mcp/platform/local/CalendarFile.hpp"
 #include "velmiro_mcp/platform/local/NewItemText.hpp"
 #include "velmiro_mcp/platform/local/TextLines.hpp"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "velmiro_mcp/platform/Platform.hpp"
 #include "velmiro_mcp/platform/local/CivilTime.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <optional>
 #include <string>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "velmiro_mcp/platform/Platform.hpp"
 #include "velmiro_mcp/platform/local/StoredEvent.hpp"
 #include "velmiro_mcp/platform/local/UserClock.hpp"
 #include "velmiro_mcp/platform/local/WorkBudget.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <cstdint>
 #include <vector>

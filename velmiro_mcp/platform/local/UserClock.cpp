@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/UserClock.hpp"
 
-#include "velmiro_mcp/Dates.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
 #include "velmiro_mcp/platform/local/Zone.hpp"
 
 #include <cstddef>

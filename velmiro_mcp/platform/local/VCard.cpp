@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/VCard.hpp"
 
-#include "velmiro_mcp/Text.hpp"
+#include "velmiro_mcp/base/Text.hpp"
 #include "velmiro_mcp/platform/local/NameQuery.hpp"
 #include "velmiro_mcp/platform/local/UnicodeText.hpp"
 

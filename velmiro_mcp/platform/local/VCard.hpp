@@ -1,7 +1,7 @@
 #pragma once
 
-#include "velmiro_mcp/platform/Platform.hpp"
 #include "velmiro_mcp/platform/local/VCardLines.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <string>
 #include <string_view>

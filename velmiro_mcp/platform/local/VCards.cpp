@@ -1,7 +1,7 @@
 #include "velmiro_mcp/platform/local/VCards.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
-#include "velmiro_mcp/Text.hpp"
+#include "velmiro_mcp/base/Text.hpp"
 #include "velmiro_mcp/platform/local/UnicodeText.hpp"
 #include "velmiro_mcp/platform/local/VCardLines.hpp"
 

@@ -1,6 +1,6 @@
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
-#include "velmiro_mcp/WholeDays.hpp"
+#include "velmiro_mcp/base/WholeDays.hpp"
 #include "velmiro_mcp/platform/macos/Answer.hpp"
 #include "velmiro_mcp/platform/macos/Items.hpp"
 #include "velmiro_mcp/platform/macos/Owned.hpp"

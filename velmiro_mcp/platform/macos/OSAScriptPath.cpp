@@ -1,4 +1,4 @@
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 namespace velmiro {
 

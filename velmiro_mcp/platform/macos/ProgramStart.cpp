@@ -1,6 +1,6 @@
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
-#include "velmiro_mcp/platform/DescriptorLimit.hpp"
+#include "velmiro_mcp/base/DescriptorLimit.hpp"
 
 #include <array>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "Support.hpp"
 
-#include "velmiro_mcp/Dates.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/SharedLibrary.hpp"
 
-#include "velmiro_mcp/platform/Platform.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <gtest/gtest.h>
 

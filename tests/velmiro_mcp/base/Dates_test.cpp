@@ -1,0 +1,152 @@
+#include "velmiro_mcp/base/Dates.hpp"
+
+#include "tests/support/TemporaryFolder.hpp"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+using namespace velmiro;
+using velmiro::test::ScopedVariable;
+
+namespace {
+
+/// What a text means in a zone, as date text there.
+std::string read(const char* zone, const char* text) {
+    const ScopedVariable variable{"TZ", zone};
+    const auto date = parseDate(text);
+    return date ? dateText(*date) : "no date";
+}
+
+constexpr const char* berlin = "Europe/Berlin";
+constexpr const char* cairo = "Africa/Cairo";
+constexpr const char* apia = "Pacific/Apia";
+
+} // namespace
+
+TEST(ParseDate, ReadsEveryForm) {
+    EXPECT_EQ(read(berlin, "2026-10-14"), "2026-10-14T00:00:00+02:00");
+    EXPECT_EQ(read(berlin, "2026-10-14T15:00"), "2026-10-14T15:00:00+02:00");
+    EXPECT_EQ(read(berlin, "2026-10-14T15:00:30"), "2026-10-14T15:00:30+02:00");
+    EXPECT_EQ(read(berlin, "2026-10-14 15:00"), "2026-10-14T15:00:00+02:00");
+    EXPECT_EQ(read(berlin, "2026-10-14T15:00:00+02:00"), "2026-10-14T15:00:00+02:00");
+    EXPECT_EQ(read(berlin, "2026-10-14T13:00:00Z"), "2026-10-14T15:00:00+02:00");
+    EXPECT_EQ(read(berlin, "2026-10-14T08:30:00-04:30"), "2026-10-14T15:00:00+02:00");
+    EXPECT_EQ(read(berlin, "2026-10-14T15:00:00.250+02:00"), "2026-10-14T15:00:00+02:00");
+    EXPECT_EQ(read("UTC", "2026-10-14T15:00"), "2026-10-14T15:00:00Z");
+}
+
+TEST(ParseDate, KeepsMilliseconds) {
+    const auto whole = parseDate("2026-10-14T15:00:00Z");
+    const auto fraction = parseDate("2026-10-14T15:00:00.2509Z");
+    ASSERT_TRUE(whole && fraction);
+    EXPECT_EQ(*fraction - *whole, std::chrono::milliseconds{250});
+    EXPECT_EQ(parseDate("2026-10-14T15:00:00.5Z"), *whole + std::chrono::milliseconds{500});
+}
+
+TEST(ParseDate, TakesFieldsOfOneDigitButYearsOfFour) {
+    EXPECT_EQ(read(berlin, "2026-1-5"), "2026-01-05T00:00:00+01:00");
+    EXPECT_EQ(read(berlin, "2026-1-5T9:05"), "2026-01-05T09:05:00+01:00");
+    EXPECT_EQ(read(berlin, "26-10-14"), "no date");
+    EXPECT_EQ(read(berlin, "02026-10-14"), "no date");
+}
+
+TEST(ParseDate, RefusesWhatIsNoDate) {
+    for (const char* text : {"",
+                             "14.10.2026",
+                             "2026-02-30",
+                             "2026-13-01",
+                             "2026-00-10",
+                             "2026-10-00",
+                             "2026-10-14T24:00",
+                             "2026-10-14T24:30",
+                             "2026-10-14T15:60",
+                             "2026-10-14T15:00:60",
+                             "2026-10-14T15",
+                             "2026-10",
+                             "2026-10-14T15:00Z",
+                             "2026-10-14T15:00:00+0200",
+                             "2026-10-14T15:00:00+24:00",
+                             "2026-10-14T15:00:00.Z",
+                             "2026-10-14T15:00:00.5",
+                             "2026-10-14 15:00:00",
+                             "2026-10-14x",
+                             " 2026-10-14",
+                             "2026-10-14T15:00:00z",
+                             "tomorrow",
+                             "2025-02-29",
+                             "2026-10-14T-1:00"}) {
+        EXPECT_EQ(read(berlin, text), "no date") << text;
+    }
+    EXPECT_EQ(read(berlin, "2028-02-29"), "2028-02-29T00:00:00+01:00");
+}
+
+TEST(ParseDate, CarriesATimeThatTheClockSkipsAcrossTheGap) {
+    EXPECT_EQ(read(berlin, "2026-03-29T02:30"), "2026-03-29T03:30:00+02:00");
+    EXPECT_EQ(read(berlin, "2026-03-29T01:59:59"), "2026-03-29T01:59:59+01:00");
+    EXPECT_EQ(read(berlin, "2026-03-29T03:00"), "2026-03-29T03:00:00+02:00");
+}
+
+TEST(ParseDate, TakesTheFirstOfATimeThatComesTwice) {
+    EXPECT_EQ(read(berlin, "2026-10-25T02:30"), "2026-10-25T02:30:00+02:00");
+    EXPECT_EQ(read(berlin, "2026-10-25T03:00"), "2026-10-25T03:00:00+01:00");
+    EXPECT_EQ(read(cairo, "2026-10-29T23:30"), "2026-10-29T23:30:00+03:00");
+}
+
+TEST(ParseDate, ABareDayBeginsAtItsFirstInstantAlsoWhereThereIsNoMidnight) {
+    // Cairo's clock goes from 00:00 to 01:00 on the last Friday of April.
+    EXPECT_EQ(read(cairo, "2026-04-24"), "2026-04-24T01:00:00+03:00");
+    EXPECT_EQ(read(cairo, "2026-04-23"), "2026-04-23T00:00:00+02:00");
+    EXPECT_EQ(read(cairo, "2026-04-25"), "2026-04-25T00:00:00+03:00");
+    // Apia went over the whole of 30 December 2011.
+    EXPECT_EQ(read(apia, "2011-12-30"), "2011-12-31T00:00:00+14:00");
+    EXPECT_EQ(read(apia, "2011-12-29"), "2011-12-29T00:00:00-10:00");
+    EXPECT_EQ(read(apia, "2011-12-31"), "2011-12-31T00:00:00+14:00");
+}
+
+TEST(ParseDate, EveryHourOfAYearReadsBackAsItself) {
+    for (const char* zone : {berlin, cairo, apia, "America/New_York", "Asia/Kolkata"}) {
+        const ScopedVariable variable{"TZ", zone};
+        const auto start = *parseDate("2026-01-01");
+        for (int hour = 0; hour < 366 * 24; ++hour) {
+            const Instant instant = start + std::chrono::hours{hour};
+            ASSERT_EQ(parseDate(dateText(instant)), instant) << dateText(instant);
+            // Without its offset the text means this instant, or its twin an hour earlier.
+            const auto local = parseDate(dateText(instant).substr(0, 19));
+            ASSERT_TRUE(local == instant || local == instant - std::chrono::hours{1})
+                << zone << dateText(instant);
+        }
+    }
+}
+
+TEST(DateText, WritesOffsetsAndDropsMilliseconds) {
+    const ScopedVariable zone{"TZ", "Asia/Kolkata"};
+    const auto instant = *parseDate("2026-10-14T13:00:00Z") + std::chrono::milliseconds{999};
+    EXPECT_EQ(dateText(instant), "2026-10-14T18:30:00+05:30");
+    const ScopedVariable west{"TZ", "America/St_Johns"};
+    EXPECT_EQ(dateText(instant), "2026-10-14T10:30:00-02:30");
+}
+
+TEST(DateText, NamesTheSameInstantAlsoWhereAnOffsetHasSeconds) {
+    const ScopedVariable zone{"TZ", berlin}; // +00:53:28 until 1893
+    const auto instant = *parseDate("1850-01-01T00:00:00Z");
+    EXPECT_EQ(parseDate(dateText(instant)), instant);
+}
+
+TEST(DateText, FollowsAZoneThatChangesWhileTheProgramRuns) {
+    const auto instant = *parseDate("2026-10-14T13:00:00Z");
+    {
+        const ScopedVariable zone{"TZ", berlin};
+        EXPECT_EQ(dateText(instant), "2026-10-14T15:00:00+02:00");
+    }
+    const ScopedVariable zone{"TZ", "Asia/Tokyo"};
+    EXPECT_EQ(dateText(instant), "2026-10-14T22:00:00+09:00");
+}
+
+TEST(StartOfToday, IsTheFirstInstantOfTheDayThatIsNow) {
+    const ScopedVariable zone{"TZ", berlin};
+    const Instant today = startOfToday();
+    const auto now = std::chrono::system_clock::now();
+    EXPECT_LE(today, now);
+    EXPECT_LT(now - today, std::chrono::hours{25});
+    EXPECT_EQ(wallTime(today).hour, 0);
+}

@@ -1,0 +1,44 @@
+#include "velmiro_mcp/base/DescriptorLimit.hpp"
+
+#include <algorithm>
+#include <atomic>
+#include <sys/resource.h>
+
+namespace velmiro {
+namespace {
+
+/// What a system takes that gives no end as its hard limit, yet refuses that as a soft one.
+constexpr rlim_t enoughForMost = 10'240;
+
+/// The soft limit before it was first raised; without end where there is nothing to give back.
+std::atomic<rlim_t> original{RLIM_INFINITY};
+
+} // namespace
+
+void raiseDescriptorLimit() noexcept {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return;
+    }
+    const rlim_t before = limit.rlim_cur;
+    limit.rlim_cur = limit.rlim_max;
+    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        limit.rlim_cur = std::max(before, enoughForMost);
+        if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+            return;
+        }
+    }
+    rlim_t nothing = RLIM_INFINITY;
+    original.compare_exchange_strong(nothing, before);
+}
+
+void restoreDescriptorLimit() noexcept {
+    rlimit limit{};
+    const rlim_t before = original;
+    if (before != RLIM_INFINITY && ::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = before;
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+} // namespace velmiro

@@ -1,0 +1,275 @@
+#include "velmiro_mcp/services/EventStore.hpp"
+
+#include "MCPStdio/MCPTool.hpp"
+#include "MCPStdio/concurrency/Continuation.hpp"
+#include "MCPStdio/concurrency/Mutex.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+namespace velmiro {
+namespace {
+
+using MCPStdio::JSONValue;
+using MCPStdio::MCPToolError;
+using MCPStdio::Task;
+
+constexpr std::size_t mostEvents = 200;
+constexpr std::size_t mostReminders = 300;
+constexpr std::size_t longestEventNotes = 500; // in characters as the user counts them
+constexpr std::size_t longestReminderNotes = 300;
+
+/// How messages speak of a type of items.
+struct Wording {
+    std::string_view access;   ///< the section of the settings
+    std::string_view calendar; ///< what holds such items
+};
+
+Wording wordingFor(EntityType type) {
+    return type == EntityType::event ? Wording{"Calendars", "calendar"}
+                                     : Wording{"Reminders", "list"};
+}
+
+std::string dateTextOrEmpty(const std::optional<Instant>& date) {
+    return date ? dateText(*date) : std::string{};
+}
+
+void addIfNotEmpty(JSONValue& record, std::string_view key,
+                   const std::optional<std::string>& text) {
+    if (text && !text->empty()) {
+        record.set(key, *text);
+    }
+}
+
+void addNotes(JSONValue& record, const std::optional<std::string>& notes, std::size_t longest) {
+    if (notes && !notes->empty()) {
+        record.set("notes", firstCharacters(*notes, longest));
+    }
+}
+
+JSONValue eventRecord(const Event& event) {
+    auto record = JSONValue::object({
+        {"id", event.identifier},
+        {"title", event.title.value_or("")},
+        {"start", dateTextOrEmpty(event.start)},
+        {"end", dateTextOrEmpty(event.end)},
+        {"all_day", event.allDay},
+        {"calendar", event.calendar.value_or("")},
+    });
+    addIfNotEmpty(record, "location", event.location);
+    addNotes(record, event.notes, longestEventNotes);
+    return record;
+}
+
+JSONValue reminderRecord(const Reminder& reminder) {
+    auto record = JSONValue::object({
+        {"id", reminder.identifier},
+        {"title", reminder.title.value_or("")},
+        {"list", reminder.list.value_or("")},
+        {"completed", reminder.completed},
+        {"priority", reminder.priority},
+    });
+    if (reminder.due) {
+        record.set("due", dateText(*reminder.due));
+    }
+    addNotes(record, reminder.notes, longestReminderNotes);
+    return record;
+}
+
+MCPToolError noReminder(const std::string& identifier) {
+    return MCPToolError{"no reminder with id " + identifier};
+}
+
+using Found = std::optional<std::vector<Reminder>>;
+
+/// A fetch that somebody waits for: ended once, by its answer or by the time. Shared by the
+/// database's callback and the watchdog; whoever comes late finds nobody waiting.
+class PendingFetch {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    explicit PendingFetch(MCPStdio::Continuation<Found> waiting) : waiting_{std::move(waiting)} {}
+
+    void answer(Found found) {
+        if (auto waiting = take()) {
+            waiting->resume(std::move(found));
+        }
+    }
+    void fail(std::exception_ptr error) {
+        if (auto waiting = take()) {
+            waiting->fail(std::move(error));
+        }
+    }
+    [[nodiscard]] bool isWaiting() {
+        const MCPStdio::MutexLock lock{mutex_};
+        return waiting_.has_value();
+    }
+    /// Blocks the thread until the fetch has ended, which it does at `deadline` at the latest.
+    void giveUpAt(Time deadline) {
+        {
+            const MCPStdio::MutexLock lock{mutex_};
+            while (waiting_ && std::chrono::steady_clock::now() < deadline) {
+                ended_.waitUntil(mutex_, deadline);
+            }
+        }
+        fail(std::make_exception_ptr(
+            MCPToolError{"Reminders did not answer in time. Try again later."}));
+    }
+
+private:
+    using Waiting = std::optional<MCPStdio::Continuation<Found>>;
+
+    /// Who waits, for the first who asks.
+    Waiting take() {
+        const MCPStdio::MutexLock lock{mutex_};
+        Waiting taken;
+        if (waiting_) {
+            taken.emplace(std::move(*waiting_));
+            waiting_.reset();
+            ended_.notifyOne();
+        }
+        return taken;
+    }
+
+    MCPStdio::Mutex mutex_;
+    MCPStdio::Condition ended_;
+    Waiting waiting_ GUARDED_BY(mutex_);
+};
+
+} // namespace
+
+EventStore& EventStore::shared() {
+    static auto* const store = new EventStore{openEventDatabase()}; // outlives every thread
+    return *store;
+}
+
+/// Throws unless the user gave full access. It is never asked for here: that is the host's part.
+void EventStore::checkAccess(EntityType type) {
+    if (store_->authorizationStatus(type) != AuthorizationStatus::fullAccess) {
+        throw MCPToolError{"Velmiro has no full access to " + std::string{wordingFor(type).access} +
+                           ". Ask the user to turn it on in Velmiro › Settings › Connectors."};
+    }
+}
+
+/// The first calendar with this title; nothing when no name was given. Throws when none has it.
+std::optional<Calendar> EventStore::calendarNamed(const std::optional<std::string>& name,
+                                                  EntityType type) {
+    if (!name) {
+        return std::nullopt;
+    }
+    auto calendars = store_->calendars(type);
+    std::string known;
+    std::string_view separator;
+    for (Calendar& calendar : calendars) {
+        if (equalIgnoringCase(calendar.title, *name)) {
+            return std::move(calendar);
+        }
+        known.append(std::exchange(separator, ", ")).append(calendar.title);
+    }
+    throw MCPToolError{"no " + std::string{wordingFor(type).calendar} + " named ‘" + *name +
+                       "’. Known: " + known};
+}
+
+Task<JSONValue> EventStore::events(Instant start, Instant end,
+                                   std::optional<std::string> calendarName) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::event);
+    const auto calendar = calendarNamed(calendarName, EntityType::event);
+    auto found = store_->events(start, end, calendar ? &*calendar : nullptr);
+    std::ranges::stable_sort(found, {}, &Event::start);
+    found.resize(std::min(found.size(), mostEvents));
+    auto records = JSONValue::array();
+    for (const Event& event : found) {
+        records.append(eventRecord(event));
+    }
+    co_return std::move(records);
+}
+
+Task<std::string> EventStore::createEvent(NewEvent event, std::optional<std::string> calendarName) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::event);
+    auto calendar = calendarNamed(calendarName, EntityType::event);
+    if (!calendar) {
+        calendar = store_->defaultCalendarForNewEvents();
+    }
+    if (!calendar) {
+        throw MCPToolError{"there is no calendar to add to"};
+    }
+    co_return store_->saveEvent(event, *calendar);
+}
+
+/// Waits for the database's callback, for which no answer counts as no reminders. A database that
+/// never calls back would hold the store, and the end of the program, for good.
+Task<std::vector<Reminder>> EventStore::fetched(ReminderQuery query) {
+    const auto fetch = [this, query, patience = patience_](MCPStdio::Continuation<Found> waiting) {
+        const auto pending = std::make_shared<PendingFetch>(std::move(waiting));
+        try {
+            store_->fetchReminders(query,
+                                   [pending](Found found) { pending->answer(std::move(found)); });
+        } catch (...) {
+            pending->fail(std::current_exception());
+        }
+        if (pending->isWaiting()) {
+            const auto deadline = std::chrono::steady_clock::now() + patience;
+            MCPStdio::DispatchQueue::global().asyncBlocking(
+                [pending, deadline] { pending->giveUpAt(deadline); });
+        }
+    };
+    auto found = co_await MCPStdio::withContinuation<Found>(fetch);
+    co_return std::move(found).value_or(std::vector<Reminder>{});
+}
+
+Task<JSONValue> EventStore::reminders(std::optional<std::string> listName, bool includeCompleted,
+                                      std::optional<Instant> dueBefore) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::reminder);
+    const auto list = calendarNamed(listName, EntityType::reminder);
+    auto fetching = fetched({includeCompleted, dueBefore, list ? &*list : nullptr, mostReminders});
+    const auto found = co_await std::move(fetching);
+    auto records = JSONValue::array();
+    for (const Reminder& reminder : found) {
+        records.append(reminderRecord(reminder));
+    }
+    co_return std::move(records);
+}
+
+Task<std::string> EventStore::createReminder(NewReminder reminder,
+                                             std::optional<std::string> listName) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::reminder);
+    auto list = calendarNamed(listName, EntityType::reminder);
+    if (!list) {
+        list = store_->defaultListForNewReminders();
+    }
+    if (!list) {
+        throw MCPToolError{"there is no reminders list to add to"};
+    }
+    if (reminder.due) {
+        reminder.due = std::chrono::floor<std::chrono::minutes>(*reminder.due);
+    }
+    co_return store_->saveReminder(reminder, *list);
+}
+
+Task<EventStore::ReminderTitle> EventStore::reminderTitle(std::string identifier) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::reminder);
+    const auto reminder = store_->reminder(identifier);
+    if (!reminder) {
+        throw noReminder(identifier);
+    }
+    ReminderTitle found{reminder->title.value_or(""), reminder->place};
+    co_return found;
+}
+
+Task<void> EventStore::completeReminder(std::string identifier, std::string place) {
+    const auto turn = co_await actor_.enter();
+    checkAccess(EntityType::reminder);
+    if (!store_->completeReminder(identifier, place)) {
+        throw noReminder(identifier);
+    }
+}
+
+} // namespace velmiro

@@ -1,0 +1,140 @@
+#include "velmiro_mcp/services/ScriptRunner.hpp"
+
+#include "MCPStdio/MCPTool.hpp"
+#include "MCPStdio/concurrency/Continuation.hpp"
+#include "MCPStdio/text/UTF8.hpp"
+#include "velmiro_mcp/base/Text.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/services/Subprocess.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace velmiro {
+namespace {
+
+using MCPStdio::JSONValue;
+using MCPStdio::MCPToolError;
+using std::chrono::milliseconds;
+
+/// How long to wait before asking the system again for what it has run out of.
+constexpr milliseconds pauseBetweenStarts{10};
+
+[[noreturn]] void failToStart(const std::string& reason) {
+    throw MCPToolError{"osascript could not start: " + reason};
+}
+
+/// Whether the interpreter, which parses its command line with getopt, takes this argument for an
+/// option. "-" alone is none.
+bool looksLikeOption(const std::string& argument) {
+    return argument.size() > 1 && argument.front() == '-';
+}
+
+/// The arguments are the agent's, and must not become options: a second -e would replace the
+/// script. getopt stops at the first argument that is no option, so only that one matters.
+std::vector<std::string> commandLine(const std::string& interpreter, const std::string& script,
+                                     const std::vector<std::string>& arguments) {
+    std::vector<std::string> line{interpreter, "-l", "JavaScript", "-e", script};
+    if (!arguments.empty() && looksLikeOption(arguments.front())) {
+        line.emplace_back("--");
+    }
+    line.insert(line.end(), arguments.begin(), arguments.end());
+    for (const std::string& argument : line) {
+        if (argument.find('\0') != std::string::npos) { // it would end there
+            failToStart("an argument holds a NUL character");
+        }
+    }
+    return line;
+}
+
+/// Whether the system has run out of something that others will give back.
+bool willPass(const std::error_code& error) {
+    constexpr std::array shortages{EAGAIN, EMFILE, ENFILE, ENOMEM};
+    return std::ranges::find(shortages, error.value()) != shortages.end();
+}
+
+/// In words that tell an agent what it can do.
+std::string reasonOf(const std::error_code& error) {
+    const std::string_view advice =
+        error.value() == E2BIG ? ". A text is longer than the system hands to a script: make it "
+                                 "shorter than 128 KiB, in UTF-8"
+                               : "";
+    return error.message().append(advice);
+}
+
+Subprocess start(const std::vector<std::string>& line, milliseconds patience) {
+    const auto latest = Subprocess::Clock::now() + patience;
+    while (true) {
+        try {
+            return Subprocess{line.front(), line,
+                              std::chrono::ceil<std::chrono::seconds>(patience)};
+        } catch (const std::system_error& error) {
+            if (!willPass(error.code()) || Subprocess::Clock::now() >= latest) {
+                failToStart(reasonOf(error.code()));
+            }
+        }
+        std::this_thread::sleep_for(pauseBetweenStarts);
+    }
+}
+
+JSONValue valueOf(std::string output) {
+    const std::string text = MCPStdio::repairUTF8(std::move(output));
+    const std::string_view trimmed = trim(text);
+    try {
+        return JSONValue::parse(trimmed);
+    } catch (const MCPStdio::JSONError&) {
+        return trimmed;
+    }
+}
+
+[[noreturn]] void fail(std::string error) {
+    const std::string text = MCPStdio::repairUTF8(std::move(error));
+    const std::string_view said = trim(text);
+    if (said.find("-1743") != std::string_view::npos ||
+        said.find("Not authorized") != std::string_view::npos) {
+        throw MCPToolError{"Velmiro may not control this app yet. Ask the user to allow it in "
+                           "System Settings › Privacy & Security › Automation."};
+    }
+    throw MCPToolError{said.empty() ? "the script failed" : std::string{said}};
+}
+
+/// Blocks the calling thread until the script has ended.
+JSONValue runScript(const std::vector<std::string>& line, milliseconds timeout,
+                    Places::Place& place, Places::Place& turn) {
+    Subprocess process = start(line, timeout);
+    turn.leave();
+    process.terminateAt(Subprocess::Clock::now() + timeout, [&] { place.leave(); });
+    // One after the other: a script that fills standard error before it has closed its output is
+    // ended by the timeout.
+    std::string output = process.readOutputToEnd();
+    std::string error = process.readErrorToEnd();
+    if (!process.waitUntilExit()) {
+        fail(std::move(error));
+    }
+    return valueOf(std::move(output));
+}
+
+} // namespace
+
+ScriptRunner& ScriptRunner::shared() {
+    static auto* const runner = new ScriptRunner{osascriptPath()};
+    return *runner;
+}
+
+MCPStdio::Task<JSONValue> ScriptRunner::run(std::string script, std::vector<std::string> arguments,
+                                            milliseconds timeout) {
+    const auto line = commandLine(interpreter_, script, arguments);
+    auto entering = running_.enter();
+    auto place = co_await entering;
+    auto queueing = starting_.enter();
+    auto turn = co_await queueing;
+    auto running = MCPStdio::blocking([&] { return runScript(line, timeout, place, turn); });
+    auto value = co_await running;
+    co_return value;
+}
+
+} // namespace velmiro

@@ -1,0 +1,148 @@
+#include "velmiro_mcp/services/Subprocess.hpp"
+
+#include "velmiro_mcp/ports/Platform.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace velmiro {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A process that ignores its children, which it may do by inheritance, never learns how they end.
+void heedChildren() noexcept {
+    struct sigaction action{};
+    ::sigaction(SIGCHLD, nullptr, &action);
+    if (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0) {
+        action.sa_handler = SIG_DFL;
+        action.sa_flags = 0;
+        ::sigaction(SIGCHLD, &action, nullptr);
+    }
+}
+
+} // namespace
+
+// `startProgram` lets no child have them but the one that they are for.
+Subprocess::Pipe::Pipe() {
+    if (::pipe(ends_.data()) != 0) {
+        throw std::system_error{errno, std::system_category()};
+    }
+    for (const int end : ends_) {
+        ::fcntl(end, F_SETFD, FD_CLOEXEC);
+    }
+}
+
+Subprocess::Pipe::~Pipe() {
+    ::close(ends_[0]);
+    closeWriting();
+}
+
+void Subprocess::Pipe::closeWriting() noexcept {
+    if (ends_[1] >= 0) {
+        ::close(std::exchange(ends_[1], -1));
+    }
+}
+
+Subprocess::Subprocess(const std::string& program, std::vector<std::string> arguments,
+                       std::chrono::seconds longest) {
+    heedChildren();
+    child_ =
+        startProgram(program, std::move(arguments), output_.writing(), error_.writing(), longest);
+    output_.closeWriting();
+    error_.closeWriting();
+}
+
+Subprocess::~Subprocess() {
+    if (!reaped_) {
+        ::kill(child_, SIGTERM);
+        reap();
+    }
+}
+
+void Subprocess::terminateAt(Clock::time_point deadline, std::function<void()> passed) {
+    deadline_ = deadline;
+    passed_ = std::move(passed);
+}
+
+std::string Subprocess::readToEnd(const Pipe& pipe) {
+    std::string text;
+    std::array<char, 65'536> chunk{}; // as much as a pipe holds
+    while (true) {
+        awaitReadable(pipe.reading());
+        const ssize_t count = ::read(pipe.reading(), chunk.data(), chunk.size());
+        if (count > 0) {
+            text.append(chunk.data(), static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return text;
+        }
+    }
+}
+
+bool Subprocess::waitUntilExit() {
+    if (isRunning()) {
+        const int exit = openExitDescriptor(child_);
+        if (exit >= 0) {
+            awaitReadable(exit);
+            ::close(exit);
+        }
+        while (isRunning()) { // no descriptor was to be had
+            static_cast<void>(untilDeadline());
+            std::this_thread::sleep_for(10ms);
+        }
+    }
+    const int status = reap();
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// Returns, without a reason now and then, when there is something to read, or the end.
+void Subprocess::awaitReadable(int descriptor) {
+    pollfd readable{descriptor, POLLIN, 0};
+    while (::poll(&readable, 1, untilDeadline()) <= 0) {
+    }
+}
+
+/// The milliseconds that are left, or -1 when the deadline, should there be one, has passed and
+/// what it demands is done.
+int Subprocess::untilDeadline() {
+    if (deadline_ == Clock::time_point::max()) {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
+    if (left > 0ms) {
+        return static_cast<int>(std::min(left, std::chrono::milliseconds{1h}).count());
+    }
+    deadline_ = Clock::time_point::max();
+    if (isRunning()) {
+        ::kill(child_, SIGTERM);
+    }
+    if (const auto passed = std::exchange(passed_, nullptr)) {
+        passed();
+    }
+    return -1;
+}
+
+bool Subprocess::isRunning() const noexcept {
+    siginfo_t ended{};
+    const int result =
+        ::waitid(P_PID, static_cast<id_t>(child_), &ended, WEXITED | WNOHANG | WNOWAIT);
+    return result == 0 && ended.si_pid == 0;
+}
+
+int Subprocess::reap() noexcept {
+    int status = -1;
+    while (::waitpid(child_, &status, 0) < 0 && errno == EINTR) {
+    }
+    reaped_ = true;
+    return status;
+}
+
+} // namespace velmiro

@@ -1,7 +1,7 @@
 #include "velmiro_mcp/platform/local/LocalStores.hpp"
 
-#include "velmiro_mcp/platform/local/ContactFolders.hpp"
-#include "velmiro_mcp/platform/local/LocalFolders.hpp"
+#include "velmiro_mcp/platform/local/contacts/ContactFolders.hpp"
+#include "velmiro_mcp/platform/local/files/LocalFolders.hpp"
 
 #include <algorithm>
 #include <semaphore>

@@ -1,8 +1,8 @@
 #include "velmiro_mcp/ports/Platform.hpp"
 
-#include "velmiro_mcp/platform/local/Locale.hpp"
-#include "velmiro_mcp/platform/local/UTF16.hpp"
-#include "velmiro_mcp/platform/local/UserClock.hpp"
+#include "velmiro_mcp/platform/local/libraries/Locale.hpp"
+#include "velmiro_mcp/platform/local/libraries/UTF16.hpp"
+#include "velmiro_mcp/platform/local/time/UserClock.hpp"
 
 #include <array>
 #include <cstdint>

@@ -1,16 +1,16 @@
 #include "velmiro_mcp/platform/local/LocalStores.hpp"
 
-#include "velmiro_mcp/platform/local/CalendarFiles.hpp"
-#include "velmiro_mcp/platform/local/EventText.hpp"
-#include "velmiro_mcp/platform/local/FileCreation.hpp"
-#include "velmiro_mcp/platform/local/FileReplacement.hpp"
-#include "velmiro_mcp/platform/local/Files.hpp"
-#include "velmiro_mcp/platform/local/LocalFolders.hpp"
-#include "velmiro_mcp/platform/local/OccurrenceList.hpp"
-#include "velmiro_mcp/platform/local/Random.hpp"
-#include "velmiro_mcp/platform/local/ReminderCompletion.hpp"
-#include "velmiro_mcp/platform/local/ReminderText.hpp"
-#include "velmiro_mcp/platform/local/Vdir.hpp"
+#include "velmiro_mcp/platform/local/calendars/CalendarFiles.hpp"
+#include "velmiro_mcp/platform/local/calendars/OccurrenceList.hpp"
+#include "velmiro_mcp/platform/local/editing/EventText.hpp"
+#include "velmiro_mcp/platform/local/editing/ReminderCompletion.hpp"
+#include "velmiro_mcp/platform/local/editing/ReminderText.hpp"
+#include "velmiro_mcp/platform/local/files/FileCreation.hpp"
+#include "velmiro_mcp/platform/local/files/FileReplacement.hpp"
+#include "velmiro_mcp/platform/local/files/Files.hpp"
+#include "velmiro_mcp/platform/local/files/LocalFolders.hpp"
+#include "velmiro_mcp/platform/local/files/Random.hpp"
+#include "velmiro_mcp/platform/local/files/Vdir.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
 #include "velmiro_mcp/ports/Platform.hpp"
 
-#include "velmiro_mcp/platform/local/Locale.hpp"
-#include "velmiro_mcp/platform/local/UTF16.hpp"
+#include "velmiro_mcp/platform/local/libraries/Locale.hpp"
+#include "velmiro_mcp/platform/local/libraries/UTF16.hpp"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "velmiro_mcp/ports/Platform.hpp"
 
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
-#include "velmiro_mcp/platform/local/Files.hpp"
+#include "velmiro_mcp/platform/local/files/Files.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/ports/Platform.hpp"
 
-#include "velmiro_mcp/platform/local/LocalFolders.hpp"
+#include "velmiro_mcp/platform/local/files/LocalFolders.hpp"
 
 namespace velmiro {
 

@@ -1,4 +1,4 @@
-#include "Support.hpp"
+#include "tests/velmiro_mcp/platform/local/Support.hpp"
 
 #include "velmiro_mcp/base/Dates.hpp"
 

@@ -1,7 +1,7 @@
-#include "Support.hpp"
+#include "tests/velmiro_mcp/platform/local/Support.hpp"
 
 #include "velmiro_mcp/base/Dates.hpp"
-#include "velmiro_mcp/platform/local/Locale.hpp"
+#include "velmiro_mcp/platform/local/libraries/Locale.hpp"
 
 #include <gtest/gtest.h>
 

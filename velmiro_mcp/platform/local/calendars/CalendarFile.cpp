@@ -1,0 +1,180 @@
+#include "velmiro_mcp/platform/local/calendars/CalendarFile.hpp"
+
+#include "MCPStdio/text/UTF8.hpp"
+#include "velmiro_mcp/platform/local/calendars/Versions.hpp"
+#include "velmiro_mcp/platform/local/zones/FileZones.hpp"
+
+#include <set>
+
+namespace velmiro::local {
+namespace {
+
+/// Gives the items without UID their identifiers: the file's name for the first, then numbered.
+class Names {
+public:
+    explicit Names(const std::string& file) : file_{MCPStdio::repairUTF8(file)} {}
+
+    template <typename Item>
+    void complete(Item& item) {
+        if (!item.hasUID) {
+            ++given_;
+            item.identifier = given_ == 1 ? file_ : file_ + "#" + std::to_string(given_);
+        }
+    }
+
+private:
+    std::string file_;
+    int given_ = 0;
+};
+
+class FileReader {
+public:
+    FileReader(const std::string& name, ZoneCatalogue& catalogue, WorkBudget& budget)
+        : names_{name},
+          zones_{catalogue, budget} {}
+
+    /// Zones first, for a component may name one that is described after it.
+    void read(const std::vector<Component>& components) {
+        zones_.learn(components);
+        const ZoneFinder finder = zones_.finder();
+        for (const Component& component : components) {
+            if (component.is("VCALENDAR")) {
+                read(component.parts);
+            } else if (!component.complete) {
+                continue;
+            } else if (component.is("VEVENT")) {
+                if (auto event = readEvent(component, finder)) {
+                    names_.complete(*event);
+                    file_.events.push_back(std::move(*event));
+                    eventComponents_.push_back(&component);
+                }
+            } else if (component.is("VTODO")) {
+                file_.reminders.push_back(readReminder(component, finder));
+                names_.complete(file_.reminders.back());
+                reminderComponents_.push_back(&component);
+            }
+        }
+    }
+
+    CalendarFile take() {
+        dropSupersededEvents();
+        markSupersededReminders();
+        return std::move(file_);
+    }
+
+private:
+    /// A version that cancels an event as a whole takes all that the others say of it with it.
+    void dropSupersededEvents() {
+        std::vector<StoredEvent>& events = file_.events;
+        std::vector<ItemVersion> versions;
+        for (std::size_t index = 0; index < events.size(); ++index) {
+            const StoredEvent& event = events[index];
+            versions.push_back({event.hasUID ? event.identifier : std::string_view{},
+                                event.replaces, eventComponents_[index]});
+        }
+        const std::vector<bool> superseded = supersededVersions(versions);
+        std::set<std::string> withVersions;
+        std::set<std::string> cancelled;
+        for (std::size_t index = 0; index < events.size(); ++index) {
+            if (superseded[index] && !events[index].replaces) {
+                withVersions.insert(events[index].identifier);
+            }
+        }
+        for (std::size_t index = 0; index < events.size(); ++index) {
+            const StoredEvent& event = events[index];
+            if (!superseded[index] && event.cancelled && !event.replaces &&
+                withVersions.contains(event.identifier)) {
+                cancelled.insert(event.identifier);
+            }
+        }
+        std::size_t index = 0;
+        std::erase_if(events, [&](const StoredEvent& event) {
+            return superseded[index++] || !event.hasStart ||
+                   (event.hasUID && cancelled.contains(event.identifier));
+        });
+    }
+
+    void markSupersededReminders() {
+        std::vector<StoredReminder>& reminders = file_.reminders;
+        std::vector<ItemVersion> versions;
+        for (std::size_t index = 0; index < reminders.size(); ++index) {
+            const StoredReminder& reminder = reminders[index];
+            const bool isWhole = reminder.hasUID && !reminder.isOverride;
+            versions.push_back({isWhole ? reminder.identifier : std::string_view{}, std::nullopt,
+                                reminderComponents_[index]});
+        }
+        const std::vector<bool> superseded = supersededVersions(versions);
+        for (std::size_t index = 0; index < reminders.size(); ++index) {
+            reminders[index].isSuperseded = superseded[index];
+        }
+    }
+
+    Names names_;
+    FileZones zones_;
+    CalendarFile file_;
+    std::vector<const Component*> eventComponents_;
+    std::vector<const Component*> reminderComponents_;
+};
+
+void collectReminders(const std::vector<Component>& components, const Component* calendar,
+                      std::vector<ReminderPlace>& places) {
+    for (const Component& component : components) {
+        if (component.is("VCALENDAR")) {
+            collectReminders(component.parts, &component, places);
+        } else if (component.is("VTODO") && component.complete) {
+            places.push_back({&component, calendar});
+        }
+    }
+}
+
+std::size_t memoryOf(const std::optional<std::string>& text) {
+    return text ? text->capacity() : 0;
+}
+
+std::size_t memoryOf(const StoredEvent& event) {
+    constexpr std::size_t listsOfRule = 256;
+    return sizeof event + event.identifier.capacity() + memoryOf(event.title) +
+           memoryOf(event.location) + memoryOf(event.notes) +
+           (event.rules.size() + event.exceptionRules.size()) *
+               (sizeof(RecurrenceRule) + listsOfRule) +
+           (event.added.size() + event.removed.size()) * sizeof(AddedTime);
+}
+
+std::size_t memoryOf(const StoredReminder& reminder) {
+    return sizeof reminder + reminder.identifier.capacity() + memoryOf(reminder.title) +
+           memoryOf(reminder.notes);
+}
+
+} // namespace
+
+CalendarFile readCalendarFile(std::string bytes, const std::string& name, ZoneCatalogue& zones) {
+    constexpr std::uint64_t stepsOfAnyFile = 500'000; // some twenty zones with all their history
+    const std::string text = unfoldedText(std::move(bytes));
+    // Zones cost something to look up, so a larger file, which can hold more of them, may do more.
+    WorkBudget budget{stepsOfAnyFile + text.size()};
+    const std::vector<Component> components = readComponents(text);
+    FileReader reader{name, zones, budget};
+    reader.read(components);
+    CalendarFile file = reader.take();
+    file.steps = budget.spent();
+    return file;
+}
+
+std::vector<ReminderPlace> reminderPlaces(const std::vector<Component>& components) {
+    std::vector<ReminderPlace> places;
+    collectReminders(components, nullptr, places);
+    return places;
+}
+
+std::size_t memoryOf(const CalendarFile& file) {
+    std::size_t memory = sizeof file;
+    for (const StoredEvent& event : file.events) {
+        memory += memoryOf(event);
+    }
+    for (const StoredReminder& reminder : file.reminders) {
+        memory += memoryOf(reminder);
+    }
+    return memory;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "velmiro_mcp/platform/local/calendars/StoredEvent.hpp"
+#include "velmiro_mcp/platform/local/calendars/StoredReminder.hpp"
+#include "velmiro_mcp/platform/local/zones/ZoneCatalogue.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace velmiro::local {
+
+/// What a file of the iCalendar format holds.
+struct CalendarFile {
+    std::vector<StoredEvent> events;
+    std::vector<StoredReminder> reminders;
+    std::uint64_t steps = 0; ///< the work that reading it took
+};
+
+/// Reads every VEVENT and VTODO of a file: in whatever number of calendars, or in none. One that is
+/// cut off at the end of the file, and an event without readable start, is passed over. `name` is
+/// the file's name, for identifiers of items that have none.
+CalendarFile readCalendarFile(std::string bytes, const std::string& name, ZoneCatalogue& zones);
+
+/// A VTODO, and the VCALENDAR that it lies in, if any.
+struct ReminderPlace {
+    const Component* reminder;
+    const Component* calendar;
+};
+
+/// The VTODOs that `readCalendarFile` reads, in its order. The components must stay where they are.
+std::vector<ReminderPlace> reminderPlaces(const std::vector<Component>& components);
+
+std::size_t memoryOf(const CalendarFile& file);
+
+} // namespace velmiro::local

@@ -1,0 +1,208 @@
+#include "velmiro_mcp/platform/local/calendars/Series.hpp"
+
+#include "velmiro_mcp/platform/local/calendars/Exclusions.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+// A series is worked out in the civil time of its start, a little beyond the wanted range, and only
+// then turned into instants, which decide: about the range, UNTIL, and what takes whose place.
+
+namespace velmiro::local {
+namespace {
+
+using std::chrono::days;
+using std::chrono::seconds;
+
+/// More than any zone is away from another.
+constexpr days slack{2};
+
+/// Whether an occurrence is not after UNTIL. A date includes all of that day. A time in UTC is
+/// compared as an instant; for all-day events, at 00:00 UTC, as the date it most likely stands for.
+bool isWithin(const Moment& until, const Moment& moment, Instant start, UserClock& clock) {
+    if (until.isDate) {
+        return dayOf(moment.civil) <= until.civil;
+    }
+    const bool isDateInUTC = moment.isDate && until.civil == dayOf(until.civil);
+    return until.zone && !isDateInUTC ? start <= clock.instantOf(until)
+                                      : moment.civil <= until.civil;
+}
+
+class Series {
+public:
+    Series(const StoredEvent& event, const TimeRange& range, UserClock& clock, WorkBudget& budget)
+        : event_{event},
+          start_{event.start},
+          range_{range},
+          clock_{clock},
+          budget_{budget},
+          span_{spanOf(start_, event.end, event.duration, clock)} {
+        const CivilDay last{std::chrono::year{10'000} / 12 / 31};
+        const CivilTime asked{std::chrono::floor<seconds>(range.start).time_since_epoch()};
+        from_ = std::max(start_.civil, asked - slack - span_.days - span_.time);
+        to_ = std::min<CivilTime>(
+            last, CivilTime{std::chrono::floor<seconds>(range.end).time_since_epoch()} + slack);
+    }
+
+    std::vector<Occurrence> run(std::span<const StoredEvent* const> replacements) {
+        const Exclusions excluded = exclusions(replacements);
+        add(start_, span_);
+        for (const RecurrenceRule& rule : event_.rules) {
+            for (const Moment& moment : timesOf(rule)) {
+                add(moment, span_);
+            }
+        }
+        for (const AddedTime& time : event_.added) {
+            if (time.start.civil <= to_ && budget_.spend()) {
+                addExtra(time);
+            }
+        }
+        return remaining(excluded);
+    }
+
+private:
+    struct Candidate {
+        Occurrence occurrence;
+        CivilTime civil;
+        std::size_t order; // of those that start at once the first is the one
+    };
+
+    void add(const Moment& moment, const Span& span) {
+        const Instant start = clock_.instantOf(moment);
+        const Instant end = endOf(moment, span, clock_);
+        if (range_.overlaps(start, end)) {
+            const CivilTime civil = moment.isDate || moment.zone == start_.zone
+                                        ? moment.civil
+                                        : UserClock::civil(start, start_.zone.get());
+            found_.push_back({{&event_, start, end}, civil, found_.size()});
+        }
+    }
+
+    /// A rule's times near the range and up to its UNTIL.
+    std::vector<Moment> timesOf(const RecurrenceRule& rule) {
+        const CivilTime to = rule.until ? std::min(to_, rule.until->civil + slack) : to_;
+        std::vector<Moment> times;
+        for (const CivilTime civil : recurrences(rule, start_.civil, from_, to, budget_)) {
+            const Moment moment{civil, start_.isDate, start_.zone};
+            if (!rule.until || isWithin(*rule.until, moment, clock_.instantOf(moment), clock_)) {
+                times.push_back(moment);
+            }
+        }
+        return times;
+    }
+
+    /// A time without a zone, in a property that speaks of the series, is on the clock of the
+    /// series.
+    [[nodiscard]] Moment onClockOfSeries(Moment moment) const {
+        if (!moment.isDate && !moment.zone) {
+            moment.zone = start_.zone;
+        }
+        return moment;
+    }
+
+    /// An RDATE. One of another kind than the start is taken for what it must mean: the day, or
+    /// that day at the usual time.
+    void addExtra(const AddedTime& time) {
+        Moment moment = onClockOfSeries(time.start);
+        if (start_.isDate) {
+            moment = {dayOf(moment.civil), true, nullptr};
+        } else if (moment.isDate) {
+            moment = {moment.civil + (start_.civil - dayOf(start_.civil)), false, start_.zone};
+        }
+        const bool own = time.end || time.duration;
+        add(moment, own ? spanOf(moment, time.end, time.duration, clock_) : span_);
+    }
+
+    Exclusions exclusions(std::span<const StoredEvent* const> replacements) {
+        Exclusions excluded{start_.isDate, from_ - slack, to_, clock_, budget_};
+        for (const AddedTime& time : event_.removed) {
+            excluded.add(onClockOfSeries(time.start));
+        }
+        for (const RecurrenceRule& rule : event_.exceptionRules) {
+            for (const Moment& moment : timesOf(rule)) {
+                excluded.add(moment);
+            }
+        }
+        for (const StoredEvent* replacement : replacements) {
+            if (!replacement->replaces) {
+                continue;
+            }
+            // What else a change says of all later occurrences cannot be known from it; it is
+            // taken for the one occurrence that it names.
+            const Moment replaced = onClockOfSeries(*replacement->replaces);
+            if (replacement->cancelled && replacement->andFuture) {
+                excluded.addAllFrom(replaced);
+            } else {
+                excluded.add(replaced);
+            }
+        }
+        excluded.finish();
+        return excluded;
+    }
+
+    std::vector<Occurrence> remaining(const Exclusions& excluded) {
+        const auto startOf = [](const Candidate& candidate) { return candidate.occurrence.start; };
+        std::ranges::sort(found_, {}, [](const Candidate& candidate) {
+            return std::pair{candidate.occurrence.start, candidate.order};
+        });
+        found_.erase(std::ranges::unique(found_, {}, startOf).begin(), found_.end());
+        std::vector<Occurrence> result;
+        for (const Candidate& candidate : found_) {
+            if (!excluded.contains(candidate.occurrence.start, candidate.civil)) {
+                result.push_back(candidate.occurrence);
+            }
+        }
+        return result;
+    }
+
+    const StoredEvent& event_;
+    const Moment& start_;
+    const TimeRange& range_;
+    UserClock& clock_;
+    WorkBudget& budget_;
+    Span span_;
+    CivilTime from_;
+    CivilTime to_;
+    std::vector<Candidate> found_;
+};
+
+} // namespace
+
+Span spanOf(const Moment& start, const std::optional<Moment>& end,
+            const std::optional<NominalDuration>& duration, UserClock& clock) {
+    if (start.isDate) {
+        days length{1};
+        if (end) {
+            length = std::chrono::ceil<days>(end->civil - start.civil);
+        } else if (duration) {
+            length = duration->days + std::chrono::ceil<days>(duration->time);
+        }
+        return {std::max(length, days{1}), seconds{0}};
+    }
+    if (end) {
+        const auto length =
+            std::chrono::floor<seconds>(clock.instantOf(*end) - clock.instantOf(start));
+        return {days{0}, std::max(length, seconds{0})};
+    }
+    if (duration && duration->days + duration->time > seconds{0}) {
+        return {duration->days, duration->time};
+    }
+    return {};
+}
+
+Instant endOf(const Moment& start, const Span& span, UserClock& clock) {
+    if (span.days == days{0}) {
+        return clock.instantOf(start) + span.time;
+    }
+    return clock.instantOf({start.civil + span.days, start.isDate, start.zone}) + span.time;
+}
+
+std::vector<Occurrence> seriesOccurrences(const StoredEvent& event,
+                                          std::span<const StoredEvent* const> replacements,
+                                          const TimeRange& range, UserClock& clock,
+                                          WorkBudget& budget) {
+    return Series{event, range, clock, budget}.run(replacements);
+}
+
+} // namespace velmiro::local

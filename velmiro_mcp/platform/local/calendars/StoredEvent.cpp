@@ -1,0 +1,109 @@
+#include "velmiro_mcp/platform/local/calendars/StoredEvent.hpp"
+
+#include "velmiro_mcp/platform/local/icalendar/RuleText.hpp"
+
+namespace velmiro::local {
+namespace {
+
+/// A rule of dates does not go into times of day; one that repeats more often than daily has no
+/// meaning for them.
+std::optional<RecurrenceRule> readRuleOf(const StoredEvent& event, std::string_view text) {
+    auto rule = readRule(text);
+    if (rule && event.isAllDay()) {
+        if (rule->frequency < Frequency::daily) {
+            return std::nullopt;
+        }
+        rule->hours.clear();
+        rule->minutes.clear();
+        rule->seconds.clear();
+    }
+    return rule;
+}
+
+void append(std::vector<AddedTime>& times, std::vector<AddedTime> more) {
+    times.insert(times.end(), more.begin(), more.end());
+}
+
+class EventReader {
+public:
+    EventReader(const Component& component, const ZoneFinder& zones)
+        : component_{component},
+          zones_{zones} {}
+
+    /// Returns `nullopt` when the component says of no time, and does not cancel the event either.
+    std::optional<StoredEvent> read() {
+        readTexts();
+        event_.end = moment("DTEND");
+        event_.duration = readDuration(component_);
+        if (const ContentLine* line = component_.line("STATUS")) {
+            event_.cancelled = sameWord(line->value, "CANCELLED");
+        }
+        if (const ContentLine* line = component_.line("RECURRENCE-ID")) {
+            event_.replaces = readMoment(*line, zones_);
+            event_.andFuture = sameWord(line->parameter("RANGE"), "THISANDFUTURE");
+        }
+        auto start = moment("DTSTART");
+        if (!start && event_.cancelled) {
+            start = event_.replaces;
+            event_.hasStart = start.has_value();
+        }
+        if (!start && !event_.cancelled) {
+            return std::nullopt;
+        }
+        event_.start = start.value_or(Moment{});
+        if (!event_.replaces) {
+            readRepetition();
+        }
+        return std::move(event_);
+    }
+
+    StoredEvent readSeries(const Moment& start) {
+        event_.start = start;
+        readRepetition();
+        return std::move(event_);
+    }
+
+private:
+    void readTexts() {
+        event_.identifier = readText(component_, "UID").value_or("");
+        event_.hasUID = !event_.identifier.empty();
+        event_.title = readText(component_, "SUMMARY");
+        event_.location = readText(component_, "LOCATION");
+        event_.notes = readText(component_, "DESCRIPTION");
+    }
+
+    void readRepetition() {
+        for (const ContentLine& line : component_.lines) {
+            if (line.is("RRULE") || line.is("EXRULE")) {
+                if (auto rule = readRuleOf(event_, line.value)) {
+                    auto& rules = line.is("RRULE") ? event_.rules : event_.exceptionRules;
+                    rules.push_back(std::move(*rule));
+                }
+            } else if (line.is("RDATE")) {
+                append(event_.added, readTimes(line, zones_));
+            } else if (line.is("EXDATE")) {
+                append(event_.removed, readTimes(line, zones_));
+            }
+        }
+    }
+
+    [[nodiscard]] std::optional<Moment> moment(std::string_view name) const {
+        return readMoment(component_, name, zones_);
+    }
+
+    const Component& component_;
+    const ZoneFinder& zones_;
+    StoredEvent event_;
+};
+
+} // namespace
+
+std::optional<StoredEvent> readEvent(const Component& component, const ZoneFinder& zones) {
+    return EventReader{component, zones}.read();
+}
+
+StoredEvent readSeries(const Component& component, const Moment& start, const ZoneFinder& zones) {
+    return EventReader{component, zones}.readSeries(start);
+}
+
+} // namespace velmiro::local

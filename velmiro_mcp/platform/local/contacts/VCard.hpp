@@ -1,0 +1,49 @@
+#pragma once
+
+#include "velmiro_mcp/platform/local/contacts/VCardLines.hpp"
+#include "velmiro_mcp/ports/Platform.hpp"
+
+#include <string>
+#include <string_view>
+
+/// One card, read line by line.
+namespace velmiro::local {
+
+struct StoredContact {
+    Contact contact;
+    std::string words; ///< by which it is found, as NameQuery compares them
+};
+
+class VCard {
+public:
+    /// Reads a line about the property `name`, in the order of the card; most are not looked at.
+    void take(std::string_view name, std::string_view foldedLine);
+
+    [[nodiscard]] bool isOfGroup() const { return isGroup_; }
+
+    /// What the card says. Its identifier is empty where it has none.
+    StoredContact finish();
+
+private:
+    void readVersion(std::string_view value);
+    void readName(std::string_view value);
+    void readFormattedName(std::string_view value);
+    void readNickname(std::string_view value);
+    void readOrganization(std::string_view value);
+    void readAddress(std::string_view value);
+    void readNumber(std::string_view value);
+    void readIdentifier(std::string_view value);
+    void readKind(std::string_view value);
+    void readShownAs(std::string_view value);
+    void search(std::string_view name);
+
+    Contact contact_;
+    std::string words_;
+    std::string formattedName_;
+    Folding folding_ = Folding::addsBlank;
+    bool hasName_ = false;
+    bool isCompany_ = false;
+    bool isGroup_ = false;
+};
+
+} // namespace velmiro::local

@@ -1,0 +1,67 @@
+#include "velmiro_mcp/platform/local/editing/ComponentLines.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <set>
+
+namespace velmiro::local {
+namespace {
+
+const char* endOf(const Component& component) {
+    return component.text.data() + component.text.size();
+}
+
+/// Where a property that is not there yet belongs.
+const char* endOfProperties(const Component& component) {
+    return component.parts.empty() ? endOf(component) : component.parts.front().name.data();
+}
+
+} // namespace
+
+void setProperties(FileLines& lines, std::string_view text, const Component& component,
+                   const std::map<std::string, std::string>& properties) {
+    LineCounter counter{text};
+    const std::size_t first = counter.lineOf(component.text.data());
+    std::set<std::string> placed;
+    for (const ContentLine& line : component.lines) {
+        const auto wanted = std::ranges::find_if(
+            properties, [&](const auto& property) { return line.is(property.first); });
+        if (wanted == properties.end()) {
+            continue;
+        }
+        const std::size_t number = counter.lineOf(line.name.data());
+        if (!wanted->second.empty() && placed.insert(wanted->first).second) {
+            lines.replace(number, wanted->second);
+        } else {
+            lines.remove(number, number + 1);
+        }
+    }
+    const std::size_t end = LineCounter{text}.lineOf(endOfProperties(component));
+    const std::string lineBreak{lines.breakOf(first - 1)};
+    for (const auto& [name, line] : properties) {
+        if (!line.empty() && !placed.contains(name)) {
+            lines.insertBefore(end, line + lineBreak);
+        }
+    }
+}
+
+void keepOnly(FileLines& lines, std::string_view text, const Component& component,
+              const Component* calendar) {
+    const Component& kept = calendar != nullptr ? *calendar : component;
+    LineCounter counter{text};
+    lines.remove(0, counter.lineOf(kept.text.data()) - 1);
+    if (calendar != nullptr) {
+        for (const Component& part : calendar->parts) {
+            if (&part != &component && !part.is("VTIMEZONE")) {
+                const std::size_t first = counter.lineOf(part.text.data()) - 1;
+                // Of a part without END it is not known where it ends, but not behind the whole.
+                const bool isWhole = part.complete && endOf(part) < endOf(kept);
+                const std::size_t last = counter.lineOf(isWhole ? endOf(part) : endOf(kept));
+                lines.remove(first, isWhole ? last + 1 : last);
+            }
+        }
+    }
+    lines.remove(counter.lineOf(endOf(kept)) + 1, lines.count());
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,67 @@
+#include "velmiro_mcp/platform/local/editing/FileLines.hpp"
+
+#include <algorithm>
+
+namespace velmiro::local {
+namespace {
+
+/// Where the line that begins `text` ends: behind the first break that no blank follows.
+std::size_t lineSize(std::string_view text) {
+    std::size_t end = 0;
+    do {
+        end = text.find('\n', end);
+        if (end == std::string_view::npos) {
+            return text.size();
+        }
+        ++end;
+    } while (end < text.size() && (text[end] == ' ' || text[end] == '\t'));
+    return end;
+}
+
+} // namespace
+
+FileLines::FileLines(std::string_view bytes) {
+    while (!bytes.empty()) {
+        lines_.push_back(bytes.substr(0, lineSize(bytes)));
+        bytes.remove_prefix(lines_.back().size());
+    }
+}
+
+std::string_view FileLines::breakOf(std::size_t line) const {
+    return lines_[line].ends_with("\r\n") ? "\r\n" : "\n";
+}
+
+void FileLines::replace(std::size_t line, const std::string& text) {
+    replaced_[line] = text + std::string{breakOf(line)};
+}
+
+void FileLines::insertBefore(std::size_t line, const std::string& text) {
+    inserted_[line] += text;
+}
+
+void FileLines::remove(std::size_t first, std::size_t end) {
+    for (std::size_t line = first; line < end; ++line) {
+        replaced_[line].clear();
+    }
+}
+
+std::string FileLines::text() const {
+    std::string text;
+    for (std::size_t line = 0; line < lines_.size(); ++line) {
+        if (const auto before = inserted_.find(line); before != inserted_.end()) {
+            text += before->second;
+        }
+        const auto instead = replaced_.find(line);
+        text += instead != replaced_.end() ? std::string_view{instead->second} : lines_[line];
+    }
+    return text;
+}
+
+std::size_t LineCounter::lineOf(const char* place) {
+    const auto passed = static_cast<std::size_t>(place - text_.data());
+    line_ += static_cast<std::size_t>(std::ranges::count(text_.substr(0, passed), '\n'));
+    text_.remove_prefix(passed);
+    return line_;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,233 @@
+#include "velmiro_mcp/platform/local/files/Files.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace velmiro::local {
+namespace {
+
+std::int64_t nanoseconds(const timespec& time) {
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+FileStamp stampOf(const struct stat& about) {
+    return {about.st_dev, about.st_ino, about.st_size, nanoseconds(about.st_mtim),
+            nanoseconds(about.st_ctim)};
+}
+
+constexpr int openingFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+[[noreturn]] void fail(int error) {
+    throw std::system_error{error, std::generic_category()};
+}
+
+/// For an error by which nothing is there; throws any other.
+void heedAbsence(int error) {
+    if (!isAboutTheFile(error)) {
+        fail(error);
+    }
+}
+
+std::optional<FileStamp> stampFrom(int result, const struct stat& about) {
+    if (result != 0) {
+        heedAbsence(errno);
+        return std::nullopt;
+    }
+    return stampOf(about);
+}
+
+std::optional<std::string> readOpened(const FileDescriptor& file, std::size_t largest,
+                                      FileStamp* stamp) {
+    if (!file) {
+        heedAbsence(errno);
+        return std::nullopt;
+    }
+    return readOpenFile(file, largest, stamp);
+}
+
+bool isFolderWith(const std::string& path, int rights) {
+    struct stat about{};
+    const bool allowed = stat(path.c_str(), &about) == 0 &&
+                         faccessat(AT_FDCWD, path.c_str(), rights, AT_EACCESS) == 0;
+    if (!allowed) {
+        heedAbsence(errno);
+    }
+    return allowed && S_ISDIR(about.st_mode);
+}
+
+} // namespace
+
+bool isAboutTheFile(int error) {
+    constexpr std::array reasons{ENOENT, ENOTDIR, EACCES, EPERM,       ELOOP,
+                                 ENXIO,  ENODEV,  EROFS,  ENAMETOOLONG};
+    return std::ranges::find(reasons, error) != reasons.end();
+}
+
+OpenFolder::OpenFolder(std::string path)
+    : path_{std::move(path)},
+      descriptor_{open(path_.c_str(), openingFolder)} {
+    // Of a folder that may be read but not entered the names are to be had, and no file.
+    if (!descriptor_ || faccessat(number(), ".", R_OK | X_OK, AT_EACCESS) != 0) {
+        fail(errno);
+    }
+}
+
+std::optional<OpenFolder> openFolderIfThere(const std::string& path) {
+    try {
+        return OpenFolder{path};
+    } catch (const std::system_error& error) {
+        struct stat about{};
+        const bool isLink = lstat(path.c_str(), &about) == 0 && S_ISLNK(about.st_mode);
+        if (error.code().value() == ENOENT && !isLink) {
+            return std::nullopt;
+        }
+        throw;
+    }
+}
+
+std::vector<std::string> OpenFolder::visibleNames() const {
+    const int again = openat(number(), ".", openingFolder); // it is read from its beginning
+    const auto closeListing = [](DIR* listing) { closedir(listing); };
+    const std::unique_ptr<DIR, decltype(closeListing)> listing{
+        again < 0 ? nullptr : fdopendir(again), closeListing};
+    if (!listing) {
+        fail(errno);
+    }
+    std::vector<std::string> names;
+    for (;;) {
+        errno = 0;
+        const dirent* const entry = readdir(listing.get());
+        if (entry == nullptr) {
+            break;
+        }
+        const std::string_view name = &entry->d_name[0];
+        if (!name.starts_with('.')) {
+            names.emplace_back(name);
+        }
+    }
+    if (errno != 0) {
+        fail(errno);
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+std::optional<FileStamp> stampOf(const std::string& path) {
+    struct stat about{};
+    return stampFrom(stat(path.c_str(), &about), about);
+}
+
+std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& name) {
+    struct stat about{};
+    return stampFrom(fstatat(folder.number(), name.c_str(), &about, 0), about);
+}
+
+int openForReading(int folder, const std::string& name, int flags) {
+    // O_NONBLOCK: opening a pipe that nobody writes would wait for ever.
+    const int all = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags;
+    for (;;) {
+        const int file = openat(folder, name.c_str(), all);
+        if (file >= 0 || errno != EINTR) {
+            return file;
+        }
+    }
+}
+
+std::optional<std::string> readOpenFile(const FileDescriptor& file, std::size_t largest,
+                                        FileStamp* stamp) {
+    struct stat about{};
+    if (fstat(file.number(), &about) != 0) {
+        fail(errno);
+    }
+    if (!S_ISREG(about.st_mode) || static_cast<std::size_t>(about.st_size) > largest) {
+        return std::nullopt;
+    }
+    if (stamp != nullptr) {
+        *stamp = stampOf(about);
+    }
+    // One byte more than expected shows the end without a growing file being followed for ever.
+    std::string contents(static_cast<std::size_t>(about.st_size) + 1, '\0');
+    std::size_t length = 0;
+    while (length < contents.size()) {
+        const ssize_t count = pread(file.number(), contents.data() + length,
+                                    contents.size() - length, static_cast<off_t>(length));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            fail(errno);
+        }
+        if (count == 0) {
+            break;
+        }
+        length += static_cast<std::size_t>(count);
+    }
+    contents.resize(length);
+    return contents;
+}
+
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
+                                           FileStamp* stamp) {
+    return readOpened(FileDescriptor{openForReading(AT_FDCWD, path)}, largest, stamp);
+}
+
+std::optional<std::string> readRegularFile(const OpenFolder& folder, const std::string& name,
+                                           std::size_t largest, FileStamp* stamp) {
+    return readOpened(FileDescriptor{openForReading(folder.number(), name)}, largest, stamp);
+}
+
+std::optional<std::string> readRegularFile(const FileDescriptor& folder, const std::string& name,
+                                           std::size_t largest) {
+    return readOpened(FileDescriptor{openForReading(folder.number(), name, O_NOFOLLOW)}, largest,
+                      nullptr);
+}
+
+bool isFolder(const std::string& path) {
+    return isFolderWith(path, F_OK);
+}
+
+bool isReadableFolder(const std::string& path) {
+    return isFolderWith(path, R_OK | X_OK);
+}
+
+bool isWritableFolder(const std::string& path) {
+    return isFolderWith(path, R_OK | W_OK | X_OK);
+}
+
+bool makeFolders(const std::string& path) {
+    if (isFolder(path)) {
+        return true;
+    }
+    const std::string parent = parentOf(path);
+    if (!makeFolders(parent)) {
+        return false;
+    }
+    if (mkdir(path.c_str(), S_IRWXU) != 0) {
+        return isFolder(path); // another process made it at the same time
+    }
+    return flushFolder(parent);
+}
+
+bool flushFolder(const std::string& path) {
+    const FileDescriptor folder{open(path.c_str(), openingFolder)};
+    return folder && flushFolder(folder.number());
+}
+
+std::string parentOf(const std::string& path) {
+    return path.substr(0, std::max<std::size_t>(path.find_last_of('/'), 1));
+}
+
+bool flushFolder(int folder) {
+    return fsync(folder) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+} // namespace velmiro::local

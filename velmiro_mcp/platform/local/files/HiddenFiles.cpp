@@ -1,0 +1,118 @@
+#include "velmiro_mcp/platform/local/files/HiddenFiles.hpp"
+
+#include "velmiro_mcp/platform/local/files/Random.hpp"
+#include "velmiro_mcp/platform/local/files/Vdir.hpp"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace velmiro::local {
+namespace {
+
+constexpr std::string_view newPrefix = ".velmiro-new-";
+constexpr std::string_view asidePrefix = ".velmiro-aside-";
+constexpr std::string_view ending = ".tmp";
+
+/// FNV-1a. It tells versions of a file apart and need not withstand anybody.
+std::string digest(std::string_view contents) {
+    std::uint64_t hash = 0xcbf29ce484222325;
+    for (const char letter : contents) {
+        hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001b3;
+    }
+    std::array<char, 17> text{};
+    std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(hash));
+    return text.data();
+}
+
+bool isUnlocked(const FileDescriptor& folder, const std::string& name) {
+    const FileDescriptor file{
+        openat(folder.number(), name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC)};
+    return file && flock(file.number(), LOCK_EX | LOCK_NB) == 0;
+}
+
+bool isOfDeadMaker(const std::string& name) {
+    const pid_t maker = std::atoi(name.c_str() + asidePrefix.size());
+    return maker > 0 && kill(maker, 0) != 0 && errno == ESRCH;
+}
+
+bool holdsWhatItsNameSays(const FileDescriptor& folder, const std::string& name) {
+    try {
+        const auto contents = readRegularFile(folder, name, largestItem);
+        return contents && name.find(digest(*contents)) != std::string::npos;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+bool isLeftover(const FileDescriptor& folder, const std::string& name) {
+    if (!name.ends_with(ending)) {
+        return false;
+    }
+    if (name.starts_with(newPrefix)) {
+        return isUnlocked(folder, name);
+    }
+    return name.starts_with(asidePrefix) && isOfDeadMaker(name) &&
+           holdsWhatItsNameSays(folder, name);
+}
+
+} // namespace
+
+int writeAll(int file, std::string_view contents) {
+    while (!contents.empty()) {
+        const ssize_t count = write(file, contents.data(), contents.size());
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+        contents.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    return fsync(file) == 0 ? 0 : errno;
+}
+
+HiddenFile::HiddenFile(const FileDescriptor& folder, std::string_view contents, mode_t mode)
+    : folder_{folder},
+      name_{std::string{newPrefix} + randomUUID() + std::string{ending}},
+      file_{openat(folder.number(), name_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode)},
+      error_{file_ ? 0 : errno} {
+    if (error_ == 0) {
+        // Another process may take the file for a leftover in the moment before it is locked; then
+        // whatever is done with its name finds it gone.
+        flock(file_.number(), LOCK_EX | LOCK_NB);
+        error_ = writeAll(file_.number(), contents);
+    }
+}
+
+HiddenFile::~HiddenFile() {
+    if (file_) {
+        unlinkat(folder_.number(), name_.c_str(), 0);
+    }
+}
+
+std::string asideName(std::string_view oneVersion, std::string_view otherVersion) {
+    return std::string{asidePrefix} + std::to_string(getpid()) + "-" + digest(oneVersion) + "-" +
+           digest(otherVersion) + "-" + randomUUID() + std::string{ending};
+}
+
+void removeLeftovers(const FileDescriptor& folder) {
+    const int copy = openat(folder.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* const listing = copy < 0 ? nullptr : fdopendir(copy);
+    if (listing == nullptr) {
+        return;
+    }
+    while (const dirent* entry = readdir(listing)) {
+        if (const std::string name = &entry->d_name[0]; isLeftover(folder, name)) {
+            unlinkat(folder.number(), name.c_str(), 0);
+        }
+    }
+    closedir(listing);
+}
+
+} // namespace velmiro::local

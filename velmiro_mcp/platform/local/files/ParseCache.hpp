@@ -1,0 +1,186 @@
+#pragma once
+
+#include "MCPStdio/concurrency/Mutex.hpp"
+#include "velmiro_mcp/platform/local/files/Files.hpp"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+namespace velmiro::local {
+
+/// What files were read into, kept for as long as the files stay as they are.
+///
+/// A file is known by its path and its stamp. A stamp proves something only when it is old: within
+/// one tick of the file system's clock two versions can have the same. So what was changed less
+/// than two seconds before it was read is read again the next time.
+///
+/// A function `std::size_t memoryOf(const Parsed&)`, found beside the type, says what one takes.
+/// When the bound is reached, what nobody asked for within a minute goes; where everything was
+/// asked for, the rest is read anew each time, so that a folder too large costs its excess only.
+///
+/// Any thread may call at any time; one file is not read by two of them at once.
+template <typename Parsed>
+class ParseCache {
+    using Time = std::chrono::system_clock::time_point;
+
+    struct Entry {
+        FileStamp stamp;
+        std::shared_ptr<const Parsed> parsed;
+        std::size_t memory = 0;
+        Time lastRead;
+    };
+    using Entries = std::map<std::string, Entry>; // of a folder, by their names
+
+public:
+    using Clock = Time (*)();
+
+    explicit ParseCache(std::size_t mostMemory, Clock now = &std::chrono::system_clock::now)
+        : mostMemory_{mostMemory},
+          now_{now} {}
+
+    /// Reads the files of one folder, for one caller. Ten thousand that did not change are to cost
+    /// little more than the looks at them, so who asks in the order of names has each entry found
+    /// behind the last one; any other order is right too.
+    class Reader {
+    public:
+        /// The cache must outlive this object, and so must the folder.
+        Reader(ParseCache& cache, const OpenFolder& folder)
+            : cache_{cache},
+              folder_{folder},
+              entries_{cache.entriesOf(folder)},
+              next_{entries_.end()} {}
+
+        /// What `parse` makes of the file's bytes, or made of them before. Null when the file is
+        /// none that `readRegularFile` reads, which says too what is thrown.
+        template <typename Parse>
+        std::shared_ptr<const Parsed> read(const std::string& name, std::size_t largest,
+                                           const Parse& parse) {
+            const auto current = stampOf(folder_, name);
+            return current ? cache_.read(*this, name, *current, largest, parse) : nullptr;
+        }
+
+    private:
+        friend class ParseCache;
+
+        ParseCache& cache_;
+        const OpenFolder& folder_;
+        Entries& entries_;                ///< to be touched by the cache only
+        typename Entries::iterator next_; ///< where the next name is looked for first
+        std::uint64_t removals_ = 0;      ///< those that `next_` has seen; after others it is void
+    };
+
+    /// Forgets everything.
+    void clear() {
+        const MCPStdio::MutexLock lock{mutex_};
+        for (auto& [path, entries] : folders_) {
+            entries.clear();
+        }
+        ++removals_;
+        memory_ = 0;
+    }
+
+    [[nodiscard]] std::size_t memory() {
+        const MCPStdio::MutexLock lock{mutex_};
+        return memory_;
+    }
+
+private:
+    static constexpr std::size_t memoryOfEntry = sizeof(Entry) + 96; // and what the tree adds
+
+    Entries& entriesOf(const OpenFolder& folder) {
+        const MCPStdio::MutexLock lock{mutex_};
+        return folders_[folder.path()];
+    }
+
+    template <typename Parse>
+    std::shared_ptr<const Parsed> read(Reader& reader, const std::string& name,
+                                       const FileStamp& current, std::size_t largest,
+                                       const Parse& parse) {
+        const MCPStdio::MutexLock lock{mutex_};
+        const auto now = now_();
+        if (const auto known = find(reader, name); known != reader.entries_.end()) {
+            if (known->second.stamp == current) {
+                known->second.lastRead = now;
+                return known->second.parsed;
+            }
+            forget(reader.entries_, known);
+        }
+        FileStamp stamp;
+        auto bytes = readRegularFile(reader.folder_, name, largest, &stamp);
+        if (!bytes) {
+            return nullptr;
+        }
+        auto parsed = std::make_shared<const Parsed>(parse(*std::move(bytes)));
+        if (isSettled(stamp, now)) {
+            const std::size_t memory = memoryOf(*parsed) + name.size() + memoryOfEntry;
+            keep(reader.entries_, name, {stamp, parsed, memory, now});
+        }
+        return parsed;
+    }
+
+    typename Entries::iterator find(Reader& reader, const std::string& name) REQUIRES(mutex_) {
+        Entries& entries = reader.entries_;
+        auto found = reader.removals_ == removals_ ? reader.next_ : entries.end();
+        if (found == entries.end() || found->first != name) {
+            found = entries.find(name);
+        }
+        reader.next_ = found == entries.end() ? found : std::next(found);
+        reader.removals_ = removals_;
+        return found;
+    }
+
+    static bool isSettled(const FileStamp& stamp, Time since) {
+        constexpr std::chrono::seconds tick{2}; // of the coarsest file systems
+        return std::chrono::nanoseconds{stamp.changed} < (since - tick).time_since_epoch();
+    }
+
+    void keep(Entries& entries, const std::string& name, Entry entry) REQUIRES(mutex_) {
+        if (memory_ + entry.memory > mostMemory_) {
+            forgetUnread(entry.lastRead);
+        }
+        if (memory_ + entry.memory <= mostMemory_) {
+            memory_ += entry.memory;
+            entries.insert_or_assign(name, std::move(entry));
+        }
+    }
+
+    void forgetUnread(Time now) REQUIRES(mutex_) {
+        constexpr std::chrono::minutes patience{1};
+        if (now < lastCleaning_ + patience / 10) {
+            return; // one look at everything is not had for each file
+        }
+        lastCleaning_ = now;
+        for (auto& [path, entries] : folders_) {
+            for (auto entry = entries.begin(); entry != entries.end();) {
+                const auto next = std::next(entry);
+                if (entry->second.lastRead + patience < now) {
+                    forget(entries, entry);
+                }
+                entry = next;
+            }
+        }
+    }
+
+    void forget(Entries& entries, typename Entries::iterator entry) REQUIRES(mutex_) {
+        memory_ -= entry->second.memory;
+        entries.erase(entry);
+        ++removals_;
+    }
+
+    const std::size_t mostMemory_;
+    const Clock now_;
+    MCPStdio::Mutex mutex_;
+    std::unordered_map<std::string, Entries> folders_ GUARDED_BY(mutex_); ///< by their paths
+    std::size_t memory_ GUARDED_BY(mutex_) = 0;
+    Time lastCleaning_ GUARDED_BY(mutex_);
+    std::uint64_t removals_ GUARDED_BY(mutex_) = 0;
+};
+
+} // namespace velmiro::local

@@ -1,0 +1,126 @@
+#include "velmiro_mcp/platform/local/files/Vdir.hpp"
+
+#include "MCPStdio/text/UTF8.hpp"
+
+#include <cerrno>
+#include <system_error>
+
+#include <sys/stat.h>
+
+namespace velmiro::local {
+namespace {
+
+/// Whether there is something of that name, be it a link that leads nowhere.
+bool exists(const std::string& path) {
+    struct stat about{};
+    if (lstat(path.c_str(), &about) == 0) {
+        return true;
+    }
+    if (!isAboutTheFile(errno)) {
+        throw std::system_error{errno, std::generic_category()};
+    }
+    return false;
+}
+
+/// Zero, or the number of the error for which nothing is known of what a path leads to.
+int lookAt(const std::string& path) {
+    struct stat about{};
+    return stat(path.c_str(), &about) == 0 ? 0 : errno;
+}
+
+/// Whether it is a symbolic link to what is not there.
+bool leadsNowhere(const std::string& path) {
+    const int error = lookAt(path);
+    return (error == ENOENT || error == ELOOP) && exists(path);
+}
+
+std::string trimmed(const std::string& text) {
+    constexpr std::string_view blanks = " \t\r\n\v\f";
+    const auto first = text.find_first_not_of(blanks);
+    if (first == std::string::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::string titleOf(const std::string& path, const std::string& folder) {
+    constexpr std::size_t longestTitle = 4096;
+    const auto written = readRegularFile(path + "/displayname", longestTitle);
+    const std::string title = written ? trimmed(*written) : std::string{};
+    return MCPStdio::repairUTF8(title.empty() ? folder : title);
+}
+
+} // namespace
+
+bool Vdir::isAccessible() const {
+    try {
+        std::string path = path_;
+        while (!exists(path)) {
+            path = parentOf(path);
+        }
+        return isWritableFolder(path) || leadsNowhere(path);
+    } catch (const std::system_error&) {
+        return true; // it was not the user's rights that were in the way
+    }
+}
+
+void Vdir::makeIfMissing(const std::string& firstCollection) const {
+    if (exists(path_) || !makeFolders(parentOf(path_))) {
+        return;
+    }
+    // Made under another name and then renamed: whoever comes between never sees a root without its
+    // collection, which would mean that the user wants none.
+    const std::string prepared = parentOf(path_) + "/.velmiro-new";
+    const std::string collection = prepared + "/" + firstCollection;
+    if (!makeFolders(collection) || exists(path_) || rename(prepared.c_str(), path_.c_str()) != 0) {
+        rmdir(collection.c_str());
+        rmdir(prepared.c_str());
+    } else {
+        flushFolder(parentOf(path_));
+    }
+}
+
+std::optional<Collection> Vdir::collection(const std::string& folder) const {
+    const std::string path = path_ + "/" + folder;
+    const bool isName =
+        !folder.empty() && !folder.starts_with('.') && folder.find('/') == std::string::npos;
+    if (!isName) {
+        return std::nullopt;
+    }
+    // One look decides, two at a link: files come and go in the meantime.
+    struct stat about{};
+    int error = lstat(path.c_str(), &about) == 0 ? 0 : errno;
+    const bool isLink = error == 0 && S_ISLNK(about.st_mode);
+    if (isLink) {
+        error = stat(path.c_str(), &about) == 0 ? 0 : errno;
+    }
+    if (error != 0 && !isAboutTheFile(error)) {
+        throw std::system_error{error, std::generic_category()};
+    }
+    if (error != 0) {
+        return isLink ? std::optional{Collection{folder, path, MCPStdio::repairUTF8(folder), error}}
+                      : std::nullopt;
+    }
+    if (!S_ISDIR(about.st_mode)) {
+        return std::nullopt;
+    }
+    return Collection{folder, path, titleOf(path, folder)};
+}
+
+std::vector<Collection> Vdir::collections() const {
+    std::vector<Collection> found;
+    for (const std::string& name : OpenFolder{path_}.visibleNames()) {
+        if (auto one = collection(name)) {
+            found.push_back(std::move(*one));
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> Vdir::items(const OpenFolder& collection, std::string_view ending) {
+    auto names = collection.visibleNames();
+    std::erase_if(names, [&](const std::string& name) { return !name.ends_with(ending); });
+    return names;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,31 @@
+#include "velmiro_mcp/platform/local/libraries/ICU.hpp"
+
+#include "velmiro_mcp/platform/local/libraries/Locale.hpp"
+
+namespace velmiro::local {
+
+namespace {
+
+/// Left to itself the library takes its default language from the environment as it stands there;
+/// one that is none can end the process, or make every zone UTC.
+struct ICUInOurLanguage : ICUCommon {
+    ICUInOurLanguage() {
+        UErrorCode status = U_ZERO_ERROR;
+        uloc_setDefault(userLocale().c_str(), &status);
+    }
+};
+
+} // namespace
+
+const ICUCommon& icuCommon() {
+    static const ICUInOurLanguage loaded;
+    return loaded;
+}
+
+const ICUDates& icuDates() {
+    icuCommon(); // which it builds on
+    static const ICUDates loaded;
+    return loaded;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,37 @@
+#include "velmiro_mcp/platform/local/libraries/SharedLibrary.hpp"
+
+#include "velmiro_mcp/ports/Platform.hpp"
+
+#include <dlfcn.h>
+#include <utility>
+
+namespace velmiro::local {
+namespace {
+
+/// What the dynamic linker says of the last failure on this thread.
+PlatformError cannotLoad(const std::string& title) {
+    const char* const why = ::dlerror(); // NOLINT(concurrency-mt-unsafe): each thread has its own
+    return PlatformError{title +
+                         " could not be loaded: " + (why != nullptr ? why : "no reason is known")};
+}
+
+} // namespace
+
+SharedLibrary::SharedLibrary(std::string title, const std::string& soname)
+    : title_{std::move(title)},
+      // Now, for what it lacks itself would otherwise end the process in the middle of a call.
+      handle_{::dlopen(soname.c_str(), RTLD_NOW | RTLD_LOCAL)} {
+    if (handle_ == nullptr) {
+        throw cannotLoad(title_);
+    }
+}
+
+void* SharedLibrary::address(const char* name) const {
+    void* const found = ::dlsym(handle_, name);
+    if (found == nullptr) {
+        throw cannotLoad(title_);
+    }
+    return found;
+}
+
+} // namespace velmiro::local

@@ -1,0 +1,162 @@
+#include "velmiro_mcp/platform/local/libraries/UnicodeText.hpp"
+
+#include "MCPStdio/text/UTF8.hpp"
+#include "velmiro_mcp/platform/local/libraries/UTF16.hpp"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <utility>
+
+namespace velmiro::local {
+namespace {
+
+char foldedASCII(char letter) {
+    const bool isLetter = (letter >= 'a' && letter <= 'z') || (letter >= '0' && letter <= '9');
+    if (letter >= 'A' && letter <= 'Z') {
+        return static_cast<char>(letter - 'A' + 'a');
+    }
+    if (isLetter) {
+        return letter;
+    }
+    return letter == ' ' || (letter >= '\t' && letter <= '\r') ? ' ' : '-';
+}
+
+/// A mark that changes a letter without being one, as an accent does. The vowel signs of Indic
+/// scripts are letters to their readers, and so is what makes ガ of カ.
+bool isDiacritic(UChar32 scalar) {
+    constexpr UChar32 voiced = 0x3099;
+    constexpr UChar32 halfVoiced = 0x309A;
+    UErrorCode status = U_ZERO_ERROR;
+    const ICUCommon& icu = icuCommon();
+    return icu.u_charType(scalar) == U_NON_SPACING_MARK && scalar != voiced &&
+           scalar != halfVoiced && icu.uscript_getScript(scalar, &status) == USCRIPT_INHERITED;
+}
+
+/// Letters that Unicode takes for letters of their own, and a searching person does not.
+std::string_view plainForm(UChar32 scalar) {
+    constexpr std::array<std::pair<UChar32, std::string_view>, 10> forms{{
+        {0x00E6, "ae"}, // æ
+        {0x00F0, "d"},  // ð
+        {0x00F8, "o"},  // ø
+        {0x00FE, "th"}, // þ
+        {0x0111, "d"},  // đ
+        {0x0127, "h"},  // ħ
+        {0x0131, "i"},  // ı
+        {0x0142, "l"},  // ł
+        {0x0153, "oe"}, // œ
+        {0x0167, "t"},  // ŧ
+    }};
+    const auto* const form = std::ranges::find(forms, scalar, &decltype(forms)::value_type::first);
+    return form == forms.end() ? std::string_view{} : form->second;
+}
+
+bool isOfWord(UChar32 scalar) {
+    constexpr UChar32 apostrophe = 0x02BC; // a letter to Unicode
+    const ICUCommon& icu = icuCommon();
+    const bool isMark = (U_MASK(icu.u_charType(scalar)) & U_GC_M_MASK) != 0;
+    return isMark || (icu.u_isalnum(scalar) != 0 && scalar != apostrophe);
+}
+
+std::u16string normalized(const UNormalizer2* form, const std::u16string& text) {
+    return written(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
+        return icuCommon().unorm2_normalize(form, text.data(), lengthOf(text), into, size, status);
+    });
+}
+
+/// The scalar value that begins at `index`, which goes on to the next one.
+UChar32 nextScalar(const std::u16string& text, std::size_t& index) {
+    UChar32 scalar = 0;
+    U16_NEXT(text, index, text.size(), scalar);
+    return scalar;
+}
+
+/// Letters and digits folded, composed again at the end: a mark that stayed is a part of its
+/// letter.
+std::u16string folded(const std::u16string& text) {
+    const ICUCommon& icu = icuCommon();
+    UErrorCode status = U_ZERO_ERROR;
+    const auto* const caseless = icu.unorm2_getNFKCCasefoldInstance(&status);
+    const auto* const decomposed = icu.unorm2_getNFDInstance(&status);
+    const auto* const composed = icu.unorm2_getNFCInstance(&status);
+    if (U_FAILURE(status)) {
+        return text;
+    }
+    const auto apart = normalized(decomposed, normalized(caseless, text));
+    std::u16string plain;
+    plain.reserve(apart.size());
+    for (std::size_t index = 0; index < apart.size();) {
+        const std::size_t begin = index;
+        const UChar32 scalar = nextScalar(apart, index);
+        const auto form = plainForm(scalar);
+        if (!form.empty()) {
+            plain.append(form.begin(), form.end());
+        } else if (!isDiacritic(scalar)) {
+            plain.append(apart, begin, index - begin);
+        }
+    }
+    // What was written in Latin letters is ASCII by now, which has nothing to compose.
+    const bool isDone = std::ranges::all_of(plain, [](char16_t unit) { return unit < 0x80; });
+    return isDone ? plain : normalized(composed, plain);
+}
+
+} // namespace
+
+std::string decodedText(std::string_view bytes, std::string_view characterSet) {
+    // Names are looked up before they are opened: an unknown one would be searched for on the disk.
+    const std::string name{characterSet};
+    UErrorCode status = U_ZERO_ERROR;
+    const ICUCommon& icu = icuCommon();
+    if (icu.ucnv_countAliases(name.c_str(), &status) == 0) {
+        return MCPStdio::repairUTF8(std::string{bytes});
+    }
+    const std::unique_ptr<UConverter, decltype(icu.ucnv_close)> converter{
+        icu.ucnv_open(name.c_str(), &status), icu.ucnv_close};
+    if (!converter) {
+        return {};
+    }
+    return utf8(written(bytes.size(), [&](char16_t* into, std::int32_t size, UErrorCode* failure) {
+        return icu.ucnv_toUChars(converter.get(), into, size, bytes.data(),
+                                 static_cast<std::int32_t>(bytes.size()), failure);
+    }));
+}
+
+std::string foldedLetters(std::string_view text) {
+    std::string letters;
+    if (isASCII(text)) {
+        letters.resize(text.size());
+        std::ranges::transform(text, letters.begin(), foldedASCII);
+        return letters;
+    }
+    const auto plain = folded(utf16(text));
+    for (std::size_t index = 0; index < plain.size();) {
+        const UChar32 scalar = nextScalar(plain, index);
+        if (isOfWord(scalar)) {
+            MCPStdio::appendUTF8(letters, static_cast<char32_t>(scalar));
+        } else {
+            letters += icuCommon().u_isUWhiteSpace(scalar) != 0 ? ' ' : '-';
+        }
+    }
+    return letters;
+}
+
+bool isWrittenWithoutBlanks(std::string_view text) {
+    if (isASCII(text)) {
+        return false;
+    }
+    constexpr std::size_t longestScalar = 4; // what is cut behind it does not count
+    UErrorCode status = U_ZERO_ERROR;
+    const auto wide = utf16(text.substr(0, longestScalar));
+    std::size_t index = 0;
+    switch (icuCommon().uscript_getScript(nextScalar(wide, index), &status)) {
+    case USCRIPT_HAN:
+    case USCRIPT_HIRAGANA:
+    case USCRIPT_KATAKANA:
+    case USCRIPT_HANGUL:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace velmiro::local

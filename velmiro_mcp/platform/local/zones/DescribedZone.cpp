@@ -1,0 +1,132 @@
+#include "velmiro_mcp/platform/local/icalendar/CalendarValues.hpp"
+#include "velmiro_mcp/platform/local/icalendar/RuleText.hpp"
+#include "velmiro_mcp/platform/local/recurrence/RecurrenceRule.hpp"
+#include "velmiro_mcp/platform/local/zones/ZoneCatalogue.hpp"
+
+#include <algorithm>
+#include <optional>
+
+// A VTIMEZONE is a list of observances (STANDARD, DAYLIGHT), each with the offset before and after
+// and the times at which it begins, written as the clocks show them just before. Some programs
+// write the whole history of a zone, dozens of observances that each end after a few years, so a
+// rule is stepped through no further than its UNTIL. The rules are a stranger's too: their steps
+// are counted, and a description that uses them up is not used at all, since what is missing may be
+// the rules of today.
+
+namespace velmiro::local {
+namespace {
+
+using std::chrono::seconds;
+
+struct Observance {
+    seconds before{0};
+    seconds after{0};
+    CivilTime start;
+};
+
+std::optional<Observance> readObservance(const Component& component) {
+    const auto valueOf = [&](std::string_view name) {
+        const ContentLine* line = component.line(name);
+        return line != nullptr ? line->value : std::string_view{};
+    };
+    const auto before = readOffset(valueOf("TZOFFSETFROM"));
+    const auto after = readOffset(valueOf("TZOFFSETTO"));
+    const auto start = readMoment(valueOf("DTSTART"), nullptr);
+    if (!component.complete || !before || !after || !start) {
+        return std::nullopt;
+    }
+    return Observance{*before, *after, start->civil};
+}
+
+class Description {
+public:
+    explicit Description(WorkBudget& budget) : budget_{budget} {}
+
+    void add(const Component& component) {
+        const auto observance = readObservance(component);
+        if (!observance) {
+            return;
+        }
+        add(*observance, observance->start);
+        for (const ContentLine& line : component.lines) {
+            if (line.is("RDATE")) {
+                for (const AddedTime& time :
+                     readTimes(line, [](std::string_view) { return nullptr; })) {
+                    if (budget_.spend()) {
+                        add(*observance, time.start.civil);
+                    }
+                }
+            } else if (line.is("RRULE")) {
+                addRule(*observance, line.value);
+            }
+        }
+    }
+
+    /// `fallback` where the description says nothing: before its first observance begins, or at
+    /// all. Without a fallback the time before has the offset that the first observance puts an end
+    /// to.
+    std::shared_ptr<const Zone> zone(const std::shared_ptr<const Zone>& fallback) {
+        if (changes_.empty() || budget_.exhausted()) {
+            return fallback;
+        }
+        return fallback ? std::make_shared<const Zone>(*fallback, std::move(changes_))
+                        : std::make_shared<const Zone>(first_, std::move(changes_));
+    }
+
+private:
+    void add(const Observance& observance, CivilTime onset) {
+        const UTCTime at = UTCTime{onset.time_since_epoch()} - observance.before;
+        if (changes_.empty() || at < earliest_) {
+            earliest_ = at;
+            first_ = observance.before;
+        }
+        changes_.push_back({at, observance.after});
+    }
+
+    void addRule(const Observance& observance, std::string_view text) {
+        const auto rule = readRule(text);
+        if (!rule) {
+            return;
+        }
+        const CivilDay from{std::chrono::year{1900} / 1 / 1};
+        CivilTime to = CivilDay{std::chrono::year{Zone::lastYear + 1} / 1 / 1};
+        if (rule->until) {
+            constexpr std::chrono::days slack{2}; // more than UTC and the zone's clocks differ
+            to = std::min(to, rule->until->civil + slack);
+        }
+        for (const CivilTime onset : recurrences(*rule, observance.start, from, to, budget_)) {
+            if (!rule->until || isWithin(*rule->until, observance, onset)) {
+                add(observance, onset);
+            }
+        }
+    }
+
+    static bool isWithin(const Moment& until, const Observance& observance, CivilTime onset) {
+        if (until.isDate) {
+            return dayOf(onset) <= until.civil;
+        }
+        return until.zone ? onset - observance.before <= until.civil : onset <= until.civil;
+    }
+
+    WorkBudget& budget_;
+    std::vector<Zone::Change> changes_;
+    UTCTime earliest_;
+    seconds first_{0};
+};
+
+} // namespace
+
+std::shared_ptr<const Zone> zoneFromComponent(const Component& component,
+                                              const std::shared_ptr<const Zone>& fallback,
+                                              WorkBudget& whole) {
+    WorkBudget budget{mostStepsOfZone, &whole};
+    Description description{budget};
+    for (const Component& part : component.parts) {
+        if (part.is("STANDARD") || part.is("DAYLIGHT")) {
+            description.add(part);
+        }
+    }
+    return description.zone(fallback);
+}
+
+} // namespace velmiro::local

@@ -1,6 +1,6 @@
 #include "approval_host/SocketPath.hpp"
 
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/SupportFolder.hpp"
 
 #include <cstdlib>
 

@@ -5,7 +5,7 @@
 #include "velmiro_mcp/ToolCatalogue.hpp"
 #include "velmiro_mcp/base/Process.hpp"
 #include "velmiro_mcp/base/ZoneVariable.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/MainQueue.hpp"
 
 #include <csignal>
 

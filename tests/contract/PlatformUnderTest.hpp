@@ -2,7 +2,8 @@
 
 #include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/base/Instant.hpp"
+#include "velmiro_mcp/ports/EventDatabase.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 // What a platform promises about contacts.
 
 #include "tests/contract/PlatformUnderTest.hpp"
+#include "velmiro_mcp/ports/ContactStore.hpp"
 
 using namespace velmiro;
 

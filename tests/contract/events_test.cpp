@@ -1,6 +1,7 @@
 // What a platform promises about calendars and events.
 
 #include "tests/contract/PlatformUnderTest.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <algorithm>
 #include <thread>

@@ -1,6 +1,10 @@
 // What a platform promises about the process that it runs in.
 
 #include "tests/contract/PlatformUnderTest.hpp"
+#include "velmiro_mcp/ports/MainQueue.hpp"
+#include "velmiro_mcp/ports/OSAScriptPath.hpp"
+#include "velmiro_mcp/ports/ProgramStart.hpp"
+#include "velmiro_mcp/ports/SupportFolder.hpp"
 
 #include <poll.h>
 #include <sys/wait.h>

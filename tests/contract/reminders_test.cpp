@@ -1,6 +1,7 @@
 // What a platform promises about lists and reminders.
 
 #include "tests/contract/PlatformUnderTest.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <algorithm>
 #include <ranges>

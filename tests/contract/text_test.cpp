@@ -1,6 +1,8 @@
 // What a platform promises about characters, names and dates as the user sees them.
 
 #include "tests/contract/PlatformUnderTest.hpp"
+#include "velmiro_mcp/ports/LocalizedDates.hpp"
+#include "velmiro_mcp/ports/LocalizedText.hpp"
 
 using namespace velmiro;
 using velmiro::test::Ability;

@@ -1,7 +1,7 @@
 #include "tests/macos/Failure.hpp"
 
 #include "MCPStdio/MCPTool.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 namespace velmiro::test {
 

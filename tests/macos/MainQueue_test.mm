@@ -1,6 +1,6 @@
 // The main thread hears of the world while the server runs beside it.
 
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/MainQueue.hpp"
 
 #include "tests/macos/standin/StandIn.hpp"
 

@@ -6,6 +6,8 @@
 #include "velmiro_mcp/AppleTools/Scripts.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 #include "velmiro_mcp/base/WholeDays.hpp"
+#include "velmiro_mcp/ports/LocalizedDates.hpp"
+#include "velmiro_mcp/ports/ProgramStart.hpp"
 #include "velmiro_mcp/services/ScriptRunner.hpp"
 
 #include <algorithm>

@@ -3,7 +3,8 @@
 // docs/macos.md has the list. Without questions only that is looked at which needs no permission.
 
 #include "tests/macos_check/Checks.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/MainQueue.hpp"
+#include "velmiro_mcp/ports/OSAScriptPath.hpp"
 
 #include <exception>
 #include <functional>

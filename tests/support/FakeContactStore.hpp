@@ -1,6 +1,7 @@
 #pragma once
 
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <memory>
 #include <mutex>

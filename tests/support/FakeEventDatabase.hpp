@@ -1,6 +1,8 @@
 #pragma once
 
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/base/Instant.hpp"
+#include "velmiro_mcp/ports/EventDatabase.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <algorithm>
 #include <functional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MCPStdio/MCPTool.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/ContactStore.hpp"
 #include "velmiro_mcp/services/Approval.hpp"
 #include "velmiro_mcp/services/ScriptRunner.hpp"
 

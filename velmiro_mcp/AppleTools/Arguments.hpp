@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MCPStdio/json/JSONValue.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/base/Instant.hpp"
 
 #include <cstdint>
 #include <initializer_list>

@@ -1,4 +1,5 @@
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
+#include "velmiro_mcp/ports/LocalizedDates.hpp"
 
 #include "velmiro_mcp/AppleTools/Arguments.hpp"
 #include "velmiro_mcp/base/Dates.hpp"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/base/Instant.hpp"
 
 #include <chrono>
 

@@ -1,7 +1,7 @@
 #include "velmiro_mcp/services/Approval.hpp"
 
 #include "MCPStdio/concurrency/Continuation.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/SupportFolder.hpp"
 #include "velmiro_mcp/services/LocalSocket.hpp"
 
 #include <array>

@@ -4,6 +4,7 @@
 #include "MCPStdio/concurrency/Continuation.hpp"
 #include "MCPStdio/concurrency/Mutex.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
+#include "velmiro_mcp/ports/LocalizedText.hpp"
 
 #include <algorithm>
 #include <chrono>

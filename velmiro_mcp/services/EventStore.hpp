@@ -3,7 +3,8 @@
 #include "MCPStdio/concurrency/Actor.hpp"
 #include "MCPStdio/concurrency/Task.hpp"
 #include "MCPStdio/json/JSONValue.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/base/Instant.hpp"
+#include "velmiro_mcp/ports/EventDatabase.hpp"
 
 #include <chrono>
 #include <memory>

@@ -4,7 +4,7 @@
 #include "MCPStdio/concurrency/Continuation.hpp"
 #include "MCPStdio/text/UTF8.hpp"
 #include "velmiro_mcp/base/Text.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/OSAScriptPath.hpp"
 #include "velmiro_mcp/services/Subprocess.hpp"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/services/Subprocess.hpp"
 
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/ProgramStart.hpp"
 
 #include <algorithm>
 #include <cerrno>

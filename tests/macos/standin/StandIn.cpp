@@ -1,6 +1,7 @@
 #include "tests/macos/standin/StandIn.hpp"
 
 #include "velmiro_mcp/platform/local/LocalStores.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <algorithm>
 

@@ -1,6 +1,7 @@
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "tests/support/FakeContactStore.hpp"
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@
 #include "tests/support/ScopedDescriptorLimit.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/OSAScriptPath.hpp"
 #include "velmiro_mcp/services/Subprocess.hpp"
 
 #include <csignal>

@@ -1,4 +1,5 @@
 #include "velmiro_mcp/platform/local/LocalStores.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include "velmiro_mcp/platform/local/calendars/CalendarFiles.hpp"
 #include "velmiro_mcp/platform/local/calendars/OccurrenceList.hpp"

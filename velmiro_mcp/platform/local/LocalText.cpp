@@ -1,4 +1,4 @@
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/LocalizedText.hpp"
 
 #include "velmiro_mcp/platform/local/libraries/Locale.hpp"
 #include "velmiro_mcp/platform/local/libraries/UTF16.hpp"

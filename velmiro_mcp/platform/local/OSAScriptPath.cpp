@@ -1,4 +1,4 @@
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/OSAScriptPath.hpp"
 
 #include <filesystem>
 

@@ -1,4 +1,5 @@
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/ContactStore.hpp"
+#include "velmiro_mcp/ports/EventDatabase.hpp"
 
 #include "velmiro_mcp/platform/local/LocalStores.hpp"
 

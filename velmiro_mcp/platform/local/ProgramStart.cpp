@@ -1,4 +1,4 @@
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/ProgramStart.hpp"
 
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
 #include "velmiro_mcp/platform/local/files/Files.hpp"

@@ -1,4 +1,6 @@
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/base/Instant.hpp"
+#include "velmiro_mcp/ports/EventDatabase.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include "velmiro_mcp/base/WholeDays.hpp"
 #include "velmiro_mcp/platform/macos/Answer.hpp"

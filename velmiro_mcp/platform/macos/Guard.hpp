@@ -1,7 +1,7 @@
 #pragma once
 
 #include "velmiro_mcp/platform/macos/Conversions.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #import <Foundation/Foundation.h>
 

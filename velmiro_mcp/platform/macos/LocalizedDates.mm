@@ -1,4 +1,5 @@
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/LocalizedDates.hpp"
+#include "velmiro_mcp/base/Instant.hpp"
 
 #include "velmiro_mcp/platform/macos/Guard.hpp"
 #include "velmiro_mcp/platform/macos/Owned.hpp"

@@ -1,6 +1,7 @@
 // Reminders in folders of files: what is read of a VTODO, what is listed, what is written.
 
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include "velmiro_mcp/base/Dates.hpp"
 

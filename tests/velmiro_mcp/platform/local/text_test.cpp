@@ -1,4 +1,6 @@
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
+#include "velmiro_mcp/ports/LocalizedDates.hpp"
+#include "velmiro_mcp/ports/LocalizedText.hpp"
 
 #include "velmiro_mcp/base/Dates.hpp"
 #include "velmiro_mcp/platform/local/libraries/Locale.hpp"

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "velmiro_mcp/base/Instant.hpp"
 #include "velmiro_mcp/platform/local/calendars/StoredEvent.hpp"
 #include "velmiro_mcp/platform/local/recurrence/WorkBudget.hpp"
 #include "velmiro_mcp/platform/local/time/UserClock.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
 
 #include <cstdint>
 #include <vector>

@@ -1,7 +1,8 @@
 #include "velmiro_mcp/platform/local/contacts/ContactFolders.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/ContactStore.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <cerrno>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "velmiro_mcp/platform/local/contacts/VCardLines.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/ContactStore.hpp"
 
 #include <string>
 #include <string_view>

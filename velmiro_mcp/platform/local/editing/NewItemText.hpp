@@ -1,7 +1,8 @@
 #pragma once
 
+#include "velmiro_mcp/base/Instant.hpp"
 #include "velmiro_mcp/platform/local/time/CivilTime.hpp"
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/base/Instant.hpp"
+#include "velmiro_mcp/ports/EventDatabase.hpp"
 
 #include <string>
 

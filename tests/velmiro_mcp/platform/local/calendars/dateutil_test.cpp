@@ -149,9 +149,10 @@ TEST(DateUtil, FindsTheOccurrencesOfTwoThousandSeriesThatWeFind) {
     }
     file.close();
     // Debian's own Python: another one in the way has no dateutil.
-    const std::string command = "/usr/bin/python3 " SOURCE_FOLDER
-                                "/tests/velmiro_mcp/platform/local/calendars/dateutil_occurrences.py <'" +
-                                questions + "' >'" + answers + "'";
+    const std::string command =
+        "/usr/bin/python3 " SOURCE_FOLDER
+        "/tests/velmiro_mcp/platform/local/calendars/dateutil_occurrences.py <'" +
+        questions + "' >'" + answers + "'";
     ASSERT_EQ(std::system(command.c_str()), 0); // NOLINT(bugprone-command-processor,cert-env33-c)
     std::ifstream lines{answers};
     ZoneCatalogue zones;

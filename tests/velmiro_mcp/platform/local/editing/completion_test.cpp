@@ -1,6 +1,7 @@
 // Completing a reminder: the lines concerned change, every other byte of the file stays.
 
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include "velmiro_mcp/base/Dates.hpp"
 

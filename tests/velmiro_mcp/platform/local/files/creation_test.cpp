@@ -1,4 +1,5 @@
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include "velmiro_mcp/platform/local/files/FileCreation.hpp"
 

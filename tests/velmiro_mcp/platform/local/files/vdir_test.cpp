@@ -1,4 +1,6 @@
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
+#include "velmiro_mcp/ports/SupportFolder.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
 #include "velmiro_mcp/platform/local/files/Files.hpp"

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/libraries/SharedLibrary.hpp"
 
-#include "velmiro_mcp/ports/Platform.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <gtest/gtest.h>
 

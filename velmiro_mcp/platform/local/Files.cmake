@@ -24,6 +24,7 @@ set(PLATFORM_PARTS
     platform/local/calendars/OccurrenceList.cpp
     platform/local/calendars/Occurrences.cpp
     platform/local/calendars/Series.cpp
+    platform/local/calendars/Span.cpp
     platform/local/calendars/StoredEvent.cpp
     platform/local/calendars/StoredReminder.cpp
     platform/local/calendars/Versions.cpp

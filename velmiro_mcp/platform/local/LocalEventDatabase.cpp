@@ -3,6 +3,7 @@
 
 #include "velmiro_mcp/platform/local/calendars/CalendarFiles.hpp"
 #include "velmiro_mcp/platform/local/calendars/OccurrenceList.hpp"
+#include "velmiro_mcp/platform/local/calendars/Occurrences.hpp"
 #include "velmiro_mcp/platform/local/editing/EventText.hpp"
 #include "velmiro_mcp/platform/local/editing/ReminderCompletion.hpp"
 #include "velmiro_mcp/platform/local/editing/ReminderText.hpp"

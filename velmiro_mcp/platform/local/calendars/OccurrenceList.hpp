@@ -1,6 +1,6 @@
 #pragma once
 
-#include "velmiro_mcp/platform/local/calendars/Occurrences.hpp"
+#include "velmiro_mcp/platform/local/calendars/Occurrence.hpp"
 #include "velmiro_mcp/ports/EventDatabase.hpp"
 
 #include <cstddef>

@@ -1,6 +1,7 @@
 #include "velmiro_mcp/platform/local/calendars/Occurrences.hpp"
 
 #include "velmiro_mcp/platform/local/calendars/Series.hpp"
+#include "velmiro_mcp/platform/local/calendars/Span.hpp"
 
 #include <map>
 #include <span>

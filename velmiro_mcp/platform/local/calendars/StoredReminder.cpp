@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/calendars/StoredReminder.hpp"
 
-#include "velmiro_mcp/platform/local/calendars/Series.hpp"
+#include "velmiro_mcp/platform/local/calendars/Span.hpp"
 
 #include <charconv>
 #include <string_view>

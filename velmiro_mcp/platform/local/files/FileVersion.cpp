@@ -1,7 +1,5 @@
 #include "velmiro_mcp/platform/local/files/FileVersion.hpp"
 
-#include "velmiro_mcp/platform/local/files/Vdir.hpp"
-
 #include <cerrno>
 #include <new>
 #include <system_error>

@@ -10,6 +10,9 @@
 
 namespace velmiro::local {
 
+/// Larger files are not read: ten thousand events do not fill a third of this.
+inline constexpr std::size_t largestItem = 32UL << 20;
+
 /// An open file or folder; closed with its owner.
 class FileDescriptor {
 public:

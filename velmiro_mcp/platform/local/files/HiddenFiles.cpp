@@ -1,7 +1,6 @@
 #include "velmiro_mcp/platform/local/files/HiddenFiles.hpp"
 
 #include "velmiro_mcp/platform/local/files/Random.hpp"
-#include "velmiro_mcp/platform/local/files/Vdir.hpp"
 
 #include <array>
 #include <cerrno>

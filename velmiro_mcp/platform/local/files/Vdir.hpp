@@ -2,7 +2,6 @@
 
 #include "velmiro_mcp/platform/local/files/Files.hpp"
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,9 +9,6 @@
 
 /// The vdir layout: a root folder, in it one folder per collection, in that one file per item.
 namespace velmiro::local {
-
-/// Larger files are not read: ten thousand events do not fill a third of this.
-inline constexpr std::size_t largestItem = 32UL << 20;
 
 struct Collection {
     std::string folder; ///< its name in the root, as the file system has it

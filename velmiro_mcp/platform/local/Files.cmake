@@ -11,10 +11,13 @@ set(PLATFORM_FILES
     platform/local/MainQueue.cpp
     platform/local/OSAScriptPath.cpp
     platform/local/Ports.cpp
-    platform/local/ProgramStart.cpp
-    platform/local/SupportFolder.cpp)
+    platform/local/ProgramStart.cpp)
 
-# What they stand on.
+# The port that the approval host needs as well.
+set(SUPPORT_FOLDER_FILES platform/local/SupportFolder.cpp platform/local/files/LocalFolders.cpp)
+set(SUPPORT_FOLDER_LIBRARIES)
+
+# What the others stand on.
 set(PLATFORM_PARTS
     platform/local/LocalContactStore.cpp
     platform/local/LocalEventDatabase.cpp
@@ -46,7 +49,6 @@ set(PLATFORM_PARTS
     platform/local/files/FileVersion.cpp
     platform/local/files/Files.cpp
     platform/local/files/HiddenFiles.cpp
-    platform/local/files/LocalFolders.cpp
     platform/local/files/Random.cpp
     platform/local/files/ReadLease.cpp
     platform/local/files/Vdir.cpp

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "velmiro_mcp/platform/macos/Guard.hpp"
+#include "velmiro_mcp/ports/EventDatabase.hpp"
 
 #import <EventKit/EventKit.h>
 

@@ -1,8 +1,5 @@
 #pragma once
 
-#include "MCPStdio/json/JSONValue.hpp"
-#include "bench/Targets.hpp"
-
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -15,6 +12,19 @@ namespace velmiro::bench {
 struct Costs {
     std::string contender;
     std::vector<double> samples; ///< seconds or bytes: less is better
+};
+
+struct Figure;
+
+/// A row's target on a quiet machine. A run that misses it is reported, but not a failure: the
+/// machine may have been busy.
+struct Target {
+    enum class Bound { atMost, atLeast };
+
+    Bound bound;
+    double value;
+    std::function<double(const Figure&)> reached; ///< what is held against the value
+    std::function<std::string(double)> shown;
 };
 
 /// One row of a table: one thing, done by several contenders in turns. The first of them is the one
@@ -38,13 +48,6 @@ double median(std::vector<double> samples);
 
 /// The median of the ratios of each round. What disturbs a round disturbs both sides of it.
 double medianRatio(const Figure& figure, std::size_t contender, Ratio ratio);
-
-/// Prints ratios, if any, with medians of the absolute figures in brackets, and behind them how the
-/// figures did against their targets. Every contender of every figure is one of `columns`.
-void printTable(const std::vector<std::string>& columns, const std::vector<Figure>& figures,
-                Ratio ratio);
-
-MCPStdio::JSONValue asJSON(const std::vector<Figure>& figures, Ratio ratio);
 
 /// Calls `take(contender)` for each contender in each round; who begins changes from round to
 /// round.

@@ -1,7 +1,5 @@
 #include "bench/Targets.hpp"
 
-#include "bench/Figures.hpp"
-
 #include <algorithm>
 #include <limits>
 #include <utility>

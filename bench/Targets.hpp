@@ -1,25 +1,13 @@
 #pragma once
 
 #include "MCPStdio/json/JSONValue.hpp"
+#include "bench/Figures.hpp"
 
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace velmiro::bench {
-
-struct Figure;
-
-/// What a row is to come to on a quiet machine. It is told whether a run met it, but one that did
-/// not is no failure: the machine may have been busy.
-struct Target {
-    enum class Bound { atMost, atLeast };
-
-    Bound bound;
-    double value;
-    std::function<double(const Figure&)> reached; ///< what is held against the value
-    std::function<std::string(double)> shown;
-};
 
 /// The highest ratio of these contenders, a cost, is at most this.
 Target costAtMost(double ratio, std::vector<std::string> contenders);

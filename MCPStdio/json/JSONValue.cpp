@@ -1,7 +1,5 @@
 #include "MCPStdio/json/JSONValue.hpp"
 
-#include "MCPStdio/json/JSONReader.hpp"
-#include "MCPStdio/json/JSONWriter.hpp"
 #include "MCPStdio/text/ByteScan.hpp"
 #include "MCPStdio/text/UTF8.hpp"
 
@@ -333,18 +331,6 @@ std::optional<std::int64_t> JSONValue::intValue() const noexcept {
         return std::nullopt;
     }
     return whole;
-}
-
-std::string JSONValue::jsonString() const {
-    try {
-        return compactEncoder().write(*this);
-    } catch (const JSONError&) {
-        return "null";
-    }
-}
-
-JSONValue JSONValue::parse(std::string_view text) {
-    return JSONReader{text}.read();
 }
 
 } // namespace MCPStdio

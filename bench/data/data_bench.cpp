@@ -4,6 +4,7 @@
 #include "bench/Figures.hpp"
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
+#include "bench/Table.hpp"
 #include "bench/data/Asking.hpp"
 #include "bench/data/Conversation.hpp"
 

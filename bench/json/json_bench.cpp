@@ -6,6 +6,8 @@
 #include "bench/Figures.hpp"
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
+#include "bench/Table.hpp"
+#include "bench/Targets.hpp"
 #include "bench/json/Contender.hpp"
 #include "bench/json/Inputs.hpp"
 

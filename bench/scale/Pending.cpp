@@ -3,6 +3,7 @@
 #include "bench/Load.hpp"
 #include "bench/Replies.hpp"
 #include "bench/System.hpp"
+#include "bench/Targets.hpp"
 #include "bench/data/Items.hpp"
 #include "bench/scale/PendingCalls.hpp"
 #include "bench/scale/Series.hpp"

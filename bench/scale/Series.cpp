@@ -1,5 +1,6 @@
 #include "bench/scale/Series.hpp"
 
+#include "bench/Table.hpp"
 #include "bench/data/Items.hpp"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/Figures.hpp"
+#include "bench/Table.hpp"
 #include "bench/Targets.hpp"
 
 #include <functional>

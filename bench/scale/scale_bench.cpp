@@ -3,6 +3,7 @@
 
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
+#include "bench/Table.hpp"
 #include "bench/scale/Series.hpp"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "bench/transport/Measurements.hpp"
 
+#include "bench/Targets.hpp"
 #include "bench/transport/Takes.hpp"
 
 #include <stdexcept>

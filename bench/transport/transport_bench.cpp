@@ -4,6 +4,8 @@
 #include "bench/Figures.hpp"
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
+#include "bench/Table.hpp"
+#include "bench/Targets.hpp"
 #include "bench/transport/Measurements.hpp"
 
 #include <algorithm>

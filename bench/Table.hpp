@@ -1,0 +1,18 @@
+#pragma once
+
+#include "MCPStdio/json/JSONValue.hpp"
+#include "bench/Figures.hpp"
+
+#include <string>
+#include <vector>
+
+namespace velmiro::bench {
+
+/// Prints ratios, if any, with medians of the absolute figures in brackets, and behind them how the
+/// figures did against their targets. Every contender of every figure is one of `columns`.
+void printTable(const std::vector<std::string>& columns, const std::vector<Figure>& figures,
+                Ratio ratio);
+
+MCPStdio::JSONValue asJSON(const std::vector<Figure>& figures, Ratio ratio);
+
+} // namespace velmiro::bench

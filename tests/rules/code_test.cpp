@@ -1,108 +1,24 @@
-// The shape of the program, as rules that fail when somebody steps over a line.
+#include "tests/rules/Sources.hpp"
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <map>
-#include <regex>
+#include <iterator>
 #include <set>
 #include <string>
 #include <vector>
 
+// The program's habits, as rules that fail when a file breaks one.
+
 namespace fs = std::filesystem;
 
+namespace velmiro::rules {
 namespace {
-
-/// The rooms, each with those it may include besides itself.
-const std::map<std::string, std::set<std::string>> rooms{
-    {"MCPStdio/concurrency", {}},
-    {"MCPStdio/text", {"MCPStdio/concurrency"}},
-    {"MCPStdio/json", {"MCPStdio/text"}},
-    {"MCPStdio/transport", {"MCPStdio/concurrency", "MCPStdio/text"}},
-    {"MCPStdio", {"MCPStdio/concurrency", "MCPStdio/json", "MCPStdio/text", "MCPStdio/transport"}},
-    {"velmiro_mcp/base", {}},
-    {"velmiro_mcp/ports", {"velmiro_mcp/base"}},
-    {"velmiro_mcp/platform/local",
-     {"velmiro_mcp/base", "velmiro_mcp/platform/local/calendars",
-      "velmiro_mcp/platform/local/contacts", "velmiro_mcp/platform/local/editing",
-      "velmiro_mcp/platform/local/files", "velmiro_mcp/platform/local/libraries",
-      "velmiro_mcp/platform/local/time", "velmiro_mcp/ports"}},
-    {"velmiro_mcp/platform/local/calendars",
-     {"MCPStdio/text", "velmiro_mcp/platform/local/files", "velmiro_mcp/platform/local/icalendar",
-      "velmiro_mcp/platform/local/recurrence", "velmiro_mcp/platform/local/time",
-      "velmiro_mcp/platform/local/zones", "velmiro_mcp/ports"}},
-    {"velmiro_mcp/platform/local/contacts",
-     {"MCPStdio/text", "velmiro_mcp/base", "velmiro_mcp/platform/local/files",
-      "velmiro_mcp/platform/local/icalendar", "velmiro_mcp/platform/local/libraries",
-      "velmiro_mcp/ports"}},
-    {"velmiro_mcp/platform/local/editing",
-     {"velmiro_mcp/base", "velmiro_mcp/platform/local/calendars",
-      "velmiro_mcp/platform/local/files", "velmiro_mcp/platform/local/icalendar",
-      "velmiro_mcp/platform/local/time", "velmiro_mcp/platform/local/zones", "velmiro_mcp/ports"}},
-    {"velmiro_mcp/platform/local/files", {"MCPStdio/concurrency", "MCPStdio/text"}},
-    {"velmiro_mcp/platform/local/icalendar",
-     {"MCPStdio/text", "velmiro_mcp/platform/local/libraries",
-      "velmiro_mcp/platform/local/recurrence", "velmiro_mcp/platform/local/time"}},
-    {"velmiro_mcp/platform/local/libraries", {"MCPStdio/text", "velmiro_mcp/ports"}},
-    {"velmiro_mcp/platform/local/recurrence", {"velmiro_mcp/platform/local/time"}},
-    {"velmiro_mcp/platform/local/time", {"velmiro_mcp/base", "velmiro_mcp/ports"}},
-    {"velmiro_mcp/platform/local/zones",
-     {"velmiro_mcp/platform/local/files", "velmiro_mcp/platform/local/icalendar",
-      "velmiro_mcp/platform/local/libraries", "velmiro_mcp/platform/local/recurrence",
-      "velmiro_mcp/platform/local/time"}},
-    {"velmiro_mcp/platform/macos", {"MCPStdio/text", "velmiro_mcp/base", "velmiro_mcp/ports"}},
-    {"velmiro_mcp/services",
-     {"MCPStdio", "MCPStdio/concurrency", "MCPStdio/json", "MCPStdio/text", "velmiro_mcp/base",
-      "velmiro_mcp/ports"}},
-    {"velmiro_mcp/AppleTools",
-     {"MCPStdio", "MCPStdio/concurrency", "MCPStdio/json", "velmiro_mcp/base", "velmiro_mcp/ports",
-      "velmiro_mcp/services"}},
-    {"velmiro_mcp",
-     {"MCPStdio", "MCPStdio/concurrency", "MCPStdio/transport", "velmiro_mcp/AppleTools",
-      "velmiro_mcp/base", "velmiro_mcp/ports", "velmiro_mcp/services"}},
-    {"approval_host", {"MCPStdio/json", "MCPStdio/text", "velmiro_mcp/base", "velmiro_mcp/ports"}},
-    {"examples", {"MCPStdio", "MCPStdio/concurrency", "MCPStdio/json"}},
-};
-
-struct SourceFile {
-    std::string path; ///< from the project's folder on
-    std::string text;
-};
-
-/// npm's packages lie among our folders once they are installed.
-bool isOurs(const std::string& path) {
-    return path.find("node_modules/") == std::string::npos;
-}
-
-std::vector<SourceFile> sourcesIn(const std::vector<std::string>& folders) {
-    const fs::path root{SOURCE_FOLDER};
-    const std::set<std::string> extensions{".cpp", ".hpp", ".mm", ".h"};
-    std::vector<SourceFile> files;
-    for (const std::string& folder : folders) {
-        for (const auto& entry : fs::recursive_directory_iterator{root / folder}) {
-            const std::string path = fs::relative(entry.path(), root).string();
-            if (extensions.contains(entry.path().extension().string()) && isOurs(path)) {
-                std::ifstream stream{entry.path()};
-                files.push_back({path, {std::istreambuf_iterator<char>{stream}, {}}});
-            }
-        }
-    }
-    return files;
-}
 
 /// What the programs are made of.
 std::vector<SourceFile> sources() {
     return sourcesIn({"MCPStdio", "velmiro_mcp", "approval_host", "examples"});
-}
-
-std::vector<std::string> matches(const std::string& text, const std::string& pattern) {
-    const std::regex expression{pattern, std::regex::multiline};
-    std::vector<std::string> found;
-    for (std::sregex_iterator at{text.begin(), text.end(), expression}, end; at != end; ++at) {
-        found.push_back((*at)[at->size() > 1 ? 1 : 0]);
-    }
-    return found;
 }
 
 /// Files that hold a pattern, other than those that may.
@@ -127,21 +43,6 @@ bool isOfTheHost(const std::string& path) {
 
 TEST(Rules, ThereIsSomethingToLookAt) {
     EXPECT_GT(sources().size(), 50U);
-}
-
-TEST(Rules, ARoomIncludesOnlyTheRoomsItMay) {
-    for (const SourceFile& file : sources()) {
-        const std::string room = fs::path{file.path}.parent_path().string();
-        const auto allowed = rooms.find(room);
-        ASSERT_NE(allowed, rooms.end()) << "no rule for the room of " << file.path;
-        for (const std::string& header :
-             matches(file.text, R"(^#(?:include|import) ["<]([^">]+)[">])")) {
-            const std::string from = fs::path{header}.parent_path().string();
-            if (rooms.contains(from) && from != room) {
-                EXPECT_TRUE(allowed->second.contains(from)) << file.path << " includes " << header;
-            }
-        }
-    }
 }
 
 TEST(Rules, OfTheServerOnlyTheTransportNamesStandardOutput) {
@@ -252,3 +153,5 @@ TEST(Rules, NoFileOutgrowsOneIdea) {
         EXPECT_LE(std::ranges::count(file.text, '\n'), 400) << file.path;
     }
 }
+
+} // namespace velmiro::rules

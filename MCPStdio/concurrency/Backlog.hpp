@@ -65,7 +65,8 @@ private:
     std::atomic<std::size_t> left_{0};
     Mutex mutex_;
     Condition fewer_;
-    std::size_t leftAtWait_ GUARDED_BY(mutex_) = 0; ///< how many had left when last waited for
+    std::size_t
+        leftAtWait_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< how many had left when last waited for
 };
 
 } // namespace MCPStdio

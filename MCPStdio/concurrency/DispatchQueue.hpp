@@ -102,31 +102,33 @@ public:
     }
 
 private:
-    void needThread() REQUIRES(mutex_);
-    bool startThread() REQUIRES(mutex_);
+    void needThread() MCPSTDIO_REQUIRES(mutex_);
+    bool startThread() MCPSTDIO_REQUIRES(mutex_);
     void work() noexcept;
-    bool waitForWork() REQUIRES(mutex_);
-    void runShortJobs() REQUIRES(mutex_);
-    bool watch() REQUIRES(mutex_);
-    void runUnlocked(Job& job) REQUIRES(mutex_);
-    [[nodiscard]] bool hasRole() const REQUIRES(mutex_);
-    [[nodiscard]] bool mayBlock() const REQUIRES(mutex_);
+    bool waitForWork() MCPSTDIO_REQUIRES(mutex_);
+    void runShortJobs() MCPSTDIO_REQUIRES(mutex_);
+    bool watch() MCPSTDIO_REQUIRES(mutex_);
+    void runUnlocked(Job& job) MCPSTDIO_REQUIRES(mutex_);
+    [[nodiscard]] bool hasRole() const MCPSTDIO_REQUIRES(mutex_);
+    [[nodiscard]] bool mayBlock() const MCPSTDIO_REQUIRES(mutex_);
 
     Mutex mutex_;
     Condition wake_;
     Condition nap_; ///< what the watcher waits on; nobody notifies it
-    JobList short_ GUARDED_BY(mutex_);
-    JobList blocking_ GUARDED_BY(mutex_);
+    JobList short_ MCPSTDIO_GUARDED_BY(mutex_);
+    JobList blocking_ MCPSTDIO_GUARDED_BY(mutex_);
     /// Roles that no thread has taken up yet; each job of `blocking_` is one more.
-    std::size_t openRunners_ GUARDED_BY(mutex_) = 0;
-    std::size_t openWatchers_ GUARDED_BY(mutex_) = 0;
-    std::size_t runners_ GUARDED_BY(mutex_) = 0; ///< threads that run short jobs, or soon will
-    bool watched_ GUARDED_BY(mutex_) = false;    ///< a thread watches them, or soon will
-    std::uint64_t begun_ GUARDED_BY(mutex_) = 0; ///< short jobs, ever
-    std::size_t threads_ GUARDED_BY(mutex_) = 0;
-    std::size_t blocked_ GUARDED_BY(mutex_) = 0;  ///< of these run a job that blocks
-    std::size_t idle_ GUARDED_BY(mutex_) = 0;     ///< threads waiting for a role
-    std::size_t starting_ GUARDED_BY(mutex_) = 0; ///< threads made that have not come to life yet
+    std::size_t openRunners_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
+    std::size_t openWatchers_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
+    std::size_t
+        runners_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< threads that run short jobs, or soon will
+    bool watched_ MCPSTDIO_GUARDED_BY(mutex_) = false;    ///< a thread watches them, or soon will
+    std::uint64_t begun_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< short jobs, ever
+    std::size_t threads_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
+    std::size_t blocked_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< of these run a job that blocks
+    std::size_t idle_ MCPSTDIO_GUARDED_BY(mutex_) = 0;    ///< threads waiting for a role
+    std::size_t
+        starting_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< threads made that have not come to life yet
 };
 
 } // namespace MCPStdio

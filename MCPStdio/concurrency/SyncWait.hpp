@@ -18,7 +18,7 @@ Result syncWait(Task<Result> task) {
     struct Outcome {
         Mutex mutex;
         Condition changed;
-        bool done GUARDED_BY(mutex) = false;
+        bool done MCPSTDIO_GUARDED_BY(mutex) = false;
         std::optional<std::conditional_t<std::is_void_v<Result>, bool, Result>> result;
         std::exception_ptr error;
     };

@@ -19,7 +19,7 @@ constexpr std::size_t usualSize = std::size_t{64} << 20U;
 /// The one that stays at hand.
 struct Spare {
     Mutex mutex;
-    LargeMemory memory GUARDED_BY(mutex);
+    LargeMemory memory MCPSTDIO_GUARDED_BY(mutex);
 };
 
 Spare& spare() {

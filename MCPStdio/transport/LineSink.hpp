@@ -33,7 +33,7 @@ public:
     void finish();
 
 private:
-    void followReader() REQUIRES(mutex_);
+    void followReader() MCPSTDIO_REQUIRES(mutex_);
     std::size_t writeSoon(std::string_view text) const;
     std::size_t writeAtOnce(std::string_view text) const;
     std::size_t writeWaiting(std::string_view text) const;
@@ -48,9 +48,11 @@ private:
         TextBuffer line;
         std::size_t written;
     };
-    std::deque<Kept> kept_ GUARDED_BY(mutex_);
-    bool draining_ GUARDED_BY(mutex_) = false; ///< lines are kept, and a thread writes them
-    std::size_t taken_ GUARDED_BY(mutex_) = 0; ///< bytes of those, since they were waited for
+    std::deque<Kept> kept_ MCPSTDIO_GUARDED_BY(mutex_);
+    bool
+        draining_ MCPSTDIO_GUARDED_BY(mutex_) = false; ///< lines are kept, and a thread writes them
+    std::size_t
+        taken_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< bytes of those, since they were waited for
 };
 
 } // namespace MCPStdio

@@ -39,7 +39,7 @@ public:
 
 private:
     Mutex mutex_;
-    std::deque<Continuation<bool>> calls_ GUARDED_BY(mutex_);
+    std::deque<Continuation<bool>> calls_ MCPSTDIO_GUARDED_BY(mutex_);
 };
 
 Task<MCPToolResult> waitAt(Gate& gate) {

@@ -137,7 +137,7 @@ private:
 
     MCPStdio::Mutex mutex_;
     MCPStdio::Condition ended_;
-    Waiting waiting_ GUARDED_BY(mutex_);
+    Waiting waiting_ MCPSTDIO_GUARDED_BY(mutex_);
 };
 
 } // namespace

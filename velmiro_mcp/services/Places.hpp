@@ -65,8 +65,8 @@ private:
     void leave() noexcept;
 
     MCPStdio::Mutex mutex_;
-    std::size_t free_ GUARDED_BY(mutex_);
-    MCPStdio::JobList line_ GUARDED_BY(mutex_);
+    std::size_t free_ MCPSTDIO_GUARDED_BY(mutex_);
+    MCPStdio::JobList line_ MCPSTDIO_GUARDED_BY(mutex_);
 };
 
 } // namespace velmiro

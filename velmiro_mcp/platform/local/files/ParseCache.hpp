@@ -125,7 +125,8 @@ private:
         return parsed;
     }
 
-    typename Entries::iterator find(Reader& reader, const std::string& name) REQUIRES(mutex_) {
+    typename Entries::iterator find(Reader& reader, const std::string& name)
+        MCPSTDIO_REQUIRES(mutex_) {
         Entries& entries = reader.entries_;
         auto found = reader.removals_ == removals_ ? reader.next_ : entries.end();
         if (found == entries.end() || found->first != name) {
@@ -141,7 +142,7 @@ private:
         return std::chrono::nanoseconds{stamp.changed} < (since - tick).time_since_epoch();
     }
 
-    void keep(Entries& entries, const std::string& name, Entry entry) REQUIRES(mutex_) {
+    void keep(Entries& entries, const std::string& name, Entry entry) MCPSTDIO_REQUIRES(mutex_) {
         if (memory_ + entry.memory > mostMemory_) {
             forgetUnread(entry.lastRead);
         }
@@ -151,7 +152,7 @@ private:
         }
     }
 
-    void forgetUnread(Time now) REQUIRES(mutex_) {
+    void forgetUnread(Time now) MCPSTDIO_REQUIRES(mutex_) {
         constexpr std::chrono::minutes patience{1};
         if (now < lastCleaning_ + patience / 10) {
             return; // one look at everything is not had for each file
@@ -168,7 +169,7 @@ private:
         }
     }
 
-    void forget(Entries& entries, typename Entries::iterator entry) REQUIRES(mutex_) {
+    void forget(Entries& entries, typename Entries::iterator entry) MCPSTDIO_REQUIRES(mutex_) {
         memory_ -= entry->second.memory;
         entries.erase(entry);
         ++removals_;
@@ -177,10 +178,11 @@ private:
     const std::size_t mostMemory_;
     const Clock now_;
     MCPStdio::Mutex mutex_;
-    std::unordered_map<std::string, Entries> folders_ GUARDED_BY(mutex_); ///< by their paths
-    std::size_t memory_ GUARDED_BY(mutex_) = 0;
-    Time lastCleaning_ GUARDED_BY(mutex_);
-    std::uint64_t removals_ GUARDED_BY(mutex_) = 0;
+    std::unordered_map<std::string, Entries>
+        folders_ MCPSTDIO_GUARDED_BY(mutex_); ///< by their paths
+    std::size_t memory_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
+    Time lastCleaning_ MCPSTDIO_GUARDED_BY(mutex_);
+    std::uint64_t removals_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace velmiro::local

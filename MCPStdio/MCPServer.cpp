@@ -5,6 +5,7 @@
 #include "MCPStdio/json/JSONWriter.hpp"
 #include "MCPStdio/text/UTF8.hpp"
 #include "MCPStdio/transport/LineSequence.hpp"
+#include "MCPStdio/transport/LineSink.hpp"
 #include "MCPStdio/transport/StandardStreams.hpp"
 
 #include <algorithm>
@@ -21,9 +22,9 @@ constexpr std::int64_t methodNotFoundCode = -32601;
 constexpr std::int64_t invalidParamsCode = -32602;
 constexpr std::int64_t internalErrorCode = -32603;
 
-const JSONValue nothing; // the id of what has none
+const JSONValue noID; // null, the id of a reply to a request without one
 
-/// The message in a line, when it is an object as every message is, and memory holds it.
+/// Reads a line as a message; nullopt if it is not a JSON object, or does not fit into memory.
 std::optional<JSONValue> readMessage(std::string_view line) {
     try {
         auto message = JSONValue::parse(line);
@@ -38,8 +39,8 @@ std::optional<JSONValue> readMessage(std::string_view line) {
     }
 }
 
-// Answers are written around their content rather than built as values: members in the order of
-// their keys, as the writer would put them.
+// Replies are written around their content rather than built as values. Members are in the order of
+// their keys, as the writer would write them.
 
 TextBuffer beginSuccess(const JSONValue& id) {
     TextBuffer text;
@@ -51,7 +52,7 @@ TextBuffer beginSuccess(const JSONValue& id) {
 
 TextBuffer writtenSuccess(const JSONValue& id, std::string_view result) {
     TextBuffer text = beginSuccess(id);
-    static_cast<void>(text.room(result.size() + 2)); // and what ends the line
+    static_cast<void>(text.room(result.size() + 2)); // one allocation, with the end of the line
     text.append(result);
     text.append('}');
     return text;
@@ -67,7 +68,7 @@ TextBuffer success(const JSONValue& id, const JSONValue& result) {
 TextBuffer callSuccess(const JSONValue& id, MCPToolResult result) {
     TextBuffer text = beginSuccess(id);
     text.append("{\"content\":[{\"text\":");
-    // Clients refuse a line that is not UTF-8, and a handler may pass on what it was given.
+    // Clients reject a line that is not UTF-8, and a handler may pass on what it was given.
     appendJSONString(text, repairUTF8(std::move(result.text)));
     text.append(",\"type\":\"text\"}],\"isError\":");
     text.append(result.isError ? "true}}" : "false}}");
@@ -86,9 +87,9 @@ TextBuffer failure(const JSONValue& id, const RPCError& error) {
     return text;
 }
 
-/// Sends a reply, or, where there is no memory to send it with, a short one instead.
+/// Sends a reply or, if there is not enough memory to send it, a short error instead.
 template <typename Send>
-void sendOrSayWhyNot(const Send& send, const JSONValue& id, TextBuffer reply) {
+void sendOrReportShortage(const Send& send, const JSONValue& id, TextBuffer reply) {
     try {
         send(std::move(reply));
     } catch (const std::bad_alloc&) {
@@ -97,12 +98,12 @@ void sendOrSayWhyNot(const Send& send, const JSONValue& id, TextBuffer reply) {
     }
 }
 
-/// The description of the exception that is being handled.
+/// Returns the description of the exception being handled.
 std::string currentDescription() {
     try {
         throw;
     } catch (const MCPToolError& error) {
-        return repairUTF8(error.message); // whole, also where it quotes a NUL
+        return repairUTF8(error.message); // not what(): the message may contain a NUL
     } catch (const std::exception& error) {
         return repairUTF8(error.what());
     } catch (...) {
@@ -140,70 +141,79 @@ MCPServer::MCPServer(std::string serverName, std::string serverVersion,
     }
 }
 
+// The road of a line: `run` reads it, `serve` waits for a turn of the actor, `answer` dispatches
+// the message in that turn and sends the reply; a tool call leaves the actor with `perform`.
+
 Task<void> MCPServer::run(int input, int output) {
     openClosedStandardStreams();
     LineSequence lines{input};
-    LineSink replies{output};
+    LineSink sink{output};
     TaskGroup requests;
-    const auto send = [&replies](TextBuffer reply) { replies.send(std::move(reply)); };
+    const auto send = [&sink](TextBuffer reply) { sink.send(std::move(reply)); };
     while (const auto line = lines.next()) {
         try {
             auto message = readMessage(*line);
-            if (auto turn = actor_.enterIfIdle()) { // nearly always: without a task
-                auto step = begin(std::move(message));
-                turn->end();
-                if (auto rest = proceed(std::move(step), send)) {
-                    requests.add(*std::move(rest));
+            if (auto turn = actor_.enterIfIdle()) { // nearly always, and it saves a task
+                if (auto call = answer(*std::move(turn), std::move(message), send)) {
+                    requests.add(*std::move(call));
                 }
             } else {
                 requests.add(serve(std::move(message), send));
             }
-        } catch (const std::bad_alloc&) { // for the task itself
+        } catch (const std::bad_alloc&) { // the task itself did not fit
             send(failure(nullptr, {parseErrorCode, "parse error"}));
         }
-        backlog_.letCatchUp();
+        backlog_.holdBack();
     }
     co_await requests.finish();
-    replies.finish();
+    sink.finish();
 }
 
-Task<std::optional<TextBuffer>> MCPServer::handleLine(std::string_view line) {
-    return collectAnswer(readMessage(line));
-}
-
-Task<std::optional<TextBuffer>> MCPServer::collectAnswer(std::optional<JSONValue> message) {
+Task<std::optional<TextBuffer>> MCPServer::handleLine(std::string line) {
     std::optional<TextBuffer> reply;
-    auto serving =
-        serve(std::move(message), [&reply](TextBuffer text) { reply = std::move(text); });
+    auto serving = serve(readMessage(line), [&reply](TextBuffer text) { reply = std::move(text); });
     co_await std::move(serving);
     co_return std::move(reply);
 }
 
+/// Answers a message once the actor has a turn for it.
 template <typename Send>
 Task<void> MCPServer::serve(std::optional<JSONValue> message, Send send) {
     auto entry = backlog_.enter();
     auto turn = co_await actor_.enter();
-    auto step = begin(std::move(message));
-    turn.end();
-    entry.leave();
-    if (auto rest = proceed(std::move(step), std::move(send))) {
-        co_await *std::move(rest);
+    entry.release();
+    if (auto call = answer(std::move(turn), std::move(message), send)) {
+        co_await *std::move(call);
     }
 }
 
-/// All that is done with a message in one turn. What comes of it is sent, or called, behind that.
-MCPServer::Step MCPServer::begin(std::optional<JSONValue> message) const {
+/// Dispatches a message in this turn and sends its reply. If it calls a tool, returns the task that
+/// makes the call and sends its result.
+template <typename Send>
+std::optional<Task<void>> MCPServer::answer(Actor::Turn turn, std::optional<JSONValue> message,
+                                            const Send& send) {
+    auto outcome = dispatch(std::move(message));
+    turn.release(); // sending may have to wait for the reader
+    if (auto* const reply = std::get_if<TextBuffer>(&outcome)) {
+        sendOrReportShortage(send, nullptr, std::move(*reply));
+    } else if (auto* const call = std::get_if<Call>(&outcome)) {
+        return perform(std::move(*call), backlog_.enter(), send);
+    }
+    return std::nullopt;
+}
+
+MCPServer::Outcome MCPServer::dispatch(std::optional<JSONValue> message) const {
     if (!message) {
         return failure(nullptr, {parseErrorCode, "parse error"});
     }
     const JSONValue* const methodName = (*message)["method"];
     const auto method = methodName == nullptr ? std::nullopt : methodName->stringValue();
     if (!method) {
-        return Nothing{};
+        return NoReply{};
     }
     auto requestId = message->take("id");
-    const JSONValue& id = requestId ? *requestId : nothing;
-    TextBuffer reply;
+    const JSONValue& id = requestId ? *requestId : noID;
+    TextBuffer text;
     try {
         auto params = message->take("params").value_or(JSONValue::object());
         if (*method == "tools/call") {
@@ -211,62 +221,52 @@ MCPServer::Step MCPServer::begin(std::optional<JSONValue> message) const {
             auto arguments = params.take("arguments").value_or(JSONValue::object());
             return Call{std::move(requestId), &tool.handler, std::move(arguments)};
         }
-        reply = dispatch(id, *method, params);
+        text = reply(id, *method, params);
     } catch (const RPCError& error) {
-        reply = failure(id, error);
+        text = failure(id, error);
     } catch (const JSONError&) {
-        reply.clear(); // it cannot be written: an empty line
+        text.clear(); // the reply has no JSON form: send an empty line
     } catch (...) {
-        reply = failure(id, {internalErrorCode, currentDescription()});
+        text = failure(id, {internalErrorCode, currentDescription()});
     }
     if (!requestId) {
-        return Nothing{};
+        return NoReply{};
     }
-    return reply;
+    return text;
 }
 
-/// Sends a reply; for a call gives the task that performs it and sends its reply.
-template <typename Send>
-std::optional<Task<void>> MCPServer::proceed(Step step, Send send) {
-    if (auto* const reply = std::get_if<TextBuffer>(&step)) {
-        sendOrSayWhyNot(send, nullptr, std::move(*reply));
-    } else if (auto* const call = std::get_if<Call>(&step)) {
-        return perform(std::move(*call), backlog_.enter(), std::move(send));
-    }
-    return std::nullopt;
-}
-
+/// Calls a tool on a worker thread, then formats and sends its result.
 template <typename Send>
 Task<void> MCPServer::perform(Call call, Backlog::Entry entry, Send send) {
-    // A handler may take long to reach its first wait: not on the thread that reads.
+    // A handler may take long to reach its first suspension: keep it off the thread that reads.
     co_await DispatchQueue::global().hop();
-    entry.leave();
+    entry.release();
     MCPToolResult result;
     try {
         auto calling = (*call.handler)(std::move(call.arguments));
-        auto given = co_await std::move(calling);
-        result = std::move(given);
-    } catch (...) { // the call failed, the protocol did not
+        auto returned = co_await std::move(calling);
+        result = std::move(returned);
+    } catch (...) { // the call failed, not the protocol
         result = MCPToolResult::error(currentDescription());
     }
     if (!call.id) {
         co_return;
     }
     auto turn = co_await actor_.enter();
-    TextBuffer reply;
+    TextBuffer text;
     try {
-        reply = callSuccess(*call.id, std::move(result));
+        text = callSuccess(*call.id, std::move(result));
     } catch (...) {
-        reply = failure(*call.id, {internalErrorCode, currentDescription()});
+        text = failure(*call.id, {internalErrorCode, currentDescription()});
     }
-    turn.end(); // sending may have to wait a moment
-    sendOrSayWhyNot(send, *call.id, std::move(reply));
+    turn.release(); // sending may have to wait for the reader
+    sendOrReportShortage(send, *call.id, std::move(text));
 }
 
-/// Answers all methods but the one that calls a tool. Throws RPCError, and JSONError where the
-/// answer cannot be written.
-TextBuffer MCPServer::dispatch(const JSONValue& id, std::string_view method,
-                               const JSONValue& params) const {
+/// Answers every method except `tools/call`. Throws RPCError, and JSONError if the answer has no
+/// JSON form.
+TextBuffer MCPServer::reply(const JSONValue& id, std::string_view method,
+                            const JSONValue& params) const {
     if (method == "initialize") {
         return success(id, initializeResult(params));
     }

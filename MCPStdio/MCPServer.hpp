@@ -6,10 +6,10 @@
 #include "MCPStdio/concurrency/Task.hpp"
 #include "MCPStdio/json/JSONValue.hpp"
 #include "MCPStdio/text/TextBuffer.hpp"
-#include "MCPStdio/transport/LineSink.hpp"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -20,74 +20,75 @@
 
 namespace MCPStdio {
 
-/// A Model Context Protocol server for tools: JSON-RPC 2.0, one text a line.
+/// A Model Context Protocol server for tools: JSON-RPC 2.0, one message per line.
 ///
 ///     MCPServer server{"hello", "1.0", std::nullopt, {echoTool}};
 ///     syncWait(server.run());
 ///
-/// The server is an actor: lines are parsed, dispatched and their results formatted one at a time.
-/// A tool's handler runs outside of it, on a worker, so calls overlap one another and everything
-/// else; replies leave in the order in which they are done. There is no protocol state: every
-/// request is answered at any time, whatever came before it.
+/// The server is an actor: it dispatches messages and formats results one at a time. Tool handlers
+/// run outside it, on worker threads, so calls overlap one another and everything else; replies are
+/// sent in the order in which they are ready. There is no protocol state: every request is answered
+/// at any time, whatever came before it.
 class MCPServer {
 public:
-    /// An error of the protocol itself, sent as a JSON-RPC error. A tool that fails is none.
+    /// An error of the protocol itself, sent as a JSON-RPC error. A failing tool is not one.
     struct RPCError {
         std::int64_t code;
         std::string message;
     };
 
-    /// The first one is answered to a client that asks for any other.
+    /// The first one is the answer to a client that asks for a version not listed here.
     static constexpr std::array<std::string_view, 3> supportedProtocolVersions{
         "2025-06-18", "2025-03-26", "2024-11-05"};
 
-    /// Of tools with the same name the last one is called, and is listed as often as the name was
-    /// given.
+    /// If several tools have the same name, the last one is called, and it is listed as often as
+    /// the name was given.
     MCPServer(std::string name, std::string version, std::optional<std::string> instructions,
               std::vector<MCPTool> tools);
 
-    /// Serves one descriptor on another until the input ends and every request is answered. To be
-    /// called once. It blocks the thread that awaits it while it reads.
+    /// Reads requests from `input` and writes replies to `output` until the input ends and every
+    /// request is answered. Called once. Blocks the awaiting thread while it reads.
     Task<void> run(int input = STDIN_FILENO, int output = STDOUT_FILENO);
 
-    /// Answers one line, which it reads at once; nothing where no answer is due. The answer is
-    /// empty when it cannot be written as JSON.
-    Task<std::optional<TextBuffer>> handleLine(std::string_view line);
+    /// Answers one line; nullopt if it calls for no answer. The answer is empty if it cannot be
+    /// written as JSON.
+    Task<std::optional<TextBuffer>> handleLine(std::string line);
 
     const std::string name;
     const std::string version;
     const std::optional<std::string> instructions;
 
 private:
-    /// A call to be made, and the id of the request, if it has one.
+    /// A tool call that is still to be made, and the id of the request, if it has one.
     struct Call {
         std::optional<JSONValue> id;
         const ToolHandler* handler;
         JSONValue arguments;
     };
-    struct Nothing {};
-    /// What a message comes to at once.
-    using Step = std::variant<Nothing, TextBuffer, Call>;
+    struct NoReply {};
+    /// The outcome of `dispatch`: nothing to send, a reply, or a call.
+    using Outcome = std::variant<NoReply, TextBuffer, Call>;
 
-    Task<std::optional<TextBuffer>> collectAnswer(std::optional<JSONValue> message);
     template <typename Send>
     Task<void> serve(std::optional<JSONValue> message, Send send);
-    [[nodiscard]] Step begin(std::optional<JSONValue> message) const;
     template <typename Send>
-    std::optional<Task<void>> proceed(Step step, Send send);
+    std::optional<Task<void>> answer(Actor::Turn turn, std::optional<JSONValue> message,
+                                     const Send& send);
+    [[nodiscard]] Outcome dispatch(std::optional<JSONValue> message) const;
     template <typename Send>
     Task<void> perform(Call call, Backlog::Entry entry, Send send);
-    [[nodiscard]] TextBuffer dispatch(const JSONValue& id, std::string_view method,
-                                      const JSONValue& params) const;
+
+    [[nodiscard]] TextBuffer reply(const JSONValue& id, std::string_view method,
+                                   const JSONValue& params) const;
     [[nodiscard]] const MCPTool& calledTool(const JSONValue& params) const;
     [[nodiscard]] JSONValue initializeResult(const JSONValue& params) const;
     [[nodiscard]] JSONValue toolsListResult() const;
 
     Actor actor_;
-    Backlog backlog_; ///< requests that neither were answered nor have begun their call
-    std::map<std::string, MCPTool, std::less<>> tools_; ///< never changes after construction
-    std::vector<std::string> order_;                    ///< as the tools were given
-    std::optional<std::string> toolsList_; ///< written once; nothing when it has no JSON form
+    Backlog backlog_; ///< requests neither answered nor with a call that has started
+    std::map<std::string, MCPTool, std::less<>> tools_; ///< constant after construction
+    std::vector<std::string> order_;                    ///< the tools' names as they were given
+    std::optional<std::string> toolsList_; ///< written once; nullopt if it has no JSON form
 };
 
 } // namespace MCPStdio

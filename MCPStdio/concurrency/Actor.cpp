@@ -1,5 +1,7 @@
 #include "MCPStdio/concurrency/Actor.hpp"
 
+#include <utility>
+
 namespace MCPStdio {
 
 bool Actor::becomeBusy() noexcept {
@@ -9,8 +11,8 @@ bool Actor::becomeBusy() noexcept {
                                           std::memory_order_relaxed);
 }
 
-/// False when the actor has become idle meanwhile and the turn was taken.
-[[gnu::noinline]] bool Actor::waitInLine(Entering& waiter) noexcept {
+/// Returns false if the actor has become idle meanwhile and the turn was taken instead.
+[[gnu::noinline]] bool Actor::enqueue(Entering& waiter) noexcept {
     auto seen = state_.load(std::memory_order_relaxed);
     while (true) {
         if (seen == idle) {
@@ -20,8 +22,8 @@ bool Actor::becomeBusy() noexcept {
             }
             continue;
         }
-        waiter.olderWaiter_ = seen == busy ? nullptr : reinterpret_cast<Entering*>(seen);
-        // Releases the waiter to the holder. It may run as soon as this has happened.
+        waiter.previous_ = seen == busy ? nullptr : reinterpret_cast<Entering*>(seen);
+        // Releases the waiter to the holder, which may resume it from this moment on.
         if (state_.compare_exchange_weak(seen, reinterpret_cast<std::uintptr_t>(&waiter),
                                          std::memory_order_release, std::memory_order_relaxed)) {
             return true;
@@ -29,28 +31,28 @@ bool Actor::becomeBusy() noexcept {
     }
 }
 
-void Actor::leave() noexcept {
-    if (line_.empty()) {
+void Actor::release() noexcept {
+    if (waiters_.empty()) {
         auto expected = busy;
         // Releases what this holder wrote to the next one.
         if (state_.compare_exchange_strong(expected, idle, std::memory_order_release,
                                            std::memory_order_relaxed)) {
             return;
         }
-        // Acquires those who came, latest first, and puts them in the order in which they came.
-        const auto latest = state_.exchange(busy, std::memory_order_acquire);
-        Entering* reversed = nullptr;
-        for (auto* waiter = reinterpret_cast<Entering*>(latest); waiter != nullptr;) {
-            auto* older = std::exchange(waiter->olderWaiter_, reversed);
-            reversed = waiter;
-            waiter = older;
+        // Acquires the new waiters, last one first, and puts them into order of arrival.
+        const auto last = state_.exchange(busy, std::memory_order_acquire);
+        Entering* first = nullptr;
+        for (auto* waiter = reinterpret_cast<Entering*>(last); waiter != nullptr;) {
+            auto* previous = std::exchange(waiter->previous_, first);
+            first = waiter;
+            waiter = previous;
         }
-        for (auto* waiter = reversed; waiter != nullptr; waiter = waiter->olderWaiter_) {
-            line_.push(*waiter);
+        for (auto* waiter = first; waiter != nullptr; waiter = waiter->previous_) {
+            waiters_.push(*waiter);
         }
     }
-    // The turn passes on without the actor ever being idle, so nobody can push in.
-    DispatchQueue::global().async(line_.pop());
+    // The turn is passed on while the actor stays busy, so nobody can overtake.
+    DispatchQueue::global().async(waiters_.pop());
 }
 
 } // namespace MCPStdio

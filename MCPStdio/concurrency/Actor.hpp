@@ -1,50 +1,28 @@
 #pragma once
 
 #include "MCPStdio/concurrency/DispatchQueue.hpp"
+#include "MCPStdio/concurrency/Token.hpp"
 
 #include <atomic>
 #include <coroutine>
 #include <cstdint>
 #include <optional>
-#include <utility>
 
 namespace MCPStdio {
 
-/// A serial executor: of all who enter, one at a time has the turn, in the order in which they
-/// came.
+/// A serial executor: coroutines that enter it take turns, one at a time, first come, first served.
 ///
 ///     {
 ///         const auto turn = co_await actor.enter();
 ///         ... what must not overlap ...
 ///     }
 ///
-/// Entering an idle actor goes on at once, on the same thread; at a busy one the coroutine waits
-/// and goes on later, on the global queue. A turn is not a lock: end it before awaiting anything
-/// else, and take another one afterwards. The actor must outlive all turns.
+/// Entering an idle actor continues immediately, on the same thread. At a busy one the coroutine is
+/// suspended and later resumed on the global queue. A turn is not a lock: release it before
+/// awaiting anything else, and take another one afterwards. The actor must outlive all turns.
 class Actor {
 public:
-    class [[nodiscard]] Turn {
-    public:
-        explicit Turn(Actor& actor) noexcept : actor_{&actor} {}
-        Turn(Turn&& other) noexcept : actor_{std::exchange(other.actor_, nullptr)} {}
-        Turn& operator=(Turn&& other) noexcept {
-            end();
-            actor_ = std::exchange(other.actor_, nullptr);
-            return *this;
-        }
-        Turn(const Turn&) = delete;
-        Turn& operator=(const Turn&) = delete;
-        ~Turn() { end(); }
-
-        void end() noexcept {
-            if (actor_ != nullptr) {
-                std::exchange(actor_, nullptr)->leave();
-            }
-        }
-
-    private:
-        Actor* actor_;
-    };
+    using Turn = Token<Actor>;
 
     Actor() = default;
     Actor(const Actor&) = delete;
@@ -53,7 +31,7 @@ public:
     /// `auto turn = co_await actor.enter();`
     auto enter() noexcept { return Entering{*this}; }
 
-    /// A turn where that takes no waiting: the actor is idle.
+    /// Returns a turn if the actor is idle; none if entering would have to wait.
     std::optional<Turn> enterIfIdle() noexcept {
         return becomeBusy() ? std::optional<Turn>{std::in_place, *this} : std::nullopt;
     }
@@ -65,7 +43,7 @@ private:
         [[nodiscard]] bool await_ready() const noexcept { return actor_.becomeBusy(); }
         bool await_suspend(std::coroutine_handle<> waiting) noexcept {
             waiting_ = waiting;
-            return actor_.waitInLine(*this);
+            return actor_.enqueue(*this);
         }
         [[nodiscard]] Turn await_resume() const noexcept { return Turn{actor_}; }
         void run() noexcept override { waiting_.resume(); }
@@ -74,20 +52,21 @@ private:
         friend class Actor;
         Actor& actor_;
         std::coroutine_handle<> waiting_;
-        Entering* olderWaiter_ = nullptr;
+        Entering* previous_ = nullptr; ///< the waiter that arrived before this one
     };
 
+    friend class Token<Actor>;
+    void release() noexcept;
     [[nodiscard]] bool becomeBusy() noexcept;
-    [[nodiscard]] bool waitInLine(Entering& waiter) noexcept;
-    void leave() noexcept;
+    [[nodiscard]] bool enqueue(Entering& waiter) noexcept;
 
-    // One word says all: `idle`; or `busy` with nobody waiting; or the address of the latest of
-    // those who came since the holder last looked, who are linked from late to early.
+    // The whole state is one word: `idle`; or `busy`, with no new waiter; or the address of the
+    // last waiter to arrive since the holder looked, from which the earlier ones are linked.
     static constexpr std::uintptr_t idle = 0;
     static constexpr std::uintptr_t busy = 1;
     std::atomic<std::uintptr_t> state_{idle};
-    /// Those whose turn comes next, in order. Belongs to whoever has the turn.
-    JobList line_;
+    /// Waiters whose turn comes next, in order of arrival. Accessed only by the holder of the turn.
+    JobList waiters_;
 };
 
 } // namespace MCPStdio

@@ -5,30 +5,32 @@
 namespace MCPStdio {
 namespace {
 
-/// How long is waited. No shorter than the system's own tick: a timer of its own costs more than
-/// what is waited for.
+constexpr std::size_t lowWaterMark = Backlog::highWaterMark / 2;
+
+/// The longest wait between two looks. No shorter than the system's tick: programming a finer timer
+/// costs more than the wait saves.
 constexpr auto moment = std::chrono::milliseconds{10};
 
 } // namespace
 
-void Backlog::leave() noexcept {
-    // Releases the entering that came before: nobody sees more leave than have entered.
+void Backlog::release() noexcept {
+    // Releases the `enter` that came before: no thread sees more entries leave than have entered.
     left_.fetch_add(1, std::memory_order_release);
-    if (size() == veryMany / 2) {
+    if (size() == lowWaterMark) {
         const MutexLock lock{mutex_};
-        fewer_.notifyAll();
+        room_.notifyAll();
     }
 }
 
-void Backlog::waitForFewer() {
+void Backlog::waitForRoom() {
     const MutexLock lock{mutex_};
-    while (size() > veryMany / 2) {
+    while (size() > lowWaterMark) {
         const std::size_t left = left_.load(std::memory_order_relaxed);
-        if (left - leftAtWait_ < veryMany / 2) {
-            return; // that would take long
+        if (left - leftAtWait_ < lowWaterMark) {
+            return; // consumers are slow; do not wait for them
         }
         leftAtWait_ = left;
-        fewer_.waitUntil(mutex_, std::chrono::steady_clock::now() + moment);
+        room_.waitUntil(mutex_, std::chrono::steady_clock::now() + moment);
     }
 }
 

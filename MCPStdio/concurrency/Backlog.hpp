@@ -1,72 +1,56 @@
 #pragma once
 
 #include "MCPStdio/concurrency/Mutex.hpp"
+#include "MCPStdio/concurrency/Token.hpp"
 
 #include <atomic>
 #include <cstddef>
-#include <utility>
 
 namespace MCPStdio {
 
-/// What one thread has handed over to others and they have not begun.
+/// Work that one thread has handed over to others and that has not started yet.
 ///
-/// A thread that hands over faster than others begin would fill the memory and the caches, which
-/// costs more than the work itself. So it lets them catch up when very much lies ready. It never
-/// waits long for work that hardly moves: where little begins in a moment, it goes on.
+/// A producer that is faster than its consumers would fill memory and caches, which costs more than
+/// the work itself. So past a high-water mark it is held back until half of the backlog is gone.
+/// It is never held back for long: if little work starts within a moment, because handlers block,
+/// it continues.
 class Backlog {
 public:
-    /// One piece of work, from when it is handed over until it begins or is dropped.
-    class [[nodiscard]] Entry {
-    public:
-        explicit Entry(Backlog& backlog) noexcept : backlog_{&backlog} {}
-        Entry(Entry&& other) noexcept : backlog_{std::exchange(other.backlog_, nullptr)} {}
-        Entry(const Entry&) = delete;
-        Entry& operator=(const Entry&) = delete;
-        Entry& operator=(Entry&&) = delete;
-        ~Entry() { leave(); }
+    /// One piece of work, from when it is handed over until it starts or is dropped.
+    using Entry = Token<Backlog>;
 
-        void leave() noexcept {
-            if (backlog_ != nullptr) {
-                std::exchange(backlog_, nullptr)->leave();
-            }
-        }
-
-    private:
-        Backlog* backlog_;
-    };
-
-    /// From any thread.
+    /// Adds one piece of work. Called on any thread.
     Entry enter() noexcept {
         entered_.fetch_add(1, std::memory_order_relaxed);
         return Entry{*this};
     }
 
-    /// To be called between two pieces by the one thread that hands them over.
-    void letCatchUp() {
-        if (size() > veryMany) {
-            waitForFewer();
+    /// Applies back-pressure. Called by the producing thread between two pieces of work.
+    void holdBack() {
+        if (size() > highWaterMark) {
+            waitForRoom();
         }
     }
 
-    /// How much is not begun, or was not a moment ago.
+    /// Returns the amount of work that has not started, or had not a moment ago.
     [[nodiscard]] std::size_t size() const noexcept {
-        // One that leaves between the two is counted as if it had not.
+        // An entry released between the two loads still counts; the difference is never negative.
         const std::size_t left = left_.load(std::memory_order_acquire);
         return entered_.load(std::memory_order_relaxed) - left;
     }
 
-    static constexpr std::size_t veryMany = 256;
+    static constexpr std::size_t highWaterMark = 256;
 
 private:
-    void leave() noexcept;
-    void waitForFewer();
+    friend class Token<Backlog>;
+    void release() noexcept;
+    void waitForRoom();
 
     std::atomic<std::size_t> entered_{0};
     std::atomic<std::size_t> left_{0};
     Mutex mutex_;
-    Condition fewer_;
-    std::size_t
-        leftAtWait_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< how many had left when last waited for
+    Condition room_;
+    std::size_t leftAtWait_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< `left_` when last waited for room
 };
 
 } // namespace MCPStdio

@@ -19,10 +19,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long the reader may take nothing before lines are kept for it. It is no shorter than the
-/// system's own tick: a timer of its own, each time the pipe is full, would cost more than a reply.
+/// How long the reader may take nothing before lines are queued for it. Not shorter than the
+/// system's tick: programming a finer timer each time the pipe is full would cost more than a
+/// reply.
 constexpr auto patience = std::chrono::milliseconds{10};
-/// A reader that takes this much in that time, about what a pipe holds, is waited for.
+/// The sender waits for a reader that takes this much in that time, about what a pipe holds.
 constexpr std::size_t goodPace = std::size_t{64} << 10U;
 
 mode_t kindOf(int descriptor) {
@@ -30,20 +31,19 @@ mode_t kindOf(int descriptor) {
     return ::fstat(descriptor, &status) == 0 ? status.st_mode & S_IFMT : 0;
 }
 
-/// A further descriptor for the same pipe, one that never blocks. The flags of the one that was
-/// given are not ours: they are the parent's too. Nothing for what is no pipe, or where the system
-/// does not open descriptors by such names; what waits there asks before it writes.
-std::optional<int> openWithoutBlocking(int descriptor) {
+/// Opens a second, nonblocking descriptor for the same pipe: the flags of the given one are shared
+/// with the parent, so they are not ours to change. Returns none if it is no pipe, or if the system
+/// cannot open descriptors by such names; then writing asks for room first.
+Descriptor openNonblocking(int descriptor) {
     if (!S_ISFIFO(kindOf(descriptor))) {
-        return std::nullopt;
+        return Descriptor{};
     }
     const auto name = "/proc/self/fd/" + std::to_string(descriptor);
-    const int opened = ::open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    return opened < 0 ? std::nullopt : std::optional{opened};
+    return Descriptor{::open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)};
 }
 
-/// The output is lost. What the system does by default to one who writes where nobody reads is done
-/// here also when the parent had that switched off.
+/// Ends the process as the system does by default when a pipe has no reader, even if the parent had
+/// SIGPIPE ignored: the output is lost.
 [[noreturn]] void endProcess() {
     std::signal(SIGPIPE, SIG_DFL);
     std::raise(SIGPIPE);
@@ -55,8 +55,9 @@ bool isReady(int descriptor, std::chrono::milliseconds timeout) {
     return ::poll(&writable, 1, static_cast<int>(timeout.count())) == 1;
 }
 
-/// How much of `text` was written: nothing when the call failed for now, the end when for good.
-std::size_t taken(ssize_t written) {
+/// Returns how many bytes a call wrote: 0 after a temporary failure. A permanent one ends the
+/// process.
+std::size_t bytesOf(ssize_t written) {
     if (written >= 0) {
         return static_cast<std::size_t>(written);
     }
@@ -69,15 +70,9 @@ std::size_t taken(ssize_t written) {
 } // namespace
 
 LineSink::LineSink(int descriptor)
-    : opened_{openWithoutBlocking(descriptor)},
-      descriptor_{opened_.value_or(descriptor)},
+    : nonblocking_{openNonblocking(descriptor)},
+      descriptor_{nonblocking_ ? nonblocking_.get() : descriptor},
       isSocket_{S_ISSOCK(kindOf(descriptor))} {}
-
-LineSink::~LineSink() {
-    if (opened_) {
-        ::close(*opened_);
-    }
-}
 
 void LineSink::send(TextBuffer line) {
     line.append('\n');
@@ -85,7 +80,7 @@ void LineSink::send(TextBuffer line) {
     followReader();
     std::size_t written = 0;
     if (!draining_) {
-        written = writeSoon(line.view());
+        written = writeWhileReaderKeepsUp(line.view());
         if (written == line.size()) {
             return;
         }
@@ -93,7 +88,7 @@ void LineSink::send(TextBuffer line) {
         taken_ = 0;
         DispatchQueue::global().asyncBlocking([this] { drain(); });
     }
-    kept_.push_back({std::move(line), written});
+    queue_.push_back({std::move(line), written});
 }
 
 void LineSink::finish() {
@@ -103,9 +98,9 @@ void LineSink::finish() {
     }
 }
 
-/// Waits for a reader that takes kept lines at a good pace until it has them all. Without this a
-/// server that once kept a line could go on to keep as many as there are, each by way of another
-/// thread. A slow reader holds nobody up.
+/// Waits until a reader that takes queued lines at a good pace has them all. Otherwise a server
+/// that once queued a line might queue all later ones as well, each by way of another thread. A
+/// slow reader holds nobody up.
 void LineSink::followReader() {
     while (draining_ && taken_ >= goodPace) {
         taken_ = 0;
@@ -113,11 +108,11 @@ void LineSink::followReader() {
     }
 }
 
-/// Writes as long as the reader at the other end makes room; gives back how much.
-std::size_t LineSink::writeSoon(std::string_view text) const {
-    std::size_t written = writeAtOnce(text);
+/// Writes as long as the reader makes room, and returns how many bytes it wrote.
+std::size_t LineSink::writeWhileReaderKeepsUp(std::string_view text) const {
+    std::size_t written = writeWithoutBlocking(text);
     while (written < text.size() && isReady(descriptor_, patience)) {
-        const std::size_t more = writeAtOnce(text.substr(written));
+        const std::size_t more = writeWithoutBlocking(text.substr(written));
         if (more == 0) {
             break;
         }
@@ -126,46 +121,46 @@ std::size_t LineSink::writeSoon(std::string_view text) const {
     return written;
 }
 
-/// Writes without blocking, at best all of `text`, at worst nothing.
-std::size_t LineSink::writeAtOnce(std::string_view text) const {
+/// Writes what fits now, which may be all of `text` or nothing.
+std::size_t LineSink::writeWithoutBlocking(std::string_view text) const {
     if (isSocket_) {
-        return taken(::send(descriptor_, text.data(), text.size(), MSG_DONTWAIT));
+        return bytesOf(::send(descriptor_, text.data(), text.size(), MSG_DONTWAIT));
     }
-    if (opened_) {
-        return taken(::write(descriptor_, text.data(), text.size()));
+    if (nonblocking_) {
+        return bytesOf(::write(descriptor_, text.data(), text.size()));
     }
-    // A pipe or terminal that is ready has room for this much.
+    // A pipe or terminal that is ready for writing has room for this much.
     if (text.size() <= PIPE_BUF && isReady(descriptor_, std::chrono::milliseconds{0})) {
-        return taken(::write(descriptor_, text.data(), text.size()));
+        return bytesOf(::write(descriptor_, text.data(), text.size()));
     }
     return 0;
 }
 
-std::size_t LineSink::writeWaiting(std::string_view text) const {
+std::size_t LineSink::writeBlocking(std::string_view text) const {
     const ssize_t written = ::write(descriptor_, text.data(), text.size());
     if (written < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
         isReady(descriptor_, std::chrono::milliseconds{-1});
         return 0;
     }
-    return taken(written);
+    return bytesOf(written);
 }
 
-/// Runs on a thread of its own while lines are kept. Only this thread writes then.
+/// Writes the queue on a thread of its own. While it runs, no other thread writes.
 void LineSink::drain() {
     while (true) {
-        Kept next;
+        QueuedLine next;
         {
             const MutexLock lock{mutex_};
-            if (kept_.empty()) {
+            if (queue_.empty()) {
                 draining_ = false;
                 drained_.notifyAll();
                 return;
             }
-            next = std::move(kept_.front());
-            kept_.pop_front();
+            next = std::move(queue_.front());
+            queue_.pop_front();
         }
         for (auto rest = next.line.view().substr(next.written); !rest.empty();) {
-            rest.remove_prefix(writeWaiting(rest));
+            rest.remove_prefix(writeBlocking(rest));
         }
         const MutexLock lock{mutex_};
         taken_ += next.line.size();

@@ -2,57 +2,57 @@
 
 #include "MCPStdio/concurrency/Mutex.hpp"
 #include "MCPStdio/text/TextBuffer.hpp"
+#include "MCPStdio/transport/Descriptor.hpp"
 
+#include <cstddef>
 #include <deque>
-#include <optional>
 #include <string_view>
 
 namespace MCPStdio {
 
-/// Where lines go out, whole and in the order in which they were sent, from any thread.
+/// Writes lines to a descriptor, whole and in the order in which they were sent, from any thread.
 ///
-/// A line is written at once, in one call, where there is room. Otherwise sending waits for the
-/// reader at the other end, as long as it takes much in every moment: a host that reads sets the
-/// pace, and no memory fills. For one that does not, or a host that writes many requests before it
-/// reads one reply would stop both, lines are kept, and a thread of its own writes them as it finds
-/// room.
+/// If there is room, a line is written immediately, with one system call. Otherwise the sender
+/// waits as long as the reader keeps taking data at a good pace: it sets the pace, and memory does
+/// not fill. If the reader stalls, lines are queued, and a thread of their own writes them as it
+/// finds room; otherwise a host that writes many requests before it reads one reply would deadlock
+/// with us.
 class LineSink {
 public:
-    /// Does not own the descriptor, which may be of any kind and blocking or not.
+    /// Does not own the descriptor, which may be of any kind, blocking or not.
     explicit LineSink(int descriptor);
     LineSink(const LineSink&) = delete;
     LineSink& operator=(const LineSink&) = delete;
-    /// To be called when all lines have been written.
-    ~LineSink();
+    /// All lines must have been written: call `finish` before.
+    ~LineSink() = default;
 
-    /// Sends a line; the line feed is added here. When the other end is closed the process ends, as
-    /// it would by default: there is nobody left to serve.
+    /// Sends a line and appends the line feed. If the other end is closed, the process ends, as it
+    /// would by default: there is nobody left to serve.
     void send(TextBuffer line);
 
     /// Waits until all lines have been written.
     void finish();
 
 private:
-    void followReader() MCPSTDIO_REQUIRES(mutex_);
-    std::size_t writeSoon(std::string_view text) const;
-    std::size_t writeAtOnce(std::string_view text) const;
-    std::size_t writeWaiting(std::string_view text) const;
-    void drain();
-
-    const std::optional<int> opened_; ///< a descriptor of its own that never blocks
-    const int descriptor_;
-    const bool isSocket_;
-    Mutex mutex_;
-    Condition drained_;
-    struct Kept {
+    struct QueuedLine {
         TextBuffer line;
         std::size_t written;
     };
-    std::deque<Kept> kept_ MCPSTDIO_GUARDED_BY(mutex_);
-    bool
-        draining_ MCPSTDIO_GUARDED_BY(mutex_) = false; ///< lines are kept, and a thread writes them
-    std::size_t
-        taken_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< bytes of those, since they were waited for
+
+    void followReader() MCPSTDIO_REQUIRES(mutex_);
+    std::size_t writeWhileReaderKeepsUp(std::string_view text) const;
+    std::size_t writeWithoutBlocking(std::string_view text) const;
+    std::size_t writeBlocking(std::string_view text) const;
+    void drain();
+
+    const Descriptor nonblocking_; ///< our own descriptor for the same pipe; none if it is no pipe
+    const int descriptor_;
+    const bool isSocket_;
+    Mutex mutex_;
+    Condition drained_; ///< the queue is empty, or the reader has taken a line
+    std::deque<QueuedLine> queue_ MCPSTDIO_GUARDED_BY(mutex_);
+    bool draining_ MCPSTDIO_GUARDED_BY(mutex_) = false; ///< a thread writes the queue
+    std::size_t taken_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< bytes of it since last waited for
 };
 
 } // namespace MCPStdio

@@ -51,7 +51,7 @@ MCPServer makeServer(std::optional<std::string> instructions = "Be kind.") {
 }
 
 std::string answerOf(MCPServer& server, std::string_view line) {
-    const auto reply = syncWait(server.handleLine(line));
+    const auto reply = syncWait(server.handleLine(std::string{line}));
     return reply ? std::string{reply->view()} : "(nothing)";
 }
 

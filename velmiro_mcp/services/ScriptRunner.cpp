@@ -104,10 +104,10 @@ JSONValue valueOf(std::string output) {
 
 /// Blocks the calling thread until the script has ended.
 JSONValue runScript(const std::vector<std::string>& line, milliseconds timeout,
-                    Places::Place& place, Places::Place& turn) {
+                    Semaphore::Permit& running, Semaphore::Permit& starting) {
     Subprocess process = start(line, timeout);
-    turn.leave();
-    process.terminateAt(Subprocess::Clock::now() + timeout, [&] { place.leave(); });
+    starting.release();
+    process.terminateAt(Subprocess::Clock::now() + timeout, [&] { running.release(); });
     // One after the other: a script that fills standard error before it has closed its output is
     // ended by the timeout.
     std::string output = process.readOutputToEnd();
@@ -128,12 +128,13 @@ ScriptRunner& ScriptRunner::shared() {
 MCPStdio::Task<JSONValue> ScriptRunner::run(std::string script, std::vector<std::string> arguments,
                                             milliseconds timeout) {
     const auto line = commandLine(interpreter_, script, arguments);
-    auto entering = running_.enter();
-    auto place = co_await entering;
-    auto queueing = starting_.enter();
-    auto turn = co_await queueing;
-    auto running = MCPStdio::blocking([&] { return runScript(line, timeout, place, turn); });
-    auto value = co_await running;
+    auto acquiringRun = running_.acquire();
+    auto running = co_await acquiringRun;
+    auto acquiringStart = starting_.acquire();
+    auto starting = co_await acquiringStart;
+    auto execution =
+        MCPStdio::blocking([&] { return runScript(line, timeout, running, starting); });
+    auto value = co_await execution;
     co_return value;
 }
 

@@ -2,7 +2,7 @@
 
 #include "MCPStdio/concurrency/Task.hpp"
 #include "MCPStdio/json/JSONValue.hpp"
-#include "velmiro_mcp/services/Places.hpp"
+#include "velmiro_mcp/services/Semaphore.hpp"
 
 #include <chrono>
 #include <cstddef>
@@ -38,11 +38,11 @@ public:
 
 private:
     const std::string interpreter_;
-    Places running_{mostAtOnce};
-    /// One starts at a time. Where the system has run out of something, it alone waits for that on
-    /// a thread; many would hold, with their threads and half of their pipes, what all are short
-    /// of.
-    Places starting_{1};
+    Semaphore running_{mostAtOnce};
+    /// One script starts at a time. If the system has run out of something, that one alone waits
+    /// for it on a thread; many would hold, with their threads and half of their pipes, what all
+    /// lack.
+    Semaphore starting_{1};
 };
 
 /// How a tool runs a script: `ScriptRunner::run`, or what stands for it in a test.

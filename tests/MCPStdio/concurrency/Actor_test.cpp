@@ -38,7 +38,7 @@ TEST(Actor, WhoeverWaitsComesInTheOrderOfArrival) {
             group.add(enterAndNote(actor, i, order));
         }
         EXPECT_TRUE(order.empty());
-        turn.end();
+        turn.release();
         co_await group.finish();
     };
     syncWait(run());
@@ -53,8 +53,8 @@ TEST(Actor, ATurnMayBeEndedAndTakenAgain) {
     Actor actor;
     const auto run = [&]() -> Task<> {
         auto turn = co_await actor.enter();
-        turn.end();
-        turn.end();
+        turn.release();
+        turn.release();
         auto next = co_await actor.enter();
         turn = std::move(next);
     };

@@ -15,9 +15,9 @@ TEST(Backlog, CountsWhatHasNotBegun) {
         auto first = backlog.enter();
         auto second = backlog.enter();
         EXPECT_EQ(backlog.size(), 2U);
-        first.leave();
+        first.release();
         EXPECT_EQ(backlog.size(), 1U);
-        first.leave();
+        first.release();
         EXPECT_EQ(backlog.size(), 1U);
     }
     EXPECT_EQ(backlog.size(), 0U);
@@ -35,25 +35,25 @@ TEST(Backlog, WhatIsMovedLeavesOnce) {
 TEST(Backlog, NobodyWaitsForWorkThatStandsStill) {
     Backlog backlog;
     std::vector<Backlog::Entry> stuck;
-    for (std::size_t i = 0; i < 20 * Backlog::veryMany; ++i) {
+    for (std::size_t i = 0; i < 20 * Backlog::highWaterMark; ++i) {
         stuck.push_back(backlog.enter());
-        backlog.letCatchUp(); // would never end, or take a moment for each
+        backlog.holdBack(); // would never end, or take a moment for each
     }
-    EXPECT_EQ(backlog.size(), 20 * Backlog::veryMany);
+    EXPECT_EQ(backlog.size(), 20 * Backlog::highWaterMark);
 }
 
 TEST(Backlog, WorkThatMovesIsWaitedFor) {
     Backlog backlog;
     std::vector<Backlog::Entry> entries;
-    for (std::size_t i = 0; i < 2 * Backlog::veryMany; ++i) {
+    for (std::size_t i = 0; i < 2 * Backlog::highWaterMark; ++i) {
         entries.push_back(backlog.enter());
     }
-    for (std::size_t i = 0; i < Backlog::veryMany / 2; ++i) {
-        entries[i].leave();
+    for (std::size_t i = 0; i < Backlog::highWaterMark / 2; ++i) {
+        entries[i].release();
     }
     const auto before = std::chrono::steady_clock::now();
-    backlog.letCatchUp();
-    // Nothing more begins: it is given its moment, and no more.
+    backlog.holdBack();
+    // Nothing more starts: it waits for one moment, not longer.
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{10});
 }
 
@@ -76,7 +76,7 @@ TEST(Backlog, OneThreadHandsOverWhileOthersBegin) {
                     }
                 }
                 if (entry) {
-                    entry->leave();
+                    entry->release();
                     ++begun;
                 }
             }
@@ -88,7 +88,7 @@ TEST(Backlog, OneThreadHandsOverWhileOthersBegin) {
             const MutexLock lock{mutex};
             ready.push_back(std::move(entry));
         }
-        backlog.letCatchUp();
+        backlog.holdBack();
     }
     for (std::thread& worker : workers) {
         worker.join();

@@ -1,7 +1,6 @@
 // The smallest useful server: one tool that gives back its argument.
 
-#include <MCPStdio/MCPServer.hpp>
-#include <MCPStdio/concurrency/SyncWait.hpp>
+#include <MCPStdio/MCPStdio.hpp>
 
 using namespace MCPStdio;
 

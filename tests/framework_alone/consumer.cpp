@@ -1,8 +1,13 @@
 // A server with one tool, on the installed framework alone.
 
-#include <MCPStdio/MCPServer.hpp>
-#include <MCPStdio/concurrency/SyncWait.hpp>
-#include <MCPStdio/json/JSONCoding.hpp>
+// A user's macros may have any name without the framework's prefix.
+#define ACQUIRE "not the framework's"
+#define CAPABILITY "not the framework's"
+#define GUARDED_BY "not the framework's"
+#define RELEASE "not the framework's"
+#define REQUIRES "not the framework's"
+
+#include <MCPStdio/MCPStdio.hpp>
 
 #include <tuple>
 

@@ -148,6 +148,18 @@ TEST(Rules, LibicalAndICUAreEachNamedInOneFileWhichLoadsThem) {
               nobody);
 }
 
+/// Macros reach into the code of whoever includes a header.
+TEST(Rules, TheFrameworksMacrosHaveItsPrefix) {
+    std::size_t defined = 0;
+    for (const SourceFile& file : sourcesIn({"MCPStdio"})) {
+        for (const std::string& name : matches(file.text, R"(^[ ]*#[ ]*define[ ]+(\w+))")) {
+            ++defined;
+            EXPECT_TRUE(name.starts_with("MCPSTDIO_")) << file.path << " defines " << name;
+        }
+    }
+    EXPECT_GT(defined, 0U);
+}
+
 TEST(Rules, NoFileOutgrowsOneIdea) {
     for (const SourceFile& file : sources()) {
         EXPECT_LE(std::ranges::count(file.text, '\n'), 400) << file.path;

@@ -12,10 +12,11 @@ namespace MCPStdio {
 
 namespace detail {
 
-/// A continuation was dropped without a result: traps in a debug build. In a release build the
-/// waiting coroutine gets the error given back here, so that at least nobody waits for ever.
+/// Reports a continuation that was dropped without a result. Traps in a debug build; in a release
+/// build returns the error that the waiting coroutine receives, so that it does not wait forever.
 std::exception_ptr droppedContinuation() noexcept;
-/// A continuation was resumed a second time: traps in a debug build, is ignored in a release build.
+/// Reports a continuation that was resumed twice. Traps in a debug build; does nothing in a release
+/// build.
 void resumedTwice() noexcept;
 
 template <typename Result>
@@ -24,7 +25,7 @@ public:
     void finish(std::optional<Result> result, std::exception_ptr error) {
         result_ = std::move(result);
         error_ = std::move(error);
-        // From here on the coroutine may run, and this state be gone with it.
+        // From here on the coroutine may run and destroy this state.
         DispatchQueue::global().async(*this);
     }
 
@@ -41,8 +42,8 @@ protected:
 
 } // namespace detail
 
-/// The right to resume one waiting coroutine, once, from any thread; it then runs on the global
-/// queue. Whoever holds it must use it on every path: dropping it is a programming error.
+/// The right to resume one suspended coroutine, once, from any thread; it then runs on the global
+/// queue. The holder must use it on every path: dropping it is a programming error.
 template <typename Result>
 class Continuation {
 public:
@@ -72,9 +73,9 @@ private:
     detail::ContinuationState<Result>* state_;
 };
 
-/// `co_await withContinuation<Result>(body)` suspends, then calls `body` with the continuation on
-/// the same thread; the value (or exception) it is resumed with is the result. `body` must not
-/// throw.
+/// `co_await withContinuation<Result>(body)` suspends, then calls `body` with the continuation, on
+/// the same thread. Evaluates to the value that the continuation is resumed with, or throws the
+/// exception that it fails with. `body` must not throw.
 template <typename Result, typename Body>
 auto withContinuation(Body body) {
     class Awaiter final : public detail::ContinuationState<Result> {
@@ -83,7 +84,7 @@ auto withContinuation(Body body) {
         [[nodiscard]] bool await_ready() const noexcept { return false; }
         [[gnu::noinline]] void await_suspend(std::coroutine_handle<> waiting) noexcept {
             this->waiting_ = waiting;
-            // Off the frame first: the coroutine may go on, and end, while `body` still runs.
+            // Moved off the frame: the coroutine may resume, and end, while `body` still runs.
             Body body{std::move(body_)};
             body(Continuation<Result>{*this});
         }
@@ -100,8 +101,8 @@ auto withContinuation(Body body) {
     return Awaiter{std::move(body)};
 }
 
-/// Runs a function that may block on a thread of its own; its result, or its exception, is the
-/// result. `co_await blocking([&] { return read(...); })`
+/// Runs a function that may block on a thread of its own, and evaluates to its result or throws its
+/// exception: `co_await blocking([&] { return read(...); })`.
 template <typename Function>
 auto blocking(Function function) {
     using Result = std::invoke_result_t<Function&>;
@@ -116,8 +117,8 @@ auto blocking(Function function) {
                     } catch (...) {
                         error = std::current_exception();
                     }
-                    // Outside the handler: the exception is not to be held, and perhaps destroyed,
-                    // by this thread while another reads it.
+                    // Outside the handler: this thread must not hold the exception, and perhaps
+                    // destroy it, while another reads it.
                     if (error) {
                         waiting.fail(std::move(error));
                     } else {

@@ -9,11 +9,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long a thread stays without work.
+/// How long a thread waits for work before it ends.
 constexpr auto idleTime = std::chrono::seconds{1};
-/// How long a short job may keep others waiting.
+/// How long a short job may keep others waiting before it counts as blocking.
 constexpr auto patience = std::chrono::milliseconds{1};
-/// Address space only: memory is used as far as a stack is.
+/// Address space; memory is used only for the pages that are touched.
 constexpr std::size_t stackSize = std::size_t{1} << 20U;
 
 } // namespace
@@ -37,7 +37,7 @@ DispatchQueue& DispatchQueue::global() {
     return *queue;
 }
 
-// A thread is woken when the lock has been given up, or it would at once wait for that.
+// Threads are notified after the lock is released; otherwise they would wake only to wait for it.
 
 void DispatchQueue::async(Job& job) {
     {
@@ -66,27 +66,28 @@ void DispatchQueue::asyncBlocking(Job& job) {
     wake_.notifyOne();
 }
 
-/// Whether a thread without work could take up some now.
+/// Returns whether there is a role that an idle thread could take now.
 bool DispatchQueue::hasRole() const {
     return openRunners_ + openWatchers_ > 0 || (!blocking_.empty() && mayBlock());
 }
 
-/// Whether one more thread may go and block: not the last one that short jobs could still run on,
-/// or questions nobody answers could use up all the threads the system gives.
+/// Returns whether one more thread may block. The last one is kept for short jobs; otherwise
+/// unanswered questions could use up all threads that the system allows.
 bool DispatchQueue::mayBlock() const {
     return blocked_ == 0 || threads_ - blocked_ > 1;
 }
 
-/// Called after a role was opened, before somebody is woken: there will be somebody to take it up.
+/// Makes sure that there is a thread for each open role. Called after opening one, before
+/// notifying.
 void DispatchQueue::needThread() {
     const std::size_t reserve = blocking_.empty() ? 0 : 1;
     const std::size_t needed = openRunners_ + openWatchers_ + blocking_.size() + reserve;
     while (needed > idle_ + starting_) {
         if (!startThread()) {
             if (threads_ > 0) {
-                break; // whoever is done takes it up
+                break; // the next thread to finish takes it
             }
-            std::this_thread::sleep_for(patience); // nobody would ever come back for it
+            std::this_thread::sleep_for(patience); // there is no thread that could take it later
         }
     }
 }
@@ -113,7 +114,7 @@ bool DispatchQueue::startThread() {
     return true;
 }
 
-/// A thread's life: one role after the other until there has been none for a while.
+/// A thread's main function: takes one role after another until there has been none for a while.
 void DispatchQueue::work() noexcept {
     const MutexLock lock{mutex_};
     --starting_;
@@ -135,7 +136,7 @@ void DispatchQueue::work() noexcept {
     --threads_;
 }
 
-/// False when the thread may leave.
+/// Returns false if the thread may end.
 bool DispatchQueue::waitForWork() {
     if (hasRole()) {
         return true;
@@ -146,7 +147,7 @@ bool DispatchQueue::waitForWork() {
         while (!hasRole() && Clock::now() < deadline) {
             wake_.waitUntil(mutex_, deadline);
         }
-    } while (!hasRole() && !mayBlock()); // the last one stays while others block
+    } while (!hasRole() && !mayBlock()); // the last one stays while the others block
     --idle_;
     return hasRole();
 }
@@ -159,7 +160,7 @@ void DispatchQueue::runShortJobs() {
     --runners_;
 }
 
-/// True when the running jobs block others and this thread has to run those.
+/// Returns true if the running short jobs block and this thread has to run the others.
 bool DispatchQueue::watch() {
     while (!short_.empty()) {
         const auto before = begun_;
@@ -169,7 +170,7 @@ bool DispatchQueue::watch() {
         }
         if (begun_ == before && !short_.empty()) {
             ++runners_;
-            ++openWatchers_; // the next watcher, should this thread come to block as well
+            ++openWatchers_; // watches this thread, should it block as well
             needThread();
             wake_.notifyOne();
             return true;

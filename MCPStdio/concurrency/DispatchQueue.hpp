@@ -10,8 +10,8 @@
 
 namespace MCPStdio {
 
-/// Something to run once, on another thread. Whoever queues a job keeps it alive until it runs;
-/// running it may destroy it.
+/// A piece of work to run once, on another thread. Its owner keeps it alive until it runs; running
+/// it may destroy it.
 class Job {
 public:
     Job() = default;
@@ -20,13 +20,13 @@ public:
 
     virtual void run() noexcept = 0;
 
-    Job* next = nullptr; ///< belongs to the list that holds this job
+    Job* next = nullptr; ///< used by the list that holds this job
 
 protected:
     ~Job() = default;
 };
 
-/// Jobs in the order in which they came, linked through themselves.
+/// An intrusive queue of jobs, first in, first out.
 class JobList {
 public:
     [[nodiscard]] bool empty() const noexcept { return first_ == nullptr; }
@@ -40,18 +40,19 @@ private:
     std::size_t size_ = 0;
 };
 
-/// The threads that all work runs on; there is one queue in a process, and it is never destroyed.
+/// The process's thread pool. There is one, and it is never destroyed.
 ///
-/// Threads come as they are needed and leave when they have been idle for a while. There are two
-/// kinds of work, because they are in need of different things:
-///  - A job that says that it blocks (a socket exchange, a child process) gets a thread to itself
-///  at
-///    once. A thousand of them are a thousand threads, which sleep.
-///  - All other jobs are short and follow one another on one thread, so that a burst of them wakes
-///    one thread and not one each. A watcher looks on: when none of them has been begun for a
-///    millisecond although some wait, the running one blocks after all, and a further thread joins.
-/// Where the system gives no more threads, work waits for one that exists; one of them is always
-/// kept for short jobs.
+/// Threads are started on demand and end after being idle for a while. There are two kinds of jobs:
+///
+/// Blocking jobs are declared as such by their callers: a socket exchange, a child process. Each
+/// runs immediately, on a thread of its own; a thousand of them are a thousand sleeping threads.
+///
+/// Short jobs run one after another on one thread, so that a burst of them wakes one thread and not
+/// one each. A watcher looks on: if no waiting job has started for a millisecond, the running one
+/// blocks after all, and another thread joins.
+///
+/// If the system cannot start more threads, jobs wait for an existing one. One thread is always
+/// reserved for short jobs.
 class DispatchQueue {
 public:
     static DispatchQueue& global();
@@ -63,7 +64,7 @@ public:
     void async(Job& job);
     void asyncBlocking(Job& job);
 
-    /// Runs a function object that blocks. It must not throw.
+    /// Runs a function object as a blocking job. It must not throw.
     template <typename Function>
     void asyncBlocking(Function function) {
         class Owned final : public Job {
@@ -81,7 +82,7 @@ public:
         asyncBlocking(static_cast<Job&>(*new Owned{std::move(function)}));
     }
 
-    /// `co_await queue.hop()` goes on as a short job of this queue.
+    /// `co_await queue.hop()` continues the coroutine as a short job of this queue.
     auto hop() noexcept {
         class Hop final : public Job {
         public:
@@ -114,21 +115,20 @@ private:
 
     Mutex mutex_;
     Condition wake_;
-    Condition nap_; ///< what the watcher waits on; nobody notifies it
+    Condition nap_; ///< the watcher sleeps on it; never notified
     JobList short_ MCPSTDIO_GUARDED_BY(mutex_);
     JobList blocking_ MCPSTDIO_GUARDED_BY(mutex_);
-    /// Roles that no thread has taken up yet; each job of `blocking_` is one more.
+    /// Roles that no thread has taken yet; each job in `blocking_` is one more.
     std::size_t openRunners_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
     std::size_t openWatchers_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
     std::size_t
-        runners_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< threads that run short jobs, or soon will
-    bool watched_ MCPSTDIO_GUARDED_BY(mutex_) = false;    ///< a thread watches them, or soon will
-    std::uint64_t begun_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< short jobs, ever
+        runners_ MCPSTDIO_GUARDED_BY(mutex_) = 0;      ///< threads running short jobs, or about to
+    bool watched_ MCPSTDIO_GUARDED_BY(mutex_) = false; ///< a thread watches them, or is about to
+    std::uint64_t begun_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< short jobs started so far
     std::size_t threads_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
-    std::size_t blocked_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< of these run a job that blocks
-    std::size_t idle_ MCPSTDIO_GUARDED_BY(mutex_) = 0;    ///< threads waiting for a role
-    std::size_t
-        starting_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< threads made that have not come to life yet
+    std::size_t blocked_ MCPSTDIO_GUARDED_BY(mutex_) = 0;  ///< of these, running a blocking job
+    std::size_t idle_ MCPSTDIO_GUARDED_BY(mutex_) = 0;     ///< threads waiting for a role
+    std::size_t starting_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< threads created that do not run yet
 };
 
 } // namespace MCPStdio

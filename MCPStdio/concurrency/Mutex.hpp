@@ -21,8 +21,8 @@
 
 namespace MCPStdio {
 
-/// The standard mutex and condition variable, marked for clang's analysis. Never held across a
-/// `co_await`, and no coroutine is resumed under it.
+/// `std::mutex`, annotated for clang's thread-safety analysis. Never held across a `co_await` or
+/// while a coroutine is resumed.
 class MCPSTDIO_CAPABILITY("mutex") Mutex {
 public:
     void lock() MCPSTDIO_ACQUIRE() { mutex_.lock(); }
@@ -33,6 +33,7 @@ private:
     std::mutex mutex_;
 };
 
+/// Holds a mutex for a scope.
 class MCPSTDIO_SCOPED_CAPABILITY MutexLock {
 public:
     explicit MutexLock(Mutex& mutex) MCPSTDIO_ACQUIRE(mutex) : mutex_{mutex} { mutex_.lock(); }
@@ -44,7 +45,8 @@ private:
     Mutex& mutex_;
 };
 
-/// Waiting gives the mutex up and takes it again before it returns. It may return without a reason.
+/// A condition variable. Waiting releases the mutex and acquires it again before it returns; it may
+/// wake spuriously.
 class Condition {
 public:
     void wait(Mutex& mutex) MCPSTDIO_REQUIRES(mutex) {

@@ -11,8 +11,8 @@
 
 namespace MCPStdio {
 
-/// Runs a task from code that is no coroutine and blocks this thread until it has ended; gives back
-/// its result or throws its exception. The task begins on this thread.
+/// Runs a task from outside a coroutine and blocks this thread until it has ended. Returns its
+/// result or throws its exception. The task starts on this thread.
 template <typename Result>
 Result syncWait(Task<Result> task) {
     struct Outcome {
@@ -25,7 +25,7 @@ Result syncWait(Task<Result> task) {
     const auto run = [](Task<Result> awaited,
                         std::shared_ptr<Outcome> outcome) -> detail::Detached {
         try {
-            // Whatever the task holds is gone before the waiting thread goes on.
+            // The task is destroyed, with all it holds, before the waiting thread continues.
             auto owned = std::move(awaited);
             if constexpr (std::is_void_v<Result>) {
                 co_await std::move(owned);
@@ -49,7 +49,7 @@ Result syncWait(Task<Result> task) {
         }
     }
     if (outcome->error) {
-        std::rethrow_exception(std::move(outcome->error)); // this thread alone has it from now on
+        std::rethrow_exception(std::move(outcome->error)); // no other thread refers to it now
     }
     if constexpr (!std::is_void_v<Result>) {
         return *std::move(outcome->result);

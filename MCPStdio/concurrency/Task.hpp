@@ -9,13 +9,13 @@
 
 /// The unit of asynchronous work.
 ///
-/// The one hard question of such a type is how a child that finishes hands control to its parent
-/// without growing the stack. Jumping from one coroutine straight into the next needs a tail call,
-/// which one of our compilers makes only when it optimises and neither makes under its sanitizers;
-/// a loop over a million children would overflow there. So a parent runs its child by an ordinary
-/// call. A child that finished within that call is seen to be done, and the parent goes on without
-/// having suspended; a loop needs no stack at all. A child that is still waiting resumes its
-/// parent when it ends, on whatever thread that happens. One atomic exchange decides which it was.
+/// The hard question is how a finished child passes control to its parent without growing the
+/// stack. Symmetric transfer needs a tail call, which one of our compilers emits only when it
+/// optimises, and neither under sanitizers; a loop over a million children would overflow there. So
+/// a parent runs its child with an ordinary call. If the child finishes within that call, the
+/// parent continues without having suspended, and a loop uses no stack. If the child is still
+/// waiting, it resumes its parent when it ends, on whatever thread that happens. One atomic
+/// exchange decides which it is.
 namespace MCPStdio {
 
 template <typename Result>
@@ -42,14 +42,14 @@ public:
 
     void unhandled_exception() noexcept { error_ = std::current_exception(); }
 
-    /// Runs the task on this thread. True when the parent has to wait for it to end.
+    /// Runs the task on this thread. Returns true if the parent has to wait for its end.
     template <typename Promise>
     static bool start(std::coroutine_handle<Promise> self, std::coroutine_handle<> parent) {
         TaskPromiseBase& promise = self.promise();
         promise.parent_ = parent;
         self.resume();
-        // Whoever comes second knows that the other has been here. Nothing of either frame may be
-        // touched after this when it was us: the task may end, and its parent with it, at once.
+        // The second to arrive here sees that the other was first. If we are first, neither frame
+        // may be touched any more: the task may end on another thread, and its parent with it.
         return !promise.met_.exchange(true, std::memory_order_acq_rel);
     }
 
@@ -92,7 +92,8 @@ public:
     void take() const { rethrowError(); }
 };
 
-/// A coroutine that begins at once, belongs to nobody and disappears at its end; it must not throw.
+/// A coroutine that starts immediately, has no owner and destroys itself at its end; it must not
+/// throw.
 struct Detached {
     struct promise_type {
         Detached get_return_object() const noexcept { return {}; }
@@ -105,11 +106,12 @@ struct Detached {
 
 } // namespace detail
 
-/// A computation that starts when it is awaited and is awaited once: `co_await std::move(task)`.
-/// Awaiting runs it on the awaiting thread up to the first point where it has to wait. The awaiter
-/// goes on, with the result or the exception, on the awaiting thread where the task has ended by
-/// then, otherwise on the thread that ends it. A task that was never awaited does nothing; one that
-/// has begun must not be destroyed before its end.
+/// A lazy computation, awaited at most once: `co_await std::move(task)`.
+///
+/// Awaiting starts it on the awaiting thread and runs it up to its first suspension. The awaiter
+/// receives its result or exception: on the awaiting thread if the task has ended by then,
+/// otherwise on the thread that ends it. A task that is never awaited does nothing. One that has
+/// started must not be destroyed before its end.
 template <typename Result = void>
 class [[nodiscard]] Task {
 public:

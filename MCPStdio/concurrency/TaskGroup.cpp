@@ -5,7 +5,7 @@ namespace MCPStdio {
 detail::Detached TaskGroup::runChild(Task<void> child) {
     running_.fetch_add(1, std::memory_order_relaxed);
     {
-        // Its frame goes before the group may.
+        // Its frame must be destroyed before the group may be.
         Task<void> owned{std::move(child)};
         co_await std::move(owned);
     }
@@ -15,7 +15,7 @@ detail::Detached TaskGroup::runChild(Task<void> child) {
 }
 
 bool TaskGroup::leave() noexcept {
-    // Releases what a child did, and acquires what all others did, for whoever waits.
+    // Releases this child's writes, and acquires those of all others for the waiting coroutine.
     return running_.fetch_sub(1, std::memory_order_acq_rel) == 1;
 }
 

@@ -8,20 +8,20 @@
 
 namespace MCPStdio {
 
-/// Owns child tasks that run beside one another, and waits for all of them.
+/// Owns child tasks that run concurrently, and waits for all of them.
 ///
 /// One coroutine adds the children and then awaits `finish()`, once; the group must outlive that.
-/// Children must not throw: nobody is there to hear it.
+/// Children must not throw: there is nobody to catch it.
 class TaskGroup {
 public:
     TaskGroup() = default;
     TaskGroup(const TaskGroup&) = delete;
     TaskGroup& operator=(const TaskGroup&) = delete;
 
-    /// Starts a child: it runs on this thread up to the first point where it has to wait.
+    /// Starts a child, which runs on this thread up to its first suspension.
     void add(Task<void> child) { runChild(std::move(child)); }
 
-    /// `co_await group.finish()` goes on when every child has ended, on the thread of the last one.
+    /// `co_await group.finish()` resumes when every child has ended, on the thread of the last one.
     auto finish() noexcept {
         struct Awaiter {
             TaskGroup& group;
@@ -39,11 +39,11 @@ public:
 private:
     detail::Detached runChild(Task<void> child);
 
-    /// True for the last one to leave.
+    /// Returns true for the last one to leave.
     bool leave() noexcept;
 
-    /// The children that run, and one more for the coroutine that has yet to await `finish`: so the
-    /// count cannot reach zero before that.
+    /// The running children, plus one for the coroutine that has yet to await `finish`, so that the
+    /// count cannot reach zero before it does.
     std::atomic<std::size_t> running_{1};
     std::coroutine_handle<> waiting_;
 };

@@ -61,7 +61,10 @@ public:
     DispatchQueue(const DispatchQueue&) = delete;
     DispatchQueue& operator=(const DispatchQueue&) = delete;
 
+    /// Queues a short job.
     void async(Job& job);
+
+    /// Queues a blocking job.
     void asyncBlocking(Job& job);
 
     /// Runs a function object as a blocking job. It must not throw.
@@ -121,9 +124,8 @@ private:
     /// Roles that no thread has taken yet; each job in `blocking_` is one more.
     std::size_t openRunners_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
     std::size_t openWatchers_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
-    std::size_t
-        runners_ MCPSTDIO_GUARDED_BY(mutex_) = 0;      ///< threads running short jobs, or about to
-    bool watched_ MCPSTDIO_GUARDED_BY(mutex_) = false; ///< a thread watches them, or is about to
+    std::size_t runners_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< threads running short jobs
+    bool watched_ MCPSTDIO_GUARDED_BY(mutex_) = false;    ///< a thread watches them, or is about to
     std::uint64_t begun_ MCPSTDIO_GUARDED_BY(mutex_) = 0; ///< short jobs started so far
     std::size_t threads_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
     std::size_t blocked_ MCPSTDIO_GUARDED_BY(mutex_) = 0;  ///< of these, running a blocking job

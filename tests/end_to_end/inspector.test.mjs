@@ -12,7 +12,7 @@ import { binary, Home } from './support/home.mjs';
 
 const deadline = { timeout: 60_000 };
 const program = fileURLToPath(new URL('node_modules/.bin/mcp-inspector', import.meta.url));
-/** What it exits with when a tool says that a call failed. */
+/** Its exit status if a tool reports that a call failed. */
 const toolFailed = 5;
 
 /** @param {Home} home @param {string[]} rest */
@@ -41,7 +41,7 @@ test('the Inspector lists the tools and finds no fault in them', deadline, async
     assert.deepEqual(result.tools, tools());
 });
 
-/** Does something with each of a list, two at a time: a call is a process of seconds. */
+/** Runs `work` on each item of a list, two at a time: a call is a process that takes seconds. */
 async function inPairs(list, work) {
     const rest = [...list];
     const worker = async () => {
@@ -75,7 +75,7 @@ test('the Inspector changes something with every tool that does', deadline, asyn
     assert.deepEqual(asked.sort(), changes.map(({ name, summary }) => `allowed ${name}: ${summary}`).sort());
 });
 
-/** A wrong argument, what is not there, a script that fails: the Inspector takes a second for each. */
+/** A wrong argument, a missing list, a failing script: the Inspector takes a second for each. */
 const someFailures = ['calendar_create_event', 'reminders_list', 'notes_create'];
 
 test('the Inspector takes what a tool says of a mistake as its failure', deadline, async (t) => {

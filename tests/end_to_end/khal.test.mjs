@@ -1,4 +1,4 @@
-// The calendar folders belong to the user: khal reads what the server writes, and the other way.
+// The calendar folders belong to the user: khal reads what the server writes, and vice versa.
 
 import assert from 'node:assert/strict';
 import { execFile } from 'node:child_process';
@@ -12,7 +12,7 @@ import { Home } from './support/home.mjs';
 const deadline = { timeout: 60_000 };
 const run = promisify(execFile);
 
-/** Gives khal for the calendars of a home, with a database of its own. */
+/** Returns a function that runs khal on a home's calendars, with a database of its own. */
 async function khalIn(home) {
     const settings = join(home.path, 'khal.conf');
     await writeFile(
@@ -68,7 +68,7 @@ test('khal reads the events that the server creates', deadline, async (t) => {
         await list('2026-10-14', '1d'),
         `${long}|2026-10-14 15:00|2026-10-14 16:00|False|Zoë’s Café||Calendar`,
     );
-    // khal gives the last day itself.
+    // khal prints the last day as the end.
     assert.equal(await list('2026-10-16', '3d'), 'Holiday|2026-10-16 00:00|2026-10-17 00:00|True|||Calendar');
     assert.equal(
         await list('2026-10-25', '1d'),

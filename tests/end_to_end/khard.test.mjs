@@ -1,4 +1,4 @@
-// The address book belongs to the user: khard and the server read the same cards.
+// The address book belongs to the user: khard and the server read the same vCards.
 
 import assert from 'node:assert/strict';
 import { execFile } from 'node:child_process';
@@ -12,7 +12,7 @@ import { Home } from './support/home.mjs';
 const deadline = { timeout: 60_000 };
 const run = promisify(execFile);
 
-/** Gives khard for one folder of the home's address book. */
+/** Returns a function that runs khard on one folder of the home's address book. */
 async function khardIn(home, folder) {
     const path = join(home.velmiro, 'Contacts', folder);
     await mkdir(path, { recursive: true });
@@ -34,7 +34,7 @@ preferred_version = 3.0
     };
 }
 
-/** The lines of khard's machine readable output, as sorted lists of fields. */
+/** The lines of khard's machine-readable output, sorted, each as a list of fields. */
 const rows = (output) =>
     output
         .split('\n')

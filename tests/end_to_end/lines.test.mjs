@@ -1,4 +1,4 @@
-// Every line that the server writes, against the SDK's own description of the protocol.
+// Checks every line that the server writes against the SDK's own description of the protocol.
 
 import {
     CallToolResultSchema,
@@ -15,7 +15,7 @@ import { test } from 'node:test';
 import { tools } from './support/catalogue.mjs';
 import { binary, Home } from './support/home.mjs';
 
-/** Writes the lines, ends the input, and gives the lines that came back. */
+/** Writes the lines, closes the input, and returns the lines of the output. */
 async function exchange(home, lines) {
     const server = spawn(binary('velmiro_mcp'), {
         env: { ...process.env, ...home.environment },
@@ -70,7 +70,7 @@ test('every reply is what the protocol says', { timeout: 60_000 }, async (t) => 
         if (typeof expected === 'number') {
             assert.equal(reply.error.code, expected);
         } else {
-            // Strict: nothing may be there that the protocol does not know.
+            // Strict: the result must not have members that the protocol does not know.
             expected.strict().parse(reply.result);
         }
     }

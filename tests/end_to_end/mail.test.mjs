@@ -1,5 +1,5 @@
-// The Maildir belongs to the user: mutt and notmuch fill it and the server reads it, and they take up
-// the drafts that the server saves.
+// The Maildir belongs to the user: mutt and notmuch fill it for the server to read, and they resume the
+// drafts that the server saves.
 
 import assert from 'node:assert/strict';
 import { readFile, stat } from 'node:fs/promises';
@@ -12,7 +12,7 @@ import { muttIn, notmuchIn } from './support/mail_programs.mjs';
 import { assertSame, awkward, longest, textOf, tooLong } from './support/texts.mjs';
 
 const require = createRequire(new URL('../../osascript/main.mjs', import.meta.url));
-/** Of another make than what reads and writes messages for the server. */
+/** Independent of the libraries that read and write messages for the server. */
 const { simpleParser } = require('mailparser');
 
 const deadline = { timeout: 60_000 };
@@ -21,7 +21,7 @@ const ago = (minutes) => new Date((seconds(new Date()) - 60 * minutes) * 1000);
 
 const saved = { content: [{ type: 'text', text: '{"saved_as_draft":true}' }], isError: false };
 
-/** A home with a host that says yes, and a session there. */
+/** A home with a host that says yes, and a session in it. */
 async function begin(t) {
     const home = await Home.make(t);
     const host = await home.startHost('--yes');
@@ -42,7 +42,7 @@ const encoded = (text) =>
         .toString('base64')
         .replace(/.{76}/g, '$&\n');
 
-/** A message in parts, with a text of any characters. */
+/** A multipart message, with a text of any characters. */
 const message = (subject, date, content) =>
     `Date: ${date.toUTCString().replace('GMT', '+0000')}
 From: =?utf-8?B?${encoded('Zoë Ünal')}?= <zoe@example.org>
@@ -121,7 +121,7 @@ test('a message keeps its number when another program marks it as read', deadlin
     assert.equal((await read(one.id)).content, 'one');
 });
 
-/** The one draft of a home, which is the only message there: its path and bytes. */
+/** The path and bytes of a home's only message, which is a draft. */
 async function onlyDraft(home) {
     const [draft, mark, ...others] = await home.fileNames('Mail');
     assert.match(draft, /^\.Drafts\/cur\/[^/:]+:2,DS$/);
@@ -152,7 +152,7 @@ for (const [what, { to, cc = [], subject, body }] of Object.entries(drafts)) {
     test(`other programs take up a draft: ${what}`, deadline, async (t) => {
         const { home, host, list, draft } = await begin(t);
         assert.deepEqual(await draft(to, subject, body, { cc }), saved);
-        const asked = subject.replaceAll('\u200f', '\\u{200F}'); // the host shows what turns a line
+        const asked = subject.replaceAll('\u200f', '\\u{200F}'); // the host escapes direction marks
         assert.equal(await host.next(), `allowed mail_create_draft: ${asked} → ${to.join(', ')}`);
         const { path, bytes } = await onlyDraft(home);
         assert.equal((await stat(path)).mode & 0o777, 0o600);
@@ -176,7 +176,7 @@ for (const [what, { to, cc = [], subject, body }] of Object.entries(drafts)) {
         const resumed = await simpleParser(message);
         const everybody = [resumed.from, resumed.to, resumed.cc].map(people);
         assert.deepEqual(everybody, [['Mira <mira@example.net>'], to, cc]);
-        assert.equal(resumed.subject, subject.replaceAll('\u200f', '')); // mutt reads none in a header
+        assert.equal(resumed.subject, subject.replaceAll('\u200f', '')); // mutt drops it from a header
         assertSame(resumed.text, `${body}\n`);
     });
 }

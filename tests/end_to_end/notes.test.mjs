@@ -1,5 +1,4 @@
-// The notes belong to the user: what the server writes is plain Markdown, and what an editor writes is
-// found.
+// The notes belong to the user: the server writes plain Markdown, and finds what an editor writes.
 
 import assert from 'node:assert/strict';
 import { appendFile, readFile, stat } from 'node:fs/promises';
@@ -11,7 +10,7 @@ import { assertSame, awkward, longest, textOf, tooLong } from './support/texts.m
 
 const deadline = { timeout: 60_000 };
 
-/** A home with a host that says yes, and a session there. */
+/** A home with a host that says yes, and a session in it. */
 async function begin(t) {
     const home = await Home.make(t);
     const host = await home.startHost('--yes');
@@ -29,7 +28,7 @@ const created = { content: [{ type: 'text', text: '{"created":true}' }], isError
 const failure = (text) => ({ content: [{ type: 'text', text }], isError: true });
 const names = (notes) => notes.map((note) => note.name);
 
-/** What a file holds of a note that was created, by its title and text. */
+/** New notes: title and text, and the file that each becomes. */
 const files = [
     {
         title: 'Shopping list',

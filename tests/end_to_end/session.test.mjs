@@ -1,4 +1,4 @@
-// A whole session, with each client: what an agent sees, and what lies in the folders afterwards.
+// A whole session with each client: what an agent sees, and what is in the folders afterwards.
 
 import assert from 'node:assert/strict';
 import { describe, test } from 'node:test';
@@ -7,7 +7,7 @@ import { changes, denial, failures, furnish, payloadOf, readings } from './suppo
 import { clients, Session } from './support/clients.mjs';
 import { Home } from './support/home.mjs';
 
-/** For all that is done with one client. */
+/** For all tests with one client. */
 const deadline = { timeout: 120_000 };
 
 test('the table of calls has every tool', () => {
@@ -153,7 +153,7 @@ for (const which of clients) {
                 assert.equal(error.code, -32602);
                 return /unknown tool: no_such_tool/.test(error.message);
             });
-            // The clients do not send what the server has not announced, so the line is ours.
+            // The clients send nothing that the server has not announced, so we send the line ourselves.
             const reply = new Promise((resolve) => {
                 const next = session.transport.onmessage;
                 session.transport.onmessage = (message, extra) =>

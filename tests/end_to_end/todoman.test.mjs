@@ -1,4 +1,4 @@
-// The reminder lists belong to the user: todoman reads what the server writes, and the other way.
+// The reminder lists belong to the user: todoman reads what the server writes, and vice versa.
 
 import assert from 'node:assert/strict';
 import { execFile } from 'node:child_process';
@@ -12,7 +12,7 @@ import { Home } from './support/home.mjs';
 const deadline = { timeout: 60_000 };
 const run = promisify(execFile);
 
-/** Gives todoman for the lists of a home, with a database of its own; its lists are JSON. */
+/** Returns a function that runs todoman on a home's lists, with its own database; it lists in JSON. */
 async function todomanIn(home) {
     const settings = join(home.path, 'todoman.py');
     await mkdir(join(home.velmiro, 'Reminders/Reminders'), { recursive: true });
@@ -31,7 +31,7 @@ default_due = 0
             env: { ...process.env, ...home.environment, LC_ALL: 'C.UTF-8', TODOMAN_CONFIG: settings },
             timeout: 30_000,
         };
-        // Without a priority, `new` fails on the option for JSON.
+        // With the option for JSON, `new` fails without a priority.
         const form = rest[0] === 'list' ? ['--porcelain'] : [];
         return (await run('todoman', [...form, ...rest], options)).stdout;
     };

@@ -1,5 +1,4 @@
-// A home with something of every kind in it, and what every tool says there: a table that each client
-// goes through.
+// A home with data of every kind, and every tool's answer there: a table that each client goes through.
 
 import { utimes } from 'node:fs/promises';
 import { join } from 'node:path';
@@ -8,7 +7,7 @@ import { join } from 'node:path';
 
 const crlf = (...lines) => [...lines, ''].join('\r\n');
 
-/** When the message was received: lately, for only such are listed; in whole seconds. */
+/** When the message was received: recently, or it would not be listed; in whole seconds. */
 const received = new Date(Math.floor(Date.now() / 1000 - 3600) * 1000);
 const edited = new Date('2026-01-05T08:00:00.500Z');
 
@@ -41,7 +40,7 @@ const files = {
 };
 
 /**
- * Puts these files into a home.
+ * Writes these files into a home.
  * @param {Home} home
  */
 export async function furnish(home) {
@@ -53,7 +52,7 @@ export async function furnish(home) {
     await utimes(message, received, received);
 }
 
-/** An identifier that is made anew each time. */
+/** Stands for an identifier that is new each time. */
 export const anyText = Symbol('any text');
 
 const message = {
@@ -140,7 +139,7 @@ export const readings = [
 ];
 
 /**
- * What changes something, with the summary that is shown to the user.
+ * The calls that change something, with the summary that the user is shown.
  * @type {{name: string, given: object, summary: string, payload: object}[]}
  */
 export const changes = [
@@ -177,7 +176,7 @@ export const changes = [
 ];
 
 /**
- * What fails, with what the agent is told.
+ * The calls that fail, with the error that the agent receives.
  * @type {{name: string, given: object, error: string}[]}
  */
 export const failures = [
@@ -223,7 +222,7 @@ export const failures = [
 ];
 
 /**
- * A result's payload, with what is made anew each time replaced by what the table has for it.
+ * Returns a result's payload, with `anyText` for the identifier if that is what the table expects.
  * @param {{content: {type: string, text: string}[]}} result
  * @param {object} expected
  */

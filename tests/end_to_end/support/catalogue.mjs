@@ -1,4 +1,4 @@
-// What tools/list must say, kind by kind, in the order of the list.
+// The tools that tools/list must return, kind by kind, in that order.
 
 const date = {
     type: 'string',
@@ -141,7 +141,7 @@ const catalogue = {
 };
 
 /**
- * The tools of some kinds, or of all, in the order of the list.
+ * Returns the tools of the given kinds, by default of all, in the order of the list.
  * @param {string[]} kinds
  */
 export const tools = (kinds = Object.keys(catalogue)) =>

@@ -1,4 +1,4 @@
-// The clients of the official TypeScript SDK, old and new, behind the few calls that tests make.
+// The clients of the official TypeScript SDK, old and new, behind the few calls that the tests need.
 
 import { Client as NewClient } from '@modelcontextprotocol/client';
 import { StdioClientTransport as NewTransport } from '@modelcontextprotocol/client/stdio';
@@ -23,7 +23,7 @@ export const clients = [
         client: () => new NewClient(information),
     },
     {
-        // Asks server/discover first, and falls back when that is not known.
+        // Sends server/discover first, and falls back if the server does not know it.
         name: 'client 2.4.0 that looks for the newest protocol',
         Transport: NewTransport,
         client: () => new NewClient(information, { versionNegotiation: { mode: 'auto' } }),
@@ -31,11 +31,11 @@ export const clients = [
 ];
 
 export class Session {
-    /** Every message that came from the server. @type {any[]} */
+    /** Every message from the server. @type {any[]} */
     received = [];
 
     /**
-     * Starts a server and connects to it; closes it with the test.
+     * Starts a server and connects to it; closes it when the test ends.
      * @param {(typeof clients)[number]} which
      * @param {import('./home.mjs').Home} home
      * @param {{program?: string, environment?: Record<string, string>}} options
@@ -43,8 +43,8 @@ export class Session {
     static async open(which, home, { program = 'velmiro_mcp', environment = {} } = {}) {
         const session = new Session();
         session.statusFile = join(home.path, 'status');
-        // The clients keep the exit status to themselves, so a shell writes it down. A client that
-        // has to kill its server kills the shell, and there is no status.
+        // The clients do not reveal the exit status, so a shell records it. A client that has to kill
+        // its server kills the shell, and then there is no status.
         session.transport = new which.Transport({
             command: '/bin/sh',
             args: ['-c', '"$0"; echo $? >"$1"', binary(program), session.statusFile],
@@ -63,7 +63,7 @@ export class Session {
     }
 
     /**
-     * The payload of a call that must succeed.
+     * Returns the payload of a call, which must succeed.
      * @param {string} name @param {Record<string, unknown>} given
      */
     async payload(name, given = {}) {
@@ -72,7 +72,7 @@ export class Session {
         return JSON.parse(result.content[0].text);
     }
 
-    /** Closes as a host does; gives the server's exit status. */
+    /** Closes the session as a host does; returns the server's exit status. */
     async close() {
         await this.client.close();
         return Number(await readFile(this.statusFile, 'utf8'));

@@ -1,4 +1,4 @@
-// A home of a test's own: its calendars, its approval host, its khal. Gone when the test ends.
+// A temporary home for one test: its data, its approval host. Removed when the test ends.
 
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
@@ -14,7 +14,7 @@ const binaries = fileURLToPath(new URL('../../../build/release/bin/', import.met
 export const binary = (name) => join(binaries, name);
 
 /**
- * The lines that a child prints.
+ * The lines that a child process prints.
  * @param {import('node:stream').Readable} stream
  * @returns {AsyncIterator<string>}
  */
@@ -28,7 +28,7 @@ export class Home {
         this.path = path;
         this.velmiro = join(path, 'Library/Application Support/Velmiro');
         this.calendars = join(this.velmiro, 'Calendars');
-        /** What is done when the test ends, the last first. @type {(() => Promise<unknown>)[]} */
+        /** Runs when the test ends, in reverse order. @type {(() => Promise<unknown>)[]} */
         this.endings = [];
         this.environment = { HOME: path, TZ: 'Europe/Berlin', LC_ALL: 'en_GB.UTF-8' };
     }
@@ -44,7 +44,7 @@ export class Home {
     }
 
     /**
-     * Writes a file in the folder of the application's data.
+     * Writes a file in the application's data folder.
      * @param {string} name @param {string} content
      */
     async write(name, content) {
@@ -54,7 +54,7 @@ export class Home {
     }
 
     /**
-     * Every file of the calendars by its path, with its bytes.
+     * Returns the contents of every calendar file, by path.
      * @returns {Promise<Map<string, string>>}
      */
     async calendarFiles() {
@@ -66,8 +66,8 @@ export class Home {
     }
 
     /**
-     * Everything in a folder of the data, or in all of them, by its path: what it is, its bytes, and
-     * when and in which file they were written.
+     * Returns everything in a folder of the data, or in all of them, by path: the mode, the contents,
+     * and when and in which inode they were written.
      * @param {string} folder
      * @returns {Promise<Map<string, {mode: bigint, inode: bigint, written: bigint, content: string}>>}
      */
@@ -83,7 +83,7 @@ export class Home {
         return new Map(await Promise.all(described));
     }
 
-    /** The paths of all files in a folder of the data. @param {string} folder */
+    /** Returns the paths of all files in a folder of the data. @param {string} folder */
     async fileNames(folder) {
         const entries = await readdir(join(this.velmiro, folder), { recursive: true, withFileTypes: true });
         const files = entries.filter((entry) => !entry.isDirectory());
@@ -91,7 +91,7 @@ export class Home {
     }
 
     /**
-     * Starts the real approval host, and ends it with the test.
+     * Starts the real approval host, and ends it when the test ends.
      * @param {'--yes' | '--no'} answer
      */
     async startHost(answer) {

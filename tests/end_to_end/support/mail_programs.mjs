@@ -1,4 +1,4 @@
-// Debian's mail programs over the Maildir of a home, as its user would run them.
+// Debian's mail programs on the Maildir of a home, as its user would run them.
 
 import { execFile, spawn } from 'node:child_process';
 import { once } from 'node:events';
@@ -11,10 +11,10 @@ import { promisify } from 'node:util';
 
 const run = promisify(execFile);
 
-/** Runs a program with an input; gives what it printed. */
+/** Runs a program with the given input; returns its output. */
 async function feed(program, given, input, env) {
     const child = spawn(program, given, { env, timeout: 30_000 });
-    child.stdin.on('error', () => {}); // one that does not read says why on standard error
+    child.stdin.on('error', () => {}); // a program that does not read it says why on standard error
     child.stdin.end(input);
     const [output, errors, [status]] = await Promise.all([
         text(child.stdout),
@@ -25,7 +25,7 @@ async function feed(program, given, input, env) {
     return output;
 }
 
-/** Makes the Maildir as other programs do. @param {Home} home */
+/** Creates the Maildir as other programs do; returns its path. @param {Home} home */
 async function maildirOf(home) {
     const path = join(home.velmiro, 'Mail');
     for (const folder of ['cur', 'new', 'tmp']) await mkdir(join(path, folder), { recursive: true });
@@ -33,7 +33,7 @@ async function maildirOf(home) {
 }
 
 /**
- * Gives notmuch for the Maildir of a home, with a database of its own.
+ * Sets up notmuch on the Maildir of a home, with a database of its own.
  * @param {Home} home
  */
 export async function notmuchIn(home) {
@@ -57,7 +57,7 @@ synchronize_flags=true
     const env = { ...process.env, ...home.environment, NOTMUCH_CONFIG: settings };
     await run('notmuch', ['new', '--quiet'], { env });
     return {
-        /** Puts a message into the Maildir. @param {string | Buffer} message @param {string[]} given */
+        /** Inserts a message into the Maildir. @param {string | Buffer} message @param {string[]} given */
         insert: (message, ...given) => feed('notmuch', ['insert', ...given], message, env),
         run: async (...given) =>
             (await run('notmuch', given, { env, timeout: 30_000, maxBuffer: 10_000_000 })).stdout,
@@ -65,7 +65,7 @@ synchronize_flags=true
 }
 
 /**
- * Gives mutt for the Maildir of a home. What it sends is kept, and goes nowhere.
+ * Sets up mutt on the Maildir of a home. Its messages are saved to a file and sent nowhere.
  * @param {Home} home
  */
 export async function muttIn(home) {
@@ -83,10 +83,10 @@ set sendmail="${sendmail}" sendmail_wait=30 copy=yes record="${await maildirOf(h
     const env = { ...process.env, ...home.environment, LC_ALL: 'C.UTF-8' };
     const mutt = (given, input) => feed('mutt', ['-n', '-F', settings, ...given], input, env);
     return {
-        /** Sends a message, of which a copy stays in the Maildir. */
+        /** Sends a message and keeps a copy in the Maildir. */
         send: (to, subject, body) => mutt(['-s', subject, '--', to], body),
         /**
-         * Resumes a draft and sends it, without a copy.
+         * Resumes a draft and sends it, without keeping a copy.
          * @param {string} draft
          * @returns {Promise<{recipients: string[], message: Buffer}>}
          */

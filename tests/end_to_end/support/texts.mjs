@@ -1,8 +1,8 @@
-// Texts that hurt who takes text for anything else, and texts of great length.
+// Texts that break programs which take text for anything else, and very long texts.
 
 import assert from 'node:assert/strict';
 
-/** Each in one line. */
+/** Each on one line. */
 export const awkward = [
     `quotes ' " and backslashes \\ \\\\ \\n \\'`,
     '</h1></div><h1>not a heading</h1> <script>alert(1)</script>',
@@ -13,16 +13,16 @@ export const awkward = [
     '../../etc/passwd: ? * <>',
 ];
 
-/** The longest argument of a program that Linux takes, in bytes. */
+/** The longest argument that Linux passes to a program, in bytes. */
 export const longest = 131_071;
 
-/** What the agent is told of a longer one. */
+/** The error that the agent receives for a longer one. */
 export const tooLong =
   'osascript could not start: Argument list too long. A text is longer than the system hands to a ' +
   'script: make it shorter than 128 KiB, in UTF-8';
 
 /**
- * Lines of every kind of character, so many bytes of them in all.
+ * Returns lines of every kind of character, `bytes` bytes in all.
  * @param {number} bytes
  */
 export function textOf(bytes) {
@@ -32,7 +32,7 @@ export function textOf(bytes) {
 }
 
 /**
- * That long texts are equal; where they are not, says so in less time than a comparison of lines takes.
+ * Asserts that long texts are equal. A failure is reported faster than by comparing line by line.
  * @param {string} actual @param {string} expected
  */
 export function assertSame(actual, expected) {

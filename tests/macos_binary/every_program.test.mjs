@@ -1,4 +1,4 @@
-// The programs for macOS, as files: what the system looks at before it runs one.
+// The programs for macOS as files: what the system reads before it runs one.
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
@@ -12,7 +12,7 @@ const frameworks = {
 };
 
 for (const { name, path, file, programs } of [server, approvalHost]) {
-    /** Calls `body` for each half and its name. */
+    /** Calls `body` with each half and its name. */
     const forEachHalf = (body) => {
         assert.deepEqual([...programs.keys()].sort(), ['arm64', 'x86_64']);
         for (const [processor, program] of programs) {
@@ -51,7 +51,7 @@ for (const { name, path, file, programs } of [server, approvalHost]) {
         });
     });
 
-    // To a program of an older SDK the system calls write-only access full access.
+    // The system reports write-only access as full access to a program built with an older SDK.
     test(`${name} is linked against an SDK that knows write-only access`, () => {
         forEachHalf((program, processor) => {
             const { sdk } = program.platform();
@@ -59,7 +59,7 @@ for (const { name, path, file, programs } of [server, approvalHost]) {
         });
     });
 
-    // The loader refuses a program of a newer SDK whose constants lack the flag.
+    // The loader refuses a program built with a newer SDK if its constants lack the flag.
     test(`${name} has constants that are read-only once they are bound`, () => {
         const readOnly = 0x10;
         forEachHalf((program, processor) => {

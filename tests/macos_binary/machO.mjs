@@ -1,5 +1,5 @@
-// Reads as much of a macOS program as its checks ask for, by the layout that Apple documents in
-// <mach-o/fat.h>, <mach-o/loader.h> and <mach-o/nlist.h>. A read past the end throws.
+// Reads the parts of a macOS program that the checks need, by the layout that Apple documents in
+// <mach-o/fat.h>, <mach-o/loader.h> and <mach-o/nlist.h>. Throws on a read past the end.
 
 const fatMagic = 0xcafebabe;
 const objectMagic = 0xfeedfacf; // 64 bits, little-endian
@@ -16,7 +16,7 @@ const dyldInfo = 0x80000022;
 const exportsTrie = 0x80000033;
 const dylibs = new Set([0xc, 0x80000018, 0x8000001f, 0x80000023]); // plain, weak, re-exported, upward
 const undefinedExternal = 0x01;
-const ofWhatKind = 0x0f; // type bits and the external one, without those of debugging
+const ofWhatKind = 0x0f; // the type bits and the external bit, without the debugging bits
 const debugging = 0xe0;
 
 /** @param {Buffer} bytes @param {number} offset @param {number} length */
@@ -27,13 +27,13 @@ function slice(bytes, offset, length) {
     return bytes.subarray(offset, offset + length);
 }
 
-/** The text up to the first NUL. @param {Buffer} bytes */
+/** Returns the text up to the first NUL. @param {Buffer} bytes */
 export function text(bytes) {
     const end = bytes.indexOf(0);
     return bytes.toString('utf8', 0, end < 0 ? bytes.length : end);
 }
 
-/** The programs in a file for several processors, by the processor's name. @param {Buffer} file */
+/** Returns the programs in a universal file, by the processor's name. @param {Buffer} file */
 export function halves(file) {
     if (file.readUInt32BE(0) !== fatMagic) {
         throw new Error('not a file for several processors');
@@ -76,14 +76,14 @@ export class Program {
         return this.commands.find((command) => command.kind === kind)?.bytes;
     }
 
-    /** The libraries it loads, in the order by which symbols name them. */
+    /** The libraries that it loads, in the order of the numbers by which symbols refer to them. */
     libraries() {
         return this.commands
             .filter(({ kind }) => dylibs.has(kind))
             .map(({ bytes }) => text(bytes.subarray(bytes.readUInt32LE(8))));
     }
 
-    /** The kind of system and its oldest version that can run this. */
+    /** The kind of system, its oldest version that can run this, and the SDK's version. */
     platform() {
         const command = this.#command(buildVersion);
         const dotted = (/** @type {number} */ version) => `${version >> 16}.${(version >> 8) & 0xff}`;
@@ -94,13 +94,13 @@ export class Program {
         };
     }
 
-    /** The flags of each segment, by its name. */
+    /** The flags of each segment, by name. */
     segmentFlags() {
         const segments = this.commands.filter(({ kind }) => kind === segment);
         return new Map(segments.map(({ bytes }) => [text(slice(bytes, 8, 16)), bytes.readUInt32LE(68)]));
     }
 
-    /** The list of what it exports, a trie. */
+    /** The trie of its exports, or undefined. */
     exports() {
         const all = this.#command(dyldInfo);
         const own = this.#command(exportsTrie);
@@ -112,7 +112,7 @@ export class Program {
         return slice(this.bytes, command.readUInt32LE(offset), command.readUInt32LE(size));
     }
 
-    /** What a section holds, or nothing. @param {string} segmentName @param {string} name */
+    /** The contents of a section, or undefined. @param {string} segmentName @param {string} name */
     section(segmentName, name) {
         for (const { kind, bytes } of this.commands) {
             for (let at = 72; kind === segment && at < bytes.length; at += 80) {
@@ -124,7 +124,7 @@ export class Program {
         return undefined;
     }
 
-    /** What it does not define itself, each with the library it is bound to. */
+    /** The symbols that it does not define itself, each with the library that it is bound to. */
     undefinedSymbols() {
         const table = this.#command(symbolTable);
         const names = slice(this.bytes, table.readUInt32LE(16), table.readUInt32LE(20));
@@ -141,7 +141,7 @@ export class Program {
         return found;
     }
 
-    /** Where its signature begins, and the signature; nothing when it has none. */
+    /** The offset and the bytes of its signature, or undefined. */
     signature() {
         const command = this.#command(signature);
         if (command === undefined) {

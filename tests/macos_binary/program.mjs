@@ -1,4 +1,4 @@
-// The programs under test, the build's folders, and what built them.
+// The programs under test, the build's folders, and which tools built them.
 
 import { readFileSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
@@ -7,7 +7,7 @@ import { halves } from './machO.mjs';
 export const root = fileURLToPath(new URL('../../', import.meta.url));
 const folder = `${root}build/macos/`;
 
-/** One of the build's programs: its path, its bytes, its halves by the processor's name. */
+/** Reads one of the build's programs: its path, its bytes, and its halves by the processor's name. */
 function read(name) {
     const path = folder + name;
     const file = readFileSync(path);
@@ -18,7 +18,7 @@ export const server = read('velmiro_mcp');
 export const approvalHost = read('approval_host');
 export const { path, file, programs } = server;
 
-/** On a Mac Apple's own tools have linked it, against the system's libraries. */
+/** On a Mac, Apple's own tools have linked it against the system's libraries. */
 export const onAMac = process.platform === 'darwin';
 
 const stubs = `${root}cmake/macos/`;

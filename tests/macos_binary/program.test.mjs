@@ -1,4 +1,4 @@
-// The server for macOS, as a file: what the system reads of it alone.
+// The server for macOS as a file: what the system reads in no other program.
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
@@ -6,21 +6,19 @@ import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
 import { onAMac, path, programs, root } from './program.mjs';
 
-/** Calls `body` for each half and its name. */
+/** Calls `body` with each half and its name. */
 function forEachHalf(body) {
     for (const [processor, program] of programs) {
         body(program, processor);
     }
 }
 
-/** The texts of an Info.plist by their keys. @param {string} plist */
+/** Returns the strings of an Info.plist, by key. @param {string} plist */
 function entries(plist) {
     const pairs = plist.matchAll(/<key>([^<]*)<\/key>\s*<string>([^<]*)<\/string>/g);
     return Object.fromEntries([...pairs].map(([, key, text]) => [key, text]));
 }
 
-// To a program of an older SDK the system calls write-only access to calendars full access.
-// The loader refuses a program of a newer SDK whose constants lack the flag.
 test('both halves carry the Info.plist that was made for it, byte for byte', () => {
     forEachHalf((program, processor) => {
         const build = onAMac ? 'macos-xcode' : `macos-${processor}`;
@@ -50,8 +48,8 @@ test('the Info.plist says who it is and why it asks', () => {
     });
 });
 
-// A program without translations of its own is taken for one in English: dates and the system's errors
-// would be, too.
+// The system takes a program without translations of its own for an English one; dates and the system's
+// errors would then be in English too.
 test('the system speaks the user’s language through it', () => {
     forEachHalf((program, processor) => {
         const plist = program.section('__TEXT', '__info_plist').toString();

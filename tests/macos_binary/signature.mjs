@@ -1,5 +1,5 @@
-// Checks a program's code signature as the kernel does before it runs a page: a processor of Apple's
-// runs nothing unsigned. The layout is that of <kern/cs_blobs.h>; numbers are big-endian.
+// Checks a program's code signature as the kernel does before it runs a page: on Apple's processors
+// nothing unsigned runs. The layout is that of <kern/cs_blobs.h>; numbers are big-endian.
 
 import { createHash } from 'node:crypto';
 import { text } from './machO.mjs';
@@ -10,7 +10,8 @@ const sha256 = 2;
 const adHoc = 0x2;
 
 /**
- * What the signature says, and which pages are not what was signed; throws where it cannot be read.
+ * Returns what the signature states, and which pages differ from what was signed. Throws if it cannot
+ * be read.
  * @param {import('./machO.mjs').Program} program
  */
 export function readSignature(program) {

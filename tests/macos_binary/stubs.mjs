@@ -1,9 +1,9 @@
-// What the build declares of Apple's libraries: the link stubs, which list the names of each that the
-// link may use, and the headers.
+// Reads the build's declarations of Apple's libraries: the link stubs, which list the names in each
+// library that the link may use, and the headers.
 
 import { readFileSync } from 'node:fs';
 
-/** The words of a list in brackets, over several lines perhaps. @param {string} body @param {string} key */
+/** The words of a list in brackets, over one line or more. @param {string} body @param {string} key */
 function list(body, key) {
     return [...body.matchAll(new RegExp(`\\b${key}: *\\[([^\\]]*)\\]`, 'g'))].flatMap(([, words]) =>
         words
@@ -14,8 +14,8 @@ function list(body, key) {
 }
 
 /**
- * Each library's path with the names it offers. A file describes one library, or several one behind
- * the other where the first stands for all.
+ * Returns a library's path and the names that it offers. If a file describes several libraries one after
+ * another, the first stands for all.
  * @param {string} path
  */
 export function readStub(path) {
@@ -32,7 +32,7 @@ export function readStub(path) {
 }
 
 /**
- * The messages that a header of Objective-C declares, each as the list of names by which it may be
+ * Returns the messages that an Objective-C header declares, each as the list of names by which it can be
  * sent: a property has two, one to read and one to write it.
  * @param {string} header
  */
@@ -45,7 +45,7 @@ export function declaredMessages(header) {
     const methods = [...text.matchAll(/^[-+] *(\([^;]*);/gm)].map(([, method]) => {
         let rest = method;
         while (/\(/.test(rest)) {
-            rest = rest.replaceAll(/\([^()]*\)/g, ' '); // the types, from within
+            rest = rest.replaceAll(/\([^()]*\)/g, ' '); // removes the types, innermost first
         }
         const parts = rest.match(/\w+ *:/g)?.map((part) => part.replace(' ', ''));
         return [parts?.join('') ?? rest.trim().split(/\s/)[0]];

@@ -1,5 +1,5 @@
-// The link stubs hold what the program takes of Apple's libraries: all of it, and nothing else. So
-// who reads them knows what it depends on.
+// The link stubs contain everything that the program uses of Apple's libraries and nothing else, so they
+// tell a reader what it depends on.
 
 import assert from 'node:assert/strict';
 import { readdirSync, readFileSync } from 'node:fs';
@@ -10,7 +10,7 @@ import { declaredMessages, readStub } from './stubs.mjs';
 const skip = onAMac && 'a Mac links the libraries themselves';
 const folder = `${root}velmiro_mcp/platform/macos/`;
 
-/** What the platform's sources say, without their comments. */
+/** Returns the platform's sources without their comments. */
 function sources() {
     return readdirSync(folder)
         .filter((name) => /\.(mm|cpp|hpp)$/.test(name))
@@ -34,7 +34,7 @@ test('every symbol is in the list of the library that it is bound to', { skip },
 test('every symbol in a list is used', { skip }, () => {
     const names = new Set(used.map(({ name }) => name));
     for (const { library, names: offered, classes } of stubs) {
-        // Of a class either its name or that of its class methods will do.
+        // For a class it is enough that the class or its metaclass is used.
         const unused = [...offered].filter((name) => !names.has(name) && !/_OBJC_(META)?CLASS_/.test(name));
         const unusedClasses = classes.filter((name) => !names.has(`_OBJC_CLASS_$_${name}`));
         assert.deepEqual([unused, unusedClasses], [[], []], library);
@@ -58,7 +58,7 @@ test('the classes in the lists are those that the sources send messages to', () 
 test('the functions and constants in the frameworks’ lists occur in the sources', () => {
     const words = new Set(sources().match(/\w+/g));
     for (const { library, names } of frameworks.map(readStub)) {
-        // Names that begin with underscores of their own are the compiler's: @[] is one.
+        // Names with further underscores are the compiler's, such as those that @[] uses.
         const plain = [...names].filter((name) => /^_[A-Z]\w*$/.test(name)).map((name) => name.slice(1));
         assert.deepEqual(plain.filter((name) => !words.has(name)), [], library);
     }

@@ -1,7 +1,7 @@
-// Draws what the benchmarks measured: main.mjs RESULTS.json FOLDER
+// Draws the results of the benchmarks: main.mjs RESULTS.json FOLDER
 //
-// RESULTS is the file that --json made. Each drawing whose measurements are in it becomes an SVG file
-// in FOLDER.
+// RESULTS.json is a file that --json wrote. Each drawing whose measurements are in it becomes an SVG
+// file in FOLDER.
 
 import { mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
@@ -11,8 +11,8 @@ import { transport } from './drawings/transport.mjs';
 import { render } from './render.mjs';
 
 /**
- * By the names of their files: what makes a drawing of the results, or nothing where its measurements
- * are not among them.
+ * The functions that turn results into a drawing, by the name of its file. They return undefined if the
+ * results lack its measurements.
  * @type {Record<string, (results: any) => import('./render.mjs').Drawing | undefined>}
  */
 const drawings = { transport, scale };

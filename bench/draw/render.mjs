@@ -1,16 +1,16 @@
-// From a description of a drawing to the text of an SVG file that stands on its own.
+// Turns the description of a drawing into the text of a self-contained SVG file.
 
 import * as vega from 'vega';
 import { compile } from 'vega-lite';
 
 /**
  * @typedef {object} Drawing
- * @property {string} title what is drawn, in a line
- * @property {string} description the same for who cannot see it
- * @property {object} spec for vega-lite, without a title and without what all drawings share
+ * @property {string} title one line that names what is drawn
+ * @property {string} description the content, for readers who cannot see it
+ * @property {object} spec for vega-lite, without the configuration that all drawings share
  */
 
-/** Alike on any page, dark ones too: the background is a part of the drawing. */
+/** Looks the same on any page, dark ones too: the background is part of the drawing. */
 const config = {
     background: 'white',
     padding: 16,
@@ -21,7 +21,7 @@ const config = {
     view: { stroke: null },
 };
 
-/** Of contenders, in every drawing: ours are blue. Told apart also by who cannot tell red from green. */
+/** The contenders' colours in every drawing: ours are blue. Distinguishable for the colour-blind too. */
 export const colours = {
     limit: '#666666',
     hello_server: '#56b4e9',

@@ -1,8 +1,8 @@
-// What the peers have in common: the tools they list, so that all do so in the same words.
+// The tools that the peers list, so that all of them send the same bytes.
 
 import { readFileSync } from 'node:fs';
 
-/** What hello_server lists. */
+/** The tool that hello_server lists. */
 const echo = {
     name: 'echo',
     description: 'Give back a text.',
@@ -15,7 +15,7 @@ const echo = {
 };
 
 /**
- * The tools of a JSON file, or `echo` alone where none is given.
+ * Returns the tools in a JSON file, or only `echo` if no file is given.
  * @param {string | undefined} file
  * @returns {(typeof echo)[]}
  */

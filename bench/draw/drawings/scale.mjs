@@ -1,7 +1,7 @@
-// How the server grows: lines over the calls that are pending, and over the items a call is about.
+// How the server's cost grows: lines over the number of pending calls, and over the number of items.
 
 /**
- * A line of a panel: what the benchmark calls the row, and what a reader of the drawing does.
+ * A line of a panel: the name of the benchmark's row, and its label in the drawing.
  * @typedef {{row: string, label: string}} Line
  *
  * @typedef {object} Panel
@@ -9,7 +9,7 @@
  * @property {string} title
  * @property {string} counted what the horizontal axis counts
  * @property {string} axis what the vertical axis shows
- * @property {number} units of it in one of the benchmark's, seconds or bytes
+ * @property {number} units factor from the benchmark's unit, seconds or bytes, to the axis's
  * @property {[number, number]} domain of the vertical axis, the same in every drawing
  * @property {Line[]} lines
  */
@@ -69,7 +69,7 @@ const panels = [
 ];
 
 const colours = ['#0072b2', '#d55e00', '#666666'];
-/** So that of two lines that are one both are seen. */
+/** So that two lines that coincide are both visible. */
 const dashes = [[], [6, 6], [2, 3]];
 
 /**
@@ -86,11 +86,11 @@ function placesOf({ part, lines, units }, parts) {
         if (!figure) throw new Error(`the results have no row “${row}”`);
         return figure.series
             .map((/** @type {any} */ { count, value }) => ({ line: label, count, value: value * units }))
-            .filter((/** @type {Place} */ { count, value }) => count > 0 && value > 0); // it has a logarithm
+            .filter((/** @type {Place} */ { count, value }) => count > 0 && value > 0); // for the logarithm
     });
 }
 
-/** The least number and its tenfolds, up to the greatest. @param {number[]} numbers */
+/** Returns the smallest number, ten times it and so on, up to the largest. @param {number[]} numbers */
 function tenfolds(numbers) {
     const all = [Math.min(...numbers)];
     while (all[0] * 10 ** all.length <= Math.max(...numbers)) all.push(all[0] * 10 ** all.length);

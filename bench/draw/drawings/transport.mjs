@@ -1,10 +1,10 @@
-// What a request costs, by contender: bars of the ratios to the limit.
+// The cost of a request by contender: bars that show ratios to the limit.
 
 import { colours } from '../render.mjs';
 
 const title = 'What a server costs beside the least a program can do';
 
-/** The rows worth a look, and how a reader of the drawing would put them. */
+/** The rows that are drawn, and their labels. */
 const rows = {
     'ping, round trip': 'pings, one after the other',
     'ping, pipelined': 'pings without a pause',
@@ -17,11 +17,11 @@ const rows = {
     'peak memory after one ping': 'start, up to the first reply: memory',
 };
 
-/** Three digits, as in the tables. @param {number} ratio */
+/** Rounds to three digits, as in the tables. @param {number} ratio */
 const shortened = (ratio) => ratio.toFixed(ratio < 10 ? 2 : ratio < 100 ? 1 : 0);
 
 /**
- * The bars of a row, the labels beside them, and the line of the limit.
+ * Describes the bars of a row, their labels, and the line of the limit.
  * @param {string} row
  * @param {{contender: string, ratio: number, label: string}[]} bars
  * @param {boolean} last
@@ -76,7 +76,7 @@ function rowOf(row, bars, last) {
  * @returns {import('../render.mjs').Drawing | undefined}
  */
 export function transport({ transport_bench: measured }) {
-    if (!measured?.node) return undefined; // no peers: nothing to tell apart
+    if (!measured?.node) return undefined; // without the peers there is nothing to compare
     const drawn = Object.entries(rows).map(([name, row]) => {
         const figure = measured.figures.find((/** @type {any} */ one) => one.name === name);
         if (!figure) throw new Error(`the results have no row “${name}”`);

@@ -1,5 +1,5 @@
-// A server in plain Node.js, as a careful programmer writes it without a package. Each reply is a
-// write of its own, as it is for all that stand beside it.
+// A server in plain Node.js, as a careful programmer writes it without packages. Each reply is a
+// separate write, as it is for the other contenders.
 
 import process from 'node:process';
 import { listedTools } from '../tools.mjs';
@@ -27,7 +27,7 @@ const methods = {
     },
 };
 
-/** The reply to a line; none to a notification. @param {string} line */
+/** Returns the reply to a line, which is empty for a notification. @param {string} line */
 function reply(line) {
     let id = null;
     try {
@@ -42,7 +42,7 @@ function reply(line) {
     }
 }
 
-let begun = ''; // the line of which the end has not come
+let begun = ''; // a line whose end has not arrived yet
 process.stdin.setEncoding('utf8').on('data', (/** @type {string} */ chunk) => {
     const lines = chunk.split('\n');
     lines[0] = begun + lines[0];

@@ -1,5 +1,5 @@
-// A server on the official TypeScript SDK. Of its two classes for servers this takes `Server`: it
-// does less for each request than `McpServer` does, and lists tools by their JSON schemas as given.
+// A server on the official TypeScript SDK. It uses `Server` rather than `McpServer`, which does more
+// work for each request; `Server` also lists tools with the JSON schemas that it is given.
 
 import { Server } from '@modelcontextprotocol/sdk/server/index.js';
 import { StdioServerTransport } from '@modelcontextprotocol/sdk/server/stdio.js';
@@ -28,6 +28,6 @@ server.setRequestHandler(CallToolRequestSchema, ({ params }) => {
         : { content: [{ type: 'text', text: '‘text’ is required' }], isError: true };
 });
 
-// Left to itself it ends at a line of 10 MiB, and one of 16 MiB is measured.
+// By default it ends at a line of 10 MiB, and the benchmark sends one of 16 MiB.
 const maxBufferSize = 2 ** 26;
 await server.connect(new StdioServerTransport(process.stdin, process.stdout, { maxBufferSize }));

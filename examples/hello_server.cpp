@@ -1,4 +1,4 @@
-// The smallest useful server: one tool that gives back its argument.
+// The smallest useful server: one tool, which returns its argument.
 
 #include <MCPStdio/MCPStdio.hpp>
 

@@ -1,10 +1,10 @@
-// Finishes a program for macOS as Apple's linker would have left it, where Zig's does otherwise:
-// finish.mjs PROGRAM. Its signature is void afterwards; llvm-strip makes a new one.
+// Changes a program for macOS where Zig's linker differs from Apple's: finish.mjs PROGRAM. This
+// invalidates its signature; llvm-strip makes a new one.
 //
-// - The segment __DATA_CONST gets the flag SG_READ_ONLY: the system's loader refuses programs that are
-//   linked against newer SDKs and have such a segment without it.
-// - Nothing is exported: no other program or library looks for a name in this one, and the C++ library
-//   within is nobody's but its own.
+// - The segment __DATA_CONST gets the flag SG_READ_ONLY. The system's loader refuses programs that are
+//   linked against newer SDKs and have such a segment without the flag.
+// - The list of exports is removed: no other program or library looks up a name in this one, and the
+//   C++ library inside is for the program's own use.
 //
 // The layout is that of <mach-o/loader.h>.
 

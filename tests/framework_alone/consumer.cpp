@@ -1,4 +1,4 @@
-// A server with one tool, on the installed framework alone.
+// A server with one tool that uses nothing but the framework.
 
 // A user's macros may have any name without the framework's prefix.
 #define ACQUIRE "not the framework's"

@@ -1,6 +1,6 @@
-/// What this program uses of Foundation, declared from its public documentation, to compile the
-/// macOS platform where Apple's SDK is not. The base class and the runtime come with the toolchain.
-/// On a Mac the SDK is used instead.
+/// The parts of Foundation that this program uses, declared from its public documentation, to
+/// compile the macOS platform without Apple's SDK. The base class and the runtime come with the
+/// toolchain. On a Mac the SDK is used instead.
 
 #pragma once
 

@@ -73,32 +73,32 @@ const colours = ['#0072b2', '#d55e00', '#666666'];
 const dashes = [[], [6, 6], [2, 3]];
 
 /**
- * @typedef {{line: string, count: number, value: number}} Place
+ * @typedef {{line: string, count: number, value: number}} Point
  *
  * @param {Panel} panel
  * @param {any} parts of the results
- * @returns {Place[]}
+ * @returns {Point[]}
  */
-function placesOf({ part, lines, units }, parts) {
+function pointsOf({ part, lines, units }, parts) {
     const figures = parts[part].flatMap((/** @type {any} */ table) => table.figures);
     return lines.flatMap(({ row, label }) => {
         const figure = figures.find((/** @type {any} */ one) => one.name === row);
         if (!figure) throw new Error(`the results have no row “${row}”`);
         return figure.series
             .map((/** @type {any} */ { count, value }) => ({ line: label, count, value: value * units }))
-            .filter((/** @type {Place} */ { count, value }) => count > 0 && value > 0); // for the logarithm
+            .filter((/** @type {Point} */ { count, value }) => count > 0 && value > 0); // for the logarithm
     });
 }
 
 /** Returns the smallest number, ten times it and so on, up to the largest. @param {number[]} numbers */
-function tenfolds(numbers) {
+function decades(numbers) {
     const all = [Math.min(...numbers)];
     while (all[0] * 10 ** all.length <= Math.max(...numbers)) all.push(all[0] * 10 ** all.length);
     return all;
 }
 
-/** @param {Panel} panel @param {Place[]} places */
-function drawn(panel, places) {
+/** @param {Panel} panel @param {Point[]} points */
+function drawn(panel, points) {
     const lines = panel.lines.map(({ label }) => label);
     const line = {
         field: 'line',
@@ -108,7 +108,7 @@ function drawn(panel, places) {
     };
     return {
         title: { text: panel.title, fontSize: 13, anchor: 'start', offset: 8 },
-        data: { values: places },
+        data: { values: points },
         width: 320,
         height: 220,
         mark: { type: 'line', point: { size: 36, opacity: 1 } },
@@ -118,7 +118,7 @@ function drawn(panel, places) {
                 type: 'quantitative',
                 scale: { type: 'log', nice: false },
                 title: panel.counted,
-                axis: { values: tenfolds(places.map(({ count }) => count)), format: ',d' },
+                axis: { values: decades(points.map(({ count }) => count)), format: ',d' },
             },
             y: {
                 field: 'value',
@@ -139,12 +139,12 @@ function drawn(panel, places) {
  */
 export function scale({ scale_bench: measured }) {
     if (!panels.every(({ part }) => measured?.parts[part])) return undefined;
-    const all = panels.map((panel) => ({ panel, places: placesOf(panel, measured.parts) }));
+    const all = panels.map((panel) => ({ panel, points: pointsOf(panel, measured.parts) }));
     return {
         title,
         description: all
-            .map(({ panel, places }) => {
-                const values = places.map(
+            .map(({ panel, points }) => {
+                const values = points.map(
                     ({ line, count, value }) => `${line} with ${count}: ${value.toPrecision(3)}`,
                 );
                 return `${panel.title}, in ${panel.axis}: ${values.join(', ')}.`;
@@ -159,7 +159,7 @@ export function scale({ scale_bench: measured }) {
                     `${measured.pinned ? 'All on one CPU' : 'On any CPU'}; medians of ${measured.rounds} rounds.`,
                 ],
             },
-            concat: all.map(({ panel, places }) => drawn(panel, places)),
+            concat: all.map(({ panel, points }) => drawn(panel, points)),
             columns: 2,
             bounds: 'flush',
             spacing: { row: 150, column: 100 },

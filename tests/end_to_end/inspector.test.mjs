@@ -78,7 +78,7 @@ test('the Inspector changes something with every tool that does', deadline, asyn
 /** A wrong argument, a missing list, a failing script: the Inspector takes a second for each. */
 const someFailures = ['calendar_create_event', 'reminders_list', 'notes_create'];
 
-test('the Inspector takes what a tool says of a mistake as its failure', deadline, async (t) => {
+test('the Inspector reports a mistake as a failure of the tool', deadline, async (t) => {
     const home = await Home.make(t);
     await furnish(home);
     await home.startHost('--yes');
@@ -93,7 +93,7 @@ test('the Inspector takes what a tool says of a mistake as its failure', deadlin
     assert.deepEqual(await home.snapshot(), before);
 });
 
-test('the Inspector takes a no as a failure of the tool', deadline, async (t) => {
+test('the Inspector reports a no as a failure of the tool', deadline, async (t) => {
     const home = await Home.make(t);
     await home.startHost('--no');
     const [{ name, given, summary }] = changes;

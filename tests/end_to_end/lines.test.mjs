@@ -34,7 +34,7 @@ async function exchange(home, lines) {
 
 const call = (name, given) => ({ method: 'tools/call', params: { name, arguments: given } });
 
-test('every reply is what the protocol says', { timeout: 60_000 }, async (t) => {
+test('every reply follows the protocol', { timeout: 60_000 }, async (t) => {
     const home = await Home.make(t);
     await home.startHost('--no');
     const initialize = {
@@ -80,7 +80,7 @@ test('every reply is what the protocol says', { timeout: 60_000 }, async (t) => 
     );
 });
 
-test('what is no message gets the parse error, and nothing else', { timeout: 60_000 }, async (t) => {
+test('a line that is not a message gets the parse error, and nothing else', { timeout: 60_000 }, async (t) => {
     const home = await Home.make(t);
     const parseError = { jsonrpc: '2.0', id: null, error: { code: -32700, message: 'parse error' } };
     const replies = await exchange(home, ['{', '[]', '"ping"', '', '{"jsonrpc":"2.0"}', '1 2']);

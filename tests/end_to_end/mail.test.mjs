@@ -65,7 +65,7 @@ AAAA
 --part--
 `;
 
-test('what notmuch and mutt deliver is listed and read, and stays as it is', deadline, async (t) => {
+test('what notmuch and mutt deliver is listed and read, and stays unchanged', deadline, async (t) => {
     const { home, list, read } = await begin(t);
     const notmuch = await notmuchIn(home);
     const mutt = await muttIn(home);
@@ -149,7 +149,7 @@ const drafts = {
     'text as long as Linux takes it': { to: ['a@example.org'], subject: 'Longest', body: textOf(longest) },
 };
 for (const [what, { to, cc = [], subject, body }] of Object.entries(drafts)) {
-    test(`other programs take up a draft: ${what}`, deadline, async (t) => {
+    test(`other programs resume a draft: ${what}`, deadline, async (t) => {
         const { home, host, list, draft } = await begin(t);
         assert.deepEqual(await draft(to, subject, body, { cc }), saved);
         const asked = subject.replaceAll('\u200f', '\\u{200F}'); // the host escapes direction marks
@@ -181,7 +181,7 @@ for (const [what, { to, cc = [], subject, body }] of Object.entries(drafts)) {
     });
 }
 
-test('of longer texts no draft is saved', deadline, async (t) => {
+test('a longer text is an error, and no draft is saved', deadline, async (t) => {
     const { home, draft } = await begin(t);
     const before = await home.snapshot();
     const longer = textOf(longest + 1);

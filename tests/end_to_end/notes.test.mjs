@@ -83,7 +83,7 @@ test('a new note is a Markdown file, to the byte, and is found by all its text',
     assert.deepEqual(await home.fileNames('Notes'), files.map(({ file }) => `Notes/${file}`).sort());
 });
 
-test('texts are data wherever they stand', deadline, async (t) => {
+test('texts are data wherever they occur', deadline, async (t) => {
     const { home, create, search } = await begin(t);
     const body = awkward.join('\n');
     for (const title of awkward) assert.deepEqual(await create(title, body, { folder: ' ' }), created);
@@ -114,7 +114,7 @@ test('texts as long as Linux takes them arrive whole', deadline, async (t) => {
     assert.deepEqual(names(await search(long)), ['Long']);
 });
 
-test('of longer texts nothing is made and nothing is searched', deadline, async (t) => {
+test('a longer text is an error: no note is made and nothing is searched', deadline, async (t) => {
     const { home, create, session } = await begin(t);
     const before = await home.snapshot();
     const longer = textOf(longest + 1);

@@ -76,7 +76,7 @@ for (const which of clients) {
             ]);
         });
 
-        test('nobody who answers is a no', async (t) => {
+        test('no host to answer counts as a no', async (t) => {
             const home = await Home.make(t);
             const session = await Session.open(which, home);
             const result = await session.call('calendar_create_event', {
@@ -87,7 +87,7 @@ for (const which of clients) {
             assert.match(result.content[0].text, /^The user did not allow this \(Party — /);
         });
 
-        test('every tool gives what is in the home', async (t) => {
+        test('every tool returns what is in the home', async (t) => {
             const home = await Home.make(t);
             await furnish(home);
             const before = await home.snapshot();
@@ -225,7 +225,7 @@ for (const which of clients) {
             }
         });
 
-        test('the example server gives back what it is sent', async (t) => {
+        test('the example server returns what it is sent', async (t) => {
             const session = await Session.open(which, await Home.make(t), {
                 program: 'hello_server',
             });

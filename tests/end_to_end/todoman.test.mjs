@@ -107,7 +107,7 @@ test('the server lists and completes the reminders that todoman creates', deadli
     );
 });
 
-test('a reminder that repeats goes on in todoman when the server completes it', deadline, async (t) => {
+test('a recurring reminder moves on in todoman when the server completes it', deadline, async (t) => {
     const home = await Home.make(t);
     const todoman = await todomanIn(home);
     await home.write(
@@ -133,7 +133,7 @@ test('a reminder that repeats goes on in todoman when the server completes it', 
     assert.deepEqual(await due(), []);
 });
 
-test('the server goes on with a reminder that todoman completed', deadline, async (t) => {
+test('the server sees that todoman completed a reminder', deadline, async (t) => {
     const home = await Home.make(t);
     const todoman = await todomanIn(home);
     await todoman('new', '-l', 'Reminders', 'Once');

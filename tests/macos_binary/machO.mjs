@@ -16,7 +16,7 @@ const dyldInfo = 0x80000022;
 const exportsTrie = 0x80000033;
 const dylibs = new Set([0xc, 0x80000018, 0x8000001f, 0x80000023]); // plain, weak, re-exported, upward
 const undefinedExternal = 0x01;
-const ofWhatKind = 0x0f; // the type bits and the external bit, without the debugging bits
+const typeMask = 0x0f; // the type bits and the external bit, without the debugging bits
 const debugging = 0xe0;
 
 /** @param {Buffer} bytes @param {number} offset @param {number} length */
@@ -133,7 +133,7 @@ export class Program {
         for (let index = 0; index < table.readUInt32LE(12); ++index) {
             const entry = slice(this.bytes, table.readUInt32LE(8) + 16 * index, 16);
             const type = entry[4];
-            if ((type & debugging) === 0 && (type & ofWhatKind) === undefinedExternal) {
+            if ((type & debugging) === 0 && (type & typeMask) === undefinedExternal) {
                 const library = libraries[entry[7] - 1] ?? `number ${entry[7]}`;
                 found.push({ name: text(names.subarray(entry.readUInt32LE(0))), library });
             }

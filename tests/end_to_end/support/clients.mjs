@@ -52,7 +52,7 @@ export class Session {
         });
         session.transport.onmessage = (message) => session.received.push(message);
         session.client = which.client();
-        home.endings.push(() => session.client.close());
+        home.cleanups.push(() => session.client.close());
         await session.client.connect(session.transport);
         return session;
     }

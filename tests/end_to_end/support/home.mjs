@@ -29,7 +29,7 @@ export class Home {
         this.velmiro = join(path, 'Library/Application Support/Velmiro');
         this.calendars = join(this.velmiro, 'Calendars');
         /** Runs when the test ends, in reverse order. @type {(() => Promise<unknown>)[]} */
-        this.endings = [];
+        this.cleanups = [];
         this.environment = { HOME: path, TZ: 'Europe/Berlin', LC_ALL: 'en_GB.UTF-8' };
     }
 
@@ -37,7 +37,7 @@ export class Home {
     static async make(test) {
         const home = new Home(await mkdtemp(join(tmpdir(), 'velmiro-')));
         test.after(async () => {
-            for (const ending of home.endings.reverse()) await ending();
+            for (const cleanUp of home.cleanups.reverse()) await cleanUp();
             await rm(home.path, { recursive: true });
         });
         return home;
@@ -101,7 +101,7 @@ export class Home {
             stdio: ['ignore', 'pipe', 'inherit'],
         });
         const lines = linesOf(host.stdout);
-        this.endings.push(async () => {
+        this.cleanups.push(async () => {
             host.kill('SIGTERM');
             if (host.exitCode === null && host.signalCode === null) await once(host, 'exit');
         });

@@ -54,7 +54,7 @@ set(PLATFORM_PARTS
     platform/local/files/Vdir.cpp
     platform/local/icalendar/CalendarValues.cpp
     platform/local/icalendar/Components.cpp
-    platform/local/icalendar/ContentLines.cpp
+    platform/local/icalendar/ContentLine.cpp
     platform/local/icalendar/Libical.cpp
     platform/local/icalendar/RuleText.cpp
     platform/local/libraries/ICU.cpp

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "velmiro_mcp/platform/local/icalendar/ContentLines.hpp"
+#include "velmiro_mcp/platform/local/icalendar/ContentLine.hpp"
 
 #include <optional>
 #include <string>

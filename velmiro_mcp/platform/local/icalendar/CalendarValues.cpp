@@ -60,7 +60,7 @@ std::string withLineFeeds(std::string text) {
 } // namespace
 
 std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<const Zone>& zone) {
-    text = trimBlanks(text);
+    text = trimWSP(text);
     const auto day = takeDay(text);
     if (!day || text.empty()) {
         return day ? std::optional{Moment{*day, true, nullptr}} : std::nullopt;

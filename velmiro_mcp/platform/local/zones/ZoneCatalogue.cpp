@@ -128,9 +128,9 @@ std::shared_ptr<const Zone> ZoneCatalogue::findHinted(std::string_view name) con
 
 std::string plainZoneName(std::string_view written) {
     const std::string text = unescapedText(written);
-    std::string_view name = trimBlanks(text);
+    std::string_view name = trimWSP(text);
     if (name.size() > 1 && name.starts_with('"') && name.ends_with('"')) {
-        name = trimBlanks(name.substr(1, name.size() - 2));
+        name = trimWSP(name.substr(1, name.size() - 2));
     }
     return std::string{name};
 }

@@ -1,4 +1,4 @@
-#include "velmiro_mcp/platform/local/icalendar/ContentLines.hpp"
+#include "velmiro_mcp/platform/local/icalendar/ContentLine.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
 
@@ -111,7 +111,7 @@ ContentLine takeLine(std::string_view& text) {
     return {head.substr(0, nameSize), head.substr(nameSize), line.substr(colon + 1)};
 }
 
-std::string_view trimBlanks(std::string_view text) {
+std::string_view trimWSP(std::string_view text) {
     const auto first = std::min(text.find_first_not_of(" \t"), text.size());
     return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }

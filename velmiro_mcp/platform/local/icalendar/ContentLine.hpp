@@ -43,8 +43,9 @@ ContentLine takeLine(std::string_view& text);
 /// Whether two words of the format are the same; the case of ASCII letters does not count.
 bool sameWord(std::string_view left, std::string_view right);
 
-/// Without blanks and tabs at both ends.
-std::string_view trimBlanks(std::string_view text);
+/// Returns the text without the format's white space, space and tab, at both ends. Unicode's other
+/// spaces stay, unlike with `trimSpacesAndTabs`: in the format they are characters like any other.
+std::string_view trimWSP(std::string_view text);
 
 /// What an escaped TEXT value says. A backslash that begins no known escape stays.
 std::string unescapedText(std::string_view value);

@@ -66,11 +66,11 @@ set(PLATFORM_PARTS
     platform/local/recurrence/RecurrenceDays.cpp
     platform/local/time/UserClock.cpp
     platform/local/time/Zone.cpp
-    platform/local/zones/DescribedZone.cpp
     platform/local/zones/FileZones.cpp
     platform/local/zones/ICUZones.cpp
     platform/local/zones/SystemZone.cpp
-    platform/local/zones/ZoneCatalogue.cpp
-    platform/local/zones/ZoneRule.cpp)
+    platform/local/zones/TZString.cpp
+    platform/local/zones/VTimeZone.cpp
+    platform/local/zones/ZoneCatalogue.cpp)
 set(PLATFORM_HEADERS ${ICAL_INCLUDE_DIRS} ${ICU_INCLUDE_DIRS})
 set(PLATFORM_LIBRARIES ${CMAKE_DL_LIBS})

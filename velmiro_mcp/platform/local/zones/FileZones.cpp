@@ -6,7 +6,7 @@ void FileZones::learn(const std::vector<Component>& components) {
     for (const Component& component : components) {
         const ContentLine* const name = component.line("TZID");
         if (component.is("VTIMEZONE") && component.complete && name != nullptr) {
-            described_.insert_or_assign(plainZoneName(name->value), &component);
+            vtimezones_.insert_or_assign(plainZoneName(name->value), &component);
             found_.clear();
         }
     }
@@ -25,8 +25,8 @@ std::shared_ptr<const Zone> FileZones::lookUp(const std::string& name) {
     if (auto zone = catalogue_.named(name, budget_)) {
         return zone;
     }
-    if (const auto own = described_.find(name); own != described_.end()) {
-        if (auto zone = catalogue_.described(*own->second, budget_)) {
+    if (const auto own = vtimezones_.find(name); own != vtimezones_.end()) {
+        if (auto zone = catalogue_.fromVTimeZone(*own->second, budget_)) {
             return zone;
         }
     }

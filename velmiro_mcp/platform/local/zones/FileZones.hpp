@@ -37,7 +37,7 @@ private:
 
     ZoneCatalogue& catalogue_;
     WorkBudget& budget_;
-    std::map<std::string, const Component*> described_;                     ///< by plain names
+    std::map<std::string, const Component*> vtimezones_;                    ///< by plain names
     std::map<std::string, std::shared_ptr<const Zone>, std::less<>> found_; ///< by names as written
 };
 

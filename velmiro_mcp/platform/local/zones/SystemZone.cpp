@@ -1,10 +1,12 @@
 #include "velmiro_mcp/platform/local/zones/SystemZone.hpp"
 
 #include "velmiro_mcp/platform/local/files/Files.hpp"
+#include "velmiro_mcp/platform/local/zones/TZString.hpp"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace velmiro::local {
 namespace {
@@ -12,9 +14,9 @@ namespace {
 using std::chrono::seconds;
 
 /// The numbers of compiled zone data: big-endian, and never read past the end.
-class Numbers {
+class BigEndianReader {
 public:
-    explicit Numbers(std::string_view data) : data_{data} {}
+    explicit BigEndianReader(std::string_view data) : data_{data} {}
 
     [[nodiscard]] bool failed() const { return failed_; }
     [[nodiscard]] std::string_view rest() const { return data_; }
@@ -53,7 +55,7 @@ struct Header {
     std::size_t letters = 0;
     bool valid = false;
 
-    explicit Header(Numbers& data) {
+    explicit Header(BigEndianReader& data) {
         const bool magic = data.bytes(4) == "TZif";
         const auto written = data.bytes(16);
         version = written.empty() ? '\0' : written.front();
@@ -83,16 +85,16 @@ bool isZoneName(std::string_view name) {
            !name.starts_with("right/") && std::ranges::all_of(name, plain);
 }
 
-std::shared_ptr<const Zone> zoneFromCompiledData(std::string_view data) {
-    Numbers numbers{data};
-    Header header{numbers};
+std::shared_ptr<const Zone> zoneFromTZif(std::string_view data) {
+    BigEndianReader file{data};
+    Header header{file};
     if (!header.valid || header.version < '2') {
         return nullptr; // the first version ends in 2037 and has not been written for long
     }
-    numbers.bytes(header.bodySize(4));
-    header = Header{numbers};
-    Numbers body{numbers.bytes(header.bodySize(8))};
-    if (!header.valid || numbers.failed() || header.types == 0) {
+    file.bytes(header.bodySize(4));
+    header = Header{file};
+    BigEndianReader body{file.bytes(header.bodySize(8))};
+    if (!header.valid || file.failed() || header.types == 0) {
         return nullptr;
     }
     std::vector<UTCTime> times;
@@ -114,14 +116,14 @@ std::shared_ptr<const Zone> zoneFromCompiledData(std::string_view data) {
         }
         changes.push_back({times[index], offsets[kind]});
     }
-    auto rule = numbers.rest();
-    if (rule.size() > 2 && rule.front() == '\n') {
-        rule = rule.substr(1, rule.find('\n', 1) - 1);
+    auto footer = file.rest();
+    if (footer.size() > 2 && footer.front() == '\n') {
+        footer = footer.substr(1, footer.find('\n', 1) - 1);
         const UTCTime last = times.empty()
                                  ? UTCTime{std::chrono::sys_days{std::chrono::year{1900} / 1 / 1}}
                                  : times.back();
         const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(last)};
-        for (const Zone::Change& change : changesOfRule(rule, int{date.year()})) {
+        for (const Zone::Change& change : changesOfTZString(footer, int{date.year()})) {
             if (change.at > last) {
                 changes.push_back(change);
             }
@@ -136,7 +138,7 @@ std::shared_ptr<const Zone> systemZone(std::string_view name, const std::string&
     }
     constexpr std::size_t largest = 1 << 20;
     const auto data = readRegularFile(folder + "/" + std::string{name}, largest);
-    return data ? zoneFromCompiledData(*data) : nullptr;
+    return data ? zoneFromTZif(*data) : nullptr;
 }
 
 } // namespace velmiro::local

@@ -5,7 +5,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 /// Zones by their names in the system's zone data: Europe/Berlin, UTC, Etc/GMT+2.
 namespace velmiro::local {
@@ -20,11 +19,6 @@ bool isZoneName(std::string_view name);
 std::shared_ptr<const Zone> systemZone(std::string_view name, const std::string& folder);
 
 /// The same from the contents of such a file.
-std::shared_ptr<const Zone> zoneFromCompiledData(std::string_view data);
-
-/// The changes that a rule in the manner of POSIX's TZ (CET-1CEST,M3.5.0,M10.5.0/3) makes from the
-/// year `from` to Zone::lastYear, after the offset of its standard time at the start of 1900; only
-/// that when it makes none, nothing when it is not such a rule.
-std::vector<Zone::Change> changesOfRule(std::string_view rule, int from);
+std::shared_ptr<const Zone> zoneFromTZif(std::string_view data);
 
 } // namespace velmiro::local

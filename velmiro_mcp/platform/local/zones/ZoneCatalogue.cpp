@@ -2,8 +2,10 @@
 
 #include "velmiro_mcp/platform/local/zones/ICUZones.hpp"
 #include "velmiro_mcp/platform/local/zones/SystemZone.hpp"
+#include "velmiro_mcp/platform/local/zones/VTimeZone.hpp"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 
@@ -75,9 +77,9 @@ std::shared_ptr<const Zone> ZoneCatalogue::hinted(std::string_view name, WorkBud
     return zone;
 }
 
-std::shared_ptr<const Zone> ZoneCatalogue::described(const Component& component,
-                                                     WorkBudget& budget) {
-    if (const auto known = described_.find(component.text); known != described_.end()) {
+std::shared_ptr<const Zone> ZoneCatalogue::fromVTimeZone(const Component& component,
+                                                         WorkBudget& budget) {
+    if (const auto known = fromVTimeZones_.find(component.text); known != fromVTimeZones_.end()) {
         return known->second;
     }
     std::shared_ptr<const Zone> fallback;
@@ -87,9 +89,9 @@ std::shared_ptr<const Zone> ZoneCatalogue::described(const Component& component,
             fallback = hinted(plainZoneName(line->value), budget);
         }
     }
-    auto zone = zoneFromComponent(component, fallback, budget);
-    if (described_.size() < mostZones && !budget.exhausted()) {
-        described_.emplace(component.text, zone);
+    auto zone = readVTimeZone(component, fallback, budget);
+    if (fromVTimeZones_.size() < mostZones && !budget.exhausted()) {
+        fromVTimeZones_.emplace(component.text, zone);
     }
     return zone;
 }

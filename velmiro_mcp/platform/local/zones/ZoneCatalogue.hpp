@@ -5,7 +5,6 @@
 #include "velmiro_mcp/platform/local/recurrence/WorkBudget.hpp"
 #include "velmiro_mcp/platform/local/time/Zone.hpp"
 
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -13,15 +12,6 @@
 #include <string_view>
 
 namespace velmiro::local {
-
-/// How many steps one VTIMEZONE may take; the whole history of a zone takes less than half of it.
-inline constexpr std::uint64_t mostStepsOfZone = 50'000;
-
-/// Returns the zone that a VTIMEZONE describes. `fallback`, which may be null, is the zone before
-/// the first observance, and the whole zone where no observance can be read or the steps run out.
-std::shared_ptr<const Zone> zoneFromComponent(const Component& component,
-                                              const std::shared_ptr<const Zone>& fallback,
-                                              WorkBudget& budget);
 
 /// The zones that calendar files speak of, each worked out once, for as long as the system's zone
 /// data are the same.
@@ -45,7 +35,7 @@ public:
 
     /// Returns the zone that a VTIMEZONE describes, with the zone that its TZID or X-LIC-LOCATION
     /// hints at where it says nothing; null when that is everywhere and there is no hint.
-    std::shared_ptr<const Zone> described(const Component& component, WorkBudget& budget);
+    std::shared_ptr<const Zone> fromVTimeZone(const Component& component, WorkBudget& budget);
 
 private:
     using Zones = std::map<std::string, std::shared_ptr<const Zone>, std::less<>>;
@@ -57,7 +47,7 @@ private:
     std::optional<FileStamp> stamp_; ///< of the folder
     Zones named_;
     Zones hinted_;
-    Zones described_;
+    Zones fromVTimeZones_;
 };
 
 /// Returns a TZID as it is meant: the property is a TEXT with escapes and the parameter a string in

@@ -2,6 +2,8 @@
 
 #include "velmiro_mcp/platform/local/zones/ICUZones.hpp"
 #include "velmiro_mcp/platform/local/zones/SystemZone.hpp"
+#include "velmiro_mcp/platform/local/zones/TZString.hpp"
+#include "velmiro_mcp/platform/local/zones/VTimeZone.hpp"
 #include "velmiro_mcp/platform/local/zones/ZoneCatalogue.hpp"
 
 #include <gtest/gtest.h>
@@ -57,14 +59,14 @@ TEST(LocalZone, HasTheOffsetsThatTheCLibraryHas) {
     }
 }
 
-TEST(LocalZone, ATimeThatComesTwiceIsTheFirst) {
+TEST(LocalZone, ATimeThatOccursTwiceIsTheFirst) {
     const auto berlin = systemZone("Europe/Berlin", zoneFolder);
     ASSERT_TRUE(berlin);
     EXPECT_EQ(berlin->instantOf(civil(2026, 10, 25, 2, 30)), utc(2026, 10, 25, 0, 30));
     EXPECT_EQ(berlin->instantOf(civil(2026, 10, 25, 3, 0)), utc(2026, 10, 25, 2, 0));
 }
 
-TEST(LocalZone, ATimeThatIsSkippedIsAsFarBehindTheGap) {
+TEST(LocalZone, ASkippedTimeIsAsFarAfterTheGap) {
     const auto berlin = systemZone("Europe/Berlin", zoneFolder);
     ASSERT_TRUE(berlin);
     EXPECT_EQ(berlin->instantOf(civil(2026, 3, 29, 2, 30)), utc(2026, 3, 29, 1, 30));
@@ -94,27 +96,27 @@ TEST(LocalZone, OnlyNamesOfZonesAreLookedFor) {
 
 TEST(LocalZone, DamagedDataAreNoZone) {
     const std::string whole = readFile(std::string{zoneFolder} + "/Europe/Berlin");
-    ASSERT_TRUE(zoneFromCompiledData(whole));
-    EXPECT_FALSE(zoneFromCompiledData(""));
-    EXPECT_FALSE(zoneFromCompiledData("TZif"));
-    EXPECT_FALSE(zoneFromCompiledData("XXif" + whole.substr(4)));
-    EXPECT_FALSE(zoneFromCompiledData(whole.substr(0, whole.size() / 2)));
+    ASSERT_TRUE(zoneFromTZif(whole));
+    EXPECT_FALSE(zoneFromTZif(""));
+    EXPECT_FALSE(zoneFromTZif("TZif"));
+    EXPECT_FALSE(zoneFromTZif("XXif" + whole.substr(4)));
+    EXPECT_FALSE(zoneFromTZif(whole.substr(0, whole.size() / 2)));
     std::mt19937 random{2};
     for (int round = 0; round < 2000; ++round) {
         std::string damaged = whole;
         for (int count = 0; count < 3; ++count) {
             damaged[random() % damaged.size()] = static_cast<char>(random());
         }
-        if (const auto zone = zoneFromCompiledData(damaged)) {
+        if (const auto zone = zoneFromTZif(damaged)) {
             const seconds offset = zone->offsetAt(utc(2026, 1, 1)); // whatever it says
             EXPECT_EQ(zone->civil(utc(2026, 1, 1)), civil(2026, 1, 1) + offset);
         }
     }
 }
 
-TEST(LocalZone, TheRuleForLaterYearsIsRead) {
-    const auto at = [](std::string_view rule, UTCTime time) {
-        return Zone{seconds{0}, changesOfRule(rule, 2020)}.offsetAt(time);
+TEST(LocalZone, TheTZStringForLaterYearsIsRead) {
+    const auto at = [](std::string_view text, UTCTime time) {
+        return Zone{seconds{0}, changesOfTZString(text, 2020)}.offsetAt(time);
     };
     EXPECT_EQ(at("CET-1CEST,M3.5.0,M10.5.0/3", utc(2026, 3, 29, 0, 59)), hours{1});
     EXPECT_EQ(at("CET-1CEST,M3.5.0,M10.5.0/3", utc(2026, 3, 29, 1, 0)), hours{2});
@@ -126,11 +128,11 @@ TEST(LocalZone, TheRuleForLaterYearsIsRead) {
     EXPECT_EQ(at("AAA3BBB,J60,300", utc(2024, 3, 1, 4, 59)), -hours{3});
 }
 
-TEST(LocalZone, WhatIsNoRuleMakesNoChanges) {
-    for (const char* rule :
+TEST(LocalZone, AMalformedTZStringMakesNoChanges) {
+    for (const char* text :
          {"", "CET", "CET-1CEST", "CET-1CEST,M13.5.0,M10.5.0", "CET-1CEST,M3.5.0",
           "CET-1CEST,M3.5.0,M10.5.0,", "<CET-1", "CET-999"}) {
-        EXPECT_TRUE(changesOfRule(rule, 2020).empty()) << rule;
+        EXPECT_TRUE(changesOfTZString(text, 2020).empty()) << text;
     }
 }
 
@@ -146,7 +148,7 @@ protected:
     }
 };
 
-TEST_F(LocalZoneNames, NamesOfTheSystemAreKnownAlsoBehindAPrefix) {
+TEST_F(LocalZoneNames, NamesOfTheSystemAreKnownAlsoAfterAPrefix) {
     EXPECT_EQ(noonIn("Europe/Berlin"), "10:00");
     EXPECT_EQ(noonIn("\"Europe/Berlin\""), "10:00");
     EXPECT_EQ(noonIn("/example.org/20260101_1/Europe/Berlin"), "10:00");
@@ -183,7 +185,7 @@ TEST_F(LocalZoneNames, ICUHasTheSameZoneWhereItIsUpToDate) {
     }
 }
 
-std::string description(const std::string& name, const std::string& more) {
+std::string vtimezone(const std::string& name, const std::string& more) {
     return "BEGIN:VTIMEZONE\r\nTZID:" + name +
            "\r\nBEGIN:STANDARD\r\nDTSTART:16010101T030000\r\nTZOFFSETFROM:+0500\r\n"
            "TZOFFSETTO:+0400\r\nRRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=10\r\nEND:STANDARD\r\n"
@@ -194,23 +196,23 @@ std::string description(const std::string& name, const std::string& more) {
 
 const std::string endless = "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=3\r\n";
 
-TEST_F(LocalZoneNames, WhatTheSystemKnowsByExactlyThisNameGoesBeforeWhatTheFileDescribes) {
+TEST_F(LocalZoneNames, AnExactNameOfTheSystemWinsOverTheVTIMEZONE) {
     for (const std::string name : {"Europe/Berlin", "Europe/Belgrade", "CET"}) {
-        EXPECT_EQ(noonIn(name, description(name, endless)), "10:00") << name;
+        EXPECT_EQ(noonIn(name, vtimezone(name, endless)), "10:00") << name;
     }
-    EXPECT_EQ(noonIn("US/Eastern", description("US/Eastern", endless)), "16:00") << "an older name";
-    EXPECT_EQ(noonIn("UTC", description("UTC", endless)), "12:00");
+    EXPECT_EQ(noonIn("US/Eastern", vtimezone("US/Eastern", endless)), "16:00") << "an older name";
+    EXPECT_EQ(noonIn("UTC", vtimezone("UTC", endless)), "12:00");
 }
 
-TEST_F(LocalZoneNames, AnyOtherNameIsWhatTheFileDescribes) {
+TEST_F(LocalZoneNames, AnyOtherNameIsItsVTIMEZONE) {
     for (const std::string name : {"Mine", "/example.org/20260101_1/Europe/Berlin",
                                    "W. Europe Standard Time", "CST", "europe/berlin"}) {
-        EXPECT_EQ(noonIn(name, description(name, endless)), "07:00") << name;
+        EXPECT_EQ(noonIn(name, vtimezone(name, endless)), "07:00") << name;
     }
-    EXPECT_EQ(noonIn("Mine", description("Mine", "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=3;"
-                                                 "UNTIL=20200101T000000Z\r\n")),
+    EXPECT_EQ(noonIn("Mine", vtimezone("Mine", "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=3;"
+                                               "UNTIL=20200101T000000Z\r\n")),
               "08:00");
-    EXPECT_EQ(noonIn("Mine", description("Mine", "RDATE:20260601T020000,20250601T020000\r\n")),
+    EXPECT_EQ(noonIn("Mine", vtimezone("Mine", "RDATE:20260601T020000,20250601T020000\r\n")),
               "07:00");
 }
 
@@ -220,7 +222,7 @@ TEST_F(LocalZoneNames, AnOlderNameIsKnownWhereItsFileIsMissing) {
     writeFile(folder.path() + "/America/New_York",
               readFile(std::string{zoneFolder} + "/America/New_York"));
     const EnvironmentGuard variable{"TZDIR", folder.path()};
-    EXPECT_EQ(noonIn("US/Eastern", description("US/Eastern", endless)), "16:00");
+    EXPECT_EQ(noonIn("US/Eastern", vtimezone("US/Eastern", endless)), "16:00");
 }
 
 TEST_F(LocalZoneNames, ANameMayBeEscapedOrQuotedInEitherPlace) {
@@ -229,7 +231,7 @@ TEST_F(LocalZoneNames, ANameMayBeEscapedOrQuotedInEitherPlace) {
     for (const std::string& property : {name, escaped, "\"" + name + "\"", " " + name + " "}) {
         for (const std::string& parameter :
              {"\"" + name + "\"", name, escaped, "\"" + escaped + "\""}) {
-            EXPECT_EQ(noonIn(parameter, description(property, endless)), "07:00")
+            EXPECT_EQ(noonIn(parameter, vtimezone(property, endless)), "07:00")
                 << property << " " << parameter;
         }
     }
@@ -241,7 +243,7 @@ TEST_F(LocalZoneNames, AMovedOccurrenceIsFoundByANameWithEscapes) {
     const std::string file =
         eventFile("SUMMARY:series\r\nDTSTART;TZID=" + name +
                       ":20260701T120000\r\nRRULE:FREQ=DAILY;COUNT=2\r\n",
-                  description("(UTC+02:00) Athens\\, Bucharest\\, Istanbul", endless)) +
+                  vtimezone("(UTC+02:00) Athens\\, Bucharest\\, Istanbul", endless)) +
         "BEGIN:VEVENT\r\nUID:event@example.org\r\nSUMMARY:moved\r\nRECURRENCE-ID;TZID=" + name +
         ":20260702T120000\r\nDTSTART:20260703T120000Z\r\nEND:VEVENT\r\n";
     const auto texts = listedFrom(file, "2026-07-01", "2026-08-01");
@@ -257,7 +259,7 @@ std::string rulesOf2027(const std::string& name, const std::string& more = "") {
            "TZOFFSETTO:+0400\r\nEND:DAYLIGHT\r\nEND:VTIMEZONE\r\n";
 }
 
-TEST_F(LocalZoneNames, BeforeADescriptionBeginsTheZoneIsTheOneThatItsNameHintsAt) {
+TEST_F(LocalZoneNames, BeforeAVTIMEZONEBeginsTheZoneIsTheOneThatItsNameHintsAt) {
     const std::string prefixed = "/example.org/20050126_1/Europe/London";
     EXPECT_EQ(noonIn(prefixed, rulesOf2027(prefixed)), "11:00");
     EXPECT_EQ(noonIn("Tokyo Standard Time", rulesOf2027("Tokyo Standard Time")), "03:00");
@@ -265,37 +267,37 @@ TEST_F(LocalZoneNames, BeforeADescriptionBeginsTheZoneIsTheOneThatItsNameHintsAt
     EXPECT_EQ(noonIn("tzone://Example/Utc", rulesOf2027("tzone://Example/Utc")), "12:00");
 }
 
-TEST_F(LocalZoneNames, WithoutAHintItHasTheOffsetThatTheFirstObservanceEnds) {
+TEST_F(LocalZoneNames, WithoutAHintTheZoneBeforeIsTheTZOFFSETFROM) {
     EXPECT_EQ(noonIn("Mine", rulesOf2027("Mine")), "09:00");
 }
 
 TEST_F(LocalZoneNames, TheExampleOfTheFormatItselfIsRight) {
     const ZoneGuard zone{"UTC"};
-    const std::string description =
+    const std::string vtimezone =
         "BEGIN:VTIMEZONE\r\nTZID:America/New_York\r\n"
         "BEGIN:STANDARD\r\nDTSTART:19981025T020000\r\nTZOFFSETFROM:-0400\r\n"
         "TZOFFSETTO:-0500\r\nTZNAME:EST\r\nEND:STANDARD\r\n"
         "BEGIN:DAYLIGHT\r\nDTSTART:19990404T020000\r\nTZOFFSETFROM:-0500\r\n"
         "TZOFFSETTO:-0400\r\nTZNAME:EDT\r\nEND:DAYLIGHT\r\nEND:VTIMEZONE\r\n";
     const auto texts =
-        listedFrom(eventFile("DTSTART;TZID=America/New_York:19980312T083000\r\n", description),
+        listedFrom(eventFile("DTSTART;TZID=America/New_York:19980312T083000\r\n", vtimezone),
                    "1998-03-12", "1998-03-13");
     ASSERT_EQ(texts.size(), 1U);
     EXPECT_EQ(texts[0].substr(0, 20), "1998-03-12T13:30:00Z");
 }
 
-TEST_F(LocalZoneNames, ADescriptionThatRunsOutOfStepsIsNotUsedInPart) {
+TEST_F(LocalZoneNames, AVTIMEZONEThatRunsOutOfStepsIsNotUsedInPart) {
     const std::string costly = "BEGIN:STANDARD\r\nDTSTART:19700101T000000\r\nTZOFFSETFROM:+0500\r\n"
                                "TZOFFSETTO:+0500\r\nRRULE:FREQ=HOURLY\r\nEND:STANDARD\r\n";
-    const auto described = [&](const std::string& name) {
+    const auto costlyZone = [&](const std::string& name) {
         return "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\n" + costly + "END:VTIMEZONE\r\n";
     };
-    EXPECT_EQ(noonIn("/example.org/Europe/Berlin", described("/example.org/Europe/Berlin")),
+    EXPECT_EQ(noonIn("/example.org/Europe/Berlin", costlyZone("/example.org/Europe/Berlin")),
               "10:00");
-    EXPECT_EQ(noonIn("Mine", described("Mine")), "12:00") << "the machine's own";
+    EXPECT_EQ(noonIn("Mine", costlyZone("Mine")), "12:00") << "the machine's own";
 }
 
-TEST_F(LocalZoneNames, ADescriptionThatCannotBeReadIsNone) {
+TEST_F(LocalZoneNames, AVTIMEZONEThatCannotBeReadIsNone) {
     const std::string name = "/example.org/Europe/Berlin";
     EXPECT_EQ(noonIn(name, "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\nEND:VTIMEZONE\r\n"), "10:00");
     EXPECT_EQ(noonIn(name, "BEGIN:VTIMEZONE\r\nTZID:" + name +
@@ -305,7 +307,7 @@ TEST_F(LocalZoneNames, ADescriptionThatCannotBeReadIsNone) {
               "10:00");
 }
 
-TEST_F(LocalZoneNames, ADescriptionLikeBerlinsIsBerlin) {
+TEST_F(LocalZoneNames, AVTIMEZONELikeBerlinsIsBerlin) {
     const std::string text =
         "BEGIN:VTIMEZONE\nTZID:X\n"
         "BEGIN:DAYLIGHT\nDTSTART:19810329T020000\nTZOFFSETFROM:+0100\n"
@@ -316,17 +318,16 @@ TEST_F(LocalZoneNames, ADescriptionLikeBerlinsIsBerlin) {
     const auto components = readComponents(text);
     ASSERT_EQ(components.size(), 1U);
     WorkBudget budget{1'000'000};
-    const auto described = zoneFromComponent(components.front(), nullptr, budget);
+    const auto zone = readVTimeZone(components.front(), nullptr, budget);
     const auto system = systemZone("Europe/Berlin", zoneFolder);
-    ASSERT_TRUE(described);
+    ASSERT_TRUE(zone);
     ASSERT_TRUE(system);
     for (UTCTime time = utc(1997, 1, 1); time < utc(2199, 1, 1); time += hours{37}) {
-        ASSERT_EQ(described->offsetAt(time), system->offsetAt(time))
-            << time.time_since_epoch().count();
+        ASSERT_EQ(zone->offsetAt(time), system->offsetAt(time)) << time.time_since_epoch().count();
     }
 }
 
-TEST_F(LocalZoneNames, EachCalendarOfAFileHasItsOwnDescriptions) {
+TEST_F(LocalZoneNames, EachCalendarOfAFileHasItsOwnVTIMEZONEs) {
     const ZoneGuard zone{"UTC"};
     const auto calendar = [](const std::string& offset) {
         return "BEGIN:VCALENDAR\nBEGIN:VEVENT\nUID:" + offset +

@@ -1,7 +1,8 @@
+#include "velmiro_mcp/platform/local/zones/VTimeZone.hpp"
+
 #include "velmiro_mcp/platform/local/icalendar/CalendarValues.hpp"
 #include "velmiro_mcp/platform/local/icalendar/RuleText.hpp"
 #include "velmiro_mcp/platform/local/recurrence/RecurrenceRule.hpp"
-#include "velmiro_mcp/platform/local/zones/ZoneCatalogue.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -38,9 +39,9 @@ std::optional<Observance> readObservance(const Component& component) {
     return Observance{*before, *after, start->civil};
 }
 
-class Description {
+class VTimeZoneReader {
 public:
-    explicit Description(WorkBudget& budget) : budget_{budget} {}
+    explicit VTimeZoneReader(WorkBudget& budget) : budget_{budget} {}
 
     void add(const Component& component) {
         const auto observance = readObservance(component);
@@ -116,17 +117,17 @@ private:
 
 } // namespace
 
-std::shared_ptr<const Zone> zoneFromComponent(const Component& component,
-                                              const std::shared_ptr<const Zone>& fallback,
-                                              WorkBudget& whole) {
-    WorkBudget budget{mostStepsOfZone, &whole};
-    Description description{budget};
+std::shared_ptr<const Zone> readVTimeZone(const Component& component,
+                                          const std::shared_ptr<const Zone>& fallback,
+                                          WorkBudget& whole) {
+    WorkBudget budget{mostStepsOfVTimeZone, &whole};
+    VTimeZoneReader reader{budget};
     for (const Component& part : component.parts) {
         if (part.is("STANDARD") || part.is("DAYLIGHT")) {
-            description.add(part);
+            reader.add(part);
         }
     }
-    return description.zone(fallback);
+    return reader.zone(fallback);
 }
 
 } // namespace velmiro::local

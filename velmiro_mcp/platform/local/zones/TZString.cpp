@@ -1,6 +1,6 @@
-#include "velmiro_mcp/platform/local/zones/SystemZone.hpp"
+#include "velmiro_mcp/platform/local/zones/TZString.hpp"
 
-#include <optional>
+#include <algorithm>
 
 // Compiled zone data end in a rule for all later times, in the manner of the TZ variable of POSIX:
 //   std offset [dst [offset] , start[/time] , end[/time]]
@@ -45,9 +45,9 @@ struct RuleDay {
 };
 
 /// Consumes a rule from its front; the first thing that does not fit fails the whole.
-class Reader {
+class TZStringReader {
 public:
-    explicit Reader(std::string_view text) : rest_{text} {}
+    explicit TZStringReader(std::string_view text) : rest_{text} {}
 
     [[nodiscard]] bool atEnd() const { return rest_.empty(); }
     [[nodiscard]] bool failed() const { return failed_; }
@@ -132,8 +132,8 @@ UTCTime utcOf(CivilTime time, seconds offset) {
 
 } // namespace
 
-std::vector<Zone::Change> changesOfRule(std::string_view rule, int from) {
-    Reader reader{rule};
+std::vector<Zone::Change> changesOfTZString(std::string_view text, int from) {
+    TZStringReader reader{text};
     reader.name();
     const seconds standard = -reader.time();
     std::vector<Zone::Change> changes{

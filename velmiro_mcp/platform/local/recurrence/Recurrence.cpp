@@ -94,25 +94,25 @@ public:
         findTimes();
         switch (rule_.frequency) {
         case Frequency::yearly:
-            stepYears();
+            expandYears();
             break;
         case Frequency::monthly:
-            stepMonths();
+            expandMonths();
             break;
         case Frequency::weekly:
-            stepWeeks();
+            expandWeeks();
             break;
         case Frequency::daily:
-            stepDays();
+            expandDays();
             break;
         case Frequency::hourly:
-            stepWithinDays(hours{1});
+            expandWithinDays(hours{1});
             break;
         case Frequency::minutely:
-            stepWithinDays(minutes{1});
+            expandWithinDays(minutes{1});
             break;
         case Frequency::secondly:
-            stepWithinDays(seconds{1});
+            expandWithinDays(seconds{1});
             break;
         }
         return selection_.take();
@@ -150,7 +150,7 @@ private:
         return rule_.count ? 0 : std::max<std::int64_t>(0, distance / rule_.interval - 1);
     }
 
-    [[nodiscard]] bool goOn() { return !selection_.finished() && budget_.spend(); }
+    [[nodiscard]] bool takeStep() { return !selection_.finished() && budget_.spend(); }
 
     /// Hands on what lies in one period: each of its times on each of its days.
     void addPeriod(const std::vector<CivilTime>& bases) {
@@ -166,17 +166,17 @@ private:
             return;
         }
         const auto count = static_cast<std::int64_t>(bases.size() * times_.size());
-        std::vector<std::int64_t> places;
+        std::vector<std::int64_t> indices;
         for (const int position : rule_.positions) {
-            const std::int64_t place = position > 0 ? position - 1 : count + position;
-            if (place >= 0 && place < count) {
-                places.push_back(place);
+            const std::int64_t index = position > 0 ? position - 1 : count + position;
+            if (index >= 0 && index < count) {
+                indices.push_back(index);
             }
         }
-        std::ranges::sort(places);
-        places.erase(std::ranges::unique(places).begin(), places.end());
-        for (const std::int64_t place : places) {
-            const auto index = static_cast<std::size_t>(place);
+        std::ranges::sort(indices);
+        indices.erase(std::ranges::unique(indices).begin(), indices.end());
+        for (const std::int64_t chosen : indices) {
+            const auto index = static_cast<std::size_t>(chosen);
             selection_.add(bases[index / times_.size()] + times_[index % times_.size()]);
         }
     }
@@ -185,11 +185,11 @@ private:
         addPeriod(std::vector<CivilTime>(found.begin(), found.end()));
     }
 
-    void stepYears() {
+    void expandYears() {
         const auto yearOf = [](CivilTime time) { return int{year_month_day{dayOf(time)}.year()}; };
         const int first = yearOf(start_);
         const int last = yearOf(to_) + 1; // a year's numbered weeks can begin in the year before
-        for (std::int64_t index = firstPeriod(yearOf(from_) - first); goOn(); ++index) {
+        for (std::int64_t index = firstPeriod(yearOf(from_) - first); takeStep(); ++index) {
             const std::int64_t number = first + index * rule_.interval;
             if (number > last) {
                 return;
@@ -198,13 +198,13 @@ private:
         }
     }
 
-    void stepMonths() {
+    void expandMonths() {
         const auto monthOf = [](CivilTime time) {
             const year_month_day date{dayOf(time)};
             return std::int64_t{int{date.year()}} * 12 + unsigned{date.month()} - 1;
         };
         const std::int64_t first = monthOf(start_);
-        for (std::int64_t index = firstPeriod(monthOf(from_) - first); goOn(); ++index) {
+        for (std::int64_t index = firstPeriod(monthOf(from_) - first); takeStep(); ++index) {
             const std::int64_t number = first + index * rule_.interval;
             if (number > monthOf(to_)) {
                 return;
@@ -215,13 +215,13 @@ private:
         }
     }
 
-    void stepWeeks() {
+    void expandWeeks() {
         const auto weekOf = [&](CivilTime time) {
             return startOfWeek(dayOf(time), rule_.weekStart);
         };
         const CivilDay first = weekOf(start_);
         const std::chrono::weeks stride{rule_.interval};
-        for (auto index = firstPeriod((weekOf(from_) - first) / std::chrono::weeks{1}); goOn();
+        for (auto index = firstPeriod((weekOf(from_) - first) / std::chrono::weeks{1}); takeStep();
              ++index) {
             const CivilDay week = first + index * stride;
             if (week > to_) {
@@ -231,9 +231,9 @@ private:
         }
     }
 
-    void stepDays() {
+    void expandDays() {
         const CivilDay first = dayOf(start_);
-        for (auto index = firstPeriod((dayOf(from_) - first).count()); goOn(); ++index) {
+        for (auto index = firstPeriod((dayOf(from_) - first).count()); takeStep(); ++index) {
             const CivilDay day = first + days{index * rule_.interval};
             if (day > to_) {
                 return;
@@ -246,11 +246,11 @@ private:
 
     /// Steps by hours, minutes or seconds; where a month, day, hour or minute as a whole does not
     /// match, to the end of it at once.
-    void stepWithinDays(seconds unit) {
+    void expandWithinDays(seconds unit) {
         const CivilTime first = start_ - (start_ - dayOf(start_)) % unit;
         const seconds stride = unit * rule_.interval;
         std::int64_t index = firstPeriod((from_ - first) / unit);
-        while (goOn()) {
+        while (takeStep()) {
             const CivilTime time = first + index * stride;
             if (time > to_) {
                 return;

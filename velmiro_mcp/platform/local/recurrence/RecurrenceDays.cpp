@@ -24,9 +24,13 @@ bool contains(const std::vector<int>& list, int value) {
 
 /// Whether `list` names the place of `day` among the days from `first` up to `end`: counted from 1,
 /// or from -1 backwards.
-bool containsPlace(const std::vector<int>& list, CivilDay day, CivilDay first, CivilDay end) {
+bool containsPosition(const std::vector<int>& list, CivilDay day, CivilDay first, CivilDay end) {
     return contains(list, static_cast<int>((day - first).count()) + 1) ||
            contains(list, -static_cast<int>((end - day).count()));
+}
+
+void append(std::vector<CivilDay>& found, const std::vector<CivilDay>& more) {
+    found.insert(found.end(), more.begin(), more.end());
 }
 
 /// The first week of a year is the first that has four days or more in it.
@@ -97,9 +101,9 @@ bool RecurrenceDays::matchesWeekday(CivilDay day, const year_month_day& date) co
         if (wanted.ordinal == 0 || ordinals_ == Ordinals::ignored) {
             return true;
         }
-        const auto place = wanted.ordinal > 0 ? (day - first) / weeks{1} + 1
-                                              : -((end - days{1} - day) / weeks{1} + 1);
-        return place == wanted.ordinal;
+        const auto ordinal = wanted.ordinal > 0 ? (day - first) / weeks{1} + 1
+                                                : -((end - days{1} - day) / weeks{1} + 1);
+        return ordinal == wanted.ordinal;
     });
 }
 
@@ -111,61 +115,59 @@ bool RecurrenceDays::matches(CivilDay day) const {
 bool RecurrenceDays::matchesMonthDay(CivilDay day) const {
     const year_month_day date{day};
     const auto month = date.year() / date.month();
-    return monthDays_.empty() ||
-           containsPlace(monthDays_, day, firstOf(month), firstOf(month + std::chrono::months{1}));
+    return monthDays_.empty() || containsPosition(monthDays_, day, firstOf(month),
+                                                  firstOf(month + std::chrono::months{1}));
 }
 
 bool RecurrenceDays::matchesYearDayAndWeekday(CivilDay day) const {
     const year_month_day date{day};
-    if (!rule_.yearDays.empty() && !containsPlace(rule_.yearDays, day, firstOf(date.year()),
-                                                  firstOf(date.year() + std::chrono::years{1}))) {
+    if (!rule_.yearDays.empty() &&
+        !containsPosition(rule_.yearDays, day, firstOf(date.year()),
+                          firstOf(date.year() + std::chrono::years{1}))) {
         return false;
     }
     return weekdays_.empty() || matchesWeekday(day, date);
 }
 
-void RecurrenceDays::collect(CivilDay first, CivilDay last, std::vector<CivilDay>& found,
-                             WorkBudget& budget) const {
+std::vector<CivilDay> RecurrenceDays::ofWeek(CivilDay firstDay, WorkBudget& budget) const {
+    return matchingDays(firstDay, firstDay + days{6}, budget);
+}
+
+std::vector<CivilDay> RecurrenceDays::matchingDays(CivilDay first, CivilDay last,
+                                                   WorkBudget& budget) const {
+    std::vector<CivilDay> found;
     for (CivilDay day = first; day <= last && budget.spend(); day += days{1}) {
         if (matches(day)) {
             found.push_back(day);
         }
     }
-}
-
-std::vector<CivilDay> RecurrenceDays::ofWeek(CivilDay firstDay, WorkBudget& budget) const {
-    std::vector<CivilDay> found;
-    collect(firstDay, firstDay + days{6}, found, budget);
     return found;
 }
 
-void RecurrenceDays::collectMonth(year_month month, std::vector<CivilDay>& found,
-                                  WorkBudget& budget) const {
-    if (matchesMonth(month.month())) {
-        collect(firstOf(month), firstOf(month + std::chrono::months{1}) - days{1}, found, budget);
-        addSkipped(month, found);
+std::vector<CivilDay> RecurrenceDays::ofMonth(year_month month, WorkBudget& budget) const {
+    if (!matchesMonth(month.month())) {
+        return {};
     }
+    auto found =
+        matchingDays(firstOf(month), firstOf(month + std::chrono::months{1}) - days{1}, budget);
+    const auto standIn = standInForSkipped(month);
+    if (standIn && (found.empty() || found.back() < *standIn)) {
+        found.push_back(*standIn);
+    }
+    return found;
 }
 
-/// Adds the day that stands in for those which the month does not have. It can be the first of the
-/// next month, and be found a second time there.
-void RecurrenceDays::addSkipped(year_month month, std::vector<CivilDay>& found) const {
+/// Returns the day that stands in for those which the month does not have, if it matches. It can be
+/// the first of the next month, and be found a second time there.
+std::optional<CivilDay> RecurrenceDays::standInForSkipped(year_month month) const {
     const CivilDay end = firstOf(month + std::chrono::months{1});
     const auto length = (end - firstOf(month)).count();
     const bool lacksOne = std::ranges::any_of(monthDays_, [&](int day) { return day > length; });
     if (rule_.skip == Skip::omit || !lacksOne) {
-        return;
+        return std::nullopt;
     }
-    const CivilDay instead = rule_.skip == Skip::backward ? end - days{1} : end;
-    if ((found.empty() || found.back() < instead) && matchesYearDayAndWeekday(instead)) {
-        found.push_back(instead);
-    }
-}
-
-std::vector<CivilDay> RecurrenceDays::ofMonth(year_month month, WorkBudget& budget) const {
-    std::vector<CivilDay> found;
-    collectMonth(month, found, budget);
-    return found;
+    const CivilDay standIn = rule_.skip == Skip::backward ? end - days{1} : end;
+    return matchesYearDayAndWeekday(standIn) ? std::optional{standIn} : std::nullopt;
 }
 
 std::vector<CivilDay> RecurrenceDays::ofYear(year of, WorkBudget& budget) const {
@@ -174,7 +176,7 @@ std::vector<CivilDay> RecurrenceDays::ofYear(year of, WorkBudget& budget) const 
     }
     std::vector<CivilDay> found;
     for (unsigned month = 1; month <= 12; ++month) {
-        collectMonth(of / std::chrono::month{month}, found, budget);
+        append(found, ofMonth(of / std::chrono::month{month}, budget));
     }
     found.erase(std::ranges::unique(found).begin(), found.end());
     return found;
@@ -187,8 +189,7 @@ std::vector<CivilDay> RecurrenceDays::ofNumberedWeeks(year of, WorkBudget& budge
     std::vector<CivilDay> found;
     for (int week = 1; week <= count; ++week) {
         if (contains(rule_.weeks, week) || contains(rule_.weeks, week - count - 1)) {
-            const CivilDay monday = first + weeks{week - 1};
-            collect(monday, monday + days{6}, found, budget);
+            append(found, ofWeek(first + weeks{week - 1}, budget));
         }
     }
     return found;

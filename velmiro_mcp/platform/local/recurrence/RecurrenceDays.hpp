@@ -2,6 +2,7 @@
 
 #include "velmiro_mcp/platform/local/recurrence/RecurrenceRule.hpp"
 
+#include <optional>
 #include <vector>
 
 namespace velmiro::local {
@@ -31,11 +32,9 @@ private:
     [[nodiscard]] bool matchesMonthDay(CivilDay day) const;
     [[nodiscard]] bool matchesYearDayAndWeekday(CivilDay day) const;
     [[nodiscard]] bool matchesWeekday(CivilDay day, const std::chrono::year_month_day& date) const;
-    void collectMonth(std::chrono::year_month month, std::vector<CivilDay>& days,
-                      WorkBudget& budget) const;
-    void addSkipped(std::chrono::year_month month, std::vector<CivilDay>& days) const;
-    void collect(CivilDay first, CivilDay last, std::vector<CivilDay>& days,
-                 WorkBudget& budget) const;
+    [[nodiscard]] std::optional<CivilDay> standInForSkipped(std::chrono::year_month month) const;
+    [[nodiscard]] std::vector<CivilDay> matchingDays(CivilDay first, CivilDay last,
+                                                     WorkBudget& budget) const;
     [[nodiscard]] std::vector<CivilDay> ofNumberedWeeks(std::chrono::year year,
                                                         WorkBudget& budget) const;
 

@@ -41,7 +41,7 @@ std::string formatted(Instant instant, UDateFormatStyle time) {
     }
     const auto date = static_cast<UDate>(instant.time_since_epoch().count());
     const auto text =
-        local::written(64, [&](char16_t* into, std::int32_t size, UErrorCode* failure) {
+        local::fromICU(64, [&](char16_t* into, std::int32_t size, UErrorCode* failure) {
             return icu.udat_format(format, date, into, size, nullptr, failure);
         });
     icu.udat_close(format);

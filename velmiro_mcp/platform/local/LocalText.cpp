@@ -46,7 +46,7 @@ std::optional<bool> equalInASCII(std::string_view left, std::string_view right) 
 
 /// Small letters as the user's language has them: in Turkish, I and İ are those of ı and i.
 std::u16string lowered(const std::u16string& text, const std::string& locale) {
-    return local::written(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
+    return local::fromICU(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
         return local::icuCommon().u_strToLower(into, size, text.data(), local::lengthOf(text),
                                                locale.c_str(), status);
     });

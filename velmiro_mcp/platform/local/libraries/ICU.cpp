@@ -8,8 +8,8 @@ namespace {
 
 /// Left to itself the library takes its default language from the environment as it stands there;
 /// one that is none can end the process, or make every zone UTC.
-struct ICUInOurLanguage : ICUCommon {
-    ICUInOurLanguage() {
+struct ICUInUserLocale : ICUCommon {
+    ICUInUserLocale() {
         UErrorCode status = U_ZERO_ERROR;
         uloc_setDefault(userLocale().c_str(), &status);
     }
@@ -18,7 +18,7 @@ struct ICUInOurLanguage : ICUCommon {
 } // namespace
 
 const ICUCommon& icuCommon() {
-    static const ICUInOurLanguage loaded;
+    static const ICUInUserLocale loaded;
     return loaded;
 }
 

@@ -16,7 +16,7 @@ bool isASCII(std::string_view text) {
 
 std::u16string utf16(std::string_view text) {
     // Never longer than the UTF-8.
-    return written(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
+    return fromICU(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
         std::int32_t length = 0;
         icuCommon().u_strFromUTF8WithSub(into, size, &length, text.data(),
                                          static_cast<std::int32_t>(text.size()), replacement,

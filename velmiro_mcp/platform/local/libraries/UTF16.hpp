@@ -19,7 +19,7 @@ inline std::int32_t lengthOf(std::u16string_view text) {
 /// What a function of ICU writes: called with a buffer, its length and a status, it gives the
 /// length of its text, also where that is too long for the buffer. Empty when it fails.
 template <typename Write>
-std::u16string written(std::size_t expected, const Write& write) {
+std::u16string fromICU(std::size_t expected, const Write& write) {
     std::u16string text(expected, u'\0');
     UErrorCode status = U_ZERO_ERROR;
     std::int32_t length = write(text.data(), lengthOf(text), &status);

@@ -51,7 +51,7 @@ std::string_view plainForm(UChar32 scalar) {
     return form == forms.end() ? std::string_view{} : form->second;
 }
 
-bool isOfWord(UChar32 scalar) {
+bool isWordCharacter(UChar32 scalar) {
     constexpr UChar32 apostrophe = 0x02BC; // a letter to Unicode
     const ICUCommon& icu = icuCommon();
     const bool isMark = (U_MASK(icu.u_charType(scalar)) & U_GC_M_MASK) != 0;
@@ -59,7 +59,7 @@ bool isOfWord(UChar32 scalar) {
 }
 
 std::u16string normalized(const UNormalizer2* form, const std::u16string& text) {
-    return written(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
+    return fromICU(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
         return icuCommon().unorm2_normalize(form, text.data(), lengthOf(text), into, size, status);
     });
 }
@@ -115,7 +115,7 @@ std::string decodedText(std::string_view bytes, std::string_view characterSet) {
     if (!converter) {
         return {};
     }
-    return utf8(written(bytes.size(), [&](char16_t* into, std::int32_t size, UErrorCode* failure) {
+    return utf8(fromICU(bytes.size(), [&](char16_t* into, std::int32_t size, UErrorCode* failure) {
         return icu.ucnv_toUChars(converter.get(), into, size, bytes.data(),
                                  static_cast<std::int32_t>(bytes.size()), failure);
     }));
@@ -131,7 +131,7 @@ std::string foldedLetters(std::string_view text) {
     const auto plain = folded(utf16(text));
     for (std::size_t index = 0; index < plain.size();) {
         const UChar32 scalar = nextScalar(plain, index);
-        if (isOfWord(scalar)) {
+        if (isWordCharacter(scalar)) {
             MCPStdio::appendUTF8(letters, static_cast<char32_t>(scalar));
         } else {
             letters += icuCommon().u_isUWhiteSpace(scalar) != 0 ? ' ' : '-';

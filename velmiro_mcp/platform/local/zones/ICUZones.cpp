@@ -48,7 +48,7 @@ std::string zoneNameOfWindows(std::string_view name) {
     if (!wide) {
         return {};
     }
-    const auto found = written(64, [&](char16_t* into, std::int32_t size, UErrorCode* status) {
+    const auto found = fromICU(64, [&](char16_t* into, std::int32_t size, UErrorCode* status) {
         return icuDates().ucal_getTimeZoneIDForWindowsID(wide->data(), lengthOf(*wide), nullptr,
                                                          into, size, status);
     });

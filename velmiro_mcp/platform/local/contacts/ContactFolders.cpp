@@ -55,9 +55,10 @@ public:
 
     /// A file of cards. False when there is none that can be read. `place` is what comes before its
     /// name, from the root on.
-    bool readFile(ContactCache::Reader& reader, const std::string& name, const std::string& place) {
+    bool readFile(ContactCache::Reader& reader, const std::string& name,
+                  const std::string& prefix) {
         const auto file = reader.read(name, largestFile, [&](std::string bytes) {
-            return read_(std::move(bytes), place + name);
+            return read_(std::move(bytes), prefix + name);
         });
         if (!file) {
             return false;
@@ -107,7 +108,7 @@ private:
 };
 
 /// Whether there is nothing of that name, or a link that leads nowhere.
-bool isMissingOrLost(const std::string& path) {
+bool isMissingOrDangling(const std::string& path) {
     struct stat about{};
     return stat(path.c_str(), &about) != 0 && (errno == ENOENT || errno == ELOOP);
 }
@@ -116,7 +117,7 @@ bool isMissingOrLost(const std::string& path) {
 
 bool ContactFolders::isReadable() const {
     try {
-        return isReadableFolder(path_) || isMissingOrLost(path_);
+        return isReadableFolder(path_) || isMissingOrDangling(path_);
     } catch (const std::system_error&) {
         return true; // it was not the user's rights that were in the way
     }

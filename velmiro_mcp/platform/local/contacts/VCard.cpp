@@ -37,7 +37,7 @@ std::vector<std::string_view> split(std::string_view value, char separator) {
 }
 
 /// The values of one component, as a reader would say them: with blanks between.
-std::string allOf(std::string_view component) {
+std::string joinedValues(std::string_view component) {
     std::string text;
     for (const std::string_view value : split(component, ',')) {
         const std::string plain = plainText(value);
@@ -113,7 +113,7 @@ StoredContact VCard::finish() {
     } else if (!isCompany && !hasName_) {
         contact_.givenName = formattedName_;
     }
-    search(contact_.organization);
+    addSearchWords(contact_.organization);
     return {std::move(contact_), std::move(words_)};
 }
 
@@ -125,17 +125,17 @@ void VCard::readVersion(std::string_view value) {
 void VCard::readName(std::string_view value) {
     auto components = split(value, ';');
     components.resize(3);
-    const std::string family = allOf(components[0]);
-    const std::string given = allOf(components[1]);
+    const std::string family = joinedValues(components[0]);
+    const std::string given = joinedValues(components[1]);
     if (!std::exchange(hasName_, true)) {
         contact_.familyName = family;
         contact_.givenName = given;
     }
-    search(family);
-    search(given);
-    search(allOf(components[2]));
+    addSearchWords(family);
+    addSearchWords(given);
+    addSearchWords(joinedValues(components[2]));
     if (isWrittenWithoutBlanks(family) && isWrittenWithoutBlanks(given)) {
-        search(family + given);
+        addSearchWords(family + given);
     }
 }
 
@@ -144,11 +144,11 @@ void VCard::readFormattedName(std::string_view value) {
     if (formattedName_.empty()) {
         formattedName_ = name;
     }
-    search(name);
+    addSearchWords(name);
 }
 
 void VCard::readNickname(std::string_view value) {
-    search(allOf(value));
+    addSearchWords(joinedValues(value));
 }
 
 /// The first component; the others are units of it.
@@ -182,7 +182,7 @@ void VCard::readShownAs(std::string_view value) {
     isCompany_ = isCompany_ || sameWord(plainText(value), "COMPANY");
 }
 
-void VCard::search(std::string_view name) {
+void VCard::addSearchWords(std::string_view name) {
     constexpr std::size_t mostWords = 16UL << 10; // bytes; a name is a thousandth of this
     if (words_.size() < mostWords) {
         appendWords(words_, name);

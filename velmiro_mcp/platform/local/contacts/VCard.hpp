@@ -19,7 +19,7 @@ public:
     /// Reads a line about the property `name`, in the order of the card; most are not looked at.
     void take(std::string_view name, std::string_view foldedLine);
 
-    [[nodiscard]] bool isOfGroup() const { return isGroup_; }
+    [[nodiscard]] bool isGroup() const { return isGroup_; }
 
     /// What the card says. Its identifier is empty where it has none.
     StoredContact finish();
@@ -35,7 +35,7 @@ private:
     void readIdentifier(std::string_view value);
     void readKind(std::string_view value);
     void readShownAs(std::string_view value);
-    void search(std::string_view name);
+    void addSearchWords(std::string_view name);
 
     Contact contact_;
     std::string words_;

@@ -32,7 +32,7 @@ bool isBase64(const ContentLine& line) {
 }
 
 /// Whether a quoted-printable line, or the last part of one, says that it goes on.
-bool endsSoftly(std::string_view line) {
+bool endsWithSoftBreak(std::string_view line) {
     if (line.ends_with('\r')) {
         line.remove_suffix(1);
     }
@@ -107,7 +107,7 @@ std::string_view takeFoldedLine(std::string_view& bytes) {
         if (next == ' ' || next == '\t') {
             continue;
         }
-        if (!endsSoftly(bytes.substr(begin, end - begin))) {
+        if (!endsWithSoftBreak(bytes.substr(begin, end - begin))) {
             break;
         }
         if (!quotedPrintable) {

@@ -108,7 +108,7 @@ private:
         if (identifier.empty()) {
             identifier = ++withoutUID_ == 1 ? name_ : name_ + "#" + std::to_string(withoutUID_);
         }
-        if (!stored.words.empty() && !card.isOfGroup()) {
+        if (!stored.words.empty() && !card.isGroup()) {
             file_.contacts.push_back(std::move(stored));
         }
     }

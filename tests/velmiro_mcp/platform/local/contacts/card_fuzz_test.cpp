@@ -37,25 +37,25 @@ std::string damaged(std::string text, std::mt19937& random) {
         return random() % std::max<std::size_t>(count, 1);
     };
     for (std::size_t count = 1 + anyOf(8); count > 0; --count) {
-        const std::size_t place = anyOf(text.size());
+        const std::size_t position = anyOf(text.size());
         switch (anyOf(6)) {
         case 0:
-            text.insert(place, 1, static_cast<char>(random()));
+            text.insert(position, 1, static_cast<char>(random()));
             break;
         case 1:
-            text.erase(place, anyOf(20));
+            text.erase(position, anyOf(20));
             break;
         case 2:
-            text.insert(place, text.substr(anyOf(text.size()), anyOf(40)));
+            text.insert(position, text.substr(anyOf(text.size()), anyOf(40)));
             break;
         case 3:
-            text.insert(place, samples()[anyOf(samples().size())].substr(0, anyOf(200)));
+            text.insert(position, samples()[anyOf(samples().size())].substr(0, anyOf(200)));
             break;
         case 4:
-            text.resize(place);
+            text.resize(position);
             break;
         default:
-            text.insert(place, 1, "=;:,.\\\"\r\n \t^%\0\xFF\xC3"[anyOf(16)]);
+            text.insert(position, 1, "=;:,.\\\"\r\n \t^%\0\xFF\xC3"[anyOf(16)]);
         }
     }
     return text;
@@ -124,12 +124,12 @@ TEST(CardFuzz, NoiseIsNoCard) {
 
 /// Ten megabytes of one thing over and over, with something before and behind it.
 std::size_t cardsIn(const std::string& before, const std::string& again,
-                    const std::string& behind = "") {
+                    const std::string& after = "") {
     std::string bytes = before;
     while (bytes.size() < 10'000'000) {
         bytes += again;
     }
-    return readContactFile(bytes + behind + "\nEND:VCARD\n", "large.vcf").contacts.size();
+    return readContactFile(bytes + after + "\nEND:VCARD\n", "large.vcf").contacts.size();
 }
 
 TEST(CardFuzz, TenMegabytesOfAnythingAreReadInOnePass) {

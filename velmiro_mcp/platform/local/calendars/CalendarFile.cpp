@@ -10,12 +10,12 @@ namespace velmiro::local {
 namespace {
 
 /// Gives the items without UID their identifiers: the file's name for the first, then numbered.
-class Names {
+class FallbackIdentifiers {
 public:
-    explicit Names(const std::string& file) : file_{MCPStdio::repairUTF8(file)} {}
+    explicit FallbackIdentifiers(const std::string& file) : file_{MCPStdio::repairUTF8(file)} {}
 
     template <typename Item>
-    void complete(Item& item) {
+    void assignTo(Item& item) {
         if (!item.hasUID) {
             ++given_;
             item.identifier = given_ == 1 ? file_ : file_ + "#" + std::to_string(given_);
@@ -30,7 +30,7 @@ private:
 class FileReader {
 public:
     FileReader(const std::string& name, ZoneCatalogue& catalogue, WorkBudget& budget)
-        : names_{name},
+        : identifiers_{name},
           zones_{catalogue, budget} {}
 
     /// Zones first, for a component may name one that is described after it.
@@ -44,13 +44,13 @@ public:
                 continue;
             } else if (component.is("VEVENT")) {
                 if (auto event = readEvent(component, finder)) {
-                    names_.complete(*event);
+                    identifiers_.assignTo(*event);
                     file_.events.push_back(std::move(*event));
                     eventComponents_.push_back(&component);
                 }
             } else if (component.is("VTODO")) {
                 file_.reminders.push_back(readReminder(component, finder));
-                names_.complete(file_.reminders.back());
+                identifiers_.assignTo(file_.reminders.back());
                 reminderComponents_.push_back(&component);
             }
         }
@@ -70,19 +70,19 @@ private:
         for (std::size_t index = 0; index < events.size(); ++index) {
             const StoredEvent& event = events[index];
             versions.push_back({event.hasUID ? event.identifier : std::string_view{},
-                                event.replaces, eventComponents_[index]});
+                                event.recurrenceID, eventComponents_[index]});
         }
         const std::vector<bool> superseded = supersededVersions(versions);
         std::set<std::string> withVersions;
         std::set<std::string> cancelled;
         for (std::size_t index = 0; index < events.size(); ++index) {
-            if (superseded[index] && !events[index].replaces) {
+            if (superseded[index] && !events[index].recurrenceID) {
                 withVersions.insert(events[index].identifier);
             }
         }
         for (std::size_t index = 0; index < events.size(); ++index) {
             const StoredEvent& event = events[index];
-            if (!superseded[index] && event.cancelled && !event.replaces &&
+            if (!superseded[index] && event.cancelled && !event.recurrenceID &&
                 withVersions.contains(event.identifier)) {
                 cancelled.insert(event.identifier);
             }
@@ -109,7 +109,7 @@ private:
         }
     }
 
-    Names names_;
+    FallbackIdentifiers identifiers_;
     FileZones zones_;
     CalendarFile file_;
     std::vector<const Component*> eventComponents_;
@@ -137,7 +137,7 @@ std::size_t memoryOf(const StoredEvent& event) {
            memoryOf(event.location) + memoryOf(event.notes) +
            (event.rules.size() + event.exceptionRules.size()) *
                (sizeof(RecurrenceRule) + listsOfRule) +
-           (event.added.size() + event.removed.size()) * sizeof(AddedTime);
+           (event.rdates.size() + event.exdates.size()) * sizeof(MomentOrPeriod);
 }
 
 std::size_t memoryOf(const StoredReminder& reminder) {

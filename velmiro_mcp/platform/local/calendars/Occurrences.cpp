@@ -4,6 +4,7 @@
 #include "velmiro_mcp/platform/local/calendars/Span.hpp"
 
 #include <map>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -11,56 +12,57 @@ namespace velmiro::local {
 namespace {
 
 bool isSeries(const StoredEvent& event) {
-    return !event.rules.empty() || !event.added.empty() || !event.removed.empty();
+    return !event.rules.empty() || !event.rdates.empty() || !event.exdates.empty();
 }
 
 /// The one occurrence of an event without repetition, when it is in the range.
-void addSingle(const StoredEvent& event, const TimeRange& range, UserClock& clock,
-               std::vector<Occurrence>& found) {
+std::optional<Occurrence> singleOccurrence(const StoredEvent& event, const TimeRange& range,
+                                           UserClock& clock) {
     // Most events are far from the range, whatever the zone; that needs no zone to be seen.
     constexpr std::chrono::days slack{2};
     const Instant asUTC{event.start.civil.time_since_epoch()};
     if (asUTC - slack >= range.end) {
-        return;
+        return std::nullopt;
     }
     if (event.end && Instant{event.end->civil.time_since_epoch()} + slack < range.start &&
         asUTC + slack < range.start) {
-        return;
+        return std::nullopt;
     }
     const Instant start = clock.instantOf(event.start);
     const Instant end =
         endOf(event.start, spanOf(event.start, event.end, event.duration, clock), clock);
-    if (range.overlaps(start, end)) {
-        found.push_back({&event, start, end});
-    }
+    return range.overlaps(start, end) ? std::optional{Occurrence{&event, start, end}}
+                                      : std::nullopt;
 }
 
 } // namespace
 
 std::vector<Occurrence> occurrences(const std::vector<StoredEvent>& events, const TimeRange& range,
                                     UserClock& clock, WorkBudget& budget) {
-    std::map<std::string_view, std::vector<const StoredEvent*>> replacements;
+    std::map<std::string_view, std::vector<const StoredEvent*>> overridesByUID;
     for (const StoredEvent& event : events) {
-        if (event.replaces && event.hasUID) {
-            replacements[event.identifier].push_back(&event);
+        if (event.recurrenceID && event.hasUID) {
+            overridesByUID[event.identifier].push_back(&event);
         }
     }
     std::vector<Occurrence> found;
     for (const StoredEvent& event : events) {
-        if (event.replaces && event.cancelled) {
+        if (event.recurrenceID && event.cancelled) {
             continue;
         }
-        std::span<const StoredEvent* const> others;
-        if (const auto known = replacements.find(event.identifier);
-            known != replacements.end() && !event.replaces && event.hasUID) {
-            others = known->second;
+        std::span<const StoredEvent* const> overrides;
+        if (const auto known = overridesByUID.find(event.identifier);
+            known != overridesByUID.end() && !event.recurrenceID && event.hasUID) {
+            overrides = known->second;
         }
-        if (others.empty() && !isSeries(event)) {
-            addSingle(event, range, clock, found);
+        if (overrides.empty() && !isSeries(event)) {
+            if (const auto single = singleOccurrence(event, range, clock)) {
+                found.push_back(*single);
+            }
             continue;
         }
-        WorkBudget own{stepsOfSeries, &budget};
-        const auto series = seriesOccurrences(event, others, range, clock, own);
+        WorkBudget seriesBudget{stepsOfSeries, &budget};
+        const auto series = seriesOccurrences(event, overrides, range, clock, seriesBudget);
         found.insert(found.end(), series.begin(), series.end());
     }
     return found;

@@ -46,17 +46,17 @@ public:
             last, CivilTime{std::chrono::floor<seconds>(range.end).time_since_epoch()} + slack);
     }
 
-    std::vector<Occurrence> run(std::span<const StoredEvent* const> replacements) {
-        const Exclusions excluded = exclusions(replacements);
+    std::vector<Occurrence> run(std::span<const StoredEvent* const> overrides) {
+        const Exclusions excluded = exclusions(overrides);
         add(start_, span_);
         for (const RecurrenceRule& rule : event_.rules) {
             for (const Moment& moment : timesOf(rule)) {
                 add(moment, span_);
             }
         }
-        for (const AddedTime& time : event_.added) {
-            if (time.start.civil <= to_ && budget_.spend()) {
-                addExtra(time);
+        for (const MomentOrPeriod& rdate : event_.rdates) {
+            if (rdate.start.civil <= to_ && budget_.spend()) {
+                addRDate(rdate);
             }
         }
         return remaining(excluded);
@@ -104,35 +104,35 @@ private:
 
     /// An RDATE. One of another kind than the start is taken for what it must mean: the day, or
     /// that day at the usual time.
-    void addExtra(const AddedTime& time) {
-        Moment moment = onClockOfSeries(time.start);
+    void addRDate(const MomentOrPeriod& rdate) {
+        Moment moment = onClockOfSeries(rdate.start);
         if (start_.isDate) {
             moment = {dayOf(moment.civil), true, nullptr};
         } else if (moment.isDate) {
             moment = {moment.civil + (start_.civil - dayOf(start_.civil)), false, start_.zone};
         }
-        const bool own = time.end || time.duration;
-        add(moment, own ? spanOf(moment, time.end, time.duration, clock_) : span_);
+        const bool isPeriod = rdate.end || rdate.duration;
+        add(moment, isPeriod ? spanOf(moment, rdate.end, rdate.duration, clock_) : span_);
     }
 
-    Exclusions exclusions(std::span<const StoredEvent* const> replacements) {
+    Exclusions exclusions(std::span<const StoredEvent* const> overrides) {
         Exclusions excluded{start_.isDate, from_ - slack, to_, clock_, budget_};
-        for (const AddedTime& time : event_.removed) {
-            excluded.add(onClockOfSeries(time.start));
+        for (const MomentOrPeriod& exdate : event_.exdates) {
+            excluded.add(onClockOfSeries(exdate.start));
         }
         for (const RecurrenceRule& rule : event_.exceptionRules) {
             for (const Moment& moment : timesOf(rule)) {
                 excluded.add(moment);
             }
         }
-        for (const StoredEvent* replacement : replacements) {
-            if (!replacement->replaces) {
+        for (const StoredEvent* overriding : overrides) {
+            if (!overriding->recurrenceID) {
                 continue;
             }
             // What else a change says of all later occurrences cannot be known from it; it is
             // taken for the one occurrence that it names.
-            const Moment replaced = onClockOfSeries(*replacement->replaces);
-            if (replacement->cancelled && replacement->andFuture) {
+            const Moment replaced = onClockOfSeries(*overriding->recurrenceID);
+            if (overriding->cancelled && overriding->thisAndFuture) {
                 excluded.addAllFrom(replaced);
             } else {
                 excluded.add(replaced);
@@ -171,10 +171,10 @@ private:
 } // namespace
 
 std::vector<Occurrence> seriesOccurrences(const StoredEvent& event,
-                                          std::span<const StoredEvent* const> replacements,
+                                          std::span<const StoredEvent* const> overrides,
                                           const TimeRange& range, UserClock& clock,
                                           WorkBudget& budget) {
-    return Series{event, range, clock, budget}.run(replacements);
+    return Series{event, range, clock, budget}.run(overrides);
 }
 
 } // namespace velmiro::local

@@ -10,9 +10,9 @@
 namespace velmiro::local {
 
 /// The occurrences of an event that repeats, without those in whose place others stand.
-/// `replacements` are the events of the same UID that have a RECURRENCE-ID.
+/// `overrides` are the events of the same UID that have a RECURRENCE-ID.
 std::vector<Occurrence> seriesOccurrences(const StoredEvent& event,
-                                          std::span<const StoredEvent* const> replacements,
+                                          std::span<const StoredEvent* const> overrides,
                                           const TimeRange& range, UserClock& clock,
                                           WorkBudget& budget);
 

@@ -20,8 +20,8 @@ std::optional<RecurrenceRule> readRuleOf(const StoredEvent& event, std::string_v
     return rule;
 }
 
-void append(std::vector<AddedTime>& times, std::vector<AddedTime> more) {
-    times.insert(times.end(), more.begin(), more.end());
+void append(std::vector<MomentOrPeriod>& values, const std::vector<MomentOrPeriod>& more) {
+    values.insert(values.end(), more.begin(), more.end());
 }
 
 class EventReader {
@@ -39,19 +39,19 @@ public:
             event_.cancelled = sameWord(line->value, "CANCELLED");
         }
         if (const ContentLine* line = component_.line("RECURRENCE-ID")) {
-            event_.replaces = readMoment(*line, zones_);
-            event_.andFuture = sameWord(line->parameter("RANGE"), "THISANDFUTURE");
+            event_.recurrenceID = readMoment(*line, zones_);
+            event_.thisAndFuture = sameWord(line->parameter("RANGE"), "THISANDFUTURE");
         }
         auto start = moment("DTSTART");
         if (!start && event_.cancelled) {
-            start = event_.replaces;
+            start = event_.recurrenceID;
             event_.hasStart = start.has_value();
         }
         if (!start && !event_.cancelled) {
             return std::nullopt;
         }
         event_.start = start.value_or(Moment{});
-        if (!event_.replaces) {
+        if (!event_.recurrenceID) {
             readRepetition();
         }
         return std::move(event_);
@@ -80,9 +80,9 @@ private:
                     rules.push_back(std::move(*rule));
                 }
             } else if (line.is("RDATE")) {
-                append(event_.added, readTimes(line, zones_));
+                append(event_.rdates, readMoments(line, zones_));
             } else if (line.is("EXDATE")) {
-                append(event_.removed, readTimes(line, zones_));
+                append(event_.exdates, readMoments(line, zones_));
             }
         }
     }

@@ -26,11 +26,11 @@ struct StoredEvent {
 
     std::vector<RecurrenceRule> rules;
     std::vector<RecurrenceRule> exceptionRules;
-    std::vector<AddedTime> added;
-    std::vector<AddedTime> removed;
+    std::vector<MomentOrPeriod> rdates;
+    std::vector<MomentOrPeriod> exdates;
 
-    std::optional<Moment> replaces; ///< RECURRENCE-ID: the occurrence whose place this one takes
-    bool andFuture = false;         ///< RANGE=THISANDFUTURE
+    std::optional<Moment> recurrenceID; ///< the occurrence that this event overrides
+    bool thisAndFuture = false;         ///< RANGE=THISANDFUTURE
 
     [[nodiscard]] bool isAllDay() const { return start.isDate; }
 };

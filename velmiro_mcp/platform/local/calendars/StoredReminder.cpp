@@ -8,7 +8,7 @@
 namespace velmiro::local {
 namespace {
 
-bool says(const Component& component, std::string_view name, std::string_view value) {
+bool hasValue(const Component& component, std::string_view name, std::string_view value) {
     const ContentLine* const line = component.line(name);
     return line != nullptr && sameWord(line->value, value);
 }
@@ -32,10 +32,10 @@ StoredReminder readReminder(const Component& component, const ZoneFinder& zones)
     reminder.title = readText(component, "SUMMARY");
     reminder.notes = readText(component, "DESCRIPTION");
     reminder.priority = readPriority(component);
-    reminder.completed = says(component, "STATUS", "COMPLETED") ||
+    reminder.completed = hasValue(component, "STATUS", "COMPLETED") ||
                          component.line("COMPLETED") != nullptr ||
-                         says(component, "PERCENT-COMPLETE", "100");
-    reminder.cancelled = says(component, "STATUS", "CANCELLED");
+                         hasValue(component, "PERCENT-COMPLETE", "100");
+    reminder.cancelled = hasValue(component, "STATUS", "CANCELLED");
     reminder.isOverride = component.line("RECURRENCE-ID") != nullptr;
     reminder.due = readMoment(component, "DUE", zones);
     if (const auto duration = readDuration(component); duration && !reminder.due) {

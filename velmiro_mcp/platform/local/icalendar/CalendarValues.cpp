@@ -110,8 +110,8 @@ ContentLine dateLine(const ContentLine& line) {
 }
 
 std::optional<Moment> readMoment(const ContentLine& line, const ZoneFinder& zones) {
-    const auto times = readTimes(line, zones);
-    return times.empty() ? std::nullopt : std::optional{times.front().start};
+    const auto moments = readMoments(line, zones);
+    return moments.empty() ? std::nullopt : std::optional{moments.front().start};
 }
 
 std::optional<std::string> readText(const Component& component, std::string_view name) {
@@ -131,12 +131,12 @@ std::optional<NominalDuration> readDuration(const Component& component) {
     return line != nullptr ? readDuration(std::string{line->value}) : std::nullopt;
 }
 
-std::vector<AddedTime> readTimes(const ContentLine& written, const ZoneFinder& zones) {
+std::vector<MomentOrPeriod> readMoments(const ContentLine& written, const ZoneFinder& zones) {
     const ContentLine line = dateLine(written);
     const auto zoneName = line.parameter("TZID");
     const bool datesOnly = sameWord(line.parameter("VALUE"), "DATE");
     const auto zone = zoneName.empty() ? nullptr : zones(zoneName);
-    std::vector<AddedTime> times;
+    std::vector<MomentOrPeriod> values;
     std::string_view rest = line.value;
     while (!rest.empty()) {
         const auto text = rest.substr(0, rest.find(','));
@@ -149,15 +149,15 @@ std::vector<AddedTime> readTimes(const ContentLine& written, const ZoneFinder& z
         if (datesOnly) {
             start = Moment{dayOf(start->civil), true, nullptr};
         }
-        AddedTime time{*start, std::nullopt, std::nullopt};
+        MomentOrPeriod value{*start, std::nullopt, std::nullopt};
         if (slash < text.size()) {
             const auto end = text.substr(slash + 1);
-            time.end = readMoment(end, zone);
-            time.duration = time.end ? std::nullopt : readDuration(std::string{end});
+            value.end = readMoment(end, zone);
+            value.duration = value.end ? std::nullopt : readDuration(std::string{end});
         }
-        times.push_back(std::move(time));
+        values.push_back(std::move(value));
     }
-    return times;
+    return values;
 }
 
 std::optional<seconds> readOffset(std::string_view text) {

@@ -38,15 +38,15 @@ std::optional<Moment> readMoment(const Component& component, std::string_view na
                                  const ZoneFinder& zones);
 std::optional<NominalDuration> readDuration(const Component& component);
 
-/// A time from an RDATE: where it is a period, with its own end or duration.
-struct AddedTime {
+/// A value of an RDATE or EXDATE. A period has an end or a duration of its own.
+struct MomentOrPeriod {
     Moment start;
     std::optional<Moment> end;
     std::optional<NominalDuration> duration;
 };
 
-/// The readable values of a list property such as RDATE or EXDATE.
-std::vector<AddedTime> readTimes(const ContentLine& line, const ZoneFinder& zones);
+/// Returns the readable values of a list property such as RDATE or EXDATE.
+std::vector<MomentOrPeriod> readMoments(const ContentLine& line, const ZoneFinder& zones);
 
 /// +0200 or -013015; nothing when the text is no offset, or one of more than a day.
 std::optional<std::chrono::seconds> readOffset(std::string_view text);

@@ -51,10 +51,10 @@ public:
         add(*observance, observance->start);
         for (const ContentLine& line : component.lines) {
             if (line.is("RDATE")) {
-                for (const AddedTime& time :
-                     readTimes(line, [](std::string_view) { return nullptr; })) {
+                for (const MomentOrPeriod& onset :
+                     readMoments(line, [](std::string_view) { return nullptr; })) {
                     if (budget_.spend()) {
-                        add(*observance, time.start.civil);
+                        add(*observance, onset.start.civil);
                     }
                 }
             } else if (line.is("RRULE")) {

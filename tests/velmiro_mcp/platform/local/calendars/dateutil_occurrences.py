@@ -23,7 +23,7 @@ def moments(text, zone):
     return [moment(piece, zone).astimezone(zone) for piece in text.split(",") if piece]
 
 
-def occurrences(zone, start, rule, removed, added, end):
+def occurrences(zone, start, rule, exdates, rdates, end):
     """The start is an occurrence even where the rule does not match it, and then counts as one."""
     zone = ZoneInfo(zone)
     start = moment(start, zone)
@@ -36,9 +36,9 @@ def occurrences(zone, start, rule, removed, added, end):
     if times is None or times > 0:
         limit = "" if times is None else f";COUNT={times}"
         series.rrule(rrulestr(uncounted + limit, dtstart=start))
-    for time in moments(added, zone):
+    for time in moments(rdates, zone):
         series.rdate(time)
-    for time in moments(removed, zone):
+    for time in moments(exdates, zone):
         series.exdate(time)
     end = moment(end, zone).astimezone(timezone.utc)
     found = set()
@@ -47,7 +47,7 @@ def occurrences(zone, start, rule, removed, added, end):
             break
         found.add(time.astimezone(timezone.utc))
     # Two times on the clock can be one instant, where the clocks skip an hour.
-    gone = {time.astimezone(timezone.utc) for time in moments(removed, zone)}
+    gone = {time.astimezone(timezone.utc) for time in moments(exdates, zone)}
     return sorted(time for time in found - gone if time < end)
 
 

@@ -21,8 +21,8 @@ struct Case {
     std::string zone;
     CivilTime start;
     std::string rule;
-    std::string removed;
-    std::string added;
+    std::string exdates;
+    std::string rdates;
     CivilTime end;
 };
 
@@ -62,7 +62,7 @@ public:
         do {
             one.rule = make_.rule();
         } while (hasDaysOfTwoKinds(one.rule));
-        one.end = one.start + std::chrono::days{spanOf(one.rule)};
+        one.end = one.start + std::chrono::days{comparedDays(one.rule)};
         switch (make_.number(0, 3)) {
         case 0:
             one.rule += ";COUNT=" + std::to_string(make_.number(1, 40));
@@ -72,14 +72,14 @@ public:
         default:
             one.rule += ";UNTIL=" + textOf(timeNear(one)) + "Z";
         }
-        one.removed = times(one);
-        one.added = times(one);
+        one.exdates = times(one);
+        one.rdates = times(one);
         return one;
     }
 
 private:
     /// In how many days a rule has enough occurrences to compare.
-    static int spanOf(const std::string& rule) {
+    static int comparedDays(const std::string& rule) {
         if (rule.starts_with("FREQ=YEARLY")) {
             return 2000;
         }
@@ -118,7 +118,7 @@ std::string lines(const std::string& name, const std::string& zone, const std::s
 std::string ours(const Case& one, ZoneCatalogue& zones) {
     const std::string file = eventFile(
         "DTSTART;TZID=" + one.zone + ":" + textOf(one.start) + "\r\nRRULE:" + one.rule + "\r\n" +
-        lines("EXDATE", one.zone, one.removed) + lines("RDATE", one.zone, one.added));
+        lines("EXDATE", one.zone, one.exdates) + lines("RDATE", one.zone, one.rdates));
     const CalendarFile read = readCalendarFile(file, "a.ics", zones);
     WorkBudget budget{10'000'000};
     UserClock clock;
@@ -144,8 +144,8 @@ TEST(DateUtil, FindsTheOccurrencesOfTwoThousandSeriesThatWeFind) {
     for (int count = 0; count < 2000; ++count) {
         cases.push_back(make.next());
         const Case& one = cases.back();
-        file << one.zone << '\t' << textOf(one.start) << '\t' << one.rule << '\t' << one.removed
-             << '\t' << one.added << '\t' << textOf(one.end) << '\n';
+        file << one.zone << '\t' << textOf(one.start) << '\t' << one.rule << '\t' << one.exdates
+             << '\t' << one.rdates << '\t' << textOf(one.end) << '\n';
     }
     file.close();
     // Debian's own Python: another one in the way has no dateutil.
@@ -162,8 +162,8 @@ TEST(DateUtil, FindsTheOccurrencesOfTwoThousandSeriesThatWeFind) {
         ASSERT_TRUE(std::getline(lines, answer));
         occurrencesSeen += answer.size() / 17;
         ASSERT_EQ(ours(one, zones), answer)
-            << one.zone << " " << textOf(one.start) << " " << one.rule << "\nremoved "
-            << one.removed << "\nadded " << one.added;
+            << one.zone << " " << textOf(one.start) << " " << one.rule << "\nEXDATE " << one.exdates
+            << "\nRDATE " << one.rdates;
     }
     RecordProperty("occurrences compared", std::to_string(occurrencesSeen));
     EXPECT_GT(occurrencesSeen, 10'000U);

@@ -193,19 +193,19 @@ TEST(LocalFile, DamagedFilesGiveValidTextAndNeverEndTheProgram) {
     for (int round = 0; round < 3000; ++round) {
         std::string damaged = whole;
         for (std::size_t count = 1 + random() % 8; count > 0; --count) {
-            const std::size_t place = random() % damaged.size();
+            const std::size_t position = random() % damaged.size();
             switch (random() % 4) {
             case 0:
-                damaged[place] = static_cast<char>(random());
+                damaged[position] = static_cast<char>(random());
                 break;
             case 1:
-                damaged.erase(place, random() % 20);
+                damaged.erase(position, random() % 20);
                 break;
             case 2:
-                damaged.insert(place, damaged.substr(random() % damaged.size(), random() % 40));
+                damaged.insert(position, damaged.substr(random() % damaged.size(), random() % 40));
                 break;
             default:
-                damaged[place] = "0123456789;:,=\r\n\"-T"[random() % 19];
+                damaged[position] = "0123456789;:,=\r\n\"-T"[random() % 19];
             }
         }
         ZoneCatalogue zones;

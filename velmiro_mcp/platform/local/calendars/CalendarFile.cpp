@@ -63,7 +63,6 @@ public:
     }
 
 private:
-    /// A version that cancels an event as a whole takes all that the others say of it with it.
     void dropSupersededEvents() {
         std::vector<StoredEvent>& events = file_.events;
         std::vector<ItemVersion> versions;
@@ -73,25 +72,33 @@ private:
                                 event.recurrenceID, eventComponents_[index]});
         }
         const std::vector<bool> superseded = supersededVersions(versions);
-        std::set<std::string> withVersions;
-        std::set<std::string> cancelled;
-        for (std::size_t index = 0; index < events.size(); ++index) {
-            if (superseded[index] && !events[index].recurrenceID) {
-                withVersions.insert(events[index].identifier);
-            }
-        }
-        for (std::size_t index = 0; index < events.size(); ++index) {
-            const StoredEvent& event = events[index];
-            if (!superseded[index] && event.cancelled && !event.recurrenceID &&
-                withVersions.contains(event.identifier)) {
-                cancelled.insert(event.identifier);
-            }
-        }
+        const std::set<std::string> cancelled = cancelledEvents(superseded);
         std::size_t index = 0;
         std::erase_if(events, [&](const StoredEvent& event) {
             return superseded[index++] || !event.hasStart ||
                    (event.hasUID && cancelled.contains(event.identifier));
         });
+    }
+
+    /// Returns the UIDs of the events that a later version cancels as a whole; their overrides are
+    /// cancelled with them. A cancelled event that is its only version is listed.
+    [[nodiscard]] std::set<std::string> cancelledEvents(const std::vector<bool>& superseded) const {
+        std::set<std::string> withOlderVersions;
+        std::set<std::string> cancelled;
+        for (std::size_t index = 0; index < file_.events.size(); ++index) {
+            const StoredEvent& event = file_.events[index];
+            if (!event.hasUID || event.recurrenceID) {
+                continue;
+            }
+            if (superseded[index]) {
+                withOlderVersions.insert(event.identifier);
+            } else if (event.cancelled) {
+                cancelled.insert(event.identifier);
+            }
+        }
+        std::erase_if(cancelled,
+                      [&](const std::string& uid) { return !withOlderVersions.contains(uid); });
+        return cancelled;
     }
 
     void markSupersededReminders() {

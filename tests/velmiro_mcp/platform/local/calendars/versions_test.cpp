@@ -1,5 +1,7 @@
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
 
+#include "velmiro_mcp/platform/local/calendars/CalendarFile.hpp"
+
 #include <gtest/gtest.h>
 
 // Several versions of one item in a file: which of them counts.
@@ -106,6 +108,19 @@ TEST_F(LocalVersions, OneThatCannotBeReadHidesNoOther) {
 TEST_F(LocalVersions, EventsWithoutUIDAreNoVersions) {
     const std::string nameless = "BEGIN:VEVENT\nSUMMARY:x\nDTSTART:20260910T080000Z\nEND:VEVENT\n";
     EXPECT_EQ(titles(nameless + nameless), (Texts{"09-10 x", "09-10 x"}));
+}
+
+TEST_F(LocalVersions, ACancelledEventWithoutUIDCancelsNoOther) {
+    const std::string nameless = "BEGIN:VEVENT\r\nSUMMARY:nameless\r\nDTSTART:20260910T080000Z\r\n"
+                                 "STATUS:CANCELLED\r\nEND:VEVENT\r\n";
+    ZoneCatalogue zones;
+    // Its identifier, the file's name, is also the UID of the others.
+    const auto events =
+        readCalendarFile(event("old", "") + event("new", "SEQUENCE:1\r\n") + nameless, "a", zones)
+            .events;
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[0].title, "new");
+    EXPECT_EQ(events[1].title, "nameless");
 }
 
 class LocalReminderVersions : public testing::Test {

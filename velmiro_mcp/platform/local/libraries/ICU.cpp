@@ -6,8 +6,8 @@ namespace velmiro::local {
 
 namespace {
 
-/// Left to itself the library takes its default language from the environment as it stands there;
-/// one that is none can end the process, or make every zone UTC.
+/// Sets ICU's default locale. ICU would otherwise take it from the environment unchecked, and a
+/// malformed one can end the process, or turn every zone into UTC.
 struct ICUInUserLocale : ICUCommon {
     ICUInUserLocale() {
         UErrorCode status = U_ZERO_ERROR;
@@ -23,7 +23,7 @@ const ICUCommon& icuCommon() {
 }
 
 const ICUDates& icuDates() {
-    icuCommon(); // which it builds on
+    icuCommon(); // loads what the second library depends on, and sets the locale
     static const ICUDates loaded;
     return loaded;
 }

@@ -2,7 +2,7 @@
 
 #include "velmiro_mcp/platform/local/libraries/SharedLibrary.hpp"
 
-// Classes would have to be linked, and so would what the headers alone make of them since ICU 76.
+// ICU's C++ classes would have to be linked, and since ICU 76 so would its header-only C++ API.
 #define U_SHOW_CPLUSPLUS_API 0
 #define U_SHOW_CPLUSPLUS_HEADER_API 0
 
@@ -17,11 +17,12 @@
 #include <unicode/ustring.h>
 #include <unicode/utext.h>
 
-/// ICU's functions that are used here, by their own names: `icuCommon().u_charType(scalar)`. Of its
-/// headers, everything that is a type, a constant or a macro without a call can be used as it is.
+/// The ICU functions that this program uses, under their own names:
+/// `icuCommon().u_charType(scalar)`. Types, constants, and macros that call nothing are used
+/// straight from ICU's headers.
 namespace velmiro::local {
 
-/// Characters: what they are, how they are encoded, composed and compared.
+/// Character properties, encodings, normalization and comparison.
 struct ICUCommon {
     SharedLibrary library{"ICU", "libicuuc.so." U_ICU_VERSION_SHORT};
     VELMIRO_LIBRARY_FUNCTION(u_charType);
@@ -50,7 +51,7 @@ struct ICUCommon {
     VELMIRO_LIBRARY_FUNCTION(utext_openUTF8);
 };
 
-/// Dates, in the user's language, and time zones.
+/// Dates in the user's language, and time zones.
 struct ICUDates {
     SharedLibrary library{"ICU", "libicui18n.so." U_ICU_VERSION_SHORT};
     VELMIRO_LIBRARY_FUNCTION(ucal_close);
@@ -65,7 +66,8 @@ struct ICUDates {
     VELMIRO_LIBRARY_FUNCTION(udat_open);
 };
 
-/// The library, loaded by the first call, on any thread. Throws PlatformError when it cannot be.
+/// Returns the library, which the first call loads, on any thread. Throws PlatformError if it
+/// cannot be loaded.
 const ICUCommon& icuCommon();
 const ICUDates& icuDates();
 

@@ -7,7 +7,7 @@
 namespace velmiro::local {
 namespace {
 
-constexpr const char* plainEnglish = "en_GB"; // a month by its name, and 24 hours
+constexpr const char* plainEnglish = "en_GB"; // spells out the month, and counts 24 hours
 
 bool isLetter(char character) {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
@@ -17,7 +17,7 @@ bool isDigit(char character) {
     return character >= '0' && character <= '9';
 }
 
-/// Takes the part before the next `_` or `-` off a tag.
+/// Removes the part before the next `_` or `-` from a tag, and returns it.
 std::string_view takePart(std::string_view& tag) {
     const auto end = std::min(tag.find_first_of("_-"), tag.size());
     const auto part = tag.substr(0, end);
@@ -25,8 +25,8 @@ std::string_view takePart(std::string_view& tag) {
     return part;
 }
 
-/// Whether it is a language of two or three letters, and perhaps a script and a region. ICU copies
-/// what it is given into buffers that longer languages overrun.
+/// Returns whether the tag is a language of two or three letters, with or without a script and a
+/// region. ICU copies a locale into buffers that longer languages overrun.
 bool isLanguageTag(std::string_view tag) {
     if (tag.ends_with('_') || tag.ends_with('-')) {
         return false;
@@ -52,10 +52,10 @@ std::string userLocale() {
         if (value == nullptr || *value == '\0') {
             continue;
         }
-        // de_DE.UTF-8@euro: language and region are all that counts here.
+        // Of de_DE.UTF-8@euro, only the language and the region matter. C and POSIX name no language.
         const std::string_view text = value;
         const auto locale = text.substr(0, text.find_first_of(".@"));
-        return isLanguageTag(locale) ? std::string{locale} : plainEnglish; // C and POSIX are none
+        return isLanguageTag(locale) ? std::string{locale} : plainEnglish;
     }
     return plainEnglish;
 }

@@ -8,7 +8,7 @@
 namespace velmiro::local {
 namespace {
 
-/// What the dynamic linker says of the last failure on this thread.
+/// Returns an error with the dynamic linker's reason for the last failure on this thread.
 PlatformError cannotLoad(const std::string& title) {
     const char* const why = ::dlerror(); // NOLINT(concurrency-mt-unsafe): each thread has its own
     return PlatformError{title +
@@ -19,7 +19,7 @@ PlatformError cannotLoad(const std::string& title) {
 
 SharedLibrary::SharedLibrary(std::string title, const std::string& soname)
     : title_{std::move(title)},
-      // Now, for what it lacks itself would otherwise end the process in the middle of a call.
+      // Bound now: lazily, an unresolved symbol would end the process in the middle of a call.
       handle_{::dlopen(soname.c_str(), RTLD_NOW | RTLD_LOCAL)} {
     if (handle_ == nullptr) {
         throw cannotLoad(title_);

@@ -2,26 +2,26 @@
 
 #include <string>
 
-// libical and ICU take four milliseconds and four megabytes to load, more than all the rest of the
-// server, and many a conversation needs neither. So nothing is linked against them: each is loaded
-// by the first call that needs it, and one that is missing fails that call instead of the start.
+// Loading libical and ICU takes four milliseconds and four megabytes, more than the rest of the
+// server, and many conversations need neither. So nothing is linked against them: the first call
+// that needs a library loads it. A missing library fails that call, not the start of the server.
 //
-// A library is described by a struct: first a SharedLibrary, then the functions used, declared by
-// the macro below. Their types come from the library's own header, so the compiler checks every
-// call. A function-local static of such a struct is loaded once, by whichever thread comes first;
-// when that throws, the next call tries again.
+// A struct describes a library: a SharedLibrary first, then the functions used, declared with the
+// macro below. Their types come from the library's own header, so the compiler checks every call. A
+// function-local static of such a struct loads the library once, on whichever thread gets there
+// first. If loading throws, the next call tries again.
 
 namespace velmiro::local {
 
-/// A library as it lies in the process; it stays there when this object goes.
+/// A library loaded into the process. It stays loaded after this object is destroyed.
 class SharedLibrary {
 public:
-    /// Loads a library the way the dynamic linker finds it, `soname` being its name with the
-    /// version of its interface. Throws PlatformError, which speaks of the library as `title`, when
-    /// it cannot be loaded as a whole.
+    /// Loads a library from where the dynamic linker finds it. `soname` is its name with the
+    /// version of its interface. Throws PlatformError, which calls the library `title`, if it
+    /// cannot be loaded completely.
     SharedLibrary(std::string title, const std::string& soname);
 
-    /// The function of that name; throws PlatformError when the library has none.
+    /// Returns the function of that name. Throws PlatformError if the library has none.
     template <typename Function>
     [[nodiscard]] Function* function(const char* name) const {
         return reinterpret_cast<Function*>(address(name));
@@ -36,10 +36,10 @@ private:
 
 } // namespace velmiro::local
 
-/// Declares, in a struct with a SharedLibrary called `library`, a member of the name and the type
-/// of one of its functions. Where a header renames its functions by macros, as ICU's do to add
-/// their version, that holds for the member and for the name looked up, too.
-// NOLINTBEGIN(bugprone-macro-parentheses): a member is declared without
+/// Declares a member with the name and type of one of the library's functions, in a struct with a
+/// SharedLibrary called `library`. If a header renames its functions with macros, as ICU's do to
+/// add their version, both the member and the name looked up are renamed.
+// NOLINTBEGIN(bugprone-macro-parentheses): a member is declared without them
 #define VELMIRO_LIBRARY_FUNCTION(name)                                                             \
     decltype(&::name) name {                                                                       \
         library.function<decltype(::name)>(VELMIRO_TEXT_OF(name))                                  \

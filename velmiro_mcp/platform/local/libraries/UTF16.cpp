@@ -15,7 +15,7 @@ bool isASCII(std::string_view text) {
 }
 
 std::u16string utf16(std::string_view text) {
-    // Never longer than the UTF-8.
+    // UTF-16 has at most as many units as UTF-8 has bytes.
     return fromICU(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
         std::int32_t length = 0;
         icuCommon().u_strFromUTF8WithSub(into, size, &length, text.data(),
@@ -26,7 +26,7 @@ std::u16string utf16(std::string_view text) {
 }
 
 std::string utf8(std::u16string_view text) {
-    std::string narrow(3 * text.size(), '\0'); // never longer
+    std::string narrow(3 * text.size(), '\0'); // at most three bytes for each unit
     std::int32_t length = 0;
     UErrorCode status = U_ZERO_ERROR;
     icuCommon().u_strToUTF8WithSub(narrow.data(), static_cast<std::int32_t>(narrow.size()), &length,

@@ -6,18 +6,19 @@
 #include <string>
 #include <string_view>
 
-/// Text as ICU takes it and gives it.
+/// Conversions between this program's UTF-8 and ICU's UTF-16.
 namespace velmiro::local {
 
-/// Whether most questions can be answered without ICU.
+/// Returns whether the text is ASCII. Most questions about such text need no ICU.
 bool isASCII(std::string_view text);
 
 inline std::int32_t lengthOf(std::u16string_view text) {
     return static_cast<std::int32_t>(text.size());
 }
 
-/// What a function of ICU writes: called with a buffer, its length and a status, it gives the
-/// length of its text, also where that is too long for the buffer. Empty when it fails.
+/// Returns the text that an ICU function writes. `write` is called with a buffer, its length and a
+/// status, and returns the length of the text, even if the buffer is too short for it. Returns an
+/// empty string if the function fails.
 template <typename Write>
 std::u16string fromICU(std::size_t expected, const Write& write) {
     std::u16string text(expected, u'\0');
@@ -32,7 +33,7 @@ std::u16string fromICU(std::size_t expected, const Write& write) {
     return text;
 }
 
-/// What is ill-formed becomes U+FFFD, in both directions.
+/// Converts between the encodings. Ill-formed sequences become U+FFFD.
 std::u16string utf16(std::string_view text);
 std::string utf8(std::u16string_view text);
 

@@ -22,8 +22,8 @@ char foldedASCII(char letter) {
     return letter == ' ' || (letter >= '\t' && letter <= '\r') ? ' ' : '-';
 }
 
-/// A mark that changes a letter without being one, as an accent does. The vowel signs of Indic
-/// scripts are letters to their readers, and so is what makes ガ of カ.
+/// Returns whether the character is a mark that modifies a letter, such as an accent. The vowel
+/// signs of Indic scripts are letters to their readers, and so are the marks that turn カ into ガ.
 bool isDiacritic(UChar32 scalar) {
     constexpr UChar32 voiced = 0x3099;
     constexpr UChar32 halfVoiced = 0x309A;
@@ -33,7 +33,8 @@ bool isDiacritic(UChar32 scalar) {
            scalar != halfVoiced && icu.uscript_getScript(scalar, &status) == USCRIPT_INHERITED;
 }
 
-/// Letters that Unicode takes for letters of their own, and a searching person does not.
+/// Returns the plain form of a letter which Unicode treats as a letter of its own, but a person who
+/// searches does not. Returns an empty string for any other character.
 std::string_view plainForm(UChar32 scalar) {
     constexpr std::array<std::pair<UChar32, std::string_view>, 10> forms{{
         {0x00E6, "ae"}, // æ
@@ -52,7 +53,7 @@ std::string_view plainForm(UChar32 scalar) {
 }
 
 bool isWordCharacter(UChar32 scalar) {
-    constexpr UChar32 apostrophe = 0x02BC; // a letter to Unicode
+    constexpr UChar32 apostrophe = 0x02BC; // a letter in Unicode
     const ICUCommon& icu = icuCommon();
     const bool isMark = (U_MASK(icu.u_charType(scalar)) & U_GC_M_MASK) != 0;
     return isMark || (icu.u_isalnum(scalar) != 0 && scalar != apostrophe);
@@ -64,15 +65,14 @@ std::u16string normalized(const UNormalizer2* form, const std::u16string& text) 
     });
 }
 
-/// The scalar value that begins at `index`, which goes on to the next one.
+/// Returns the scalar value at `index`, and advances `index` to the next one.
 UChar32 nextScalar(const std::u16string& text, std::size_t& index) {
     UChar32 scalar = 0;
     U16_NEXT(text, index, text.size(), scalar);
     return scalar;
 }
 
-/// Letters and digits folded, composed again at the end: a mark that stayed is a part of its
-/// letter.
+/// Returns the text folded and composed again: a mark that was kept is part of its letter.
 std::u16string folded(const std::u16string& text) {
     const ICUCommon& icu = icuCommon();
     UErrorCode status = U_ZERO_ERROR;
@@ -95,7 +95,7 @@ std::u16string folded(const std::u16string& text) {
             plain.append(apart, begin, index - begin);
         }
     }
-    // What was written in Latin letters is ASCII by now, which has nothing to compose.
+    // Text in Latin letters is ASCII by now, and has nothing to compose.
     const bool isDone = std::ranges::all_of(plain, [](char16_t unit) { return unit < 0x80; });
     return isDone ? plain : normalized(composed, plain);
 }
@@ -103,7 +103,7 @@ std::u16string folded(const std::u16string& text) {
 } // namespace
 
 std::string decodedText(std::string_view bytes, std::string_view characterSet) {
-    // Names are looked up before they are opened: an unknown one would be searched for on the disk.
+    // Only known names are opened: ICU would search the disk for an unknown one.
     const std::string name{characterSet};
     UErrorCode status = U_ZERO_ERROR;
     const ICUCommon& icu = icuCommon();
@@ -144,7 +144,7 @@ bool isWrittenWithoutBlanks(std::string_view text) {
     if (isASCII(text)) {
         return false;
     }
-    constexpr std::size_t longestScalar = 4; // what is cut behind it does not count
+    constexpr std::size_t longestScalar = 4; // a sequence cut off after it does not matter
     UErrorCode status = U_ZERO_ERROR;
     const auto wide = utf16(text.substr(0, longestScalar));
     std::size_t index = 0;

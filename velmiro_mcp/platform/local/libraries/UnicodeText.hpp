@@ -3,18 +3,19 @@
 #include <string>
 #include <string_view>
 
-/// What cards and their search need of ICU's tables.
+/// The operations on Unicode text that cards and their search need.
 namespace velmiro::local {
 
-/// Text in another character set as UTF-8; as UTF-8 to be repaired where the set is not known.
+/// Converts text in another character set to UTF-8. If the set is unknown, repairs the text as
+/// UTF-8.
 std::string decodedText(std::string_view bytes, std::string_view characterSet);
 
-/// The letters and digits of a text as a search compares them: without case, without diacritics,
-/// wide and narrow forms the same, ß as ss. White space of every kind is a blank, and whatever else
-/// stands between letters is a hyphen.
+/// Returns the letters and digits of a text in the form that a search compares: without case or
+/// diacritics, wide and narrow forms alike, ß as ss. White space of every kind becomes a space.
+/// Anything else between letters becomes a hyphen.
 std::string foldedLetters(std::string_view text);
 
-/// Whether the text is of a script in which family and given name are written without a blank.
+/// Returns whether the text is in a script that writes no space between family and given name.
 bool isWrittenWithoutBlanks(std::string_view text);
 
 } // namespace velmiro::local

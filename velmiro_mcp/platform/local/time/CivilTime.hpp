@@ -3,27 +3,27 @@
 #include <chrono>
 #include <memory>
 
-/// Time as calendar files write it: what a clock shows, and apart from that, where the clock hangs.
+/// Time as calendar files write it: the time that a clock shows, and separately the clock's zone.
 namespace velmiro::local {
 
 class Zone;
 
-/// What some clock shows, counted in seconds from 1970-01-01 00:00:00 on that clock.
+/// The time that a clock shows, in seconds since 1970-01-01 00:00:00 on that clock.
 using CivilTime = std::chrono::local_seconds;
 using CivilDay = std::chrono::local_days;
 
-/// A point in time as the system's zone data count it.
+/// A point in time, counted as the system's zone data count it.
 using UTCTime = std::chrono::sys_seconds;
 
 inline CivilDay dayOf(CivilTime time) {
     return std::chrono::floor<std::chrono::days>(time);
 }
 
-/// A DATE or DATE-TIME value as a file holds it. A date is its day at 00:00.
+/// A DATE or DATE-TIME value of a file. A date is its day at 00:00.
 struct Moment {
     CivilTime civil;
     bool isDate = false;
-    std::shared_ptr<const Zone> zone; ///< null: whatever zone the user is in
+    std::shared_ptr<const Zone> zone; ///< null: the user's own zone
 
     friend bool operator==(const Moment&, const Moment&) = default;
 };

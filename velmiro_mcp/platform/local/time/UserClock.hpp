@@ -8,18 +8,17 @@
 
 namespace velmiro::local {
 
-/// Turns what files say into instants, on the user's clock where a file names no zone. Remembers
-/// what it worked out, so one is made for each reading of the calendars and then given up: the
-/// user's zone can change.
+/// Converts the times in files to instants, on the user's clock if a file names no zone. It caches
+/// its results, so each reading of the calendars uses a new one: the user's zone can change.
 class UserClock {
 public:
-    /// When a date begins, or a time is shown.
+    /// Returns when a date begins, or when the clock shows a time.
     Instant instantOf(const Moment& moment);
 
-    /// The first instant of a day.
+    /// Returns the first instant of a day.
     Instant startOf(CivilDay day);
 
-    /// What the clock of `zone` shows, the user's where it is null.
+    /// Returns the time that the clock of `zone` shows, or the user's clock if `zone` is null.
     static CivilTime civil(Instant instant, const Zone* zone);
 
 private:

@@ -42,8 +42,8 @@ CivilTime Zone::civil(UTCTime time) const {
 }
 
 UTCTime Zone::instantOf(CivilTime time) const {
-    // The offsets a day before and a day after differ only where a change lies between; the one
-    // that gives an instant at which the clocks do show `time` is right, the earlier one first.
+    // The offsets a day before and a day after differ only if a change is between them. The right
+    // one yields an instant at which the clocks do show `time`. The earlier offset is tried first.
     const seconds before = offsetAt(asUTC(time, std::chrono::days{1}));
     const seconds after = offsetAt(asUTC(time, -std::chrono::days{1}));
     for (const seconds offset : {before, after}) {

@@ -8,7 +8,7 @@
 
 namespace velmiro::local {
 
-/// The clocks of one region: how far they are from UTC, and when that changes. Immutable.
+/// The clocks of one region: their offset from UTC, and when it changes. Immutable.
 class Zone {
 public:
     struct Change {
@@ -16,25 +16,25 @@ public:
         std::chrono::seconds offset; ///< from `at` on
     };
 
-    /// Changes are made up to the end of this year; from then on the last offset stays.
+    /// Changes are computed up to the end of this year. The last offset applies from then on.
     static constexpr int lastYear = 2199;
 
-    /// `changes` in any order, of those at one moment the last counting; `first` holds before all.
+    /// Accepts `changes` in any order. Of several at the same instant the last counts. `first` is
+    /// the offset before all of them.
     Zone(std::chrono::seconds first, std::vector<Change> changes);
 
-    /// The clocks of `earlier` until the first of `changes`, of which there is at least one; those
-    /// changes from then on.
+    /// Follows `earlier` until the first of `changes`, then `changes`. There must be at least one.
     Zone(const Zone& earlier, std::vector<Change> changes);
 
     static const std::shared_ptr<const Zone>& utc();
 
     [[nodiscard]] std::chrono::seconds offsetAt(UTCTime time) const;
 
-    /// What the clocks show.
+    /// Returns the time that the clocks show.
     [[nodiscard]] CivilTime civil(UTCTime time) const;
 
-    /// When the clocks show `time`: the first such instant where there are two; where they skip
-    /// it, as if the offset before the gap went on.
+    /// Returns when the clocks show `time`, or the first such instant if there are two. A time that
+    /// they skip is converted with the offset from before the gap.
     [[nodiscard]] UTCTime instantOf(CivilTime time) const;
 
 private:

@@ -3,12 +3,12 @@
 
 #include <algorithm>
 
-// The steps of a rule are taken here, not by a library. A library hands out the next time, however
-// long it takes to find it, and for a rule that never matches that was measured at half a second a
-// step for FREQ=DAILY and more than eight seconds for FREQ=HOURLY: nothing outside can bound that.
-// Here a rule is a row of periods (years, …, seconds), each of which is looked at for one step or a
-// few, and a rule without COUNT begins at the period before the wanted time instead of at its
-// start. The tests hold these times against the library's.
+// A rule is expanded here, not by a library. A library searches for the next time however long that
+// takes, and nothing outside it can bound the search: for a rule that never matches, one step was
+// measured at half a second for FREQ=DAILY and more than eight seconds for FREQ=HOURLY. Here a rule
+// is a sequence of periods (years, …, seconds), and expanding a period costs one step or a few. A
+// rule without COUNT begins one period before the range asked for, not at its start. The tests
+// compare the times with the library's.
 //
 // All of this is in civil time, so that 09:00 stays 09:00 when the clocks change.
 
@@ -26,12 +26,13 @@ bool allows(const std::vector<int>& list, std::int64_t value) {
     return list.empty() || std::ranges::find(list, static_cast<int>(value)) != list.end();
 }
 
-/// The list, or when the rule has none, what the start shows.
+/// Returns the list, or the start's own value if the rule has none.
 std::vector<int> listOr(const std::vector<int>& list, std::int64_t shownByStart) {
     return list.empty() ? std::vector<int>{static_cast<int>(shownByStart)} : list;
 }
 
-/// Takes the times that a rule finds, in ascending order, and says when there is no more to find.
+/// Receives the times that a rule finds, in ascending order, and keeps those in the range. It is
+/// finished when there are no more to find.
 class Selection {
 public:
     Selection(const RecurrenceRule& rule, CivilTime start, CivilTime from, CivilTime to,
@@ -119,7 +120,7 @@ public:
     }
 
 private:
-    /// The times within a day, or within an hour or minute where a rule repeats as often.
+    /// Finds the times within a day, or within an hour or a minute if the rule repeats that often.
     void findTimes() {
         const std::chrono::hh_mm_ss shown{start_ - dayOf(start_)};
         const auto none = std::vector<int>{0};
@@ -145,14 +146,16 @@ private:
         times_.erase(std::ranges::unique(times_).begin(), times_.end());
     }
 
-    /// The first period worth a look, when the wanted time is `distance` periods from the start.
+    /// Returns the index of the first period to expand if the range begins `distance` periods after
+    /// the start. A COUNT is counted from the start.
     [[nodiscard]] std::int64_t firstPeriod(std::int64_t distance) const {
         return rule_.count ? 0 : std::max<std::int64_t>(0, distance / rule_.interval - 1);
     }
 
+    /// Spends a step on the next period. Returns whether there is one to expand.
     [[nodiscard]] bool takeStep() { return !selection_.finished() && budget_.spend(); }
 
-    /// Hands on what lies in one period: each of its times on each of its days.
+    /// Selects the times of one period: all times on all its days, or those that BYSETPOS picks.
     void addPeriod(const std::vector<CivilTime>& bases) {
         if (rule_.positions.empty()) {
             for (const CivilTime base : bases) {
@@ -244,8 +247,8 @@ private:
         }
     }
 
-    /// Steps by hours, minutes or seconds; where a month, day, hour or minute as a whole does not
-    /// match, to the end of it at once.
+    /// Expands by hours, minutes or seconds. If a whole month, day, hour or minute does not match,
+    /// skips straight to its end.
     void expandWithinDays(seconds unit) {
         const CivilTime first = start_ - (start_ - dayOf(start_)) % unit;
         const seconds stride = unit * rule_.interval;
@@ -265,8 +268,8 @@ private:
         }
     }
 
-    /// Where the longest unit around `time` that the rule does not allow ends; `time` when all are
-    /// allowed.
+    /// Returns the end of the longest unit around `time` that the rule does not allow, or `time`
+    /// itself if it allows all of them.
     [[nodiscard]] CivilTime endOfMismatch(CivilTime time) const {
         const CivilDay day = dayOf(time);
         const year_month_day date{day};

@@ -22,8 +22,8 @@ bool contains(const std::vector<int>& list, int value) {
     return std::ranges::find(list, value) != list.end();
 }
 
-/// Whether `list` names the place of `day` among the days from `first` up to `end`: counted from 1,
-/// or from -1 backwards.
+/// Returns whether `list` contains the position of `day` among the days from `first` up to `end`,
+/// counted from 1, or backwards from -1.
 bool containsPosition(const std::vector<int>& list, CivilDay day, CivilDay first, CivilDay end) {
     return contains(list, static_cast<int>((day - first).count()) + 1) ||
            contains(list, -static_cast<int>((end - day).count()));
@@ -33,7 +33,7 @@ void append(std::vector<CivilDay>& found, const std::vector<CivilDay>& more) {
     found.insert(found.end(), more.begin(), more.end());
 }
 
-/// The first week of a year is the first that has four days or more in it.
+/// Returns when the first week of a year begins: the first with at least four days in that year.
 CivilDay firstWeekOf(year of, std::chrono::weekday weekStart) {
     return startOfWeek(firstOf(of) + days{3}, weekStart);
 }
@@ -56,7 +56,7 @@ RecurrenceDays::RecurrenceDays(const RecurrenceRule& rule, CivilDay start)
     } else if (rule.frequency == Frequency::yearly && rule.weeks.empty()) {
         ordinals_ = Ordinals::inYear;
     }
-    // What a rule does not say about the day it says by the day it starts on.
+    // A rule that names no day takes it from its start.
     if (!weekdays_.empty() || !monthDays_.empty() || !rule.yearDays.empty()) {
         return;
     }
@@ -157,8 +157,8 @@ std::vector<CivilDay> RecurrenceDays::ofMonth(year_month month, WorkBudget& budg
     return found;
 }
 
-/// Returns the day that stands in for those which the month does not have, if it matches. It can be
-/// the first of the next month, and be found a second time there.
+/// Returns the day that replaces those which the month lacks, if it matches. It can be the first of
+/// the next month, which then finds it again.
 std::optional<CivilDay> RecurrenceDays::standInForSkipped(year_month month) const {
     const CivilDay end = firstOf(month + std::chrono::months{1});
     const auto length = (end - firstOf(month)).count();

@@ -7,22 +7,22 @@
 
 namespace velmiro::local {
 
-/// Which days a rule means, apart from the time of day.
+/// The days that a rule matches, whatever the time of day.
 ///
-/// A rule that repeats by the day or more often uses `matches` on each day it comes to. One that
-/// repeats by the week, month or year is asked for all the days of such a period.
+/// A rule that repeats daily or more often calls `matches` for each day it reaches. A rule that
+/// repeats weekly, monthly or yearly asks for all days of such a period.
 class RecurrenceDays {
 public:
     /// `rule` must outlive this object. What the rule leaves open is taken from `start`.
     RecurrenceDays(const RecurrenceRule& rule, CivilDay start);
 
-    /// Whether the rule's lists let this day pass.
+    /// Returns whether the rule's lists allow this day.
     [[nodiscard]] bool matches(CivilDay day) const;
 
-    /// Whether the rule's lists of months let this month pass.
+    /// Returns whether the rule's months allow this month.
     [[nodiscard]] bool matchesMonth(std::chrono::month month) const;
 
-    // The matching days of one period, ascending; each day looked at is a step.
+    // Return the matching days of one period, in ascending order. Each day checked is a step.
     [[nodiscard]] std::vector<CivilDay> ofWeek(CivilDay firstDay, WorkBudget& budget) const;
     [[nodiscard]] std::vector<CivilDay> ofMonth(std::chrono::year_month month,
                                                 WorkBudget& budget) const;
@@ -45,7 +45,7 @@ private:
     enum class Ordinals { ignored, inMonth, inYear } ordinals_ = Ordinals::ignored;
 };
 
-/// The first day of the week that holds `day`, where weeks begin with `weekStart`.
+/// Returns the first day of the week that contains `day`, if weeks begin on `weekStart`.
 CivilDay startOfWeek(CivilDay day, std::chrono::weekday weekStart);
 
 } // namespace velmiro::local

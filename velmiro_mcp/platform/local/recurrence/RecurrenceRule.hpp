@@ -10,23 +10,23 @@
 
 namespace velmiro::local {
 
-/// How long the period is that a rule repeats in. In ascending order.
+/// The period in which a rule repeats, from the shortest to the longest.
 enum class Frequency { secondly, minutely, hourly, daily, weekly, monthly, yearly };
 
-/// What becomes of a day that a month does not have, such as 31 April (RFC 7529): nothing, the day
+/// What replaces a day that a month does not have, such as 31 April (RFC 7529): no day, the day
 /// before it, or the day after it.
 enum class Skip { omit, backward, forward };
 
-/// MO, or the 2MO and -1MO that count within a month or a year.
+/// MO, or 2MO and -1MO, which count within a month or a year.
 struct WeekdayRule {
     std::chrono::weekday weekday;
-    int ordinal = 0; ///< 0: every one
+    int ordinal = 0; ///< 0: every such weekday
 
     friend bool operator==(const WeekdayRule&, const WeekdayRule&) = default;
 };
 
-/// An RRULE or EXRULE. The lists hold only numbers that the format allows; an empty list does not
-/// limit anything.
+/// An RRULE or EXRULE. The lists contain only numbers that the format allows; an empty list sets no
+/// limit.
 struct RecurrenceRule {
     Frequency frequency = Frequency::daily;
     int interval = 1; ///< at least 1
@@ -45,10 +45,9 @@ struct RecurrenceRule {
     std::vector<int> positions; ///< which of a period's times; negative: from its end
 };
 
-/// The times at which `rule` repeats something that is first at `start`, those from `from` up to
-/// and including `to`, in ascending order; `start` itself is always the first of a rule's times.
-/// UNTIL is the caller's affair, for it names an instant. When the budget ends first, the times
-/// found until then.
+/// Returns the times of `rule` from `from` up to and including `to`, in ascending order. The first
+/// of a rule's times is always `start`. The caller applies UNTIL, because it names an instant. If
+/// the budget runs out, returns the times found so far.
 std::vector<CivilTime> recurrences(const RecurrenceRule& rule, CivilTime start, CivilTime from,
                                    CivilTime to, WorkBudget& budget);
 

@@ -4,12 +4,12 @@
 
 namespace velmiro::local {
 
-/// How much work a calendar file may still cause.
+/// The work that a calendar file may still cause.
 ///
-/// Calendar files come from strangers, and one line is enough to ask for a hundred million
-/// repetitions, or to search for a 30 February for ever. So whatever a file can make long is
-/// counted in steps, each a handful of machine instructions, and stops when the steps are used up.
-/// A budget can be a part of a larger one: it then ends with whichever is used up first.
+/// Calendar files come from strangers. One line is enough to ask for a hundred million repetitions,
+/// or to search for a 30 February forever. So whatever a file can make long is counted in steps,
+/// each a handful of machine instructions, and stops when the steps are used up. A budget can be
+/// part of a larger one; it then ends with whichever is used up first.
 class WorkBudget {
 public:
     explicit WorkBudget(std::uint64_t limit, WorkBudget* whole = nullptr) noexcept
@@ -19,7 +19,7 @@ public:
     WorkBudget& operator=(const WorkBudget&) = delete;
     ~WorkBudget() = default;
 
-    /// Takes `steps`; false, from then on for good, when there are not so many left.
+    /// Spends `steps`. Returns false if fewer are left, and from then on always.
     [[nodiscard]] bool spend(std::uint64_t steps = 1) noexcept {
         if (exhausted_ || steps > limit_ - spent_) {
             exhausted_ = true;

@@ -14,7 +14,7 @@ using std::chrono::hours;
 using std::chrono::minutes;
 using std::chrono::seconds;
 
-/// A number of just so many digits from the front of `text`; -1 when there is none.
+/// Takes a number of exactly `digits` digits from the front of `text`. Returns -1 if there is none.
 int takeNumber(std::string_view& text, std::size_t digits) {
     int value = 0;
     for (const char digit : text.substr(0, digits)) {
@@ -41,7 +41,7 @@ std::optional<CivilDay> takeDay(std::string_view& text) {
     return date.ok() ? std::optional{CivilDay{date}} : std::nullopt;
 }
 
-/// The text with LF for every CR LF and every CR alone.
+/// Returns the text with LF for every CR LF and every lone CR.
 std::string withLineFeeds(std::string text) {
     std::size_t kept = text.find('\r');
     if (kept == std::string::npos) {
@@ -73,7 +73,7 @@ std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<co
     const int minute = takeNumber(text, 2);
     const int second = takeNumber(text, 2);
     const bool inUTC = text == "Z";
-    // A leap second is the second after it.
+    // A leap second counts as the second after it.
     if (hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 60 ||
         (!inUTC && !text.empty())) {
         return std::nullopt;

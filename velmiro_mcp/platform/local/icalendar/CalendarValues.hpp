@@ -11,28 +11,29 @@
 #include <string_view>
 #include <vector>
 
-/// Values of calendar properties in this program's own types.
+/// Reads and writes the values of calendar properties.
 namespace velmiro::local {
 
-/// Finds the zone that a TZID names; null is the user's own.
+/// Finds the zone that a TZID names; null is the user's own zone.
 using ZoneFinder = std::function<std::shared_ptr<const Zone>(std::string_view)>;
 
-/// A DATE or DATE-TIME; nothing when the text is neither, or not a possible one. A time that ends
-/// in Z is in UTC, another one in `zone`.
+/// Reads a DATE or DATE-TIME. Returns `nullopt` if the text is neither, or names a day or time that
+/// does not exist. A time that ends in Z is in UTC, any other in `zone`.
 std::optional<Moment> readMoment(std::string_view text, const std::shared_ptr<const Zone>& zone);
 
-/// The same backwards. A time in UTC ends in Z; of any other zone the text says nothing.
+/// Writes a DATE or DATE-TIME. A time in UTC ends in Z; the text does not name any other zone.
 std::string momentText(const Moment& moment);
 
-/// Returns a line that holds dates or times with its parameters and value told apart, also where a
-/// TZID with a colon in it stands without quotes: DTSTART;TZID=(UTC+02:00) Athens:20260910T090000.
+/// Returns a line of dates or times, split correctly into parameters and value even if it contains
+/// an unquoted TZID with a colon: DTSTART;TZID=(UTC+02:00) Athens:20260910T090000.
 ContentLine dateLine(const ContentLine& line);
 
-/// The value of a property such as DTSTART, with its TZID and VALUE=DATE.
+/// Reads the value of a property such as DTSTART, with its TZID and VALUE=DATE.
 std::optional<Moment> readMoment(const ContentLine& line, const ZoneFinder& zones);
 
-/// What a component says in the first line of that name; nothing when it has none, or none that can
-/// be read. In a text a carriage return, which some programs leave there, is a line break.
+/// Reads the value of a component's first line of that name. Returns `nullopt` if the component has
+/// no such line, or the value is unreadable. In a text, a carriage return, which some programs
+/// leave there, is a line break.
 std::optional<std::string> readText(const Component& component, std::string_view name);
 std::optional<Moment> readMoment(const Component& component, std::string_view name,
                                  const ZoneFinder& zones);
@@ -48,7 +49,8 @@ struct MomentOrPeriod {
 /// Returns the readable values of a list property such as RDATE or EXDATE.
 std::vector<MomentOrPeriod> readMoments(const ContentLine& line, const ZoneFinder& zones);
 
-/// +0200 or -013015; nothing when the text is no offset, or one of more than a day.
+/// Reads +0200 or -013015. Returns `nullopt` if the text is not an offset, or is one of a day or
+/// more.
 std::optional<std::chrono::seconds> readOffset(std::string_view text);
 
 } // namespace velmiro::local

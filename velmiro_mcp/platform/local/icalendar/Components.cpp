@@ -6,7 +6,7 @@
 namespace velmiro::local {
 namespace {
 
-/// The components that are open, outermost first, below one that stands for the file.
+/// The stack of open components, outermost first. The bottom one stands for the file.
 class Nesting {
 public:
     Nesting() : open_(1) {}
@@ -19,7 +19,7 @@ public:
 
     void add(const ContentLine& line) { open_.back().lines.push_back(line); }
 
-    /// Closes the innermost component of this name, and with it those left open inside.
+    /// Closes the innermost component of this name, and those still open inside it.
     void end(std::string_view name, const char* where) {
         const auto named = std::find_if(open_.rbegin(), open_.rend() - 1,
                                         [&](const Component& open) { return open.is(name); });
@@ -65,7 +65,7 @@ const ContentLine* Component::line(std::string_view wanted) const {
 std::vector<Component> readComponents(std::string_view text) {
     Nesting nesting;
     std::size_t count = 0;
-    std::size_t tooDeep = 0; // how many components are open beyond the deepest
+    std::size_t tooDeep = 0; // components open beyond the depth limit
     while (!text.empty()) {
         const char* const where = text.data();
         const ContentLine line = takeLine(text);

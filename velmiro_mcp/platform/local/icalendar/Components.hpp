@@ -8,7 +8,7 @@
 
 namespace velmiro::local {
 
-/// What lies between a BEGIN and its END. Views into the text that was read.
+/// A component. Its views refer to the text from which it was read.
 struct Component {
     std::string_view name;
     std::string_view text; ///< the lines between BEGIN and END
@@ -18,17 +18,17 @@ struct Component {
 
     [[nodiscard]] bool is(std::string_view wanted) const { return sameWord(name, wanted); }
 
-    /// The first line of that name; null when there is none.
+    /// Returns the first line of that name, or null if there is none.
     [[nodiscard]] const ContentLine* line(std::string_view wanted) const;
 };
 
-/// Components nested deeper, and those after so many, are not read; no calendar program writes
+/// Components nested deeper, or beyond this number, are not read. No calendar program writes
 /// either.
 inline constexpr std::size_t deepestComponent = 8;
 inline constexpr std::size_t mostComponents = 200'000;
 
-/// The outermost components of an unfolded text. What is cut off at the end is there, but not
-/// complete; text outside of components and an END without BEGIN are passed over.
+/// Returns the outermost components of an unfolded text. One that is cut off at the end of the text
+/// is included, but not complete. Text outside components and an END without a BEGIN are skipped.
 std::vector<Component> readComponents(std::string_view text);
 
 } // namespace velmiro::local

@@ -12,7 +12,7 @@ char lowered(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-/// Where a sign stands that no quotes enclose.
+/// Returns the position of the first `wanted` outside quotes, or `npos`.
 std::size_t findUnquoted(std::string_view text, char wanted) {
     bool quoted = false;
     for (std::size_t index = 0; index < text.size(); ++index) {
@@ -99,7 +99,7 @@ std::string_view ContentLine::parameter(std::string_view wanted) const {
 ContentLine takeLine(std::string_view& text) {
     auto line = text.substr(0, text.find('\n'));
     text.remove_prefix(std::min(line.size() + 1, text.size()));
-    while (line.ends_with('\r')) { // more than one where a program translated line ends twice
+    while (line.ends_with('\r')) { // more than one if a program translated line breaks twice
         line.remove_suffix(1);
     }
     const auto colon = findUnquoted(line, ':');

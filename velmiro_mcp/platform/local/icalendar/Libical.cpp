@@ -32,7 +32,7 @@ std::optional<NominalDuration> readDuration(const std::string& text) {
     const std::chrono::seconds time = std::chrono::hours{read.hours} +
                                       std::chrono::minutes{read.minutes} +
                                       std::chrono::seconds{read.seconds};
-    constexpr std::chrono::years longest{10'000}; // beyond that, dates cannot be written
+    constexpr std::chrono::years longest{10'000}; // dates beyond that cannot be written
     if (std::chrono::abs(days) > longest || std::chrono::abs(time) > longest) {
         return std::nullopt;
     }

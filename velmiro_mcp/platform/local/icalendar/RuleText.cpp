@@ -10,8 +10,8 @@
 #include <string>
 #include <utility>
 
-// A rule is read here rather than by a library, which takes a rule as a whole or not at all: one
-// part that it does not know, as some programs add, would leave the first day of a series alone.
+// Rules are read here, not by a library. A library reads a rule as a whole or not at all: one
+// unknown part, such as some programs add, would reduce a series to its first day.
 
 namespace velmiro::local {
 namespace {
@@ -26,7 +26,8 @@ void forEachPiece(std::string_view text, char separator, const Take& take) {
     }
 }
 
-/// A whole number; one beyond the type's range is the largest there is. `nullopt` for other text.
+/// Reads a whole number; one beyond the type's range becomes its maximum. Returns `nullopt` for any
+/// other text.
 template <typename Number>
 std::optional<Number> readNumber(std::string_view text) {
     if (text.starts_with('+')) {
@@ -48,7 +49,7 @@ std::optional<std::chrono::weekday> readWeekday(std::string_view text) {
                : std::optional{std::chrono::weekday{static_cast<unsigned>(name - names.begin())}};
 }
 
-/// MO, +2MO or -1MO.
+/// Reads MO, +2MO or -1MO.
 std::optional<WeekdayRule> readDay(std::string_view text) {
     constexpr int mostWeeks = 53;
     constexpr std::size_t nameSize = 2;
@@ -79,7 +80,7 @@ private:
     struct NumberList {
         std::string_view name;
         std::vector<int> RecurrenceRule::* list;
-        int lowest; ///< negative numbers count from the end, and zero is none of them
+        int lowest; ///< if negative, zero is excluded, and negative numbers count from the end
         int highest;
     };
     static constexpr std::array<NumberList, 8> lists{{
@@ -136,7 +137,7 @@ private:
         }
     }
 
-    /// Also 2026-12-31 and 2026-12-31T10:00:00Z, which some programs write.
+    /// Also accepts 2026-12-31 and 2026-12-31T10:00:00Z, which some programs write.
     void takeUntil(std::string value) {
         std::erase_if(value, [](char letter) { return letter == '-' || letter == ':'; });
         if (auto until = readMoment(value, nullptr)) {

@@ -7,11 +7,12 @@
 
 namespace velmiro::local {
 
-/// Reads the value of an RRULE or EXRULE, as much of it as can be read: blanks, parts that are not
-/// known or empty, and numbers that the format does not allow are passed over; of a part that comes
-/// twice the last counts. Returns `nullopt` when no frequency remains, and for a rule in another
-/// calendar than the Gregorian (RSCALE).
-/// UNTIL has no zone but UTC, or else that of the start it belongs to, which the caller knows.
+/// Reads as much of an RRULE or EXRULE value as possible. White space, unknown or empty parts, and
+/// numbers that the format does not allow are skipped; of a repeated part the last counts. Returns
+/// `nullopt` if no frequency remains, and for a rule in a calendar other than the Gregorian
+/// (RSCALE).
+/// An UNTIL is in UTC or has no zone. Without one it is in the zone of the start it belongs to,
+/// which the caller knows.
 std::optional<RecurrenceRule> readRule(std::string_view text);
 
 } // namespace velmiro::local

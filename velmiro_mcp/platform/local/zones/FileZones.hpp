@@ -11,23 +11,23 @@
 
 namespace velmiro::local {
 
-/// The zones of one file. A TZID that is exactly a name of the system's is that zone, whatever the
-/// file's VTIMEZONE says: those are often cut short, or older than the law. Any other TZID is its
-/// VTIMEZONE; without one that can be read, the zone that the TZID hints at.
+/// The zones of one file. A TZID that is exactly a name in the system's zone data is that zone,
+/// whatever the file's VTIMEZONE says: those are often cut short, or older than the law. Any other
+/// TZID is its VTIMEZONE or, without a readable one, the zone that the TZID hints at.
 class FileZones {
 public:
     FileZones(ZoneCatalogue& catalogue, WorkBudget& budget)
         : catalogue_{catalogue},
           budget_{budget} {}
 
-    /// Takes the VTIMEZONEs among `components`, which must outlive this object; the last of a name
-    /// counts.
+    /// Adds the VTIMEZONEs among `components`, which must outlive this object. Of several with one
+    /// name, the last counts.
     void learn(const std::vector<Component>& components);
 
-    /// Returns the zone that a TZID, as written in a parameter, stands for; null is the user's own.
+    /// Returns the zone for a TZID as written in a parameter; null is the user's own zone.
     std::shared_ptr<const Zone> find(std::string_view name);
 
-    /// A view of this object.
+    /// Returns a finder that refers to this object.
     [[nodiscard]] ZoneFinder finder() {
         return [this](std::string_view name) { return find(name); };
     }
@@ -37,8 +37,8 @@ private:
 
     ZoneCatalogue& catalogue_;
     WorkBudget& budget_;
-    std::map<std::string, const Component*> vtimezones_;                    ///< by plain names
-    std::map<std::string, std::shared_ptr<const Zone>, std::less<>> found_; ///< by names as written
+    std::map<std::string, const Component*> vtimezones_;                    ///< by plain name
+    std::map<std::string, std::shared_ptr<const Zone>, std::less<>> found_; ///< by name as written
 };
 
 } // namespace velmiro::local

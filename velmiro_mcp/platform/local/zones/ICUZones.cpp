@@ -13,7 +13,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-/// Zone names are ASCII; anything else names no zone.
+/// Returns the name in UTF-16, or `nullopt` if it is not ASCII and so names no zone.
 std::optional<std::u16string> asciiName(std::string_view name) {
     std::u16string wide;
     for (const char letter : name) {
@@ -34,7 +34,7 @@ UDate dateOf(UTCTime time) {
     return static_cast<UDate>(time.time_since_epoch().count()) * 1000;
 }
 
-/// The offset at the time to which the calendar is set.
+/// Returns the offset at the time to which the calendar is set.
 seconds offsetOf(UCalendar* calendar, UErrorCode& status) {
     return std::chrono::floor<seconds>(
         milliseconds{icuDates().ucal_get(calendar, UCAL_ZONE_OFFSET, &status) +

@@ -6,19 +6,19 @@
 #include <string>
 #include <string_view>
 
-/// What ICU knows about zones.
+/// Zones in ICU's data.
 namespace velmiro::local {
 
-/// The system's name for a Windows zone: Europe/Berlin for W. Europe Standard Time; empty when
-/// there is none.
+/// Returns the system's name for a Windows zone, such as Europe/Berlin for W. Europe Standard Time,
+/// or an empty string if there is none.
 std::string zoneNameOfWindows(std::string_view name);
 
-/// Returns the name that ICU prefers for a zone it knows by this one: America/New_York for
-/// US/Eastern; empty when it knows none.
+/// Returns ICU's preferred name for the zone of this name, such as America/New_York for US/Eastern,
+/// or an empty string if ICU knows no such zone.
 std::string canonicalZoneName(std::string_view name);
 
-/// A zone from ICU's own data, for a machine that has no zone files; null when ICU does not know
-/// it. These data can be years older than the files, so the files come first.
+/// Returns a zone from ICU's own data, for a machine without zone files, or null if ICU does not
+/// know it. ICU's data can be years older than the files, so the files come first.
 std::shared_ptr<const Zone> zoneFromICU(std::string_view name);
 
 } // namespace velmiro::local

@@ -13,7 +13,7 @@ namespace {
 
 using std::chrono::seconds;
 
-/// The numbers of compiled zone data: big-endian, and never read past the end.
+/// Reads the big-endian numbers of a TZif file, never past its end.
 class BigEndianReader {
 public:
     explicit BigEndianReader(std::string_view data) : data_{data} {}
@@ -65,7 +65,7 @@ struct Header {
         valid = magic && !data.failed();
     }
 
-    /// How long what follows the header is, where times have `width` bytes.
+    /// Returns the size of the data that follow the header, if times have `width` bytes.
     [[nodiscard]] std::size_t bodySize(std::size_t width) const {
         return times * (width + 1) + types * 6 + letters + leaps * (width + 4) + standardFlags +
                utcFlags;
@@ -80,7 +80,7 @@ bool isZoneName(std::string_view name) {
                (letter >= '0' && letter <= '9') || letter == '-' || letter == '_' ||
                letter == '+' || letter == '/';
     };
-    // The folder `right` holds zones that count leap seconds.
+    // The folder `right` contains zones that count leap seconds.
     return !name.empty() && name.size() < 64 && name.front() != '/' &&
            !name.starts_with("right/") && std::ranges::all_of(name, plain);
 }
@@ -89,7 +89,7 @@ std::shared_ptr<const Zone> zoneFromTZif(std::string_view data) {
     BigEndianReader file{data};
     Header header{file};
     if (!header.valid || header.version < '2') {
-        return nullptr; // the first version ends in 2037 and has not been written for long
+        return nullptr; // version 1 ends in 2037, and has not been written for years
     }
     file.bytes(header.bodySize(4));
     header = Header{file};

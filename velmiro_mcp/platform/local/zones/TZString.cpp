@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-// Compiled zone data end in a rule for all later times, in the manner of the TZ variable of POSIX:
+// A TZif file ends in a rule for all later times, in the form of POSIX's TZ variable:
 //   std offset [dst [offset] , start[/time] , end[/time]]
-// An offset is what must be added to local time to get UTC, so its sign is turned round. A start or
-// end is Mm.w.d (week w of month m, day d, week 5 the last), Jn (day n of 1 to 365, 29 February
-// never counted) or n (day n of 0 to 365). Times may be negative or beyond a day.
+// An offset is what must be added to local time to get UTC, so its sign is reversed here. A start
+// or end is Mm.w.d (week w of month m, day d; week 5 is the last), Jn (day n of 1 to 365, never
+// counting 29 February) or n (day n of 0 to 365). Times may be negative, or exceed a day.
 
 namespace velmiro::local {
 namespace {
@@ -44,7 +44,7 @@ struct RuleDay {
     }
 };
 
-/// Consumes a rule from its front; the first thing that does not fit fails the whole.
+/// Consumes a TZ string from its front. The first mismatch fails the whole.
 class TZStringReader {
 public:
     explicit TZStringReader(std::string_view text) : rest_{text} {}
@@ -84,7 +84,7 @@ public:
         return value;
     }
 
-    /// [+-]hh[:mm[:ss]]
+    /// Reads [+-]hh[:mm[:ss]].
     seconds time() {
         const bool negative = accept('-');
         if (!negative) {

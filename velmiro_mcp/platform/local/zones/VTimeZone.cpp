@@ -7,12 +7,12 @@
 #include <algorithm>
 #include <optional>
 
-// A VTIMEZONE is a list of observances (STANDARD, DAYLIGHT), each with the offset before and after
-// and the times at which it begins, written as the clocks show them just before. Some programs
+// A VTIMEZONE is a list of observances (STANDARD, DAYLIGHT). Each has the offsets before and after
+// it begins, and the times at which it begins, as the clocks show them just before. Some programs
 // write the whole history of a zone, dozens of observances that each end after a few years, so a
-// rule is stepped through no further than its UNTIL. The rules are a stranger's too: their steps
-// are counted, and a description that uses them up is not used at all, since what is missing may be
-// the rules of today.
+// rule is expanded no further than its UNTIL. The rules come from strangers too: their steps are
+// counted, and a VTIMEZONE that uses them up is not used at all, since the missing part may be
+// today's rules.
 
 namespace velmiro::local {
 namespace {
@@ -63,9 +63,9 @@ public:
         }
     }
 
-    /// `fallback` where the description says nothing: before its first observance begins, or at
-    /// all. Without a fallback the time before has the offset that the first observance puts an end
-    /// to.
+    /// Returns the zone. `fallback` applies before the first observance begins, and throughout if
+    /// no observance was read or the steps ran out. Without a fallback, the offset before the first
+    /// observance is the one that this observance ends.
     std::shared_ptr<const Zone> zone(const std::shared_ptr<const Zone>& fallback) {
         if (changes_.empty() || budget_.exhausted()) {
             return fallback;
@@ -92,7 +92,7 @@ private:
         const CivilDay from{std::chrono::year{1900} / 1 / 1};
         CivilTime to = CivilDay{std::chrono::year{Zone::lastYear + 1} / 1 / 1};
         if (rule->until) {
-            constexpr std::chrono::days slack{2}; // more than UTC and the zone's clocks differ
+            constexpr std::chrono::days slack{2}; // more than the zone's clocks differ from UTC
             to = std::min(to, rule->until->civil + slack);
         }
         for (const CivilTime onset : recurrences(*rule, observance.start, from, to, budget_)) {

@@ -24,7 +24,8 @@ bool isUTC(std::string_view name) {
     return sameWord(name, "UTC") || sameWord(name, "GMT") || name == "Z";
 }
 
-/// The first zone that `find` knows by the end of a name: the whole, then without its first part, …
+/// Returns the first zone that `find` knows by the end of a name: by the whole name, then by the
+/// name without its first part, and so on.
 template <typename Find>
 std::shared_ptr<const Zone> findEnd(std::string_view name, const Find& find) {
     while (!name.empty()) {
@@ -103,8 +104,8 @@ std::shared_ptr<const Zone> ZoneCatalogue::findNamed(std::string_view name) cons
     if (auto zone = systemZone(name, folder_)) {
         return zone;
     }
-    // Older names may be missing from the folder, or all of them. ICU's abbreviations of three
-    // letters are no names of the system: CST is as often China's as Chicago's.
+    // The folder may lack older names, or all names. ICU's abbreviations of three letters are not
+    // names of the system: CST is as often China's as Chicago's.
     constexpr std::size_t abbreviation = 3;
     if (!isZoneName(name) || name.size() <= abbreviation) {
         return nullptr;

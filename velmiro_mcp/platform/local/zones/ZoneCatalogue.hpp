@@ -13,28 +13,29 @@
 
 namespace velmiro::local {
 
-/// The zones that calendar files speak of, each worked out once, for as long as the system's zone
-/// data are the same.
+/// The zones that calendar files name, each computed once, for as long as the system's zone data
+/// stay the same.
 class ZoneCatalogue {
 public:
-    /// Zone files are looked for where the C library does, unless a folder is named.
+    /// Zone files are read from the C library's folder, or from a given one.
     ZoneCatalogue();
     explicit ZoneCatalogue(std::string folder);
 
-    /// Whether the system's zone data are what they were when this was made: a renewed package puts
-    /// its files into the folder under new names, which the folder's stamp shows.
+    /// Returns whether the system's zone data have not changed since construction. A package update
+    /// puts its files into the folder under new names, which changes the folder's stamp.
     [[nodiscard]] bool isCurrent() const;
 
-    /// Returns the zone that the system knows by exactly this name, or by an older name for the
-    /// same zone (US/Eastern); null when there is none.
+    /// Returns the system's zone of exactly this name, or the zone of which this is an older name
+    /// (US/Eastern); null if there is none.
     std::shared_ptr<const Zone> named(std::string_view name, WorkBudget& budget);
 
-    /// Returns the zone that a name hints at without being a name of the system: the end of
-    /// /example.org/2026/Europe/Berlin, or the zone that Windows calls so; null when there is none.
+    /// Returns the zone that a name hints at if it is not one of the system's: the end of
+    /// /example.org/2026/Europe/Berlin, or a Windows name. Returns null if there is none.
     std::shared_ptr<const Zone> hinted(std::string_view name, WorkBudget& budget);
 
-    /// Returns the zone that a VTIMEZONE describes, with the zone that its TZID or X-LIC-LOCATION
-    /// hints at where it says nothing; null when that is everywhere and there is no hint.
+    /// Returns the zone that a VTIMEZONE describes. Times that it leaves open are in the zone that
+    /// its TZID or X-LIC-LOCATION hints at. Returns null if it describes nothing and hints at
+    /// nothing.
     std::shared_ptr<const Zone> fromVTimeZone(const Component& component, WorkBudget& budget);
 
 private:
@@ -50,8 +51,8 @@ private:
     Zones fromVTimeZones_;
 };
 
-/// Returns a TZID as it is meant: the property is a TEXT with escapes and the parameter a string in
-/// quotes, but programs write either in the manner of the other.
+/// Returns a TZID without escapes, quotes and white space around it. The property is a TEXT with
+/// escapes and the parameter a string in quotes, but programs write each in the form of the other.
 std::string plainZoneName(std::string_view written);
 
 } // namespace velmiro::local

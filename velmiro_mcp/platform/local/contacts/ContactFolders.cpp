@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t largestFile = 32UL << 20;
 
-/// Does what reads `what`, and has its failure speak of that.
+/// Calls `read`, and reports its failure as one of reading `what`.
 template <typename Read>
 void reading(const std::string& what, const Read& read) {
     try {
@@ -29,7 +29,7 @@ void reading(const std::string& what, const Read& read) {
     }
 }
 
-/// A folder of cards; none when there is a file, or nothing any more.
+/// Opens a folder of cards. Returns `nullopt` if the path names a file, or no longer exists.
 std::optional<OpenFolder> openCollection(const std::string& path) {
     try {
         return openFolderIfThere(path);
@@ -45,7 +45,7 @@ bool isCardFile(std::string_view name) {
     return name.ends_with(".vcf");
 }
 
-/// What one search finds, as it goes from file to file.
+/// The results of one search, collected file by file.
 class Search {
 public:
     Search(const NameQuery& query, ContactCache& cache, ContactFolders::Read read)
@@ -53,8 +53,8 @@ public:
           cache_{cache},
           read_{read} {}
 
-    /// A file of cards. False when there is none that can be read. `place` is what comes before its
-    /// name, from the root on.
+    /// Reads a file of cards. Returns false if there is none that can be read. `prefix` is the path
+    /// from the root to the file's name.
     bool readFile(ContactCache::Reader& reader, const std::string& name,
                   const std::string& prefix) {
         const auto file = reader.read(name, largestFile, [&](std::string bytes) {
@@ -84,8 +84,8 @@ public:
         }
     }
 
-    /// Files, and folders of files. What is no file of cards is taken for a folder, unless it is
-    /// named like one: so a link that leads nowhere is an absent folder, or an absent file.
+    /// Reads files, and folders of files. What is not a file of cards counts as a folder, unless it
+    /// is named like a file of cards: a dangling link is then a missing folder, or a missing file.
     void readRoot(const OpenFolder& root) {
         ContactCache::Reader reader{cache_, root};
         for (const std::string& name : root.visibleNames()) {
@@ -107,7 +107,7 @@ private:
     std::unordered_set<std::string> seen_;
 };
 
-/// Whether there is nothing of that name, or a link that leads nowhere.
+/// Returns whether nothing has that name, or only a dangling link.
 bool isMissingOrDangling(const std::string& path) {
     struct stat about{};
     return stat(path.c_str(), &about) != 0 && (errno == ENOENT || errno == ELOOP);
@@ -119,7 +119,7 @@ bool ContactFolders::isReadable() const {
     try {
         return isReadableFolder(path_) || isMissingOrDangling(path_);
     } catch (const std::system_error&) {
-        return true; // it was not the user's rights that were in the way
+        return true; // the user's rights are not the cause
     }
 }
 

@@ -7,7 +7,7 @@
 namespace velmiro::local {
 namespace {
 
-/// The pieces between separators, the empty ones left out.
+/// Returns the non-empty pieces between separators.
 std::vector<std::string_view> split(std::string_view text, char separator) {
     std::vector<std::string_view> pieces;
     while (!text.empty()) {
@@ -62,7 +62,7 @@ NameQuery::NameQuery(std::string_view text) {
         std::ranges::sort(added.parts);
         added.parts.erase(std::ranges::unique(added.parts).begin(), added.parts.end());
     }
-    // A word said a million times is asked for once.
+    // A word repeated a million times is looked for once.
     std::ranges::sort(words_);
     words_.erase(std::ranges::unique(words_).begin(), words_.end());
 }

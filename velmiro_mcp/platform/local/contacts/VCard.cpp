@@ -11,7 +11,7 @@
 namespace velmiro::local {
 namespace {
 
-/// A value without escapes, on one line, and without blanks around it.
+/// Returns a value without escapes, on one line, and without white space around it.
 std::string plainText(std::string_view escaped) {
     std::string text = unescapedText(escaped);
     std::ranges::replace_if(
@@ -20,7 +20,7 @@ std::string plainText(std::string_view escaped) {
     return std::string{trim(text)};
 }
 
-/// The parts of a value between signs that no backslash escapes.
+/// Returns the parts of a value between separators that no backslash escapes.
 std::vector<std::string_view> split(std::string_view value, char separator) {
     std::vector<std::string_view> parts;
     std::size_t begin = 0;
@@ -36,7 +36,7 @@ std::vector<std::string_view> split(std::string_view value, char separator) {
     return parts;
 }
 
-/// The values of one component, as a reader would say them: with blanks between.
+/// Returns the values of one component, joined with spaces as a reader would say them.
 std::string joinedValues(std::string_view component) {
     std::string text;
     for (const std::string_view value : split(component, ',')) {
@@ -53,7 +53,8 @@ bool takeScheme(std::string_view& uri, std::string_view scheme) {
     return has;
 }
 
-/// The number of a `tel` URI (RFC 3966) as it is dialled; of its parameters only the extension.
+/// Returns the number of a `tel` URI (RFC 3966) as it is dialled, with its extension but no other
+/// parameter. Returns any other value unchanged.
 std::string numberOf(std::string_view value) {
     if (!takeScheme(value, "tel:")) {
         return std::string{value};
@@ -121,7 +122,7 @@ void VCard::readVersion(std::string_view value) {
     folding_ = plainText(value) == "2.1" ? Folding::keepsBlank : Folding::addsBlank;
 }
 
-/// Family, given, additional; the titles before and after are not looked for.
+/// Reads the family, given and additional names. The titles before and after them are ignored.
 void VCard::readName(std::string_view value) {
     auto components = split(value, ';');
     components.resize(3);
@@ -151,7 +152,7 @@ void VCard::readNickname(std::string_view value) {
     addSearchWords(joinedValues(value));
 }
 
-/// The first component; the others are units of it.
+/// Reads the first component; the others are units of the organization.
 void VCard::readOrganization(std::string_view value) {
     if (contact_.organization.empty()) {
         contact_.organization = plainText(split(value, ';').front());
@@ -183,7 +184,7 @@ void VCard::readShownAs(std::string_view value) {
 }
 
 void VCard::addSearchWords(std::string_view name) {
-    constexpr std::size_t mostWords = 16UL << 10; // bytes; a name is a thousandth of this
+    constexpr std::size_t mostWords = 16UL << 10; // bytes; a name takes a thousandth of this
     if (words_.size() < mostWords) {
         appendWords(words_, name);
     }

@@ -11,17 +11,18 @@ namespace velmiro::local {
 
 struct StoredContact {
     Contact contact;
-    std::string words; ///< by which it is found, as NameQuery compares them
+    std::string words; ///< the words that a NameQuery is matched against
 };
 
 class VCard {
 public:
-    /// Reads a line about the property `name`, in the order of the card; most are not looked at.
+    /// Reads a line with the property `name`. The lines must come in the order of the card; most
+    /// are ignored.
     void take(std::string_view name, std::string_view foldedLine);
 
     [[nodiscard]] bool isGroup() const { return isGroup_; }
 
-    /// What the card says. Its identifier is empty where it has none.
+    /// Returns the contact. Its identifier is empty if the card has none.
     StoredContact finish();
 
 private:

@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::size_t longestLine = 16UL << 10;
 
-/// Whether a value is encoded so: 2.1 may say it without the parameter's name, TEL;BASE64:...
+/// Returns whether a value has this encoding. Version 2.1 may omit the parameter's name:
+/// TEL;BASE64:...
 bool isEncoded(const ContentLine& line, std::string_view encoding) {
     for (std::string_view rest = line.parameters; !rest.empty();) {
         const Parameter found = takeParameter(rest);
@@ -31,7 +32,7 @@ bool isBase64(const ContentLine& line) {
     return isEncoded(line, "BASE64") || isEncoded(line, "B");
 }
 
-/// Whether a quoted-printable line, or the last part of one, says that it goes on.
+/// Returns whether a quoted-printable line, or the last part of one, continues on the next line.
 bool endsWithSoftBreak(std::string_view line) {
     if (line.ends_with('\r')) {
         line.remove_suffix(1);
@@ -47,7 +48,8 @@ std::optional<unsigned> hexDigit(char letter) {
     return upper >= 'A' && upper <= 'F' ? std::optional<unsigned>{upper - 'A' + 10} : std::nullopt;
 }
 
-/// An equals sign that begins no code stays, unless it ends a line.
+/// Decodes a quoted-printable value. An equals sign that begins no code stays, unless it ends a
+/// line.
 std::string fromQuotedPrintable(std::string_view value) {
     const auto isBreak = [](char letter) { return letter == '\r' || letter == '\n'; };
     std::string bytes;
@@ -81,7 +83,7 @@ std::string fromBase64(std::string_view value) {
     for (const char letter : value) {
         const auto digit = digits.find(letter);
         if (digit == std::string_view::npos) {
-            continue; // a break, a blank, the filling at the end
+            continue; // a line break, white space, or the padding at the end
         }
         bits = bits << 6U | static_cast<std::uint32_t>(digit);
         count += 6;
@@ -97,7 +99,7 @@ std::string fromBase64(std::string_view value) {
 
 std::string_view takeFoldedLine(std::string_view& bytes) {
     std::size_t end = 0;
-    std::optional<bool> quotedPrintable; // looked up when a line ends softly, at most once
+    std::optional<bool> quotedPrintable; // determined at the first soft break
     for (std::size_t begin = 0;; begin = end + 1) {
         end = std::min(bytes.find('\n', begin), bytes.size());
         if (end == bytes.size()) {
@@ -124,12 +126,12 @@ std::string_view takeFoldedLine(std::string_view& bytes) {
 }
 
 std::string_view propertyName(std::string_view foldedLine) {
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF"; // also where files were put together
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF"; // also where files were concatenated
     if (foldedLine.starts_with(byteOrderMark)) {
         foldedLine.remove_prefix(byteOrderMark.size());
     }
     const auto name = foldedLine.substr(0, foldedLine.find_first_of(";:"));
-    return name.substr(name.find('.') + 1); // from the start where there is none
+    return name.substr(name.find('.') + 1); // the whole name if there is no group
 }
 
 std::optional<std::string> valueOf(std::string_view foldedLine, Folding folding) {

@@ -11,7 +11,7 @@
 namespace velmiro::local {
 namespace {
 
-/// Whether a card that begins in a line's value ends in it as well.
+/// Returns whether a card that begins in a line's value also ends in it.
 bool endsInLine(std::string_view value) {
     constexpr std::string_view ending = "END:VCARD";
     while (value.size() >= ending.size()) {
@@ -23,13 +23,13 @@ bool endsInLine(std::string_view value) {
     return false;
 }
 
-/// What stands behind the colon of BEGIN, END and AGENT.
+/// Returns the text after the colon of BEGIN, END and AGENT.
 std::string_view rawValue(std::string_view line) {
     return trim(takeLine(line).value);
 }
 
-/// The cards of a file. A card in which another begins is not complete, unless it said before that
-/// the other is its AGENT: 2.1 has one card inside another for that.
+/// Reads the cards of a file. A card in which another begins is incomplete, unless it announced the
+/// other as its AGENT: version 2.1 nests a card for that.
 class FileReader {
 public:
     explicit FileReader(const std::string& name) : name_{MCPStdio::repairUTF8(name)} {}
@@ -41,7 +41,7 @@ public:
             if (name.find('\n') == std::string_view::npos) {
                 take(name, line);
             } else {
-                std::string unfolded{line}; // a fold within a name: nobody writes that, all may
+                std::string unfolded{line}; // a fold inside a name: rare, but allowed
                 unfold(unfolded);
                 take(propertyName(unfolded), unfolded);
             }
@@ -64,8 +64,8 @@ private:
         }
     }
 
-    /// In 2.1 another card follows, or begins in this very line. In 3.0 all of it is the value of
-    /// this line, which some programs fold without writing its line breaks as \n.
+    /// In version 2.1 another card follows, or begins on this very line. In version 3.0 all of it
+    /// is the value of this line, which some programs fold without writing its line breaks as \n.
     void takeAgent(std::string_view line) {
         std::string value{line};
         unfold(value);
@@ -85,7 +85,7 @@ private:
         }
     }
 
-    /// Of files put together without a line break between them, the next card begins here as well.
+    /// If files were concatenated without a line break between them, the next card begins here too.
     void end(std::string_view value) {
         constexpr std::string_view card = "VCARD";
         if (!sameWord(value.substr(0, card.size()), card)) {
@@ -118,8 +118,8 @@ private:
     std::string name_;
     ContactFile file_;
     std::optional<VCard> card_;
-    bool agentFollows_ = false; ///< the next card is one within this one
-    std::size_t agents_ = 0;    ///< how many cards are open within this one
+    bool agentFollows_ = false; ///< the next card is nested in this one
+    std::size_t agents_ = 0;    ///< how many nested cards are open
     std::size_t withoutUID_ = 0;
 };
 

@@ -6,21 +6,21 @@
 #include <string>
 #include <vector>
 
-/// People and companies as a file of cards says them.
+/// The people and companies in a vCard file.
 namespace velmiro::local {
 
 struct ContactFile {
-    std::vector<StoredContact> contacts; ///< in the order of the file, no more than `mostCards`
+    std::vector<StoredContact> contacts; ///< in the order of the file, at most `mostCards`
 };
 
 inline constexpr std::size_t mostCards = 200'000;
 
-/// About how many bytes of memory it takes.
+/// Returns roughly how many bytes of memory the file takes.
 std::size_t memoryOf(const ContactFile& file);
 
-/// Reads all cards of a file that are complete. A card without a UID is identified by `name`, the
-/// file's own, and from the second on by its number. Cards that name nobody, and those of groups,
-/// are left out.
+/// Reads all complete cards of a file. A card without a UID is identified by `name`, the file's
+/// own, and from the second such card on by its number too. Cards that name nobody, and those of
+/// groups, are left out.
 ContactFile readContactFile(std::string bytes, const std::string& name);
 
 } // namespace velmiro::local

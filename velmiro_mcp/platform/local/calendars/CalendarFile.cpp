@@ -9,7 +9,7 @@
 namespace velmiro::local {
 namespace {
 
-/// Gives the items without UID their identifiers: the file's name for the first, then numbered.
+/// Assigns identifiers to items without a UID: the file's name to the first, then with a number.
 class FallbackIdentifiers {
 public:
     explicit FallbackIdentifiers(const std::string& file) : file_{MCPStdio::repairUTF8(file)} {}
@@ -33,7 +33,7 @@ public:
         : identifiers_{name},
           zones_{catalogue, budget} {}
 
-    /// Zones first, for a component may name one that is described after it.
+    /// Reads the zones first, because a component may name one that comes after it.
     void read(const std::vector<Component>& components) {
         zones_.learn(components);
         const ZoneFinder finder = zones_.finder();
@@ -155,9 +155,9 @@ std::size_t memoryOf(const StoredReminder& reminder) {
 } // namespace
 
 CalendarFile readCalendarFile(std::string bytes, const std::string& name, ZoneCatalogue& zones) {
-    constexpr std::uint64_t stepsOfAnyFile = 500'000; // some twenty zones with all their history
+    constexpr std::uint64_t stepsOfAnyFile = 500'000; // about twenty zones with their whole history
     const std::string text = unfoldedText(std::move(bytes));
-    // Zones cost something to look up, so a larger file, which can hold more of them, may do more.
+    // Looking up a zone costs steps. A larger file can name more zones, so it may take more steps.
     WorkBudget budget{stepsOfAnyFile + text.size()};
     const std::vector<Component> components = readComponents(text);
     FileReader reader{name, zones, budget};

@@ -11,16 +11,16 @@
 
 namespace velmiro::local {
 
-/// What a file of the iCalendar format holds.
+/// The items of an iCalendar file.
 struct CalendarFile {
     std::vector<StoredEvent> events;
     std::vector<StoredReminder> reminders;
-    std::uint64_t steps = 0; ///< the work that reading it took
+    std::uint64_t steps = 0; ///< the steps that reading it took
 };
 
-/// Reads every VEVENT and VTODO of a file: in whatever number of calendars, or in none. One that is
-/// cut off at the end of the file, and an event without readable start, is passed over. `name` is
-/// the file's name, for identifiers of items that have none.
+/// Reads every VEVENT and VTODO of a file, whether in one calendar, in several or in none. An item
+/// that is cut off at the end of the file, and an event without a readable start, are skipped.
+/// `name` is the file's name, for the identifiers of items that have none.
 CalendarFile readCalendarFile(std::string bytes, const std::string& name, ZoneCatalogue& zones);
 
 /// A VTODO, and the VCALENDAR that it lies in, if any.

@@ -10,24 +10,24 @@
 
 namespace velmiro::local {
 
-/// The calendar files of a user, each parsed once as long as it does not change. One caller at a
+/// A user's calendar files, each parsed once for as long as it does not change. For one caller at a
 /// time.
 class CalendarFiles {
 public:
-    /// To be called before the files are read on behalf of somebody: where the system's zone data
-    /// were renewed, all that was read with the old ones is forgotten.
+    /// Must be called before the files are read for a request. If the system's zone data were
+    /// updated, forgets all that was read with the old ones.
     void refresh();
 
-    /// What is done with a file of a collection; gives whether to go on.
+    /// Called for each file of a collection. Returns whether to continue.
     using Visit =
         std::function<bool(const std::string& item, const std::shared_ptr<const CalendarFile>&)>;
 
-    /// Visits the files of a collection that can be read, in the order of their names. False when a
-    /// visit ended it. Throws std::system_error when the collection cannot be read, unless it has
+    /// Visits the readable files of a collection, in the order of their names. Returns false if a
+    /// visit ended it. Throws std::system_error if the collection cannot be read, unless it has
     /// been removed.
     bool visit(const Collection& collection, const Visit& visit);
 
-    /// Reads the bytes of one of its files; they are not kept.
+    /// Parses the bytes of one of a collection's files; the result is not cached.
     CalendarFile parse(std::string bytes, const Collection& collection, const std::string& item);
 
     [[nodiscard]] ZoneCatalogue& zones() { return *zones_; }
@@ -36,7 +36,7 @@ private:
     static constexpr std::size_t mostMemory = 128UL << 20;
 
     ParseCache<CalendarFile> cache_{mostMemory};
-    std::unique_ptr<ZoneCatalogue> zones_; ///< made by the first `refresh`
+    std::unique_ptr<ZoneCatalogue> zones_; ///< created by the first `refresh`
 };
 
 } // namespace velmiro::local

@@ -9,11 +9,11 @@
 
 namespace velmiro::local {
 
-/// The occurrences that a series does without: EXDATE, EXRULE, and those that another event
-/// replaces. A date among the times of a timed series stands for all that day.
+/// The occurrences that a series leaves out: those of its EXDATE and EXRULE, and those that another
+/// event overrides. In a timed series a date stands for the whole day.
 class Exclusions {
 public:
-    /// Of times outside `from` and `to` there is no need to know.
+    /// Only times between `from` and `to` matter.
     Exclusions(bool allDay, CivilTime from, CivilTime to, UserClock& clock, WorkBudget& budget)
         : allDay_{allDay},
           from_{from},
@@ -24,11 +24,11 @@ public:
     void add(const Moment& moment);
     void addAllFrom(const Moment& moment);
 
-    /// Comes after all additions and before all questions.
+    /// Must be called after the last addition and before the first question.
     void finish();
 
-    /// Whether the occurrence is one of them that begins at `start`, when the clocks of the series
-    /// show `civil`.
+    /// Returns whether the occurrence is left out that begins at `start`, when the series' own
+    /// clock shows `civil`.
     [[nodiscard]] bool contains(Instant start, CivilTime civil) const;
 
 private:

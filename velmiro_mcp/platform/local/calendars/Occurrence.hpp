@@ -8,7 +8,7 @@
 
 namespace velmiro::local {
 
-/// An event as it takes place once.
+/// One occurrence of an event.
 struct Occurrence {
     const StoredEvent* event = nullptr;
     Instant start;
@@ -19,15 +19,16 @@ struct TimeRange {
     Instant start;
     Instant end;
 
-    /// Whether something that takes place from `from` to `to` takes place in this range too; what
-    /// lasts no time does where it begins.
+    /// Returns whether something that lasts from `from` to `to` overlaps this range. If it has no
+    /// length, it belongs to the range in which it begins.
     [[nodiscard]] bool overlaps(Instant from, Instant to) const {
         return from < end && (to > start || (to == from && from >= start));
     }
 };
 
-/// How many steps one series may take, and how many all events of a file together may: the latter
-/// grows with the number of events, so that a large calendar is not taken for a hostile one.
+/// The most steps that one series may take, and that all events of a file may take together. The
+/// latter grows with the number of events, so that a large calendar is not mistaken for a hostile
+/// one.
 inline constexpr std::uint64_t stepsOfSeries = 100'000;
 constexpr std::uint64_t stepsOfFile(std::size_t events) {
     return 250'000 + 1'000 * events;

@@ -15,10 +15,10 @@ bool isSeries(const StoredEvent& event) {
     return !event.rules.empty() || !event.rdates.empty() || !event.exdates.empty();
 }
 
-/// The one occurrence of an event without repetition, when it is in the range.
+/// Returns the occurrence of an event that does not recur, if it is in the range.
 std::optional<Occurrence> singleOccurrence(const StoredEvent& event, const TimeRange& range,
                                            UserClock& clock) {
-    // Most events are far from the range, whatever the zone; that needs no zone to be seen.
+    // Most events are far from the range in any zone. That is seen without looking up the zone.
     constexpr std::chrono::days slack{2};
     const Instant asUTC{event.start.civil.time_since_epoch()};
     if (asUTC - slack >= range.end) {

@@ -8,9 +8,9 @@
 
 namespace velmiro::local {
 
-/// The occurrences, in `range`, of a file's events. The events must stay where they are for as long
-/// as the occurrences are used. A series that would take more steps than it may is cut off: those
-/// of its occurrences that were found until then count.
+/// Returns the occurrences of a file's events in `range`. The events must stay in place for as long
+/// as the occurrences are used. A series that would take too many steps is cut off: its occurrences
+/// found until then count.
 std::vector<Occurrence> occurrences(const std::vector<StoredEvent>& events, const TimeRange& range,
                                     UserClock& clock, WorkBudget& budget);
 

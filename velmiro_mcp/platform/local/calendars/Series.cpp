@@ -7,8 +7,9 @@
 #include <cstddef>
 #include <utility>
 
-// A series is worked out in the civil time of its start, a little beyond the wanted range, and only
-// then turned into instants, which decide: about the range, UNTIL, and what takes whose place.
+// A series is expanded in the civil time of its start, a little beyond the range asked for. Only
+// then are its times turned into instants, and the instants decide about the range, UNTIL and
+// overrides.
 
 namespace velmiro::local {
 namespace {
@@ -16,11 +17,12 @@ namespace {
 using std::chrono::days;
 using std::chrono::seconds;
 
-/// More than any zone is away from another.
+/// More than the largest difference between two zones.
 constexpr days slack{2};
 
-/// Whether an occurrence is not after UNTIL. A date includes all of that day. A time in UTC is
-/// compared as an instant; for all-day events, at 00:00 UTC, as the date it most likely stands for.
+/// Returns whether an occurrence is not after UNTIL. A date includes that whole day. A time in UTC
+/// is compared as an instant; for all-day events, 00:00 UTC is compared as the date that it most
+/// likely stands for.
 bool isWithin(const Moment& until, const Moment& moment, Instant start, UserClock& clock) {
     if (until.isDate) {
         return dayOf(moment.civil) <= until.civil;
@@ -66,7 +68,7 @@ private:
     struct Candidate {
         Occurrence occurrence;
         CivilTime civil;
-        std::size_t order; // of those that start at once the first is the one
+        std::size_t order; // of several with the same start, the first is kept
     };
 
     void add(const Moment& moment, const Span& span) {
@@ -80,7 +82,7 @@ private:
         }
     }
 
-    /// A rule's times near the range and up to its UNTIL.
+    /// Returns a rule's times near the range and up to its UNTIL.
     std::vector<Moment> timesOf(const RecurrenceRule& rule) {
         const CivilTime to = rule.until ? std::min(to_, rule.until->civil + slack) : to_;
         std::vector<Moment> times;
@@ -93,8 +95,8 @@ private:
         return times;
     }
 
-    /// A time without a zone, in a property that speaks of the series, is on the clock of the
-    /// series.
+    /// Returns a moment from a property of the series: a time without a zone is on the series'
+    /// clock.
     [[nodiscard]] Moment onClockOfSeries(Moment moment) const {
         if (!moment.isDate && !moment.zone) {
             moment.zone = start_.zone;
@@ -102,8 +104,8 @@ private:
         return moment;
     }
 
-    /// An RDATE. One of another kind than the start is taken for what it must mean: the day, or
-    /// that day at the usual time.
+    /// Adds an RDATE. One that is a date in a timed series, or a time in an all-day one, is read as
+    /// what it must mean: that day at the usual time, or that day.
     void addRDate(const MomentOrPeriod& rdate) {
         Moment moment = onClockOfSeries(rdate.start);
         if (start_.isDate) {
@@ -129,8 +131,8 @@ private:
             if (!overriding->recurrenceID) {
                 continue;
             }
-            // What else a change says of all later occurrences cannot be known from it; it is
-            // taken for the one occurrence that it names.
+            // How an override changes all later occurrences cannot be told from it, so it counts
+            // for the one occurrence that it names.
             const Moment replaced = onClockOfSeries(*overriding->recurrenceID);
             if (overriding->cancelled && overriding->thisAndFuture) {
                 excluded.addAllFrom(replaced);

@@ -9,8 +9,8 @@
 
 namespace velmiro::local {
 
-/// The occurrences of an event that repeats, without those in whose place others stand.
-/// `overrides` are the events of the same UID that have a RECURRENCE-ID.
+/// Returns the occurrences of a recurring event in `range`, without those that are overridden.
+/// `overrides` are the events with the same UID and a RECURRENCE-ID.
 std::vector<Occurrence> seriesOccurrences(const StoredEvent& event,
                                           std::span<const StoredEvent* const> overrides,
                                           const TimeRange& range, UserClock& clock,

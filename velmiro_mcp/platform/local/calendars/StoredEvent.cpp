@@ -5,8 +5,8 @@
 namespace velmiro::local {
 namespace {
 
-/// A rule of dates does not go into times of day; one that repeats more often than daily has no
-/// meaning for them.
+/// Reads a rule of the event. Dates have no time of day, so for an all-day event the rule's times
+/// are dropped, and a rule that repeats more often than daily is not read.
 std::optional<RecurrenceRule> readRuleOf(const StoredEvent& event, std::string_view text) {
     auto rule = readRule(text);
     if (rule && event.isAllDay()) {
@@ -30,7 +30,7 @@ public:
         : component_{component},
           zones_{zones} {}
 
-    /// Returns `nullopt` when the component says of no time, and does not cancel the event either.
+    /// Returns `nullopt` if the component has no start and is not a cancellation either.
     std::optional<StoredEvent> read() {
         readTexts();
         event_.end = moment("DTEND");

@@ -10,16 +10,16 @@
 
 namespace velmiro::local {
 
-/// A VEVENT as a file holds it: nothing in it depends on the time asked for, on the user's zone, or
-/// on when it is read.
+/// A VEVENT as a file contains it. Nothing in it depends on the range asked for, on the user's
+/// zone, or on when it is read.
 struct StoredEvent {
     std::string identifier;
-    bool hasUID = false; ///< otherwise the identifier is made from the file's name
+    bool hasUID = false; ///< otherwise the identifier is derived from the file's name
     std::optional<std::string> title;
     std::optional<std::string> location;
     std::optional<std::string> notes;
-    Moment start;         ///< where the cancellation of an occurrence gives none: that occurrence's
-    bool hasStart = true; ///< false only for a cancellation of the whole event that gives none
+    Moment start;         ///< in a cancellation of an occurrence without DTSTART: the occurrence's
+    bool hasStart = true; ///< false only for a cancellation of the whole event without DTSTART
     std::optional<Moment> end;
     std::optional<NominalDuration> duration;
     bool cancelled = false;
@@ -35,11 +35,11 @@ struct StoredEvent {
     [[nodiscard]] bool isAllDay() const { return start.isDate; }
 };
 
-/// Returns `nullopt` when the VEVENT has no readable start, which only a cancellation can do
-/// without. An event without UID gets no identifier here.
+/// Reads a VEVENT. Returns `nullopt` if it has no readable start, which only a cancellation may
+/// lack. An event without a UID gets no identifier here.
 std::optional<StoredEvent> readEvent(const Component& component, const ZoneFinder& zones);
 
-/// How any component that begins at `start` repeats, as an event without texts.
+/// Returns how any component that begins at `start` recurs, as an event without texts.
 StoredEvent readSeries(const Component& component, const Moment& start, const ZoneFinder& zones);
 
 } // namespace velmiro::local

@@ -12,8 +12,8 @@
 namespace velmiro::local {
 namespace {
 
-/// What tells items apart. The same occurrence may be named in UTC and in a zone; a floating time
-/// is another one, for whose it is depends on the user.
+/// Identifies an item. The same occurrence may be named in UTC and in a zone. A floating time is a
+/// different one, because it depends on the user's zone.
 struct ItemKey {
     enum class Form { whole, date, floating, instant };
 

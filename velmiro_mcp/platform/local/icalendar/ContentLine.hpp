@@ -23,8 +23,8 @@ struct ContentLine {
 
     [[nodiscard]] bool is(std::string_view wanted) const;
 
-    /// Returns the value of a parameter without its quotes, or an empty text if there is none. Of a
-    /// quoted list, returns the first value; of an unquoted one, the whole list, because programs
+    /// Returns the value of a parameter without its quotes, or an empty string if there is none. Of
+    /// a quoted list, returns the first value; of an unquoted one, the whole list, because programs
     /// write names with commas unquoted.
     [[nodiscard]] std::string_view parameter(std::string_view wanted) const;
 };

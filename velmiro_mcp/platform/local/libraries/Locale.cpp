@@ -52,7 +52,7 @@ std::string userLocale() {
         if (value == nullptr || *value == '\0') {
             continue;
         }
-        // Of de_DE.UTF-8@euro, only the language and the region matter. C and POSIX name no language.
+        // Of de_DE.UTF-8@euro, only language and region matter. C and POSIX name no language.
         const std::string_view text = value;
         const auto locale = text.substr(0, text.find_first_of(".@"));
         return isLanguageTag(locale) ? std::string{locale} : plainEnglish;

@@ -11,8 +11,8 @@
 #include <fstream>
 #include <sstream>
 
-// Whole series, from the lines of a file to instants, held against python-dateutil: another library
-// than libical, written independently of it, with Python's own reading of the zone data.
+// Compares whole series, from the lines of a file to instants, with python-dateutil. It is not
+// libical, was written independently of it, and uses Python's own reading of the zone data.
 
 namespace velmiro::local {
 namespace {
@@ -30,8 +30,8 @@ std::string textOf(CivilTime time) {
     return momentText({time, false, nullptr});
 }
 
-/// Whether BYDAY names every Monday, say, and the second Friday: dateutil then looks for days that
-/// are both.
+/// Returns whether BYDAY combines every Monday, say, with the second Friday: dateutil then looks
+/// for days that are both.
 bool hasDaysOfTwoKinds(const std::string& rule) {
     bool counted = false;
     bool plain = false;
@@ -78,7 +78,7 @@ public:
     }
 
 private:
-    /// In how many days a rule has enough occurrences to compare.
+    /// Returns in how many days a rule has enough occurrences to compare.
     static int comparedDays(const std::string& rule) {
         if (rule.starts_with("FREQ=YEARLY")) {
             return 2000;
@@ -86,7 +86,7 @@ private:
         return rule.starts_with("FREQ=MONTHLY") ? 900 : rule.find("LY") < 11 ? 200 : 60;
     }
 
-    /// Some time in the range, as often as not at the start's time of day.
+    /// Returns some time in the range, half of the time at the start's time of day.
     CivilTime timeNear(const Case& one) {
         const auto days = static_cast<int>((one.end - one.start) / std::chrono::days{1});
         return one.start + std::chrono::days{make_.number(0, days)} +
@@ -105,7 +105,7 @@ private:
     RuleMaker make_;
 };
 
-/// EXDATE or RDATE lines: those in UTC apart from those on the clock of the series.
+/// Returns EXDATE or RDATE lines, one for each time, in UTC or on the clock of the series.
 std::string lines(const std::string& name, const std::string& zone, const std::string& list) {
     std::string text;
     std::istringstream pieces{list};
@@ -148,7 +148,7 @@ TEST(DateUtil, FindsTheOccurrencesOfTwoThousandSeriesThatWeFind) {
              << '\t' << one.rdates << '\t' << textOf(one.end) << '\n';
     }
     file.close();
-    // Debian's own Python: another one in the way has no dateutil.
+    // Debian's own Python: another one earlier in the path may lack dateutil.
     const std::string command =
         "/usr/bin/python3 " SOURCE_FOLDER
         "/tests/velmiro_mcp/platform/local/calendars/dateutil_occurrences.py <'" +

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// Which occurrences of a series there are: rules, added and removed dates, and changed occurrences.
+// Which occurrences a series has: rules, added and removed dates, and overrides.
 
 namespace velmiro::local {
 namespace {
@@ -14,7 +14,7 @@ protected:
     ZoneGuard zone_{"Europe/Berlin"};
 };
 
-/// A series from 7 September 2026 (a Monday), 10:00 to 11:00 in Berlin, with more lines.
+/// Returns a series from 7 September 2026 (a Monday), 10:00 to 11:00 in Berlin, with more lines.
 std::string series(const std::string& lines, const std::string& others = "") {
     return "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:s\r\nSUMMARY:series\r\n"
            "DTSTART;TZID=Europe/Berlin:20260907T100000\r\n"
@@ -26,7 +26,7 @@ std::string change(const std::string& lines) {
     return "BEGIN:VEVENT\r\nUID:s\r\n" + lines + "END:VEVENT\r\n";
 }
 
-/// The days of September 2026 (and times, where not 10:00) on which events begin.
+/// Returns the days of September 2026 on which events begin, with the time if it is not 10:00.
 Texts days(const std::string& file, const std::string& end = "2026-10-01") {
     Texts texts;
     for (const std::string& text : listedFrom(file, "2026-09-01", end)) {

@@ -7,7 +7,7 @@
 
 #include <string>
 
-// What a file may cost is asserted in steps: a time would depend on the machine, and prove nothing
+// The cost of a file is asserted in steps: a time would depend on the machine, and prove nothing
 // about a search that never ends.
 
 namespace velmiro::local {
@@ -69,7 +69,7 @@ TEST(WorkBound, RulesThatNeverMatchAndCountEndAfterTheRangeToo) {
             expand(ruleFile("FREQ=" + frequency + ";COUNT=9;BYMONTH=2;BYMONTHDAY=30"));
         EXPECT_TRUE(outcome.found.empty()) << frequency;
         EXPECT_LE(outcome.steps, 10'000U) << frequency;
-        EXPECT_GE(outcome.steps, 7U) << frequency; // a year at least, from 2020 on
+        EXPECT_GE(outcome.steps, 7U) << frequency; // at least one a year from 2020 on
     }
 }
 

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <random>
 
-// Cards come from strangers: whatever a file holds, reading it ends soon, and well.
+// Cards come from strangers: whatever a file contains, reading it must end soon, with valid text.
 
 namespace velmiro::local {
 namespace {
@@ -122,7 +122,8 @@ TEST(CardFuzz, NoiseIsNoCard) {
     }
 }
 
-/// Ten megabytes of one thing over and over, with something before and behind it.
+/// Reads a file that repeats `again` for ten megabytes, with text before and after it, and counts
+/// its cards.
 std::size_t cardsIn(const std::string& before, const std::string& again,
                     const std::string& after = "") {
     std::string bytes = before;

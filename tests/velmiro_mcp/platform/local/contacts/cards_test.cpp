@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-// What one file of cards says: each version, each feature of the format, each thing met in the
-// wild.
+// How one file of cards is read: each version and each feature of the format, and what is met in
+// the wild.
 
 namespace velmiro::local {
 namespace {
@@ -20,14 +20,14 @@ std::string card(const std::string& lines, const std::string& version = "3.0") {
     return "BEGIN:VCARD\r\nVERSION:" + version + "\r\n" + lines + "END:VCARD\r\n";
 }
 
-/// The only contact of a file with one card of these lines.
+/// Returns the only contact of a file with one card of these lines.
 Contact contact(const std::string& lines, const std::string& version = "3.0") {
     const auto contacts = read(card(lines, version));
     EXPECT_EQ(contacts.size(), 1U) << lines;
     return contacts.size() == 1 ? contacts.front().contact : Contact{};
 }
 
-/// "Family|Given" of each contact of a file.
+/// Returns "Family|Given" for each contact of a file.
 Texts names(const std::string& bytes) {
     Texts found;
     for (const StoredContact& stored : read(bytes)) {

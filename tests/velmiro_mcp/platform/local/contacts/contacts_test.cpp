@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The address book as folders of files: what is read, in which order, how often, and when not.
+// The address book as folders of files: what is read, in which order, how often, and what is not.
 
 namespace fs = std::filesystem;
 
@@ -27,7 +27,7 @@ std::string card(const std::string& name, const std::string& rest = "") {
     return "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + name + "\r\n" + rest + "END:VCARD\r\n";
 }
 
-/// The user's address book, and the user's home while it lives.
+/// The user's address book, in a home that lasts as long as this object.
 class AddressBook : public testing::Test {
 protected:
     [[nodiscard]] std::string path() const {
@@ -56,7 +56,7 @@ protected:
         return all;
     }
 
-    /// What the error of a search says.
+    /// Returns the message of the error that a search throws.
     static std::string failure(const std::string& query) {
         try {
             found(query);
@@ -66,7 +66,7 @@ protected:
         return "(no failure)";
     }
 
-    /// Gives others the way to the address book.
+    /// Lets other users reach the address book.
     void openTheWay() const {
         for (fs::path folder{path()}; folder != fs::path{home_.path()}.parent_path();
              folder = folder.parent_path()) {
@@ -247,7 +247,7 @@ ContactFile readAndCount(std::string bytes, const std::string& name) {
     return readContactFile(std::move(bytes), name);
 }
 
-/// To this clock all files have long been at rest.
+/// A clock an hour ahead, by which no file was changed a moment ago.
 std::chrono::system_clock::time_point clockAhead() {
     return std::chrono::system_clock::now() + std::chrono::hours{1};
 }
@@ -263,7 +263,7 @@ protected:
         return names;
     }
 
-    /// How many files a search parses.
+    /// Returns how many files a search parses.
     int parsed(const std::string& query) {
         filesParsed = 0;
         found(query);

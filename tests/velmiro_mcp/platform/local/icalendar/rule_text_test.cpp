@@ -6,7 +6,7 @@
 
 #include <string>
 
-// What an RRULE says, and how much of one that is not as it should be.
+// What is read from an RRULE, and how much from a malformed one.
 
 namespace velmiro::local {
 namespace {

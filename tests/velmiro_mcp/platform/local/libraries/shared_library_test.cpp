@@ -9,7 +9,7 @@
 #include <string>
 #include <unistd.h>
 
-/// As ICU's headers do, and none that any library has.
+/// Renamed as in ICU's headers, to a name that no library has.
 #define velmiro_renamed velmiro_renamed_72
 int velmiro_renamed(int number);
 

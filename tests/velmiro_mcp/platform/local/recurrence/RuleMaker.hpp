@@ -8,10 +8,10 @@
 
 namespace velmiro::local {
 
-/// Rules that calendar programs write and some that they do not, but none that hardly ever match.
-/// Left out is what libical 3.0.16 gets wrong: BYSETPOS but for weekdays of a month (among several
-/// times of one day it counts days), every second week and the like with other times than the
-/// start's, and BYHOUR in rules of minutes or seconds with an interval.
+/// Makes rules that calendar programs write and some that they do not, but none that hardly ever
+/// match. It leaves out what libical 3.0.16 gets wrong: BYSETPOS except for weekdays of a month
+/// (among several times of one day it counts days), every second week and the like with times other
+/// than the start's, and BYHOUR in rules of minutes or seconds with an interval.
 class RuleMaker {
 public:
     explicit RuleMaker(unsigned seed) : random_{seed} {}

@@ -18,8 +18,8 @@
 #include <memory>
 #include <span>
 
-// Every zone that the system has, written as the VTIMEZONEs of the large calendar programs and read
-// back. The judge is the C library: it says when each zone changes its offset, and to what.
+// Writes every zone of the system as the large calendar programs write VTIMEZONEs, and reads it
+// back. The C library is the reference: it knows when each zone changes its offset, and to what.
 
 namespace velmiro::local {
 namespace {
@@ -37,13 +37,13 @@ constexpr UTCTime firstWritten{sys_days{year{1900} / 1 / 1}};
 constexpr UTCTime firstCompared{sys_days{year{1970} / 1 / 1}};
 constexpr UTCTime lastCompared{sys_days{year{2038} / 1 / 1}};
 
-/// Every name of the system's zone data, aliases among them.
+/// Returns every name in the system's zone data, aliases included.
 std::vector<std::string> allZones() {
     namespace fs = std::filesystem;
     std::vector<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator{zoneFolder}) {
         const std::string name = entry.path().lexically_relative(zoneFolder).string();
-        // Two folders hold all zones again, and three files are no zones of their own.
+        // Two folders contain all zones again, and three files are not zones of their own.
         if (entry.is_regular_file() && !name.starts_with("posix/") && !name.starts_with("right/") &&
             name != "posixrules" && name != "localtime" && name != "Factory" &&
             systemZone(name, zoneFolder)) {
@@ -74,18 +74,18 @@ struct Transition {
     Clock before;
     Clock after;
 
-    /// What the clocks show just before, had they not changed.
+    /// Returns what the clocks would show at the change, had they not changed.
     [[nodiscard]] CivilTime shown() const {
         return CivilTime{(at + before.offset).time_since_epoch()};
     }
     [[nodiscard]] year_month_day date() const { return year_month_day{dayOf(shown())}; }
 };
 
-/// The changes of the zone that TZ names now.
+/// Returns the changes of the zone that TZ names.
 std::vector<Transition> transitions() {
     std::vector<Transition> found;
     Clock before = clockOfLibrary(firstWritten);
-    constexpr days stride{4}; // what a zone changed back in less is not compared
+    constexpr days stride{4}; // changes undone within less are not compared
     for (UTCTime time = firstWritten + stride; time < lastCompared; time += stride) {
         const Clock after = clockOfLibrary(time);
         if (after == before) {
@@ -128,7 +128,7 @@ std::string textOf(seconds offset) {
                : shown + text("%02d", static_cast<int>(size.seconds().count()));
 }
 
-/// The ways to say on which day of its month a change comes, the usual one first.
+/// The ways to name the day of the month of a change, the usual one first.
 std::string lastWeekday(const Transition& change) {
     const auto date = change.date();
     const year_month_day end{date.year() / date.month() / std::chrono::last};
@@ -148,7 +148,7 @@ std::string fixedDay(const Transition& change) {
     return text(";BYMONTHDAY=%u", unsigned{change.date().day()});
 }
 
-/// Changes that one rule describes: a year apart, on the same day of the same month by one of the
+/// Changes that one rule describes: a year apart, on the same day of the same month in one of the
 /// ways above, at the same time, between the same offsets.
 struct Run {
     std::vector<Transition> changes;
@@ -161,7 +161,7 @@ bool areAlike(const Transition& left, const Transition& right) {
            left.shown() - dayOf(left.shown()) == right.shown() - dayOf(right.shown());
 }
 
-/// Takes the longest run that begins with the first of `changes`.
+/// Removes the longest run that begins with the first of `changes`, and returns it.
 Run takeRun(std::vector<Transition>& changes) {
     Run longest;
     for (const auto& way : {lastWeekday, countedWeekday, fixedDay}) {
@@ -206,7 +206,8 @@ std::string vtimezone(const std::string& name, const std::string& observances) {
     return "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\n" + observances + "END:VTIMEZONE\r\n";
 }
 
-/// The whole history, an observance a rule, for a name that says nothing.
+/// Returns a VTIMEZONE with the zone's whole history, one observance for each rule, under a name
+/// that hints at no zone.
 std::string wholeHistory(std::vector<Transition> changes, Clock first) {
     const Transition beginning{firstWritten - first.offset, first, first};
     std::string observances = observance({{beginning}, ""});
@@ -216,8 +217,8 @@ std::string wholeHistory(std::vector<Transition> changes, Clock first) {
     return vtimezone("A zone of ours", observances);
 }
 
-/// The rules of today from the moment on at which they describe all changes; where the clocks do
-/// not change any more, the last change.
+/// Returns a VTIMEZONE with today's rules, from the time on at which they describe all changes; or
+/// with the last change, if the clocks no longer change.
 std::string lastRules(std::vector<Transition> changes, const std::string& name,
                       const std::string& more) {
     std::vector<Run> lasting;
@@ -256,7 +257,7 @@ ReadZone read(const std::string& vtimezone) {
     return {std::move(zone), budget.spent()};
 }
 
-/// When a VTIMEZONE and the system differ: at the changes and beside them.
+/// The times at which a VTIMEZONE and the system differ, of those at and around the changes.
 struct Comparison {
     std::vector<UTCTime> differences;
     std::uint64_t steps = 0;
@@ -281,11 +282,11 @@ Comparison compare(const std::string& vtimezone, std::span<const Transition> cha
     return result;
 }
 
-/// Calls `check` for each zone, with its changes, while the C library is in it.
+/// Calls `check` for each zone and its changes, while the C library is set to that zone.
 void forEachZone(
     const std::function<void(const std::string&, const std::vector<Transition>&)>& check) {
     static const std::vector<std::string> names = allZones();
-    static std::map<std::string, std::vector<Transition>> known; // by the data: many have aliases
+    static std::map<std::string, std::vector<Transition>> known; // by data: many have aliases
     EXPECT_GE(names.size(), 300U);
     for (const std::string& name : names) {
         const ZoneGuard machine{name};
@@ -336,7 +337,7 @@ TEST(EveryZone, IsRightWithItsLastRulesAndALocation) {
     });
 }
 
-/// A VTIMEZONE as libical reads it.
+/// The zone that libical reads from a VTIMEZONE.
 class LibicalZone {
 public:
     explicit LibicalZone(const std::string& vtimezone)
@@ -354,9 +355,9 @@ private:
     std::unique_ptr<icaltimezone, void (*)(icaltimezone*)> zone_;
 };
 
-/// libical 3 writes some old changes of a zone as rules that do not say them: days of different
-/// years are put together as BYDAY=SA;BYMONTHDAY=1,6, of which only one year has a match. Where its
-/// VTIMEZONE is not the zone, it has to be read as libical itself reads it.
+/// libical 3 writes some old changes of a zone as rules that do not describe them: it combines days
+/// of different years into BYDAY=SA;BYMONTHDAY=1,6, which matches in only one year. If its
+/// VTIMEZONE is not the zone, it must be read as libical itself reads it.
 TEST(EveryZone, IsReadFromWhatLibicalWritesAsLibicalReadsIt) {
     int written = 0;
     std::string misstated;

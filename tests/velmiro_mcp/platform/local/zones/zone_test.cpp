@@ -108,7 +108,7 @@ TEST(LocalZone, DamagedDataAreNoZone) {
             damaged[random() % damaged.size()] = static_cast<char>(random());
         }
         if (const auto zone = zoneFromTZif(damaged)) {
-            const seconds offset = zone->offsetAt(utc(2026, 1, 1)); // whatever it says
+            const seconds offset = zone->offsetAt(utc(2026, 1, 1)); // whatever that is
             EXPECT_EQ(zone->civil(utc(2026, 1, 1)), civil(2026, 1, 1) + offset);
         }
     }
@@ -138,7 +138,8 @@ TEST(LocalZone, AMalformedTZStringMakesNoChanges) {
 
 class LocalZoneNames : public testing::Test {
 protected:
-    /// When 12:00 on 1 July 2026 in that zone is, by the hour in UTC; 12 would be the user's zone.
+    /// Returns when it is 12:00 on 1 July 2026 in that zone, as a time in UTC; 12:00 would be the
+    /// user's zone.
     std::string noonIn(const std::string& name, const std::string& before = "") {
         const ZoneGuard zone{"UTC"};
         const auto texts =
@@ -252,7 +253,7 @@ TEST_F(LocalZoneNames, AMovedOccurrenceIsFoundByANameWithEscapes) {
     EXPECT_EQ(texts[1], "2026-07-03T12:00:00Z..2026-07-03T12:00:00Z moved");
 }
 
-/// The rules of one year only, as some feeds have them; what the year before was, they do not say.
+/// The rules of one year only, as in some feeds. They do not say what applied before that year.
 std::string rulesOf2027(const std::string& name, const std::string& more = "") {
     return "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\n" + more +
            "BEGIN:DAYLIGHT\r\nDTSTART:20270314T020000\r\nTZOFFSETFROM:+0300\r\n"

@@ -46,7 +46,7 @@ TEST(LocalFile, EventsWithoutACalendarAroundThemAreRead) {
     EXPECT_EQ(identifiers(event("a") + event("b")), (Texts{"a", "b"}));
 }
 
-TEST(LocalFile, WhatIsCutOffIsPassedOverAndWhatIsCompleteIsRead) {
+TEST(LocalFile, CutOffEventsAreSkippedAndCompleteOnesAreRead) {
     const std::string whole = calendar(event("a") + event("b"));
     const auto second = whole.find("SUMMARY:b");
     EXPECT_EQ(identifiers(whole.substr(0, second)), (Texts{"a"}));
@@ -54,7 +54,7 @@ TEST(LocalFile, WhatIsCutOffIsPassedOverAndWhatIsCompleteIsRead) {
     EXPECT_EQ(identifiers(whole.substr(0, whole.find("END:VCALENDAR"))), (Texts{"a", "b"}));
 }
 
-TEST(LocalFile, WhatIsNoCalendarHoldsNoEvents) {
+TEST(LocalFile, AFileThatIsNotACalendarHasNoEvents) {
     for (const std::string bytes :
          {"", "\n", "Dear diary,\n\nBEGIN:VEVENT is a nice line.\n", "{\"events\": []}",
           "END:VEVENT\nEND:VCALENDAR\n", "BEGIN:VEVENT", "BEGIN:VEVENT\n", "BEGIN:\nEND:\n", ":\n",

@@ -36,14 +36,14 @@ Texts days(const std::string& file, const std::string& end = "2026-10-01") {
     return texts;
 }
 
-TEST_F(LocalSeries, AMovedOccurrenceTakesThePlaceOfTheOriginal) {
+TEST_F(LocalSeries, AMovedOccurrenceReplacesTheOriginal) {
     EXPECT_EQ(days(series("RRULE:FREQ=WEEKLY;COUNT=3\r\n",
                           change("RECURRENCE-ID;TZID=Europe/Berlin:20260914T100000\r\n"
                                  "DTSTART;TZID=Europe/Berlin:20260915T143000\r\n"))),
               (Texts{"09-07", "09-15 14:30", "09-21"}));
 }
 
-TEST_F(LocalSeries, AChangeMayStandBeforeItsSeriesAndNameItsOccurrenceInUTC) {
+TEST_F(LocalSeries, AChangeMayPrecedeItsSeriesAndNameItsOccurrenceInUTC) {
     const std::string moved = change("RECURRENCE-ID:20260914T080000Z\r\n"
                                      "DTSTART:20260915T080000Z\r\n");
     const std::string file = series("RRULE:FREQ=WEEKLY;COUNT=3\r\n");
@@ -82,7 +82,7 @@ TEST_F(LocalSeries, ACancellationOfAllThatFollowsEndsTheSeries) {
               (Texts{"09-07", "09-14"}));
 }
 
-TEST_F(LocalSeries, AChangeOfAllThatFollowsIsTakenForTheOneOccurrence) {
+TEST_F(LocalSeries, AChangeOfAllThatFollowsChangesOneOccurrence) {
     EXPECT_EQ(days(series("RRULE:FREQ=WEEKLY;COUNT=4\r\n",
                           change("RECURRENCE-ID;RANGE=THISANDFUTURE:20260914T080000Z\r\n"
                                  "DTSTART;TZID=Europe/Berlin:20260914T120000\r\n"))),
@@ -138,12 +138,12 @@ TEST_F(LocalSeries, ARemovedBareDateRemovesAllOfThatDay) {
               (Texts{"09-07", "09-07 15:00", "09-09", "09-09 15:00"}));
 }
 
-TEST_F(LocalSeries, ARemovedTimeThatIsNoneOfItsTimesRemovesNothing) {
+TEST_F(LocalSeries, ARemovedTimeAtWhichNoOccurrenceStartsRemovesNothing) {
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=2\r\nEXDATE:20260908T090000Z\r\n")),
               (Texts{"09-07", "09-08"}));
 }
 
-TEST_F(LocalSeries, WhatNamesAnOccurrenceWithoutAZoneIsOnTheClockOfTheSeries) {
+TEST_F(LocalSeries, ATimeWithoutAZoneThatNamesAnOccurrenceIsOnTheClockOfTheSeries) {
     const ZoneGuard elsewhere{"America/New_York"};
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=4\r\nEXDATE:20260908T100000\r\n"
                           "RDATE:20260912T100000\r\n",
@@ -152,7 +152,7 @@ TEST_F(LocalSeries, WhatNamesAnOccurrenceWithoutAZoneIsOnTheClockOfTheSeries) {
               (Texts{"09-07 04:00", "09-10 04:00", "09-12 04:00", "09-20"}));
 }
 
-TEST_F(LocalSeries, BlanksAroundDatesMeanNothing) {
+TEST_F(LocalSeries, BlanksAroundDatesDoNotMatter) {
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY; COUNT=5 \r\n"
                           "EXDATE;TZID=Europe/Berlin: 20260908T100000 , 20260909T100000 \r\n")),
               (Texts{"09-07", "09-10", "09-11"}));
@@ -189,7 +189,7 @@ TEST_F(LocalSeries, AnEndInUTCIsAnInstant) {
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;UNTIL=20260909T075959Z\r\n")).size(), 2U);
 }
 
-TEST_F(LocalSeries, AnEndWithoutAZoneIsInTheSeriesOwn) {
+TEST_F(LocalSeries, AnEndWithoutAZoneIsOnTheClockOfTheSeries) {
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;UNTIL=20260909T100000\r\n")).size(), 3U);
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;UNTIL=20260909T095959\r\n")).size(), 2U);
 }

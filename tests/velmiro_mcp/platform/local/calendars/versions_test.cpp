@@ -55,7 +55,7 @@ TEST_F(LocalVersions, ThenTheLatestStampThenTheLatestChangeThenTheLastInTheFile)
     EXPECT_EQ(titles(event("one", "") + event("other", "")), Texts{"09-10 other"});
 }
 
-TEST_F(LocalVersions, TheyMayStandInSeveralCalendarsOfTheFile) {
+TEST_F(LocalVersions, TheyMayBeInSeveralCalendarsOfTheFile) {
     EXPECT_EQ(titles(event("new", "SEQUENCE:1\r\n") + "END:VCALENDAR\r\nBEGIN:VCALENDAR\r\n" +
                      event("old", "")),
               Texts{"09-10 new"});
@@ -100,7 +100,7 @@ TEST_F(LocalVersions, ACancelledVersionOfAnOccurrenceTakesThatOccurrenceAway) {
               Texts{"09-10 series"});
 }
 
-TEST_F(LocalVersions, OneThatCannotBeReadHidesNoOther) {
+TEST_F(LocalVersions, AnUnreadableVersionHidesNoOther) {
     EXPECT_EQ(titles(event("good", "") + event("bad", "SEQUENCE:1\r\n", "DTSTART:soon\r\n")),
               Texts{"09-10 good"});
 }
@@ -164,7 +164,7 @@ TEST_F(LocalReminderVersions, TheOneThatIsShownIsCompletedAndNoOther) {
     EXPECT_EQ(titles(true), Texts{"new"});
 }
 
-TEST_F(LocalReminderVersions, AfterASequenceBeyondTheFormatsTheCompletedOneStillCounts) {
+TEST_F(LocalReminderVersions, ASequenceBeyondTheFormatsRangeStillCountsAfterCompletion) {
     write(reminder("old", "SEQUENCE: 2999999999 \r\n") +
           reminder("new", "SEQUENCE: 3000000000 \r\n"));
     EXPECT_EQ(titles(), Texts{"new"});

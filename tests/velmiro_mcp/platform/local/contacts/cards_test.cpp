@@ -90,7 +90,7 @@ TEST(Card, QuotedPrintableIsDecoded) {
     EXPECT_EQ(name("N;encoding=\"quoted-printable\":M=C3=BCller;\r\n"), "Müller|");
 }
 
-TEST(Card, QuotedPrintableGoesOnAfterASoftBreak) {
+TEST(Card, QuotedPrintableContinuesAfterASoftBreak) {
     EXPECT_EQ(name("N;ENCODING=QUOTED-PRINTABLE:Be=\r\nrg;A=\nnn=61\r\nEMAIL:x@y\r\n", "2.1"),
               "Berg|Anna");
     EXPECT_EQ(name("NOTE;ENCODING=QUOTED-PRINTABLE:one=\r\nN:Wrong=\r\nEND:VCARD=\r\n"
@@ -197,7 +197,7 @@ TEST(Card, EscapesAreUndone) {
     EXPECT_EQ(contact("N:a\r\nORG:A\\Nb\\:c\\\r\n").organization, "A b\\:c\\");
 }
 
-TEST(CardName, ComponentsWithSeveralValuesAreSaidWithBlanks) {
+TEST(CardName, SeveralValuesOfAComponentAreJoinedWithBlanks) {
     EXPECT_EQ(name("N:García,Márquez;Gabriel,José;de la,Concordia;;\r\n"),
               "García Márquez|Gabriel José");
     EXPECT_EQ(name("N: Berg , ;,Anna,;\r\n"), "Berg|Anna");
@@ -217,7 +217,7 @@ TEST(CardName, TheFirstOfSeveralCounts) {
     EXPECT_EQ(name("FN:Anna\r\nFN:Other\r\n", "4.0"), "|Anna");
 }
 
-TEST(CardName, TheFormattedNameStandsForAMissingOne) {
+TEST(CardName, TheFormattedNameReplacesAMissingName) {
     EXPECT_EQ(name("FN:Anna Berg\r\n", "4.0"), "|Anna Berg");
     EXPECT_EQ(name("FN: Anna\\, Berg \r\nORG:Acme\r\n", "4.0"), "|Anna, Berg");
 }
@@ -338,7 +338,7 @@ TEST(CardFile, GroupsAreNoPeople) {
               Texts{"|Anna"});
 }
 
-TEST(CardFile, ACardThatNamesNobodyIsPassedOver) {
+TEST(CardFile, ACardThatNamesNobodyIsSkipped) {
     EXPECT_EQ(names(card("EMAIL:a@b\r\n") + card("") + card("FN:!!!\r\n") + card("FN:Anna\r\n")),
               Texts{"|Anna"});
 }
@@ -358,12 +358,12 @@ TEST(CardFile, ACardThatIsCutOffHidesNoOther) {
     EXPECT_EQ(names(whole.substr(0, whole.size() - 2)), Texts{"Berg|Anna"});
 }
 
-TEST(CardFile, FilesPutTogetherWithoutABreakAreRead) {
+TEST(CardFile, FilesConcatenatedWithoutALineBreakAreRead) {
     const std::string whole = card("N:A\r\n");
     EXPECT_EQ(names(whole.substr(0, whole.size() - 2) + card("N:B\r\n")), (Texts{"A|", "B|"}));
 }
 
-TEST(CardFile, LinesThatAreNoneArePassedOver) {
+TEST(CardFile, MalformedLinesAreSkipped) {
     EXPECT_EQ(name("this is no line\r\n\r\nN\r\nTEL;TYPE=\"home:1\r\n:x\r\n;:\r\nN:Berg;Anna\r\n"
                    "BEGIN:VEVENT\r\nEND:VEVENT\r\n"),
               "Berg|Anna");
@@ -384,7 +384,7 @@ TEST(CardFile, APhotographCostsNothingAndHidesNothing) {
     EXPECT_EQ(name(bare + "\r\nN:Berg;Anna\r\n", "2.1"), "Berg|Anna");
 }
 
-TEST(CardFile, AValueMuchLongerThanANameIsPassedOver) {
+TEST(CardFile, AValueMuchLongerThanANameIsSkipped) {
     EXPECT_EQ(name("N:" + std::string(16'000, 'x') + "\r\n"), std::string(16'000, 'x') + "|");
     EXPECT_EQ(name("N:" + std::string(17'000, 'x') + "\r\nN:Berg;Anna\r\n"), "Berg|Anna");
 }

@@ -92,7 +92,7 @@ TEST_F(AddressBook, HoldsFilesAndFoldersOfFiles) {
     EXPECT_EQ(contactsAuthorizationStatus(), ContactsAuthorizationStatus::authorized);
 }
 
-TEST_F(AddressBook, IsInTheOrderOfNamesByteByByteFoldersWhereTheirNamesStand) {
+TEST_F(AddressBook, IsInTheOrderOfNamesByteByByteWithFoldersAmongTheFiles) {
     write("b/2.vcf", card("x;b/2"));
     write("b/10.vcf", card("x;b/10") + card("x;second"));
     write("b/Z.vcf", card("x;b/Z"));
@@ -107,13 +107,13 @@ TEST_F(AddressBook, IsInTheOrderOfNamesByteByByteFoldersWhereTheirNamesStand) {
     EXPECT_EQ(given, (Texts{"B/f", "B/é", "a", "b/10", "second", "b/2", "b/Z", "c"}));
 }
 
-TEST_F(AddressBook, IdentifiesCardsWithoutAUIDByTheirPlace) {
+TEST_F(AddressBook, IdentifiesCardsWithoutAUIDByTheirPath) {
     write("anna.vcf", card("x") + card("x"));
     write("friends/anna.vcf", card("x") + card("x", "UID:u\r\n"));
     EXPECT_EQ(identifiers("x"), (Texts{"anna.vcf", "anna.vcf#2", "friends/anna.vcf", "u"}));
 }
 
-TEST_F(AddressBook, ListsACopyOnceAndAlsoWhenItAloneHasTheName) {
+TEST_F(AddressBook, ListsCopiesOnceAndFindsACopyThatAloneHasTheName) {
     write("a/1.vcf", card("Berg;Anna", "UID:u\r\n"));
     write("b/1.vcf", card("Berger;Anna", "UID:u\r\n"));
     EXPECT_EQ(found("anna"), Texts{"Berg"});
@@ -191,7 +191,7 @@ TEST_F(AddressBook, ReadingTouchesNothing) {
     EXPECT_EQ(readFile(path() + "/b.vcf"), "broken");
 }
 
-TEST_F(AddressBook, ThatIsAFileOrLiesInOneIsDenied) {
+TEST_F(AddressBook, ThatIsAFileOrIsBelowOneIsDenied) {
     fs::create_directories(fs::path{path()}.parent_path());
     writeFile(path(), card("Berg"));
     EXPECT_EQ(contactsAuthorizationStatus(), ContactsAuthorizationStatus::denied);

@@ -42,21 +42,21 @@ TEST(RuleText, EveryPartIsRead) {
     EXPECT_EQ(rule.positions, (Numbers{-1, 3}));
 }
 
-TEST(RuleText, APartThatIsNotKnownIsPassedOver) {
+TEST(RuleText, AnUnknownPartIsSkipped) {
     const RecurrenceRule rule = read("X-FOO=1;FREQ=WEEKLY;BYDAY=MO;BYEASTER=0;=;;X;COUNT=3");
     EXPECT_EQ(rule.frequency, Frequency::weekly);
     EXPECT_EQ(rule.weekdays, (Days{{Monday, 0}}));
     EXPECT_EQ(rule.count, 3);
 }
 
-TEST(RuleText, BlanksAndSmallLettersMeanNothing) {
+TEST(RuleText, BlanksAndCaseDoNotMatter) {
     const RecurrenceRule rule = read(" freq = daily ; Count=3;\tBYDAY= mo , fr ");
     EXPECT_EQ(rule.frequency, Frequency::daily);
     EXPECT_EQ(rule.count, 3);
     EXPECT_EQ(rule.weekdays, (Days{{Monday, 0}, {Friday, 0}}));
 }
 
-TEST(RuleText, AnEmptyPartSaysNothing) {
+TEST(RuleText, AnEmptyPartIsSkipped) {
     const RecurrenceRule rule =
         read("FREQ=MONTHLY;BYDAY=;BYMONTHDAY;INTERVAL=;COUNT=;UNTIL=;WKST=;BYMONTH=,;SKIP=");
     EXPECT_TRUE(rule.weekdays.empty());
@@ -68,14 +68,14 @@ TEST(RuleText, AnEmptyPartSaysNothing) {
     EXPECT_EQ(rule.weekStart, Monday);
 }
 
-TEST(RuleText, OfAPartThatComesTwiceTheLastOneThatCanBeReadCounts) {
+TEST(RuleText, OfARepeatedPartTheLastReadableOneCounts) {
     const RecurrenceRule rule = read("FREQ=DAILY;COUNT=3;BYDAY=MO;FREQ=WEEKLY;BYDAY=FR;COUNT=x");
     EXPECT_EQ(rule.frequency, Frequency::weekly);
     EXPECT_EQ(rule.weekdays, (Days{{Friday, 0}}));
     EXPECT_EQ(rule.count, 3);
 }
 
-TEST(RuleText, NumbersThatTheFormatDoesNotAllowArePassedOver) {
+TEST(RuleText, NumbersThatTheFormatDoesNotAllowAreSkipped) {
     const RecurrenceRule rule =
         read("FREQ=MONTHLY;BYMONTHDAY=0,32,-32,15,x,1e1,+7;BYMONTH=13,5L,6;BYHOUR=24,-1;"
              "BYSECOND=60;BYDAY=8X,MONDAY,0MO,54FR,FR;INTERVAL=0;COUNT=-5");
@@ -88,7 +88,7 @@ TEST(RuleText, NumbersThatTheFormatDoesNotAllowArePassedOver) {
     EXPECT_FALSE(rule.count);
 }
 
-TEST(RuleText, ACountTooLargeIsNotTakenForItsRemainder) {
+TEST(RuleText, ATooLargeCountDoesNotWrapAround) {
     EXPECT_EQ(read("FREQ=DAILY;COUNT=4294967297").count, 4'294'967'297);
     EXPECT_EQ(read("FREQ=DAILY;COUNT=99999999999999999999").count, INT64_MAX);
     EXPECT_EQ(read("FREQ=SECONDLY;INTERVAL=86400").interval, 86'400);

@@ -37,12 +37,12 @@ TEST(LocalSharedLibrary, ItsFunctionsAreThoseOfTheLibrary) {
     EXPECT_EQ(loaded.getpid(), ::getpid());
 }
 
-TEST(LocalSharedLibrary, StaysLoadedWhenItsDescriptionGoes) {
+TEST(LocalSharedLibrary, StaysLoadedWhenItsDescriptionIsDestroyed) {
     const auto toNumber = C{}.atoi;
     EXPECT_EQ(toNumber("42"), 42);
 }
 
-TEST(LocalSharedLibrary, OneThatIsNotThereIsAnErrorThatNamesIt) {
+TEST(LocalSharedLibrary, AMissingLibraryIsAnErrorThatNamesIt) {
     const auto message =
         messageOf([] { const SharedLibrary missing{"Lore", "liblore-of-nobody.so.7"}; });
     EXPECT_TRUE(message.starts_with("Lore could not be loaded: liblore-of-nobody.so.7: "))
@@ -50,7 +50,7 @@ TEST(LocalSharedLibrary, OneThatIsNotThereIsAnErrorThatNamesIt) {
     EXPECT_EQ(message.find("no reason"), std::string::npos) << message;
 }
 
-TEST(LocalSharedLibrary, AFunctionThatIsNotThereIsAnErrorThatNamesIt) {
+TEST(LocalSharedLibrary, AMissingFunctionIsAnErrorThatNamesIt) {
     struct WithRenamed {
         SharedLibrary library{"C", "libc.so.6"};
         VELMIRO_LIBRARY_FUNCTION(velmiro_renamed);

@@ -159,7 +159,7 @@ TEST(Recurrence, EverySecondWeekBeginsInTheWeekOfTheStart) {
               (std::vector<std::string>{"20040823T110000", "20040905T110000", "20040919T110000"}));
 }
 
-TEST(Recurrence, NumberedWeeksReachIntoTheYearsBeside) {
+TEST(Recurrence, NumberedWeeksReachIntoTheYearsBeforeAndAfter) {
     EXPECT_EQ(times("FREQ=YEARLY;BYWEEKNO=1;BYDAY=MO", civil(2012, 1, 2), civil(2012, 1, 2),
                     civil(2014, 12, 31)),
               (std::vector<std::string>{"20120102T000000", "20121231T000000", "20131230T000000",
@@ -169,7 +169,7 @@ TEST(Recurrence, NumberedWeeksReachIntoTheYearsBeside) {
               (std::vector<std::string>{"20210101T000000", "20211231T000000"}));
 }
 
-TEST(Recurrence, ALeapDayComesInLeapYearsOnly) {
+TEST(Recurrence, ALeapDayOccursInLeapYearsOnly) {
     EXPECT_EQ(times("FREQ=YEARLY", civil(2024, 2, 29), civil(2024, 3, 1), civil(2033, 1, 1)),
               (std::vector<std::string>{"20280229T000000", "20320229T000000"}));
 }
@@ -190,7 +190,7 @@ TEST(Recurrence, FindsTheTimesThatTheLibraryFindsWhenDaysAreSkipped) {
     }
 }
 
-TEST(Recurrence, ADayThatAMonthDoesNotHaveIsSkippedInTheWayOfTheRule) {
+TEST(Recurrence, ADayThatAMonthDoesNotHaveIsSkippedAsTheRuleSays) {
     const CivilTime last = civil(2026, 1, 31, 9);
     const auto fourFrom = [&](const std::string& skip) {
         return times("RSCALE=GREGORIAN;FREQ=MONTHLY;COUNT=4" + skip, last, last, farAway);
@@ -208,7 +208,7 @@ TEST(Recurrence, ADayThatAMonthDoesNotHaveIsSkippedInTheWayOfTheRule) {
               (std::vector<std::string>{"20240229T000000", "20250301T000000", "20260301T000000"}));
 }
 
-TEST(Recurrence, ADaySkippedToIsNotASecondTimeThere) {
+TEST(Recurrence, ADayThatReplacesASkippedOneIsNotFoundTwice) {
     const CivilTime april = civil(2026, 4, 29);
     EXPECT_EQ(times("FREQ=MONTHLY;BYMONTHDAY=29,30,31;SKIP=BACKWARD;BYSETPOS=-2;COUNT=2", april,
                     april, farAway),

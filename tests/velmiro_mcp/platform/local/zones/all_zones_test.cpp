@@ -384,7 +384,7 @@ TEST(EveryZone, IsReadFromWhatLibicalWritesAsLibicalReadsIt) {
             EXPECT_EQ(ours->offsetAt(time), theirs.offsetAt(time)) << name << " " << shown(time);
         }
     });
-    RecordProperty("not stated rightly", misstated);
+    RecordProperty("misstated zones", misstated);
     EXPECT_GE(written, 300);
 }
 

@@ -15,9 +15,9 @@ struct Span {
     std::chrono::seconds time{0};
 };
 
-/// Returns the length that `end` or `duration` gives, whichever is there. Without both, returns no
-/// time, or one day if `start` is a date. An end before the start and a negative duration count as
-/// no time; an all-day event lasts at least one day.
+/// Returns the length that `end` or `duration` gives, whichever is present. Without both, returns
+/// no time, or one day if `start` is a date. An end before the start and a negative duration count
+/// as no time; an all-day event lasts at least one day.
 Span spanOf(const Moment& start, const std::optional<Moment>& end,
             const std::optional<NominalDuration>& duration, UserClock& clock);
 

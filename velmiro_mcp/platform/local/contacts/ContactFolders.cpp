@@ -84,8 +84,9 @@ public:
         }
     }
 
-    /// Reads files, and folders of files. What is not a file of cards counts as a folder, unless it
-    /// is named like a file of cards: a dangling link is then a missing folder, or a missing file.
+    /// Reads files, and folders of files. Any entry but a file of cards counts as a folder, unless
+    /// it is named like a file of cards: a dangling link is then a missing folder, or a missing
+    /// file.
     void readRoot(const OpenFolder& root) {
         ContactCache::Reader reader{cache_, root};
         for (const std::string& name : root.visibleNames()) {

@@ -13,7 +13,7 @@ namespace velmiro::local {
 /// repeats weekly, monthly or yearly asks for all days of such a period.
 class RecurrenceDays {
 public:
-    /// `rule` must outlive this object. What the rule leaves open is taken from `start`.
+    /// `rule` must outlive this object. Parts that the rule leaves out come from `start`.
     RecurrenceDays(const RecurrenceRule& rule, CivilDay start);
 
     /// Returns whether the rule's lists allow this day.

@@ -34,8 +34,8 @@ public:
     std::shared_ptr<const Zone> hinted(std::string_view name, WorkBudget& budget);
 
     /// Returns the zone that a VTIMEZONE describes. Times that it leaves open are in the zone that
-    /// its TZID or X-LIC-LOCATION hints at. Returns null if it describes nothing and hints at
-    /// nothing.
+    /// its TZID or X-LIC-LOCATION hints at. Returns null if it leaves all times open and gives no
+    /// hint.
     std::shared_ptr<const Zone> fromVTimeZone(const Component& component, WorkBudget& budget);
 
 private:

@@ -174,7 +174,7 @@ TEST(Recurrence, ALeapDayOccursInLeapYearsOnly) {
               (std::vector<std::string>{"20280229T000000", "20320229T000000"}));
 }
 
-/// The same with SKIP, which only rules of RFC 7529 have.
+/// Compares rules with SKIP too, which only RFC 7529 has.
 TEST(Recurrence, FindsTheTimesThatTheLibraryFindsWhenDaysAreSkipped) {
     RuleMaker make{7529};
     for (int round = 0; round < 300; ++round) {

@@ -184,8 +184,8 @@ void VCard::readShownAs(std::string_view value) {
 }
 
 void VCard::addSearchWords(std::string_view name) {
-    constexpr std::size_t mostWords = 16UL << 10; // bytes; a name takes a thousandth of this
-    if (words_.size() < mostWords) {
+    constexpr std::size_t mostBytes = 16UL << 10; // a name takes a thousandth of this
+    if (words_.size() < mostBytes) {
         appendWords(words_, name);
     }
 }

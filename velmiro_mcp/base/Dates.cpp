@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <ctime>
 
-// The C library's zone functions are the common ground of both systems: the C++ library's own
-// time zone database is missing from one of them. `tzset` before each use makes a zone that changed
-// under the running program visible.
+// Time zones come from the C library, which both systems have; the C++ library's own database is
+// missing from one of them. `tzset` before each use picks up a zone that changed while the program
+// runs.
 
 namespace velmiro {
 namespace {
@@ -27,7 +27,7 @@ sys_seconds utcOf(const WallTime& time) {
            seconds{time.second};
 }
 
-/// The offset of this machine's zone from UTC at `instant`.
+/// Returns the offset of this machine's zone from UTC at `instant`.
 seconds offsetAt(sys_seconds instant) {
     tzset();
     const std::time_t time = instant.time_since_epoch().count();
@@ -50,13 +50,13 @@ WallTime wallTimeOfUTC(sys_seconds utc) {
             static_cast<int>(time.seconds().count())};
 }
 
-/// A reader over a date's text. Each step either consumes what it names or marks the whole reading
-/// as failed; the caller looks once, at the end.
+/// Scans the text of a date. Each step either consumes its field or marks the whole scan as failed;
+/// the caller checks once, at the end.
 class Scanner {
 public:
     explicit Scanner(std::string_view text) : rest_{text} {}
 
-    /// A field of at least `fewest` and at most `most` digits.
+    /// Reads a field of at least `fewest` and at most `most` digits.
     int number(int fewest, int most) {
         int value = 0;
         int count = 0;
@@ -83,7 +83,8 @@ public:
         return true;
     }
 
-    /// Digits of a second's fraction, at least one; what is finer than a millisecond is dropped.
+    /// Reads the digits of a fraction of a second, at least one. Anything finer than a millisecond
+    /// is dropped.
     milliseconds fraction() {
         int value = 0;
         int count = 0;
@@ -101,7 +102,7 @@ public:
         return milliseconds{value};
     }
 
-    /// Z, or a signed offset such as +02:00.
+    /// Reads Z, or a signed offset such as +02:00.
     minutes offset() {
         if (accept('Z')) {
             return minutes{0};
@@ -199,9 +200,9 @@ WallTime wallTime(Instant instant) {
 }
 
 Instant instantOf(const WallTime& time) {
-    // The zone's offsets a day before and a day after differ only where a change lies between. Each
-    // gives a candidate; one that shows the wanted time is right, and the earlier offset's
-    // candidate comes first in a fold. In a gap neither shows it, and the offset that held before
+    // The offsets a day before and a day after differ only if the clock changes in between. Each
+    // gives a candidate, which is right if the clock shows the given time then. In a fold both are
+    // right, and the earlier offset's is the first. In a gap neither is, and the offset from before
     // the gap carries the time across it.
     const sys_seconds asUTC = utcOf(time);
     const seconds before = offsetAt(asUTC - days{1});
@@ -238,8 +239,8 @@ Instant startOfToday() {
 }
 
 std::string dateText(Instant instant) {
-    // An offset is written in whole minutes. Zones of the nineteenth century had seconds in theirs;
-    // rounding the offset before it is applied keeps the text naming the same instant.
+    // An offset is written in whole minutes, but zones of the nineteenth century had seconds in
+    // theirs. Because the offset is rounded before it is applied, the text names the same instant.
     const auto utc = std::chrono::floor<seconds>(instant);
     const minutes offset = std::chrono::round<minutes>(offsetAt(utc));
     const WallTime local = wallTimeOfUTC(utc + offset);

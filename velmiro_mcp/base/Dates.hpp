@@ -9,11 +9,11 @@
 
 /// Dates as the agent writes and reads them, and as the user's clock shows them.
 ///
-/// The time zone is the one of this machine (TZ, else /etc/localtime) and is looked at afresh for
-/// every value, so a change made while the server runs is seen at once. Any thread may call.
+/// The time zone is this machine's (TZ, else /etc/localtime). It is read afresh for every value, so
+/// a change takes effect while the server runs. Any thread may call.
 namespace velmiro {
 
-/// What a clock on the wall and the calendar beside it show; fields may not be out of range.
+/// A local date and time of day, as calendar and wall clock show them.
 struct WallTime {
     int year = 1970;
     int month = 1; ///< 1 to 12
@@ -25,32 +25,32 @@ struct WallTime {
     friend auto operator<=>(const WallTime&, const WallTime&) = default;
 };
 
-/// Whether the calendar has such a day and the clock such a time (no 30 February, no 24:00, no
-/// leap second).
+/// Returns whether the calendar has such a day and the clock such a time (no 30 February, no 24:00,
+/// no leap second). The functions below require both.
 bool isPossible(const WallTime& time) noexcept;
 
-/// What the clock on this machine's wall shows at `instant`; milliseconds are dropped.
+/// Returns this machine's local time at `instant`; milliseconds are dropped.
 WallTime wallTime(Instant instant);
 
-/// When this machine's clock shows `time`, which must be possible. A time that comes twice is the
-/// first one; a time that the clock skips is as far behind the gap as it was into it (02:30 becomes
-/// 03:30 where the clock goes from 2 to 3).
+/// Returns the instant at which this machine's clock shows `time`. A time that occurs twice means
+/// the first of the two. A time that the clock skips is moved forward by the length of the gap
+/// (02:30 becomes 03:30 where the clock goes from 2 to 3).
 Instant instantOf(const WallTime& time);
 
-/// The first instant of the day that has this year, month and day: midnight, or the end of the gap
-/// where the clock skips midnight. The day must be possible.
+/// Returns the first instant of this day, which must exist: midnight, or the end of the gap where
+/// the clock skips midnight.
 Instant startOfDay(int year, int month, int day);
 
-/// The first instant of today.
+/// Returns the first instant of today.
 Instant startOfToday();
 
-/// Date text for results: 2026-10-14T15:00:00+02:00, with the offset of this machine's zone at that
-/// instant; offset zero is written Z, milliseconds are dropped.
+/// Formats a date for results: 2026-10-14T15:00:00+02:00, with the offset of this machine's zone at
+/// that instant. Offset zero is written as Z; milliseconds are dropped.
 std::string dateText(Instant instant);
 
 /// Reads a date as an agent writes it: ISO 8601 with an offset, with or without fractional seconds;
-/// or local wall-clock time (2026-10-14T15:00:00, 2026-10-14T15:00, 2026-10-14 15:00); or a bare
-/// day, which is its first instant. Nothing when the text is none of these, or not a possible date.
+/// local time (2026-10-14T15:00:00, 2026-10-14T15:00, 2026-10-14 15:00); or a bare day, which means
+/// its first instant. Returns nullopt for any other text, and for a date that does not exist.
 /// Months, days, hours, minutes and seconds may have one digit; years have four.
 std::optional<Instant> parseDate(std::string_view text);
 

@@ -7,10 +7,11 @@
 namespace velmiro {
 namespace {
 
-/// What a system takes that gives no end as its hard limit, yet refuses that as a soft one.
+/// Accepted as a soft limit even by a system that reports an infinite hard limit, yet refuses
+/// infinity as a soft one.
 constexpr rlim_t enoughForMost = 10'240;
 
-/// The soft limit before it was first raised; without end where there is nothing to give back.
+/// The soft limit before it was first raised; infinity if there is nothing to restore.
 std::atomic<rlim_t> original{RLIM_INFINITY};
 
 } // namespace

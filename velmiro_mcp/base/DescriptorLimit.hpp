@@ -1,14 +1,14 @@
 #pragma once
 
-/// How many descriptors the process may have open. The usual soft limit ends at a few hundred, and
-/// every question that waits for the user and every script that runs needs some.
+/// The limit on open file descriptors. The usual soft limit is a few hundred; every question that
+/// waits for the user and every running script needs some of them.
 namespace velmiro {
 
-/// Lets the process have as many descriptors as the system allows it.
+/// Raises the soft limit as far as the system allows.
 void raiseDescriptorLimit() noexcept;
 
-/// Undoes it in a child that is about to become another program: one that was written for the usual
-/// limit may look at every number below it. Safe between `vfork` and `exec`.
+/// Restores the original soft limit in a child that is about to become another program: one written
+/// for the usual limit may try every number below it. Safe between `vfork` and `exec`.
 void restoreDescriptorLimit() noexcept;
 
 } // namespace velmiro

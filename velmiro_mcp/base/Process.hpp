@@ -5,10 +5,10 @@
 #include <map>
 #include <string>
 
-/// What the program is given by, and (`raiseDescriptorLimit`) asks of, the process it is.
+/// The process's environment and limits.
 namespace velmiro {
 
-/// The whole environment. Of a name that stands there twice the first entry counts.
+/// Returns the whole environment. If a name occurs twice, the first entry counts.
 std::map<std::string, std::string> processEnvironment();
 
 } // namespace velmiro

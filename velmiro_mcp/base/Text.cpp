@@ -36,7 +36,7 @@ constexpr std::string_view lineBreaks[] = {
 
 using Blanks = std::span<const std::string_view>;
 
-/// Removes one blank from the front, or the back, if there is one.
+/// Removes one blank from the front, or the back. Returns false if there is none.
 bool removeFront(std::string_view& text, Blanks blanks) noexcept {
     for (const std::string_view blank : blanks) {
         if (text.starts_with(blank)) {

@@ -10,8 +10,8 @@ namespace {
 using std::chrono::days;
 using std::chrono::local_days;
 
-/// What the clock shows, as a time without a zone: differences are those that a reader of the clock
-/// would find, however long a change of it made that take.
+/// Returns the local time without its zone. Differences between such times are those on the clock
+/// face: a change of the clock in between does not count.
 std::chrono::local_seconds shownAt(Instant instant) {
     const WallTime shown = wallTime(instant);
     const local_days day{std::chrono::year{shown.year} /

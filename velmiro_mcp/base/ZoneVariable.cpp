@@ -20,7 +20,7 @@ bool isDigit(char character) {
     return character >= '0' && character <= '9';
 }
 
-/// Where the C library looks for the zone of that name.
+/// Returns the path at which the C library looks for the zone of that name.
 std::string pathOf(const std::string& name) {
     if (name.starts_with('/')) {
         return name;
@@ -30,7 +30,7 @@ std::string pathOf(const std::string& name) {
     return std::string{isGiven ? folder : "/usr/share/zoneinfo"} + '/' + name;
 }
 
-/// Nothing but a regular file is opened: to open a device may do something.
+/// Opens regular files only: opening a device may have side effects.
 bool isZoneFile(const std::string& path) {
     struct stat about{};
     if (::stat(path.c_str(), &about) != 0 || !S_ISREG(about.st_mode)) {
@@ -43,8 +43,8 @@ bool isZoneFile(const std::string& path) {
     return isRead && std::string_view{magic.data(), magic.size()} == "TZif";
 }
 
-/// Whether it begins as a rule does: a name, of three letters or more or in angle brackets, and an
-/// offset.
+/// Returns whether the value begins as a rule does: with a name, of at least three letters or in
+/// angle brackets, and an offset.
 bool isRule(std::string_view value) {
     std::size_t end = 0;
     if (value.starts_with('<')) {
@@ -80,7 +80,7 @@ bool isZone(std::string_view value) {
 void settleZoneVariable() {
     const char* const value = std::getenv("TZ");
     if (value != nullptr && !isZone(value)) {
-        ::unsetenv("TZ"); // NOLINT(concurrency-mt-unsafe): there is one thread
+        ::unsetenv("TZ"); // NOLINT(concurrency-mt-unsafe): the only thread
     }
     ::tzset();
 }

@@ -12,8 +12,8 @@ namespace {
 
 using MCPStdio::JSONValue;
 
-/// The host's first line, without its line feed; nothing when the host ends before it, or is silent
-/// for too long.
+/// Returns the host's first line, without its line feed; nullopt if the host closes the connection
+/// before that, or is silent for too long.
 std::optional<std::string> readLine(const LocalSocket& host) {
     std::string received;
     std::array<char, 1024> chunk{};
@@ -60,7 +60,7 @@ bool Approval::request(const std::string& tool, const std::string& summary) cons
         }
         const auto reply = readLine(*host);
         return reply && isYes(*reply);
-    } catch (const std::exception&) { // garbage instead of JSON, or no memory: no yes
+    } catch (const std::exception&) { // not JSON, or out of memory
         return false;
     }
 }

@@ -11,34 +11,35 @@ namespace velmiro {
 
 /// Asks the user, through the host that listens on a local socket, before anything is changed.
 ///
-/// It fails closed: whatever goes wrong, and every answer but an explicit yes, is a no. Each
-/// question has a connection of its own, so any number may wait at once; nothing is kept between
-/// questions. Safe to use from any thread.
+/// It fails closed: any error, and any answer but an explicit yes, is a no. Each question has its
+/// own connection, so any number may wait at the same time; no state is kept between them. Safe to
+/// use from any thread.
 class Approval {
 public:
-    /// How long the host may be silent; each read begins anew.
+    /// Allows the host to be silent for `patience`; each read starts the time anew.
     explicit Approval(std::chrono::seconds patience = std::chrono::seconds{120}) noexcept
         : patience_{patience} {}
 
-    /// Whether the user allows `tool` what `summary` says. Never throws. Waits on a thread that has
-    /// nothing else to do.
+    /// Returns whether the user allows `tool` to do what `summary` describes. Never throws. The
+    /// wait occupies a thread of its own.
     MCPStdio::Task<bool> ask(std::string tool, std::string summary) const;
 
-    /// The exchange itself: one line there, one line back. Blocks the calling thread.
+    /// Performs the exchange itself: sends a line and reads a line. Blocks the calling thread.
     [[nodiscard]] bool request(const std::string& tool, const std::string& summary) const noexcept;
 
 private:
     std::chrono::seconds patience_;
 };
 
-/// The host's socket, worked out afresh at every question: `VELMIRO_APPROVAL_SOCKET` as it stands,
-/// else Velmiro/approval.sock in the user's Application Support folder.
+/// Returns the path of the host's socket, determined afresh for every question: the value of
+/// `VELMIRO_APPROVAL_SOCKET`, verbatim, unless it is unset or empty; else Velmiro/approval.sock in
+/// the user's Application Support folder.
 std::string approvalSocketPath();
 
-/// How a changing tool asks: `Approval::ask`, or what stands for it in a test.
+/// How a changing tool asks: `Approval::ask`, or a test's substitute.
 using Ask = std::function<MCPStdio::Task<bool>(std::string tool, std::string summary)>;
 
-/// What a changing tool answers, having changed nothing, when the user does not allow it.
+/// Returns the result of a changing tool that the user did not allow and that changed nothing.
 MCPStdio::MCPToolResult denial(const std::string& summary);
 
 } // namespace velmiro

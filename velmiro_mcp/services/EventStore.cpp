@@ -23,10 +23,10 @@ constexpr std::size_t mostReminders = 300;
 constexpr std::size_t longestEventNotes = 500; // in characters as the user counts them
 constexpr std::size_t longestReminderNotes = 300;
 
-/// How messages speak of a type of items.
+/// The words for a type of items in messages.
 struct Wording {
     std::string_view access;   ///< the section of the settings
-    std::string_view calendar; ///< what holds such items
+    std::string_view calendar; ///< the thing that holds such items
 };
 
 Wording wordingFor(EntityType type) {
@@ -86,8 +86,9 @@ MCPToolError noReminder(const std::string& identifier) {
 
 using Found = std::optional<std::vector<Reminder>>;
 
-/// A fetch that somebody waits for: ended once, by its answer or by the time. Shared by the
-/// database's callback and the watchdog; whoever comes late finds nobody waiting.
+/// A fetch in progress and the coroutine that waits for it. It ends once, by its answer or at its
+/// deadline. Shared by the database's callback and the watchdog; the later one finds nobody
+/// waiting.
 class PendingFetch {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -108,7 +109,7 @@ public:
         const MCPStdio::MutexLock lock{mutex_};
         return waiting_.has_value();
     }
-    /// Blocks the thread until the fetch has ended, which it does at `deadline` at the latest.
+    /// Blocks the thread until the fetch has ended, and fails it at `deadline`.
     void giveUpAt(Time deadline) {
         {
             const MCPStdio::MutexLock lock{mutex_};
@@ -123,7 +124,7 @@ public:
 private:
     using Waiting = std::optional<MCPStdio::Continuation<Found>>;
 
-    /// Who waits, for the first who asks.
+    /// Returns the waiting coroutine to the first caller, nullopt to all others.
     Waiting take() {
         const MCPStdio::MutexLock lock{mutex_};
         Waiting taken;
@@ -147,7 +148,7 @@ EventStore& EventStore::shared() {
     return *store;
 }
 
-/// Throws unless the user gave full access. It is never asked for here: that is the host's part.
+/// Throws unless the user granted full access. Asking for it is the host's business, never ours.
 void EventStore::checkAccess(EntityType type) {
     if (store_->authorizationStatus(type) != AuthorizationStatus::fullAccess) {
         throw MCPToolError{"Velmiro has no full access to " + std::string{wordingFor(type).access} +
@@ -155,7 +156,7 @@ void EventStore::checkAccess(EntityType type) {
     }
 }
 
-/// The first calendar with this title; nothing when no name was given. Throws when none has it.
+/// Returns the first calendar with this title; nullopt if no name is given. Throws if none has it.
 std::optional<Calendar> EventStore::calendarNamed(const std::optional<std::string>& name,
                                                   EntityType type) {
     if (!name) {
@@ -202,8 +203,8 @@ Task<std::string> EventStore::createEvent(NewEvent event, std::optional<std::str
     co_return store_->saveEvent(event, *calendar);
 }
 
-/// Waits for the database's callback, for which no answer counts as no reminders. A database that
-/// never calls back would hold the store, and the end of the program, for good.
+/// Waits for the database's callback. No answer counts as no reminders. The deadline is for a
+/// database that never calls back: it would block the store, and the end of the program, forever.
 Task<std::vector<Reminder>> EventStore::fetched(ReminderQuery query) {
     const auto fetch = [this, query, patience = patience_](MCPStdio::Continuation<Found> waiting) {
         const auto pending = std::make_shared<PendingFetch>(std::move(waiting));

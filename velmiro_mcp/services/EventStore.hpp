@@ -14,55 +14,57 @@
 
 namespace velmiro {
 
-/// The one place that touches the user's database of events and reminders: it checks access, finds
-/// calendars and lists by name, and turns what the platform gives into the records that tools
-/// answer with.
+/// Access to the user's events and reminders; no other code touches their database. It checks
+/// permission, finds calendars and lists by name, and turns the platform's items into the records
+/// that tools return.
 ///
-/// An actor: its operations run one at a time. Nothing is kept between calls; calendars, defaults
-/// and access are looked up afresh. Failures meant for the agent are thrown as MCPToolError, what
-/// the platform reports while saving as PlatformError.
+/// An actor: its operations run one at a time. Nothing is cached between calls; calendars, defaults
+/// and access are looked up afresh. Throws MCPToolError for failures that it finds itself; the
+/// platform's errors pass through as PlatformError.
 class EventStore {
 public:
-    /// Reminders that the database has not found after `patience` are given up, with an error.
+    /// A search for reminders that the database does not answer within `patience` fails.
     explicit EventStore(std::unique_ptr<EventDatabase> database,
                         std::chrono::milliseconds patience = std::chrono::seconds{30})
         : store_{std::move(database)},
           patience_{patience} {}
 
-    /// The store of the user's own database: made on first use, kept for the life of the process.
+    /// Returns the store of the user's own database, created on first use and kept for the life of
+    /// the process.
     static EventStore& shared();
 
-    /// The events that overlap the time from `start` to `end`, of one calendar if named: an array
-    /// of records, the earliest 200, by their start.
+    /// Returns the events that overlap the time from `start` to `end`, of all calendars or of the
+    /// one named: an array of records, sorted by start, at most the first 200.
     MCPStdio::Task<MCPStdio::JSONValue> events(Instant start, Instant end,
                                                std::optional<std::string> calendarName);
 
-    /// Adds an event to the calendar named, or to the default one; gives back its identifier.
+    /// Adds an event to the calendar named, or else to the default one. Returns its identifier.
     MCPStdio::Task<std::string> createEvent(NewEvent event,
                                             std::optional<std::string> calendarName);
 
-    /// The open reminders, of one list if named, or all with `includeCompleted`: an array of
-    /// records, the first 300 in the database's order. `dueBefore` narrows the open ones only.
+    /// Returns the open reminders, or all if `includeCompleted`, of all lists or of the one named:
+    /// an array of records in the database's order, at most the first 300. `dueBefore` selects
+    /// among the open ones; with `includeCompleted` it has no effect.
     MCPStdio::Task<MCPStdio::JSONValue> reminders(std::optional<std::string> listName,
                                                   bool includeCompleted,
                                                   std::optional<Instant> dueBefore);
 
-    /// Adds a reminder to the list named, or to the default one; gives back its identifier. It is
-    /// due to the minute: seconds are dropped.
+    /// Adds a reminder to the list named, or else to the default one. Returns its identifier. The
+    /// seconds of its due date are dropped.
     MCPStdio::Task<std::string> createReminder(NewReminder reminder,
                                                std::optional<std::string> listName);
 
-    /// What a user who is to allow a completion is asked about.
+    /// A reminder as the user is asked about it, before it is completed.
     struct ReminderTitle {
-        std::string title; ///< empty when the reminder has none
+        std::string title; ///< empty if the reminder has none
         std::string place; ///< the database's own word for where it is
     };
 
-    /// Fails when there is no such reminder, or when there are several.
+    /// Throws if there is no such reminder, or if there are several.
     MCPStdio::Task<ReminderTitle> reminderTitle(std::string identifier);
 
-    /// Marks a reminder completed, also one that is already. Fails when there is none, when there
-    /// are several, and when the one there is stands in another place than was asked about.
+    /// Marks a reminder as completed, even if it already is. Throws if there is none, if there are
+    /// several, and if it is no longer stored where it was when the user was asked.
     MCPStdio::Task<void> completeReminder(std::string identifier, std::string place = {});
 
 private:
@@ -71,7 +73,7 @@ private:
     MCPStdio::Task<std::vector<Reminder>> fetched(ReminderQuery query);
 
     MCPStdio::Actor actor_;
-    const std::unique_ptr<EventDatabase> store_; ///< used within a turn of the actor only
+    const std::unique_ptr<EventDatabase> store_; ///< used only in a turn of the actor
     const std::chrono::milliseconds patience_;
 };
 

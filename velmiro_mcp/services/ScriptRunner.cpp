@@ -21,21 +21,22 @@ using MCPStdio::JSONValue;
 using MCPStdio::MCPToolError;
 using std::chrono::milliseconds;
 
-/// How long to wait before asking the system again for what it has run out of.
+/// The delay between attempts to start while the system is short of a resource.
 constexpr milliseconds pauseBetweenStarts{10};
 
 [[noreturn]] void failToStart(const std::string& reason) {
     throw MCPToolError{"osascript could not start: " + reason};
 }
 
-/// Whether the interpreter, which parses its command line with getopt, takes this argument for an
-/// option. "-" alone is none.
+/// Returns whether the interpreter, which parses its command line with getopt, would take this
+/// argument for an option. "-" alone is none.
 bool looksLikeOption(const std::string& argument) {
     return argument.size() > 1 && argument.front() == '-';
 }
 
-/// The arguments are the agent's, and must not become options: a second -e would replace the
-/// script. getopt stops at the first argument that is no option, so only that one matters.
+/// Builds the interpreter's command line. The arguments come from the agent and must not become
+/// options: a second -e would replace the script. getopt stops at the first argument that is not an
+/// option, so only the first one matters.
 std::vector<std::string> commandLine(const std::string& interpreter, const std::string& script,
                                      const std::vector<std::string>& arguments) {
     std::vector<std::string> line{interpreter, "-l", "JavaScript", "-e", script};
@@ -44,20 +45,20 @@ std::vector<std::string> commandLine(const std::string& interpreter, const std::
     }
     line.insert(line.end(), arguments.begin(), arguments.end());
     for (const std::string& argument : line) {
-        if (argument.find('\0') != std::string::npos) { // it would end there
+        if (argument.find('\0') != std::string::npos) { // it would be cut off there
             failToStart("an argument holds a NUL character");
         }
     }
     return line;
 }
 
-/// Whether the system has run out of something that others will give back.
+/// Returns whether the system is short of a resource that other processes will release.
 bool willPass(const std::error_code& error) {
     constexpr std::array shortages{EAGAIN, EMFILE, ENFILE, ENOMEM};
     return std::ranges::find(shortages, error.value()) != shortages.end();
 }
 
-/// In words that tell an agent what it can do.
+/// Describes an error in words that tell the agent what it can do.
 std::string reasonOf(const std::error_code& error) {
     const std::string_view advice =
         error.value() == E2BIG ? ". A text is longer than the system hands to a script: make it "

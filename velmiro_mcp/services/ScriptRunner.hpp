@@ -15,24 +15,25 @@ namespace velmiro {
 /// Runs automation scripts, each in a child process of its own. Safe to use from any thread; must
 /// outlive its calls.
 ///
-/// A call neither holds up another nor fails for lack of threads, descriptors or processes. 64
-/// children run at a time: more than the applications that they talk to serve at once, and as many
-/// as a small machine can hold. Further calls wait, without a thread. A child that has outlived its
-/// time no longer counts, so that even those that refuse to end do not block the way for good.
-/// Where the system has run out of something, starting is tried again for as long as `timeout`.
+/// Calls neither delay one another nor fail for lack of threads, descriptors or processes. At most
+/// 64 children run at a time: more than the applications they talk to can serve at once, and as
+/// many as a small machine can hold. Further calls wait, without a thread. A child that outlives
+/// its timeout no longer counts, so children that refuse to end cannot block the others for good.
+/// If the system has run out of a resource, starting is retried for as long as `timeout`.
 class ScriptRunner {
 public:
     static constexpr std::size_t mostAtOnce = 64;
 
     explicit ScriptRunner(std::string interpreter) : interpreter_{std::move(interpreter)} {}
 
-    /// The runner of the system's interpreter: made on first use, kept for the life of the process.
+    /// Returns the runner of the system's interpreter, created on first use and kept for the life
+    /// of the process.
     static ScriptRunner& shared();
 
-    /// Runs a script that defines `function run(argv)`, which receives exactly `arguments`. Gives
-    /// back the JSON that it prints, or what it prints otherwise, trimmed, as a string. When it
-    /// fails, what it says on standard error is thrown as MCPToolError. After `timeout` it is asked
-    /// to end, once; however it then ends is the outcome, and until it does the call waits.
+    /// Runs a script that defines `function run(argv)`, which receives exactly `arguments`. Returns
+    /// the JSON that it prints; any other output is returned as a string, trimmed. If the script
+    /// fails, throws MCPToolError with what it wrote to standard error. After `timeout` the script
+    /// is asked to end, once. The call waits until it does, and its exit decides the outcome.
     MCPStdio::Task<MCPStdio::JSONValue> run(std::string script, std::vector<std::string> arguments,
                                             std::chrono::milliseconds timeout);
 
@@ -45,7 +46,7 @@ private:
     Semaphore starting_{1};
 };
 
-/// How a tool runs a script: `ScriptRunner::run`, or what stands for it in a test.
+/// How a tool runs a script: `ScriptRunner::run`, or a test's substitute.
 using RunScript = std::function<MCPStdio::Task<MCPStdio::JSONValue>(
     std::string script, std::vector<std::string> arguments, std::chrono::milliseconds timeout)>;
 

@@ -9,31 +9,32 @@
 #include <memory>
 #include <vector>
 
-/// The tools, one group for each kind of data, in the order in which they are listed.
+/// The tools: one group for each kind of data, in the order in which they are listed.
 namespace velmiro {
 
 class EventStore;
 
-/// `calendar_list_events` and `calendar_create_event`. The store must outlive them.
+/// Returns `calendar_list_events` and `calendar_create_event`. The store must outlive them.
 std::vector<MCPStdio::MCPTool> calendarTools(EventStore& store, const Ask& ask);
 
-/// `reminders_list`, `reminders_create` and `reminders_complete`. The store must outlive them.
+/// Returns `reminders_list`, `reminders_create` and `reminders_complete`. The store must outlive
+/// them.
 std::vector<MCPStdio::MCPTool> remindersTools(EventStore& store, const Ask& ask);
 
-/// What the contacts tools ask of the platform: both are called anew by every call of a tool, on
-/// any thread, many at once.
+/// The platform functions that the contacts tools use. Every tool call calls both, on any thread
+/// and concurrently with others.
 struct ContactsPlatform {
     std::function<ContactsAuthorizationStatus()> authorizationStatus;
     std::function<std::unique_ptr<ContactStore>()> openStore;
 };
 
-/// `contacts_search`.
+/// Returns `contacts_search`.
 std::vector<MCPStdio::MCPTool> contactsTools(const ContactsPlatform& platform);
 
-/// `notes_search` and `notes_create`.
+/// Returns `notes_search` and `notes_create`.
 std::vector<MCPStdio::MCPTool> notesTools(const RunScript& run, const Ask& ask);
 
-/// `mail_list`, `mail_read` and `mail_create_draft`.
+/// Returns `mail_list`, `mail_read` and `mail_create_draft`.
 std::vector<MCPStdio::MCPTool> mailTools(const RunScript& run, const Ask& ask);
 
 } // namespace velmiro

@@ -13,7 +13,7 @@ std::string quoted(std::string_view name) {
     return "‘" + std::string{name} + "’";
 }
 
-/// The trimmed text of the argument when it has one.
+/// Returns the text of the argument, trimmed; empty if it is not a text.
 std::string_view trimmedText(std::string_view name, const JSONValue& arguments) {
     const JSONValue* argument = arguments[name];
     const auto text = argument == nullptr ? std::nullopt : argument->stringValue();

@@ -10,54 +10,53 @@
 #include <string_view>
 #include <vector>
 
-/// How tools say what arguments they take, and how they read them.
+/// How tools read their arguments, and how they describe them in a schema.
 ///
-/// Each accessor takes the argument's name and the `arguments` of the call; where those are no
-/// object, every argument is absent. Null and a wrong JSON type count as absent, unless said
-/// otherwise. A failure throws MCPToolError with a message that names the argument.
+/// Each accessor takes the argument's name and the `arguments` of the call; if those are not an
+/// object, every argument is absent. Null and a wrong JSON type count as absent, unless stated
+/// otherwise. Each throws MCPToolError with a message that names the argument.
 namespace velmiro {
 
 using MCPStdio::JSONValue;
 
-/// The text, trimmed. Fails when it is absent or blank: "‘title’ is required".
+/// Returns the text, trimmed. Throws if it is absent or blank: "‘title’ is required".
 std::string requiredString(std::string_view name, const JSONValue& arguments);
 
-/// The text, trimmed; nothing when it is absent or blank.
+/// Returns the text, trimmed; nullopt if it is absent or blank.
 std::optional<std::string> optionalString(std::string_view name, const JSONValue& arguments);
 
-/// The whole numbers an argument may be, and what stands in for it when it is absent or null.
+/// The whole numbers that an argument may be, and its value if it is absent or null.
 struct IntegerRule {
     std::int64_t fallback;
     std::int64_t lowest;
     std::int64_t highest;
 };
 
-/// The whole number: a number rounded to the nearest one, or a string of decimal digits. Anything
-/// else, or out of range, fails: "‘days’ must be a whole number from 1 to 62".
+/// Returns a whole number: a number is rounded to the nearest one, a string of decimal digits is
+/// read. Throws on anything else and out of range: "‘days’ must be a whole number from 1 to 62".
 std::int64_t integer(std::string_view name, const JSONValue& arguments, IntegerRule rule);
 
-/// The date (see `parseDate`); nothing when it is absent or blank. Fails when it is some other
-/// text.
+/// Returns the date (see `parseDate`); nullopt if it is absent or blank. Throws on any other text.
 std::optional<Instant> optionalDate(std::string_view name, const JSONValue& arguments);
 
-/// The same, but fails when it is absent: "‘start’ is required".
+/// Does the same, but throws if the date is absent or blank: "‘start’ is required".
 Instant requiredDate(std::string_view name, const JSONValue& arguments);
 
-/// The texts of an array, or the pieces of one text between commas; without blanks and tabs at
-/// their ends, the empty ones left out.
+/// Returns the texts of an array, or the pieces of a single text between commas, without blanks and
+/// tabs at their ends. Empty ones are left out.
 std::vector<std::string> stringList(std::string_view name, const JSONValue& arguments);
 
-/// Whether the argument is the JSON value true.
+/// Returns whether the argument is the JSON value true.
 bool flag(std::string_view name, const JSONValue& arguments) noexcept;
 
-/// The descriptions of single properties, for a schema.
+/// These describe a single property in a schema.
 JSONValue textProperty();
 JSONValue textProperty(std::string_view description);
 JSONValue integerProperty(std::int64_t lowest, std::int64_t highest);
 JSONValue flagProperty();
 JSONValue dateProperty();
 
-/// The input schema of a tool. `properties` is an object of property descriptions.
+/// Returns the input schema of a tool. `properties` is an object of property descriptions.
 JSONValue schema(JSONValue properties, std::initializer_list<std::string_view> required);
 
 } // namespace velmiro

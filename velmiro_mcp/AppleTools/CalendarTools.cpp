@@ -28,7 +28,7 @@ Task<MCPToolResult> listEvents(EventStore& store, JSONValue arguments) {
     const auto givenStart = optionalDate("start", arguments);
     const Instant start = givenStart ? *givenStart : startOfToday();
     const std::int64_t dayCount = integer("days", arguments, daysRule);
-    // Days of 24 hours: across a change of the clock the default end is an hour off midnight.
+    // These days have 24 hours: if the clock changes, the default end is an hour off midnight.
     const Instant end = optionalDate("end", arguments).value_or(start + days{dayCount});
     requireOrder(start, end);
     auto calendar = optionalString("calendar", arguments);

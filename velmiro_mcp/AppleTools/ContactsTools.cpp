@@ -15,7 +15,7 @@ using MCPStdio::Task;
 
 constexpr IntegerRule limitRule{10, 1, 50};
 
-/// The family name first, on purpose: it is how an address book is sorted.
+/// Puts the family name first on purpose: that is how an address book is sorted.
 std::string nameOf(const Contact& contact) {
     const bool both = !contact.familyName.empty() && !contact.givenName.empty();
     return contact.familyName + (both ? " " : "") + contact.givenName;
@@ -39,7 +39,7 @@ JSONValue recordOf(const Contact& contact) {
     });
 }
 
-/// The records of the first `limit` contacts found. Blocks the calling thread.
+/// Returns the records of the first `limit` contacts found. Blocks the calling thread.
 JSONValue find(const ContactsPlatform& platform, const std::string& query, std::size_t limit) {
     if (platform.authorizationStatus() != ContactsAuthorizationStatus::authorized) {
         throw MCPToolError{"Velmiro has no access to Contacts. Ask the user to turn it on in "

@@ -30,7 +30,7 @@ Task<MCPToolResult> listMessages(RunScript run, JSONValue arguments) {
     co_return MCPToolResult{messages.jsonString(), false};
 }
 
-/// Any whole number: what ids there are is Mail's affair.
+/// Accepts any whole number: only Mail knows which identifiers exist.
 std::int64_t requiredIdentifier(const JSONValue& arguments) {
     const JSONValue* id = arguments["id"];
     const auto number = id == nullptr ? std::nullopt : id->intValue();
@@ -48,7 +48,7 @@ Task<MCPToolResult> readMessage(RunScript run, JSONValue arguments) {
     co_return MCPToolResult{message.jsonString(), false};
 }
 
-/// An address is a text with an at sign; what else it must be is Mail's affair.
+/// Checks only that each address has an at sign: the rest is Mail's business.
 Addresses requiredAddresses(const JSONValue& arguments) {
     auto addresses = stringList("to", arguments);
     if (addresses.empty()) {

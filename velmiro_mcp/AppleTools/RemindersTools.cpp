@@ -30,7 +30,7 @@ Task<MCPToolResult> createReminder(EventStore& store, Ask ask, JSONValue argumen
     reminder.due = optionalDate("due", arguments);
     reminder.priority = static_cast<int>(integer("priority", arguments, priorityRule));
 
-    // With its time also where only a day was given: the reminder gets a due time as well.
+    // Shows the time even if only a day was given: the reminder gets a due time as well.
     const std::string summary =
         reminder.title + (reminder.due ? " — " + localizedDateTime(*reminder.due) : "");
     auto question = ask("reminders_create", summary);

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-/// The automation scripts, byte for byte as they lie in scripts/ under the same names in lower
-/// case. The build embeds them.
+/// The automation scripts, embedded by the build: byte for byte the files in scripts/, whose names
+/// are these in snake case.
 namespace velmiro::scripts {
 
 extern const std::string_view mailCreateDraft;

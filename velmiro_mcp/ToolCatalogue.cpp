@@ -20,7 +20,7 @@ MCPStdio::Task<MCPStdio::JSONValue> runScript(std::string script,
     return ScriptRunner::shared().run(std::move(script), std::move(arguments), timeout);
 }
 
-/// A kind's tools, made on first use and kept for the life of the process.
+/// Returns a kind's tools, created on first use and kept for the life of the process.
 const Group& group(Kind kind) {
     static const Group none;
     switch (kind) {

@@ -8,7 +8,7 @@
 
 namespace velmiro {
 
-/// The tools of the kinds that are switched on: kinds in their fixed order, each with its group.
+/// Returns the tools of the enabled kinds, grouped by kind, in the fixed order of kinds.
 std::vector<MCPStdio::MCPTool> tools(const std::set<Kind>& enabled);
 
 } // namespace velmiro

@@ -15,8 +15,8 @@ constexpr const char* instructions =
     "The user's own Apple data on this Mac. Read tools run at once. Tools that change data ask the "
     "user first; if the user says no, do not retry unless asked.";
 
-/// Has a write beyond the limit on a file's size fail, as others do, instead of ending the process.
-/// Programs that are started from here get the usual again.
+/// Makes a write beyond the file size limit fail like any other, instead of ending the process.
+/// Child processes start with the default action again.
 void ignoreFileSizeSignal() {
     std::signal(SIGXFSZ, SIG_IGN);
 }

@@ -7,9 +7,9 @@
 
 namespace velmiro::macos {
 
-/// Sees to it that who asked for reminders hears of them exactly once, whatever a framework does
-/// with its completion block: calls it late, on another thread, more than once, or throws it away.
-/// Shared by all who might answer; the last of them to go answers with nothing.
+/// Calls the callback of a fetch exactly once, whatever a framework does with its completion block:
+/// calls it late, on another thread or more than once, or drops it. Shared by everything that may
+/// answer; if all of that is gone without an answer, the callback receives nullopt.
 class Answer {
 public:
     explicit Answer(RemindersFound found) : found_{std::move(found)} {}
@@ -23,7 +23,8 @@ public:
         }
     }
 
-    /// True for the first one only, who answers in another way, by an exception say.
+    /// Returns true to the first caller only, who then reports the outcome in another way, for
+    /// instance by an exception.
     [[nodiscard]] bool claim() noexcept { return !claimed_.exchange(true); }
 
     [[nodiscard]] bool isGiven() const noexcept { return claimed_; }

@@ -10,7 +10,8 @@ namespace {
 
 using namespace macos;
 
-/// What a Contact is made of, and nothing else: reading what was not fetched raises an exception.
+/// Returns the keys that a Contact is made of, and no others. Reading a property that was not
+/// fetched raises an exception.
 NSArray<id<CNKeyDescriptor>>* keysToFetch() {
     return @[
         CNContactGivenNameKey, CNContactFamilyNameKey, CNContactOrganizationNameKey,

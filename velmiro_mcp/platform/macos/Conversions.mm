@@ -7,8 +7,8 @@
 namespace velmiro::macos {
 namespace {
 
-// Text goes through UTF-16, which is what an NSString holds: the ways in and out that name an
-// encoding have their own minds about NUL, byte order marks and what is not well-formed.
+// Text is converted by way of UTF-16, which is what an NSString holds: the methods that take an
+// encoding each treat NUL, byte order marks and malformed text in their own way.
 
 constexpr char32_t firstBeyondUTF16 = 0x10000;
 
@@ -37,7 +37,7 @@ std::string utf8Of(std::u16string_view units) {
     return text;
 }
 
-/// Of well-formed UTF-8. Each character's first byte says how many others follow.
+/// Converts well-formed UTF-8: a sequence's first byte determines how many others follow.
 std::u16string utf16Of(std::string_view text) {
     std::u16string units;
     units.reserve(text.size());
@@ -97,7 +97,7 @@ std::optional<Instant> instantOf(NSDate* date) {
         return std::nullopt;
     }
     const double milliseconds = date.timeIntervalSince1970 * 1000;
-    if (!(std::abs(milliseconds) < most)) { // nor is NaN
+    if (!(std::abs(milliseconds) < most)) { // true for NaN as well
         return std::nullopt;
     }
     return Instant{std::chrono::milliseconds{std::llround(milliseconds)}};

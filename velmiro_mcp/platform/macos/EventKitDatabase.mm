@@ -18,7 +18,7 @@ namespace {
 
 using namespace macos;
 
-/// EventKit looks at the first four years of a longer time and leaves out the rest without a word.
+/// EventKit searches only the first four years of a longer time, and silently ignores the rest.
 constexpr std::chrono::days longestSearch{4 * 365};
 
 constexpr std::size_t all = std::numeric_limits<std::size_t>::max();
@@ -31,13 +31,14 @@ EKEntityType entityType(EntityType type) {
     return type == EntityType::event ? EKEntityTypeEvent : EKEntityTypeReminder;
 }
 
-/// NO alone is no failure: that is also what saving something unchanged gives.
+/// Returns why a save failed. NO without an error is no failure: saving an unchanged item returns
+/// that as well.
 Problem failureOf(BOOL saved, NSError* error) {
     return !saved && error != nil ? Problem{descriptionOf(error)} : std::nullopt;
 }
 
-/// EventKit lets an all-day event last through the day that its end is on. The midnight after its
-/// last day would give it one day more.
+/// Returns the end as EventKit expects it. An all-day event lasts through the day of its end, so
+/// the midnight after its last day would add a day.
 Instant endFor(const NewEvent& event) {
     return event.allDay ? lastSecond(wholeDays(event.start, event.end)) : event.end;
 }
@@ -46,8 +47,8 @@ Problem gone(const Calendar& calendar) {
     return "‘" + calendar.title + "’ is not there any more";
 }
 
-/// The user's calendars and reminders. Nothing that was fetched is kept: it would be stale as soon
-/// as another program changes something. Only the store lives on, as EventKit wants it.
+/// The user's calendars and reminders. No fetched object is kept: it would go stale as soon as
+/// another program changes something. Only the store is long-lived, as EventKit advises.
 class EventKitDatabase final : public EventDatabase {
 public:
     AuthorizationStatus authorizationStatus(EntityType type) override {
@@ -85,7 +86,7 @@ public:
             for (Instant from = start; from < end; from += longestSearch) {
                 const Instant to = std::min<Instant>(end, from + longestSearch);
                 for (Event& event : eventsBetween(from, to, among)) {
-                    // One that began earlier was found by the search before.
+                    // An event that began earlier was found by the previous search.
                     if (from == start || event.start >= from) {
                         found.push_back(std::move(event));
                     }
@@ -176,7 +177,7 @@ private:
             [EKEventStore authorizationStatusForEntityType:entityType(type)]);
     }
 
-    /// Made at the first use. Of a type without access it holds no items.
+    /// Returns the store, created on first use. It holds no items of a type without access.
     EKEventStore* store() {
         if (store_.get() == nil) {
             std::array<bool, 2> accessible{};
@@ -189,23 +190,24 @@ private:
         return store_.get();
     }
 
-    /// What the user has allowed since the store was made it may not hold until it is reset.
+    /// Resets the store if the user has granted access to a type since it was created: until then
+    /// it may hold no items of that type.
     void noticeAccess(EntityType type, AuthorizationStatus status) {
         bool& accessible = accessible_.at(indexOf(type));
         if (status != AuthorizationStatus::fullAccess) {
             accessible = false;
-        } else if (!accessible && store_.get() != nil) { // if that fails, tried again the next time
+        } else if (!accessible && store_.get() != nil) { // retried next time if it fails
             accessible = !attempt([&](Problem&) { reset(); });
         }
     }
 
-    /// Has the store forget all that it knows; never while it fetches.
+    /// Makes the store forget everything; never during a fetch, which is therefore ended first.
     void reset() {
         endFetch();
         [store() reset];
     }
 
-    /// A fetch that has not been answered when another operation begins was given up.
+    /// Cancels a fetch that is still unanswered when another operation begins: it was abandoned.
     void endFetch() {
         const auto answer = pending_.lock();
         if (answer != nullptr && !answer->isGiven()) {
@@ -215,7 +217,7 @@ private:
         request_.keep(nil);
     }
 
-    /// Nil when it is not there any more.
+    /// Returns nil if the calendar no longer exists.
     EKCalendar* calendarFor(EntityType type, const Calendar& calendar) {
         NSString* const identifier = stringOf(calendar.identifier);
         for (EKCalendar* candidate in [store() calendarsForEntityType:entityType(type)]) {
@@ -226,8 +228,8 @@ private:
         return nil;
     }
 
-    /// What a search takes for one calendar, or, as nil, for all. Of one that is not there any more
-    /// it is an empty array, which the framework would take for all as well.
+    /// Returns the calendars to search: nil for all, else an array of one. If that one no longer
+    /// exists the array is empty, which the framework must not see: it would search all.
     NSArray<EKCalendar*>* filter(EntityType type, const Calendar* calendar) {
         if (calendar == nullptr) {
             return nil;
@@ -260,7 +262,7 @@ private:
                                                                  calendars:lists];
     }
 
-    /// On whichever thread the framework chose. A missing array is no answer.
+    /// Called on a thread of the framework's choice. A nil array is no answer.
     static void answerWith(Answer& answer, NSArray<EKReminder*>* reminders, std::size_t most) {
         std::optional<std::vector<Reminder>> found;
         attempt([&](Problem&) {
@@ -271,7 +273,7 @@ private:
         answer.give(std::move(found));
     }
 
-    /// Nil when there is none, or when it is an event.
+    /// Returns nil if there is no such item, or if it is an event.
     EKReminder* reminderFor(const std::string& identifier) {
         EKCalendarItem* const item = [store() calendarItemWithIdentifier:stringOf(identifier)];
         return [item isKindOfClass:[EKReminder class]] ? static_cast<EKReminder*>(item) : nil;
@@ -289,8 +291,8 @@ private:
         return failureOf(done, error);
     }
 
-    /// Guards a `body` that saves. What could not be saved is forgotten, or the store would show it
-    /// to the next search, and save it with the next item.
+    /// Guards a `body` that saves, and resets the store if it fails: otherwise the next search
+    /// would find the unsaved item, and the next save would store it as well.
     template <typename Body>
     std::invoke_result_t<Body, Problem&> saved(const Body& body) {
         return guarded([&](Problem& problem) {
@@ -304,10 +306,10 @@ private:
     }
 
     Owned<EKEventStore> store_;
-    std::array<bool, 2> accessible_{}; ///< by type, when the store was made or last reset
+    std::array<bool, 2> accessible_{}; ///< by type, when the store was created or last reset
 
-    std::weak_ptr<Answer> pending_; ///< to the latest fetch; weak, for dropping it is an answer
-    Owned<NSObject> request_;       ///< by which that can be cancelled
+    std::weak_ptr<Answer> pending_; ///< to the latest fetch; weak, because dropping it is an answer
+    Owned<NSObject> request_;       ///< identifies that fetch, to cancel it
 };
 
 } // namespace

@@ -18,7 +18,7 @@ if(APPLE)
     list(APPEND PLATFORM_FILES platform/macos/ProgramStart.cpp)
     set(PLATFORM_LIBRARIES ${FOUNDATION} "-framework EventKit" "-framework Contacts")
 else()
-    # The tests': the kernel is another one, so how programs start is taken from the local platform.
+    # For the tests. This kernel is another one, so programs start as on the local platform.
     list(APPEND PLATFORM_FILES platform/local/ProgramStart.cpp)
     set(PLATFORM_LIBRARIES framework_stand_ins)
 endif()

@@ -9,16 +9,16 @@
 #include <string>
 #include <type_traits>
 
-/// How a port calls a framework. Frameworks raise an NSException where they are used in a way they
-/// do not expect; uncaught it would be the end of the process. It ends here, as a PlatformError
-/// with its reason, and so does every object that a framework made meanwhile.
+/// Guards around every call of a framework. A framework raises an NSException if it is used in a
+/// way it does not expect; uncaught, that would end the process. Here it becomes a PlatformError
+/// with its reason. All objects that the call autoreleased are released as well.
 namespace velmiro::macos {
 
-/// Why something did not succeed; nothing when it did.
+/// Why an operation failed; nullopt if it succeeded.
 using Problem = std::optional<std::string>;
 
-/// Calls `body`, which takes a Problem& to report what is no exception, and gives back what went
-/// wrong. C++ exceptions are not for `body` to throw: one must not cross an Objective-C `@try`.
+/// Calls `body` and returns what went wrong. `body` reports failures that are not exceptions by its
+/// Problem& parameter. It must not throw C++ exceptions: they must not cross an Objective-C `@try`.
 template <typename Body>
 Problem attempt(const Body& body) {
     Problem problem;
@@ -32,7 +32,8 @@ Problem attempt(const Body& body) {
     return problem;
 }
 
-/// The same for a `body` with a result; throws what went wrong as PlatformError.
+/// Does the same for a `body` with a result, which it returns. Throws what went wrong as
+/// PlatformError.
 template <typename Body>
 auto guarded(const Body& body) {
     std::invoke_result_t<Body, Problem&> result{};

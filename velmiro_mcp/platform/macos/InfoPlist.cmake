@@ -1,5 +1,5 @@
-# Makes Info.plist and, of its bytes, INFO_PLIST_SOURCE. An option of the linker would do, but not
-# every linker has it.
+# Configures Info.plist and generates INFO_PLIST_SOURCE from its bytes. A linker option would do,
+# but not every linker has it.
 configure_file("${CMAKE_CURRENT_LIST_DIR}/Info.plist.in" Info.plist @ONLY)
 file(READ "${CMAKE_CURRENT_BINARY_DIR}/Info.plist" INFO_PLIST_BYTES HEX)
 string(REGEX REPLACE "(..)" "0x\\1," INFO_PLIST_BYTES "${INFO_PLIST_BYTES}")

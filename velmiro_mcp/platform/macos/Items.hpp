@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-/// EventKit's items as the records of the ports. Whatever an item does not have may be nil.
+/// EventKit's items as records of the ports. Any property of an item may be nil.
 namespace velmiro::macos {
 
 Calendar recordOf(EKCalendar* calendar);
@@ -15,8 +15,8 @@ std::optional<Calendar> optionalRecordOf(EKCalendar* calendar);
 Event recordOf(EKEvent* event);
 Reminder recordOf(EKReminder* reminder);
 
-/// The records of the first `most` items that can be read: one whose reading raises an exception is
-/// passed over, and does not hide the others.
+/// Returns the records of the first `most` items that can be read. An item that raises an exception
+/// is skipped and does not hide the others.
 template <typename Record, typename Item>
 std::vector<Record> recordsOf(NSArray<Item*>* items, std::size_t most) {
     std::vector<Record> records;
@@ -30,8 +30,8 @@ std::vector<Record> recordsOf(NSArray<Item*>* items, std::size_t most) {
     return records;
 }
 
-/// The parts of a due date as EventKit keeps them: in its Gregorian calendar, to the minute, with a
-/// time, and in whatever zone the user is in when it comes.
+/// Returns a due date as EventKit stores it: in the Gregorian calendar, to the minute, with a time
+/// of day, and floating: it is due at that local time, whatever zone the user is in then.
 NSDateComponents* dueDateComponents(Instant due);
 
 } // namespace velmiro::macos

@@ -7,12 +7,12 @@ namespace {
 
 using namespace macos;
 
-/// How many UTF-16 units of `string` its first `count` characters are.
+/// Returns the number of UTF-16 units in the first `count` characters of `string`.
 NSUInteger unitsOfCharacters(NSString* string, std::size_t count) {
     NSUInteger end = 0;
     for (; count > 0 && end < string.length; --count) {
         end = NSMaxRange([string rangeOfComposedCharacterSequenceAtIndex:end]);
-        // Of one line break the framework makes two characters.
+        // CR LF is one line break; the framework counts two characters.
         if ([string characterAtIndex:end - 1] == '\r' && end < string.length &&
             [string characterAtIndex:end] == '\n') {
             ++end;
@@ -21,7 +21,7 @@ NSUInteger unitsOfCharacters(NSString* string, std::size_t count) {
     return end;
 }
 
-/// How many bytes of well-formed UTF-8 make up that many UTF-16 units.
+/// Returns the number of bytes of well-formed UTF-8 that correspond to `units` UTF-16 units.
 std::size_t bytesOfUnits(std::string_view text, NSUInteger units) {
     std::size_t end = 0;
     while (end < text.size() && units > 0) {

@@ -5,11 +5,11 @@
 
 #include <pthread.h>
 
-// Frameworks hear of the world on the main thread: the run loop there takes what other processes
-// report and what is put on the main queue. An event store that lives long goes stale without it.
+// Frameworks receive notifications on the main thread: its run loop takes messages from other
+// processes and runs the main queue. Without it, a long-lived event store goes stale.
 
-/// What the run loop of the main thread is given to do: nothing, so that it does not end for lack
-/// of anything to wait for; and at last to note that it may.
+/// The target of the main thread's run loop: of a timer that does nothing, because a run loop
+/// without a source returns immediately; and of the final message that the loop may end.
 @interface VelmiroMainThread : NSObject {
 @public
     BOOL mayEnd;
@@ -48,8 +48,8 @@ void* doWork(void* given) noexcept {
     return nullptr;
 }
 
-/// Our threads are plain ones, of which Cocoa does not know. It takes its own locks only once a
-/// thread was made by its own means, so one is, and ends at once.
+/// Our threads are plain pthreads, of which Cocoa does not know. It uses its own locks only after a
+/// thread was created by its own means, so one is created, which ends immediately.
 void announceThreads(VelmiroMainThread* mainThread) {
     attempt([&](Problem&) {
         if (![NSThread isMultiThreaded]) {
@@ -58,7 +58,7 @@ void announceThreads(VelmiroMainThread* mainThread) {
     });
 }
 
-/// Nothing when the system has no thread to give.
+/// Starts the worker thread. Returns nullopt if the system cannot create one.
 std::optional<pthread_t> start(Beside& beside) {
     constexpr std::size_t asTheMainThreadHas = 8UL << 20U;
     pthread_attr_t attributes;
@@ -72,7 +72,7 @@ std::optional<pthread_t> start(Beside& beside) {
 
 void serviceUntilEnd(VelmiroMainThread* mainThread) {
     while (!mainThread->mayEnd) {
-        attempt([](Problem&) { // of what is raised here nobody waits for the reason
+        attempt([](Problem&) { // nobody waits to hear of an exception here
             [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode
                                      beforeDate:[NSDate distantFuture]];
         });
@@ -103,7 +103,7 @@ void runBesideMainQueue(const std::function<void()>& work) {
         serviceUntilEnd(mainThread.get());
         pthread_join(*worker, nullptr);
     } else {
-        work(); // news of other programs are what is lost
+        work(); // all that is lost are notifications
     }
     attempt([&](Problem&) { [timer.get() invalidate]; });
 }

@@ -1,5 +1,5 @@
-# How Objective-C++ is compiled, and what FOUNDATION is to be linked: with references counted by the
-# compiler against the system's frameworks; for the tests, without that, against what stands in.
+# Compiles Objective-C++ and sets the library FOUNDATION: with automatic reference counting (ARC)
+# against the system's frameworks, or for the tests without it against their replacement.
 if(APPLE)
     enable_language(OBJCXX)
     set(CMAKE_OBJCXX_FLAGS "${CMAKE_OBJCXX_FLAGS} -fobjc-arc")

@@ -1,14 +1,14 @@
 #pragma once
 
-/// Ownership of Objective-C objects, for code that is compiled in two ways: for macOS the compiler
-/// counts references itself (ARC), for the tests it does not. Code that is right under both follows
-/// five rules:
+/// Ownership of Objective-C objects, for code that is compiled in two ways: with automatic
+/// reference counting (ARC) for macOS, without it for the tests. Code that is right under both
+/// follows five rules:
 ///
-/// - An object that `alloc` gave goes into an `Owned` at once. All others are somebody else's, and
-///   are good until the pool that the port's method opened is emptied.
-/// - One of those that is to outlive the method is kept by `Owned::keep`.
-/// - Only an `Owned` outlives the method; no member and no container of C++ holds a bare object.
-/// - A block captures values, `Owned` and bare objects never.
+/// - An object from `alloc` goes straight into an `Owned`. All others belong to somebody else, and
+///   are valid until the autorelease pool of the port's method is drained.
+/// - One of those that must outlive the method is retained by `Owned::keep`.
+/// - Only an `Owned` outlives the method; no C++ member or container holds a bare object.
+/// - A block captures values, never an `Owned` or a bare object.
 /// - Nothing else retains or releases.
 namespace velmiro::macos {
 
@@ -16,9 +16,9 @@ template <typename Object>
 class Owned {
 public:
     Owned() = default;
-    /// Takes over the reference that `alloc` gave.
+    /// Takes over the reference from `alloc`.
     explicit Owned(Object* made) : object_{made} {}
-    /// In place of the object that was owned, if any, somebody else's, or nil.
+    /// Retains somebody else's object, or nil, instead of the object owned before.
     void keep(Object* other) {
 #if !__has_feature(objc_arc)
         [other retain];
@@ -41,7 +41,7 @@ public:
 #endif
     }
 
-    /// Nil where there is none.
+    /// Returns nil if there is none.
     [[nodiscard]] Object* get() const noexcept { return object_; }
 
 private:

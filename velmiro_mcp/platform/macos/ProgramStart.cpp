@@ -13,9 +13,9 @@
 #include <unistd.h>
 
 // `posix_spawn` alone would do, were it not for the soft limit of descriptors: it cannot set one,
-// and to lower ours around it would starve the other threads. So a copy of this process lowers its
-// own and then becomes the program, by a `posix_spawn` that replaces the caller: the system's way
-// to start a program with no descriptors but those named.
+// and lowering ours around it would starve the other threads. So a forked child lowers its own and
+// then becomes the program, by a `posix_spawn` that replaces the caller. That is the system's way
+// to start a program without any descriptors but those named.
 
 extern "C" char** environ; // POSIX leaves its declaration to the program
 
@@ -32,7 +32,8 @@ void check(int error) {
     }
 }
 
-/// Signals as a new program expects them; no descriptors but those named; in place of the caller.
+/// Attributes of the new program: default signal actions, no signal blocked, no descriptors but
+/// those named; it replaces the caller.
 class Attributes {
 public:
     Attributes() {
@@ -58,7 +59,7 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-/// The three descriptors.
+/// The program's three descriptors.
 class Actions {
 public:
     Actions(int output, int error) {
@@ -76,8 +77,8 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
-/// Through which the copy tells why it could not become the program; its end closes by itself when
-/// it could.
+/// The pipe by which the child reports why it could not become the program. If it could, its end of
+/// the pipe was closed on the way.
 class Report {
 public:
     Report() {
@@ -102,7 +103,7 @@ public:
     void write(int why) const noexcept {
         static_cast<void>(::write(ends_[1], &why, sizeof why) == sizeof why);
     }
-    /// Zero when there was nothing to tell.
+    /// Returns zero if there was nothing to report.
     [[nodiscard]] int read() const noexcept {
         int why = 0;
         ssize_t count = 0;
@@ -116,7 +117,8 @@ private:
     std::array<int, 2> ends_{-1, -1};
 };
 
-/// The copy is not to run a handler of ours: nothing reaches it before it is the program.
+/// Blocks all signals for a scope, so that the child runs no handler of ours before it has become
+/// the program.
 class SignalsBlocked {
 public:
     SignalsBlocked() noexcept {
@@ -154,9 +156,9 @@ pid_t startProgram(const std::string& path, std::vector<std::string> arguments, 
     {
         const SignalsBlocked blocked;
         child = ::fork();
-        if (child == 0) { // from here on single system calls only
+        if (child == 0) { // from here on, only async-signal-safe calls
             restoreDescriptorLimit();
-            // It stays when this becomes the program, and is what ends it if we cannot any more.
+            // The alarm outlives the change of program, and ends it if we no longer can.
             ::alarm(static_cast<unsigned>(longest.count()));
             report.write(::posix_spawn(nullptr, path.c_str(), actions.get(), attributes.get(),
                                        pointers.data(), environ));
@@ -182,7 +184,7 @@ int openExitDescriptor(pid_t child) noexcept {
     ::fcntl(queue, F_SETFD, FD_CLOEXEC);
     struct kevent exit{};
     EV_SET(&exit, static_cast<uintptr_t>(child), EVFILT_PROC, EV_ADD, NOTE_EXIT, 0, nullptr);
-    if (::kevent(queue, &exit, 1, nullptr, 0, nullptr) != 0) { // it has ended already, say
+    if (::kevent(queue, &exit, 1, nullptr, 0, nullptr) != 0) { // it may have ended already
         ::close(queue);
         return -1;
     }

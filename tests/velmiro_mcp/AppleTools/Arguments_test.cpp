@@ -17,7 +17,7 @@ JSONValue with(const char* name, JSONValue value) {
 
 const JSONValue noArguments = JSONValue::object();
 
-/// The message with which a reading fails.
+/// Returns the message with which a reading fails.
 template <typename Reading>
 std::string failure(Reading reading) {
     try {

@@ -166,7 +166,7 @@ TEST_F(CalendarTools, ANoChangesNothing) {
     EXPECT_EQ(create(R"({"title":"Dentist","start":"2026-10-14T15:00","calendar":"nowhere"})"),
               MCPToolResult::error("The user did not allow this (Dentist — 14 Oct 2026, 15:00). Do "
                                    "not retry unless the user asks."));
-    EXPECT_EQ(database->journal.size(), 1U); // the question, and nothing else
+    EXPECT_EQ(database->journal.size(), 1U); // only the question
 }
 
 TEST_F(CalendarTools, AccessAndTheCalendarAreLookedAtOnlyAfterTheQuestion) {

@@ -32,7 +32,7 @@ protected:
             return error.message;
         }
     }
-    /// The contacts of an answer, as compact JSON.
+    /// Returns the contacts found, as compact JSON.
     std::string records(std::string_view arguments) {
         const auto payload = JSONValue::parse(search(arguments).text);
         return payload["contacts"]->jsonString();

@@ -33,7 +33,7 @@ protected:
             return error.message;
         }
     }
-    /// The script's arguments of the last call.
+    /// Returns the arguments of the last script.
     std::vector<std::string> lastArguments() { return recorded.calls.back().arguments; }
 };
 

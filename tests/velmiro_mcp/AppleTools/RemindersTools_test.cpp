@@ -1,4 +1,4 @@
-// The reminder tools, over a database that records what it is asked, questions included.
+// The reminder tools, over a database that records its calls and the questions to the user.
 
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
@@ -30,7 +30,7 @@ protected:
         std::make_shared<FakeEventDatabase::Script>();
     EventStore store{std::make_unique<FakeEventDatabase>(database)};
     bool answer = true;
-    std::function<void()> meanwhile = [] {}; ///< happens while the user thinks
+    std::function<void()> meanwhile = [] {}; ///< called while the user thinks
     ScopedVariable zone{"TZ", "Europe/Berlin"};
     ScopedVariable locale{"LC_ALL", "en_GB.UTF-8"};
     std::vector<MCPStdio::MCPTool> tools =

@@ -10,7 +10,7 @@ using velmiro::test::ScopedVariable;
 
 namespace {
 
-/// What a text means in a zone, as date text there.
+/// Parses a text in a zone and formats the result there.
 std::string read(const char* zone, const char* text) {
     const ScopedVariable variable{"TZ", zone};
     const auto date = parseDate(text);
@@ -97,7 +97,7 @@ TEST(ParseDate, ABareDayBeginsAtItsFirstInstantAlsoWhereThereIsNoMidnight) {
     EXPECT_EQ(read(cairo, "2026-04-24"), "2026-04-24T01:00:00+03:00");
     EXPECT_EQ(read(cairo, "2026-04-23"), "2026-04-23T00:00:00+02:00");
     EXPECT_EQ(read(cairo, "2026-04-25"), "2026-04-25T00:00:00+03:00");
-    // Apia went over the whole of 30 December 2011.
+    // Apia skipped the whole of 30 December 2011.
     EXPECT_EQ(read(apia, "2011-12-30"), "2011-12-31T00:00:00+14:00");
     EXPECT_EQ(read(apia, "2011-12-29"), "2011-12-29T00:00:00-10:00");
     EXPECT_EQ(read(apia, "2011-12-31"), "2011-12-31T00:00:00+14:00");
@@ -110,7 +110,7 @@ TEST(ParseDate, EveryHourOfAYearReadsBackAsItself) {
         for (int hour = 0; hour < 366 * 24; ++hour) {
             const Instant instant = start + std::chrono::hours{hour};
             ASSERT_EQ(parseDate(dateText(instant)), instant) << dateText(instant);
-            // Without its offset the text means this instant, or its twin an hour earlier.
+            // Without its offset the text means this instant, or in a fold the one an hour earlier.
             const auto local = parseDate(dateText(instant).substr(0, 19));
             ASSERT_TRUE(local == instant || local == instant - std::chrono::hours{1})
                 << zone << dateText(instant);

@@ -11,7 +11,7 @@ TEST(Trim, RemovesEveryKindOfWhiteSpaceAtBothEnds) {
         "tea time");
     EXPECT_EQ(trim(" \n "), "");
     EXPECT_EQ(trim(""), "");
-    EXPECT_EQ(trim("\u200Btea"), "\u200Btea"); // zero width, but no space
+    EXPECT_EQ(trim("\u200Btea"), "\u200Btea"); // has no width, but is not a space
 }
 
 TEST(TrimSpacesAndTabs, LeavesLineBreaksAlone) {

@@ -16,7 +16,7 @@ std::string text(std::chrono::local_days day) {
            std::to_string(unsigned{date.day()});
 }
 
-/// The first day and the last second, in this zone.
+/// Returns the first day and the last second, in this zone.
 std::string covered(const char* zone, const char* start, const char* end) {
     const ScopedVariable variable{"TZ", zone};
     const WholeDays days = wholeDays(parseDate(start).value(), parseDate(end).value());

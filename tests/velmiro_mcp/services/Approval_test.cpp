@@ -26,7 +26,7 @@ protected:
 
     bool ask() { return syncWait(approval.ask("notes_create", "Shopping list")); }
 
-    /// The answer when the host reads the question and writes this, then closes.
+    /// Returns the answer to a host that reads the question, writes this and hangs up.
     bool answerTo(const std::string& reply) {
         const ScriptedHost host{path, [&](int connection) {
                                     readQuestion(connection);
@@ -117,7 +117,7 @@ TEST_F(ApprovalTest, SilenceIsANoAfterTheLimitAndEachByteBeginsItAnew) {
                             }};
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_FALSE(syncWait(impatient.ask("t", "s")));
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, 2500ms); // far beyond the limit of 1 s
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 2500ms); // far longer than the limit of 1 s
 }
 
 TEST_F(ApprovalTest, AHostThatDripsItsAnswerIsWaitedFor) {

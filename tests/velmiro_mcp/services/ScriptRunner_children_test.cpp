@@ -1,4 +1,4 @@
-// What a script finds when it starts, and what many at once do to one another.
+// The environment in which a script starts, and many scripts at the same time.
 
 #include "velmiro_mcp/services/ScriptRunner.hpp"
 
@@ -44,7 +44,7 @@ JSONValue run(const std::string& script) {
     return run(runner, script);
 }
 
-/// Counts the calls that have given back what they should.
+/// Counts the calls that returned the expected value.
 class Outcomes {
 public:
     explicit Outcomes(ScriptRunner& runner) : runner_{runner} {}
@@ -76,7 +76,7 @@ private:
 } // namespace
 
 TEST(ScriptChildren, HaveTheThreeStandardDescriptorsAndNoOther) {
-    // One that somebody opened without a thought for children.
+    // Descriptors that somebody opened without close-on-exec.
     const int careless = ::open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open)
     const int high = ::fcntl(careless, F_DUPFD, 700);
     EXPECT_EQ(run("descriptors"), JSONValue::array(0, 1, 2));
@@ -116,7 +116,7 @@ TEST(ScriptChildren, HaveTheDescriptorLimitThisProcessWasStartedWith) {
     rlimit raised{};
     ::getrlimit(RLIMIT_NOFILE, &raised);
     EXPECT_EQ(raised.rlim_cur, raised.rlim_max);
-    raiseDescriptorLimit(); // the first time counts
+    raiseDescriptorLimit(); // only the first call remembers the limit
     EXPECT_EQ(run("descriptor-limit"), JSONValue{123});
 }
 

@@ -1,5 +1,5 @@
-// What becomes of what a script does. The interpreter is fake_osascript, a real child; the scripts
-// are the steps that it takes.
+// The outcomes of a script. The interpreter is fake_osascript, a real child process; a script is
+// the list of steps that it takes.
 
 #include "velmiro_mcp/services/ScriptRunner.hpp"
 
@@ -22,7 +22,7 @@ using velmiro::test::TemporaryFolder;
 
 namespace {
 
-/// Longer than any script here takes that is not meant to be late.
+/// Longer than any script here runs, unless it is meant to be late.
 constexpr auto ample = 60s;
 
 const std::string notAllowed =
@@ -241,7 +241,7 @@ TEST(ScriptRunner, AScriptThatPrintsWithoutEndIsEndedWhenItIsLate) {
 
 TEST(ScriptRunner, AScriptThatFillsStandardErrorFirstStallsUntilItIsLate) {
     EXPECT_EQ(failure({"fill-err 200000", "out 1", "exit 0"}, 300ms).size(), 65'536U);
-    // The same with its output closed is read at once.
+    // With its output closed, standard error is read immediately.
     EXPECT_EQ(failure({"close-out", "fill-err 200000", "exit 1"}).size(), 200'000U);
 }
 
@@ -271,6 +271,6 @@ TEST(ScriptRunner, AGrandchildThatHasTheOutputKeepsTheCallWaiting) {
 }
 
 TEST(ScriptRunner, AScriptThatEndsByItselfWhenToldToMaySucceed) {
-    // Ended in the middle of its work, a program may still put things in order.
+    // A program that is told to end may still finish its work in good order.
     EXPECT_EQ(run({"end-well-when-told", "out 7", "hang"}, 300ms), JSONValue{7});
 }

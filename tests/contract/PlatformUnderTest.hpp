@@ -10,32 +10,33 @@
 #include <string>
 #include <string_view>
 
-/// What every platform promises its users, as tests that know the ports only. They are compiled
-/// once for each platform, as programs with the same cases.
+/// What every platform promises its users, as tests that know only the ports. They are compiled
+/// once for each platform, into programs with the same cases.
 namespace velmiro::test {
 
-/// What the platform, where these tests run, may not be able to do.
+/// Things that a platform may be unable to do in the environment of these tests.
 enum class Ability {
     charactersOfEmoji,      ///< several emoji joined into one character
-    accentsInNames,         ///< letters with and without one are told apart
+    accentsInNames,         ///< distinguishing letters with and without an accent
     textFromByteOrderMark,  ///< a text that begins with U+FEFF
     applicationSupportName, ///< the folder's name
     startingPrograms,
 };
 
-/// Why it cannot; empty when it can. Each platform's program defines this and the next one.
+/// Returns why the platform lacks an ability; empty if it has it. Each platform's program defines
+/// this function and the next.
 std::string_view whyNot(Ability ability);
 
-/// Has the platform begin anew, with the data of a new home.
+/// Makes the platform start afresh, with the data of a new home.
 void beginAnew();
 
-/// A home with the user's data in it, the clock in Berlin, and the language of Great Britain.
+/// A home with the user's data, the time zone of Berlin and the language of Great Britain.
 class PlatformTest : public testing::Test {
 protected:
     PlatformTest() { beginAnew(); }
 
-    /// Adds an event, or a reminder, given by the lines of its component; a calendar is made when
-    /// it is missing. Its title is the folder's name.
+    /// Add an event or a reminder, given by the lines of its component. The calendar is created if
+    /// it is missing; its title is its folder's name.
     void addEvent(const std::string& calendar, const std::string& uid,
                   std::string_view lines) const;
     void addReminder(const std::string& list, const std::string& uid, std::string_view lines) const;
@@ -45,7 +46,7 @@ protected:
     void remove(const std::string& path) const;
 
     static Instant at(std::string_view date);
-    /// "title", "title", of the events from `start` to `end`, in the order of their titles.
+    /// Return the titles found, sorted; of events, those from `start` to `end`.
     std::vector<std::string> titles(std::string_view start, std::string_view end,
                                     const Calendar* calendar = nullptr) const;
     std::vector<std::string> titles(const ReminderQuery& query) const;
@@ -62,7 +63,7 @@ protected:
 
 } // namespace velmiro::test
 
-/// Ends a test that the platform cannot pass where it runs, with the reason.
+/// Skips a test that the platform cannot pass in this environment, with the reason.
 #define SKIP_UNLESS_ABLE(ability)                                                                  \
     if (const auto reason = whyNot(ability); !reason.empty()) {                                    \
         GTEST_SKIP() << reason;                                                                    \

@@ -1,4 +1,4 @@
-// What a platform promises about contacts.
+// The contract of every platform: contacts.
 
 #include "tests/contract/PlatformUnderTest.hpp"
 #include "velmiro_mcp/ports/ContactStore.hpp"

@@ -1,4 +1,4 @@
-// What a platform promises about calendars and events.
+// The contract of every platform: calendars and events.
 
 #include "tests/contract/PlatformUnderTest.hpp"
 #include "velmiro_mcp/ports/PlatformError.hpp"
@@ -16,7 +16,7 @@ using Titles = std::vector<std::string>;
 
 class EventContract : public test::PlatformTest {
 protected:
-    /// What is found of an event that was saved; the day is the 14th of October 2026.
+    /// Saves an event of 14 October 2026 and returns it as it is found again.
     Event savedAndFound(const NewEvent& event) {
         const std::string identifier =
             database->saveEvent(event, calendar(EntityType::event, "Work"));
@@ -33,7 +33,7 @@ protected:
             return error.what();
         }
     }
-    /// The first and the last day of an event, as dates.
+    /// Returns the first and the last day of an event.
     static std::string daysOf(const Event& event) {
         const auto day = [](Instant instant) { return dateText(instant).substr(0, 10); };
         // The end is the last second of the last day, or the first after it.

@@ -1,6 +1,6 @@
 #include "tests/contract/PlatformUnderTest.hpp"
 
-// The local platform reads the home's files, and can do all of it.
+// The local platform reads the home's files, and lacks no ability.
 
 namespace velmiro::test {
 

@@ -1,4 +1,4 @@
-// What a platform promises about the process that it runs in.
+// The contract of every platform: its process, and those that it starts.
 
 #include "tests/contract/PlatformUnderTest.hpp"
 #include "velmiro_mcp/ports/MainQueue.hpp"
@@ -20,7 +20,8 @@ namespace {
 
 class ProcessContract : public test::PlatformTest {};
 
-/// The status with which a program of the shell ends, whose output comes through `output`.
+/// Runs a shell script and returns its exit status, or -1 if it did not exit. Appends its output to
+/// `output`.
 int statusOf(const std::string& script, std::string& output) {
     int ends[2];
     EXPECT_EQ(::pipe(ends), 0);

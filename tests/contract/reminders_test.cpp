@@ -1,4 +1,4 @@
-// What a platform promises about lists and reminders.
+// The contract of every platform: lists and reminders.
 
 #include "tests/contract/PlatformUnderTest.hpp"
 #include "velmiro_mcp/ports/PlatformError.hpp"
@@ -19,7 +19,7 @@ protected:
         EXPECT_EQ(found.size(), 1U);
         return found.empty() ? Reminder{} : std::move(found.front());
     }
-    /// The due date of the only reminder, given by its line.
+    /// Returns the due date of a reminder that has this line.
     std::optional<Instant> due(const std::string& line) const {
         addReminder("Home", "one", "SUMMARY:one\r\n" + line + "\r\n");
         return only().due;

@@ -1,4 +1,4 @@
-// What a platform promises about characters, names and dates as the user sees them.
+// The contract of every platform: characters, names and dates as the user sees them.
 
 #include "tests/contract/PlatformUnderTest.hpp"
 #include "velmiro_mcp/ports/LocalizedDates.hpp"

@@ -1,4 +1,4 @@
-// What the adapter asks of Contacts, and what it makes of the answers.
+// The adapter's calls of Contacts, and its use of their results.
 
 #include "tests/macos/Failure.hpp"
 #include "tests/macos/standin/StandIn.hpp"

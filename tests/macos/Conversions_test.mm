@@ -1,4 +1,4 @@
-// Between Foundation's values and ours.
+// Conversions between Foundation's values and ours.
 
 #include "velmiro_mcp/platform/macos/Conversions.hpp"
 
@@ -16,7 +16,7 @@ using namespace velmiro::macos;
 
 namespace {
 
-/// A pool around each test.
+/// Wraps each test in an autorelease pool.
 class ConversionsTest : public testing::Test {
 protected:
     ~ConversionsTest() override { [pool release]; }
@@ -35,7 +35,7 @@ protected:
     NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
 };
 
-/// Counts itself.
+/// The number of living Counted objects.
 int living = 0;
 
 } // namespace
@@ -54,7 +54,7 @@ int living = 0;
 }
 @end
 
-/// A date that GNUstep would not make.
+/// A date that GNUstep would not create.
 @interface OddDate : NSDate {
 @public
     double seconds;
@@ -155,7 +155,7 @@ TEST_F(ConversionsTest, WhatAGuardedCallRaisesIsThrownBehindIt) {
         return 1;
     };
     EXPECT_EQ(test::failureOf([&] { guarded(raising); }), "reason 7");
-    EXPECT_EQ(living, 0); // what C++ owned on the way was released
+    EXPECT_EQ(living, 0); // objects owned by C++ were released on the way
 }
 
 TEST_F(ConversionsTest, WhatAGuardedCallMakesIsGoneBehindIt) {

@@ -1,5 +1,5 @@
-// What the adapter asks of EventKit, and what it makes of what EventKit does. The stand-ins write
-// down each call with its arguments in order.
+// The adapter's calls of EventKit, and its use of their results. The stand-ins record each call
+// with its arguments, in order.
 
 #include "tests/macos/Failure.hpp"
 #include "tests/macos/standin/StandIn.hpp"
@@ -29,7 +29,7 @@ protected:
     }
     ~EventKitTest() override { standIn.reset(); }
 
-    /// The calls, but for the making of the store, which the first one that needs it is.
+    /// Returns the calls, without those by which the first of them created the store.
     Calls calls() const { return withoutMaking(standIn.journal()); }
     std::vector<Event> events(const Calendar* calendar = nullptr) {
         return database->events(start, end, calendar);
@@ -88,7 +88,7 @@ TEST_F(EventKitTest, TheStoreIsMadeAtTheFirstUseAndKept) {
     events();
     const Calls journal = standIn.journal();
     EXPECT_EQ(std::ranges::count(journal, "EKEventStore init"), 1);
-    EXPECT_EQ(journal.at(2), "EKEventStore init"); // what it may hold is known before
+    EXPECT_EQ(journal.at(2), "EKEventStore init"); // after both statuses were read
     EXPECT_EQ(std::ranges::count(journal, "reset"), 0);
 }
 

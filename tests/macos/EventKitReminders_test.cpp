@@ -1,4 +1,4 @@
-// What the adapter asks of EventKit about reminders, and how a fetch may complete.
+// The adapter's calls of EventKit for reminders, and the ways in which a fetch may complete.
 
 #include "tests/macos/Failure.hpp"
 #include "tests/macos/standin/StandIn.hpp"
@@ -33,7 +33,7 @@ protected:
     ~EventKitRemindersTest() override { standIn.reset(); }
 
     Calls calls() const { return withoutMaking(standIn.journal()); }
-    /// Starts a fetch; each answer goes to the end of `answers`.
+    /// Starts a fetch; each answer is appended to `answers`.
     void fetch(const ReminderQuery& query = {}) {
         database->fetchReminders(query,
                                  [this](Found found) { answers.push_back(std::move(found)); });
@@ -126,7 +126,7 @@ TEST_F(EventKitRemindersTest, OnlyThoseThatAreWantedAreConverted) {
     for (int number = 0; number < 5'000; ++number) {
         data->reminders.push_back({std::to_string(number), "Old", "Work", true, 0, {}, {}});
     }
-    standIn.raises["notes milk"] = "stale"; // and does not count
+    standIn.raises["notes milk"] = "stale"; // which does not count
     fetch({true, {}, nullptr, 300});
     ASSERT_EQ(answers.at(0).value().size(), 300U);
     EXPECT_EQ(answers[0]->at(0).identifier, "tax");

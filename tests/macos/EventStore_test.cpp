@@ -1,4 +1,4 @@
-// The application's store of events over the adapter: what of a framework reaches the agent.
+// The application's event store over the adapter: the effects of a framework that reach the agent.
 
 #include "velmiro_mcp/services/EventStore.hpp"
 
@@ -72,7 +72,7 @@ TEST_F(EventStoreOverEventKit, AnyStatusButFullAccessIsRefusedForBothTypesWriteO
         EXPECT_EQ(failureOf([&] { reminders(); }), noReminders) << status;
         EXPECT_EQ(failureOf([&] { createReminder(); }), noReminders) << status;
     }
-    for (const std::string& call : standIn.journal()) { // not even a store was made
+    for (const std::string& call : standIn.journal()) { // not even a store was created
         EXPECT_TRUE(call.starts_with("authorizationStatusForEntityType:")) << call;
     }
 }
@@ -81,7 +81,7 @@ TEST_F(EventStoreOverEventKit, WhatTheUserAllowsWhileTheServerRunsIsSeen) {
     data->stored = {event("e", std::chrono::hours{1})};
     data->reminders = {{"milk", "Milk", "Work", false, 0, {}, {}}};
     data->reminderAccess = AuthorizationStatus::denied;
-    EXPECT_EQ(events().arrayValue().value().size(), 1U); // makes the store
+    EXPECT_EQ(events().arrayValue().value().size(), 1U); // creates the store
     EXPECT_EQ(failureOf([&] { reminders(); }), noReminders);
     data->reminderAccess = AuthorizationStatus::fullAccess;
     EXPECT_EQ(reminders().arrayValue().value().size(), 1U);
@@ -139,7 +139,7 @@ TEST_F(EventStoreOverEventKit, AFetchThatNeverCompletesIsGivenUpAndCancelledBefo
     };
     const auto list = [&] { syncWait(impatient.reminders(std::nullopt, false, std::nullopt)); };
     EXPECT_EQ(failureOf(list), "Reminders did not answer in time. Try again later.");
-    data->eventAccess = AuthorizationStatus::fullAccess; // for which the store is reset
+    data->eventAccess = AuthorizationStatus::fullAccess; // which resets the store
     const auto found = syncWait(impatient.events(start, end, std::nullopt));
     EXPECT_EQ(found.arrayValue().value().size(), 1U);
     EXPECT_EQ(failureOf(list), "Reminders did not answer in time. Try again later.");
@@ -151,7 +151,7 @@ TEST_F(EventStoreOverEventKit, AFetchThatNeverCompletesIsGivenUpAndCancelledBefo
                                                  "cancelFetchRequest:", "reset",
                                                  "fetchRemindersMatchingPredicate:completion:"}));
     for (const auto& complete : completions) {
-        complete(); // what comes late does no harm
+        complete(); // a late answer does no harm
     }
 }
 

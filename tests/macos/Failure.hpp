@@ -5,8 +5,9 @@
 
 namespace velmiro::test {
 
-/// What a call throws, as the text that the agent would be given; "no failure" when it does not. In
-/// a file of C++ alone: Objective-C++ does not catch C++ exceptions under the tests' runtime.
+/// Returns the message of the error that a call throws, as the agent would receive it; "no failure"
+/// if it throws none. It is defined in a C++ file because Objective-C++ does not catch C++
+/// exceptions under the tests' runtime.
 std::string failureOf(const std::function<void()>& call);
 
 } // namespace velmiro::test

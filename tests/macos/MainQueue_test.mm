@@ -1,4 +1,4 @@
-// The main thread hears of the world while the server runs beside it.
+// The main thread receives notifications while the server runs on another.
 
 #include "velmiro_mcp/ports/MainQueue.hpp"
 
@@ -22,7 +22,7 @@ std::atomic<int> received{0};
 std::atomic<bool> onMainThread{false};
 pthread_t mainThread;
 
-/// Waits until `received` is `count`; false after a generous while.
+/// Waits until `received` is `count`. Returns false if that takes longer than a minute.
 bool awaitReceived(int count) {
     const auto latest = std::chrono::steady_clock::now() + std::chrono::seconds{60};
     while (received < count && std::chrono::steady_clock::now() < latest) {
@@ -115,7 +115,7 @@ TEST_F(MainQueueTest, FoundationIsToldOfThreadsBeforeThereIsOne) {
     runBesideMainQueue([&] { count = standIn.countOf(detach); });
     EXPECT_EQ(count, 1);
     runBesideMainQueue([] {});
-    EXPECT_EQ(standIn.countOf(detach), 1); // it knows by now
+    EXPECT_EQ(standIn.countOf(detach), 1); // it already knows
     standIn.reset();
     standIn.isMultiThreaded = false;
     standIn.raises[detach] = "no thread";

@@ -1,7 +1,7 @@
 #include "tests/contract/PlatformUnderTest.hpp"
 #include "tests/macos/standin/StandIn.hpp"
 
-// The macOS platform, whose frameworks stand-ins serve from the home's files.
+// The macOS platform over stand-ins for its frameworks, which serve the home's files.
 
 namespace velmiro::test {
 

@@ -1,4 +1,4 @@
-// Whatever a framework raises, wherever, ends as an error of the port, or in nothing; never the
+// Whatever a framework raises becomes an error of the port or is ignored; it never ends the
 // process.
 
 #include "tests/macos/Failure.hpp"
@@ -18,7 +18,7 @@ using velmiro::test::TemporaryFolder;
 
 namespace {
 
-/// The methods of all ports that stand on a framework.
+/// Returns calls of every method of the ports that use a framework.
 std::vector<std::function<void()>> operations(EventDatabase& database) {
     static const Calendar work{"c2", "Work"};
     static const Calendar list{"l2", "Work"};
@@ -82,7 +82,7 @@ TEST_F(ExceptionsTest, NoneLeavesAPort) {
             failures += failure == "raised" ? 1 : 0;
             others += failure == "raised" || failure == "no failure" ? 0 : 1;
         }
-        // What raises in one item of many hides that item alone.
+        // A property that raises hides only its own item.
         EXPECT_TRUE(failures > 0 || call.find(':') == std::string::npos) << call;
         EXPECT_EQ(others, 0) << call;
     }

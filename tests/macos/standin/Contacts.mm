@@ -16,7 +16,7 @@ NSString* const CNContactPhoneNumbersKey = @"phoneNumbers";
 
 namespace {
 
-/// A contact, of which only what was fetched may be read.
+/// A contact, of which only the fetched properties may be read.
 struct Fetched {
     Contact contact;
     std::set<std::string> keys;
@@ -26,7 +26,7 @@ const Contact& contactOf(void* implementation) {
     return static_cast<Fetched*>(implementation)->contact;
 }
 
-/// Whether a property is to be nil; raises when it was not fetched.
+/// Returns whether a property must be nil. Raises if it was not fetched.
 bool isNilProperty(void* implementation, const std::string& property) {
     const Fetched& fetched = *static_cast<Fetched*>(implementation);
     if (!fetched.keys.contains(property)) {
@@ -45,7 +45,7 @@ CNContact* contactObject(const Contact& contact, const std::set<std::string>& ke
     return made;
 }
 
-/// An entry with its label, which `value` is the value of.
+/// Returns a labeled entry with this value.
 CNLabeledValue* labeled(id value) {
     CNLabeledValue* const made = [[[CNLabeledValue alloc] init] autorelease];
     made->_implementation = [value retain];

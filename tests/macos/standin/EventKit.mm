@@ -15,13 +15,13 @@ EntityType typeOf(EKEntityType type) {
     return type == EKEntityTypeEvent ? EntityType::event : EntityType::reminder;
 }
 
-/// What a predicate looks for, and in which store it was made.
+/// What a predicate looks for, and the store that created it.
 struct Search {
     EKEventStore* store;
     EntityType type;
     bool includeCompleted;
     std::optional<Instant> start, end;
-    std::vector<std::optional<Calendar>> calendars; ///< nothing for all
+    std::vector<std::optional<Calendar>> calendars; ///< nullopt for all
 
     Search(EKEventStore* madeBy, EntityType of, bool completed, NSDate* from, NSDate* to,
            NSArray<EKCalendar*>* among)
@@ -33,7 +33,7 @@ struct Search {
         for (EKCalendar* calendar in among) {
             calendars.emplace_back(recordOf(calendar));
         }
-        if (calendars.empty()) { // the framework takes an empty array for nil
+        if (calendars.empty()) { // the framework treats an empty array like nil
             calendars.emplace_back(std::nullopt);
         }
     }
@@ -62,7 +62,8 @@ NSPredicate* predicateFor(Search search) {
     return made;
 }
 
-/// Raises, as the framework does, at a predicate of another store and at those of other makes.
+/// Returns what a predicate looks for. Raises, as the framework does, if it is another store's or
+/// of another class.
 const Search& searchOf(NSPredicate* predicate, EKEventStore* store, EntityType type) {
     if (![predicate isKindOfClass:[StandInPredicate class]]) {
         raise("this predicate was not made by an event store");
@@ -84,7 +85,7 @@ const Calendar* pointerTo(const std::optional<Calendar>& calendar) {
     return calendar ? &*calendar : nullptr;
 }
 
-/// NO and the problem, or YES.
+/// Returns NO with the problem as an error, or YES.
 BOOL outcome(const StandIn::Saved& saved, EKCalendarItem* item, NSError** error) {
     if (!saved.problem.empty()) {
         *error = errorWith(saved.problem);
@@ -94,7 +95,7 @@ BOOL outcome(const StandIn::Saved& saved, EKCalendarItem* item, NSError** error)
     return YES;
 }
 
-/// A block and what it is to be called with; whoever drops it drops the block.
+/// A completion block and its argument. Dropping this drops the block.
 struct Completion {
     using Block = void (^)(NSArray<EKReminder*>*);
 
@@ -114,8 +115,8 @@ struct Completion {
     std::atomic<bool> isOver{false}; ///< called, or cancelled
 };
 
-/// Of which types a store holds items: of those that the user had allowed when it was made or last
-/// reset. Access that is given later it does not notice.
+/// The types of which a store holds items: those that the user had allowed when it was created or
+/// last reset. It does not notice access that is granted later.
 struct Snapshot {
     std::array<bool, 2> types{};
     std::vector<std::weak_ptr<Completion>> fetches; ///< some of them may be over
@@ -144,7 +145,7 @@ Snapshot& snapshotOf(EKEventStore* store) {
 
 } // namespace
 
-/// What a fetch gives back, for it to be cancelled by.
+/// The identifier that a fetch returns, by which it is cancelled.
 @interface StandInRequest : NSObject {
 @public
     std::weak_ptr<Completion>* completion;
@@ -330,7 +331,7 @@ Snapshot& snapshotOf(EKEventStore* store) {
         return NO;
     }
     const std::string identifier = test::textOf(reminder.calendarItemIdentifier);
-    if (!identifier.empty()) { // what the program changes of one is that alone
+    if (!identifier.empty()) { // the only change that the program makes to a stored one
         return outcome(StandIn::shared().complete(identifier), reminder, error);
     }
     if (reminder.calendar == nil) {

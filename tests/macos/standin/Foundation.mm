@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-// Where GNUstep's Foundation answers otherwise than Apple's, or would answer for the machine and
-// not for the test.
+// Replacements where GNUstep's Foundation behaves differently from Apple's, or would answer for the
+// machine instead of the test.
 
 #pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation" // replacing is the purpose
 
@@ -13,7 +13,7 @@ NSTimeZone* cachedZone = nil;
 
 } // namespace
 
-/// Apple's system time zone is what TZ names, and is remembered until it is reset.
+/// Apple's system time zone is the one in TZ, and is cached until it is reset.
 @implementation NSTimeZone (AsApples)
 + (void)resetSystemTimeZone {
     [cachedZone release];
@@ -29,7 +29,7 @@ NSTimeZone* cachedZone = nil;
 }
 @end
 
-/// GNUstep's does not know which calendar it is.
+/// GNUstep's current calendar does not know its identifier.
 @implementation NSCalendar (AsApples)
 + (id)currentCalendar {
     return
@@ -38,7 +38,7 @@ NSTimeZone* cachedZone = nil;
 }
 @end
 
-/// Every program of tests has several threads already.
+/// A test program already has several threads, so the test sets the answer.
 @implementation NSThread (AsApples)
 + (BOOL)isMultiThreaded {
     return velmiro::test::StandIn::shared().isMultiThreaded;

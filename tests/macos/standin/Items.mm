@@ -5,7 +5,7 @@ using namespace velmiro::test;
 
 namespace {
 
-/// What a calendar item of the framework holds, whichever it is.
+/// The values of a calendar item of the framework, event or reminder.
 struct Values {
     EKEventStore* store = nil; ///< not retained: it lives longer
     std::string identifier;
@@ -30,8 +30,9 @@ std::optional<std::string> optionalText(NSString* string) {
     return string == nil ? std::nullopt : std::optional{test::textOf(string)};
 }
 
-/// An all-day event runs from the beginning of the day that its start is on to 23:59:59 of the day
-/// that its end is on, whatever it was given: so EventKit keeps and shows it.
+/// Moves an instant to a time on its own day. EventKit does so with all-day events: whatever it is
+/// given, they run from the beginning of the day of their start to 23:59:59 of the day of their
+/// end.
 std::optional<Instant> dayEdge(const std::optional<Instant>& instant, const std::tm& clock) {
     if (!instant) {
         return std::nullopt;
@@ -273,7 +274,7 @@ EKEvent* eventObject(const Event& event, EKEventStore* store) {
     Values& values = valuesOf(made->_implementation);
     values = {store,       event.identifier, event.title, event.location,
               event.notes, event.start,      event.end,   event.allDay};
-    if (event.allDay && event.end) { // the data's ends are the midnights after
+    if (event.allDay && event.end) { // in the data, the end is the midnight after
         values.end = *event.end - std::chrono::seconds{1};
     }
     if (event.calendar) {

@@ -1,4 +1,4 @@
-// What macos_check uses of EventKit beyond what the program does.
+// The part of EventKit that macos_check uses and the program does not.
 
 #include "tests/macos/standin/Objects.hpp"
 
@@ -11,7 +11,7 @@ using namespace velmiro::test;
 
 namespace {
 
-/// The data are files, named by what is in them: removes an item's.
+/// Removes an item's file, which is named after its identifier.
 BOOL removeFile(const char* folder, const std::string& identifier, NSError** error) {
     namespace fs = std::filesystem;
     const fs::path root =

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-// What the sanitizer does not report: the runtime and Foundation never give back what they know of
-// classes and threads.
+// Leaks that the sanitizer must not report: the runtime and Foundation never free what they keep
+// about classes and threads.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libobjc\nleak:libgnustep-base\n";

@@ -1,6 +1,6 @@
-/// What this program uses of Contacts, declared from its public documentation, for machines without
-/// Apple's SDK; see EventKit.h beside this folder. The one instance variable of each class is not
-/// Apple's either.
+/// The part of Contacts that this program uses, declared from its public documentation for machines
+/// without Apple's SDK; see EventKit.h next to this folder. Here too, the one instance variable of
+/// each class is not Apple's.
 
 #import <Foundation/Foundation.h>
 

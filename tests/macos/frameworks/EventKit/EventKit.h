@@ -1,9 +1,9 @@
-/// What this program uses of EventKit, declared from its public documentation, for machines without
-/// Apple's SDK: the tests compile the macOS platform against this header and implement it, and the
-/// link check compiles it against this header and Apple's names. On a Mac the SDK is used instead.
+/// The part of EventKit that this program uses, declared from its public documentation for machines
+/// without Apple's SDK. The tests compile the macOS platform against this header and implement it;
+/// the link check compiles against it and links Apple's names. On a Mac the SDK is used instead.
 ///
 /// The one instance variable of each class is not Apple's. The Objective-C runtime of the tests
-/// lays objects out by their declaration, so what implements a class has to find its room there.
+/// lays objects out as declared, so the room for an implementation must be declared here.
 
 #import <Foundation/Foundation.h>
 
@@ -87,7 +87,7 @@ typedef NS_ENUM(NSInteger, EKSpan) {
 - (id)fetchRemindersMatchingPredicate:(NSPredicate*)predicate
                            completion:
                                (void (^)(NSArray<EKReminder*>* _Nullable reminders))completion;
-/// The completion is not called any more.
+/// The completion is no longer called.
 - (void)cancelFetchRequest:(id)fetchIdentifier;
 
 - (nullable EKCalendarItem*)calendarItemWithIdentifier:(NSString*)identifier;
@@ -100,7 +100,7 @@ typedef NS_ENUM(NSInteger, EKSpan) {
               commit:(BOOL)commit
                error:(NSError* _Nullable* _Nullable)error;
 
-/// Forgets all that was changed and not saved.
+/// Discards all unsaved changes.
 - (void)reset;
 @end
 

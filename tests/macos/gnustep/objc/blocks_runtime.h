@@ -1,2 +1,2 @@
-// The name under which Foundation's headers ask for blocks; here a library of its own has them.
+// Foundation's headers include the blocks runtime by this name; here it is a separate library.
 #include <Block.h>

@@ -27,7 +27,7 @@ using Seconds = std::chrono::duration<double>;
 
 const std::string mark = "velmiro check";
 
-/// What a script gives, or its error, and how long it took.
+/// A script's result, or its error, and how long it took.
 struct Run {
     std::string text;
     bool failed = false;
@@ -78,11 +78,11 @@ void allDayEvents(Talk& talk) {
                 text(endOfUnsavedAllDayEvent(start, end)) + ".");
 }
 
-/// Programs are started as long as the frameworks have threads of their own.
+/// Starts programs while the frameworks have threads of their own.
 void children(Talk& talk) {
     constexpr int count = 100;
     const auto database = openEventDatabase();
-    database->calendars(EntityType::event); // makes the store
+    database->calendars(EntityType::event); // creates the store
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     int good = 0;
     for (int number = 0; number < count; ++number) {
@@ -103,7 +103,7 @@ bool isFull(EventDatabase& database, EntityType type) {
     return database.authorizationStatus(type) == AuthorizationStatus::fullAccess;
 }
 
-/// Waits for a fetch as long as the server would; none when it never completes.
+/// Waits for a fetch as long as the server would. Returns nullopt if it never completes.
 std::optional<std::size_t> countReminders(EventDatabase& database, bool completed) {
     struct Answer {
         std::mutex mutex;
@@ -122,7 +122,7 @@ std::optional<std::size_t> countReminders(EventDatabase& database, bool complete
     return answer->count;
 }
 
-/// The events of today with the check's title.
+/// Returns the number of today's events that have the check's title.
 std::ptrdiff_t marked(EventDatabase& database) {
     const Instant today = startOfToday();
     const auto found = database.events(today, today + std::chrono::hours{24}, nullptr);

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// The assumptions that only a Mac can confirm, one by one. The first ones need no permission.
+/// The assumptions that only a Mac can confirm, one by one. The first group needs no permission.
 namespace velmiro::check {
 
 void withoutPermission(Talk& talk, const std::string& osascript);

@@ -1,5 +1,5 @@
-/// What the check alone uses of EventKit, where that is declared in part (see the header of that
-/// name), from its public documentation.
+/// The part of EventKit that only the check uses, from its public documentation, for machines where
+/// our own EventKit.h declares the rest.
 
 #import <EventKit/EventKit.h>
 

@@ -9,34 +9,34 @@
 #include <string>
 #include <vector>
 
-/// Looks at the frameworks where the ports do not: what they do with things that are not saved, and
-/// how to get rid of what was.
+/// Uses of the frameworks beyond the ports: observing items that are not saved, and removing those
+/// that were.
 namespace velmiro::check {
 
-/// The end that an all-day event has once it was given these, before it is saved.
+/// Returns the end of an all-day event with this start and end, before it is saved.
 std::optional<Instant> endOfUnsavedAllDayEvent(Instant start, Instant end);
 
-/// The number of calendars that a store made now holds, before and after it is reset. The store is
-/// made before `meanwhile` is called and asked after that.
+/// The number of calendars that a store holds before and after it is reset.
 struct StoreView {
     std::size_t before = 0;
     std::size_t after = 0;
 };
+/// Creates a store, calls `meanwhile`, and then examines the store.
 StoreView viewOfStoreMadeBefore(EntityType type, const std::function<void()>& meanwhile);
 
-/// A calendar that can be written, one for each kind of account.
+/// A writable calendar, one for each kind of account.
 struct Account {
-    std::string kind; ///< the number that the framework has for it, in words
+    std::string kind; ///< the framework's number for it, in words
     Calendar calendar;
 };
 std::vector<Account> accounts();
 
-/// Empty when it was removed, else why not.
+/// Remove an item. Return an empty text, or else why it was not removed.
 std::string removeEvent(const std::string& identifier);
 std::string removeReminder(const std::string& identifier);
 
-/// What is left of an NSException that is raised below a sorting of a C++ container: its reason,
-/// and whether an object of C++ on the way was destroyed.
+/// The effects of an NSException that is raised while a C++ container is sorted: its reason, and
+/// whether a C++ object on the way was destroyed.
 struct Unwound {
     std::string reason;
     bool destroyed = false;

@@ -21,7 +21,7 @@ std::string kindOf(NSInteger sourceType) {
     return index < kinds.size() ? kinds.at(index) : "kind " + std::to_string(sourceType);
 }
 
-/// Finds an item by its identifier in a store of its own and has `removal` do away with it.
+/// Finds an item by its identifier in a new store and passes it to `removal`.
 template <typename Item, typename Removal>
 std::string removed(const std::string& identifier, const Removal& removal) {
     const Problem problem = attempt([&](Problem& why) {

@@ -5,26 +5,26 @@
 
 namespace velmiro::check {
 
-/// What one of the assumptions came to.
+/// The outcome of checking an assumption.
 enum class Verdict { asExpected, otherwise, notSeen };
 
-/// The conversation with the person at the terminal: questions, findings as they come, and at the
-/// end all of them once more as a report to paste.
+/// The conversation with the person at the terminal: questions, findings as they arrive, and at the
+/// end all of them again, as a report to paste.
 class Talk {
 public:
-    /// Whether the person types y or yes. The end of the input is a no.
+    /// Returns whether the person types y or yes. The end of the input is a no.
     bool agrees(const std::string& question);
-    /// Whether the person did what they were asked to, and pressed Return; false at the input's
-    /// end.
+    /// Returns whether the person did what they were asked to and pressed Return; false at the end
+    /// of the input.
     bool waitsFor(const std::string& deed);
 
     void found(const std::string& what, const std::string& expected, const std::string& saw,
                bool asExpected);
     void skipped(const std::string& what, const std::string& why);
-    /// Something to know that is neither right nor wrong.
+    /// Tells the person something that is neither right nor wrong.
     void remark(const std::string& text);
 
-    /// Prints all findings. False when one of them was not as expected.
+    /// Prints all findings. Returns false if one of them was not as expected.
     bool report() const;
 
 private:

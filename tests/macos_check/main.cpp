@@ -1,6 +1,6 @@
-// Goes through what only a Mac can confirm, with the person at the terminal:
+// Checks what only a Mac can confirm, together with the person at the terminal:
 //     macos_check [--no-questions] [OSASCRIPT]
-// docs/macos.md has the list. Without questions only that is looked at which needs no permission.
+// docs/macos.md has the list. Without questions it checks only what needs no permission.
 
 #include "tests/macos_check/Checks.hpp"
 #include "velmiro_mcp/ports/MainQueue.hpp"

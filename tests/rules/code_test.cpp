@@ -16,12 +16,12 @@ namespace fs = std::filesystem;
 namespace velmiro::rules {
 namespace {
 
-/// What the programs are made of.
+/// Returns the source files of the programs.
 std::vector<SourceFile> sources() {
     return sourcesIn({"MCPStdio", "velmiro_mcp", "approval_host", "examples"});
 }
 
-/// Files that hold a pattern, other than those that may.
+/// Returns the files that contain a pattern, other than those that may.
 std::set<std::string> offenders(const std::string& pattern, const std::set<std::string>& allowed) {
     std::set<std::string> found;
     for (const SourceFile& file : sources()) {
@@ -34,7 +34,7 @@ std::set<std::string> offenders(const std::string& pattern, const std::set<std::
 
 const std::set<std::string> nobody;
 
-/// The approval host is a terminal program: it does print.
+/// Returns whether a file is the approval host's. That is a terminal program: it prints.
 bool isOfTheHost(const std::string& path) {
     return path.starts_with("approval_host/");
 }
@@ -65,17 +65,18 @@ TEST(Rules, OnlyThePlatformKnowsTheSystem) {
     EXPECT_EQ(found, nobody);
 }
 
-/// A condition on a system can be written in many ways; these are conditions on something else.
+/// A condition on the system can be written in many ways, so these few others are all that is
+/// allowed.
 TEST(Rules, OutsideThePlatformNothingIsCompiledOnlyOnSomeSystems) {
     const std::set<std::string> allowed{
-        "#if defined(__clang__)",         // whose analysis of locks is asked for
-        "#if __has_include(<xlocale.h>)", // where the header is, it is what declares strtod_l
-        "#ifdef MSG_NOSIGNAL",            // a flag of POSIX, else the option of the socket
-        "#ifdef __cpp_lib_to_chars",      // the library has what is used there
+        "#if defined(__clang__)",         // for its thread-safety analysis
+        "#if __has_include(<xlocale.h>)", // which declares strtod_l where it exists
+        "#ifdef MSG_NOSIGNAL",            // a flag of POSIX, else an option of the socket
+        "#ifdef __cpp_lib_to_chars",      // the library has the function
         "#ifdef NDEBUG",
-        "#ifdef SOCK_CLOEXEC",     // descriptors are made with their flags, else given them
+        "#ifdef SOCK_CLOEXEC",     // sockets are created with their flags, else given them later
         "#ifdef EVENTKIT_IN_PART", // the framework is declared by us, else by the SDK
-        "#ifdef MADV_HUGEPAGE",    // an advice to the system, where it takes it
+        "#ifdef MADV_HUGEPAGE",    // a hint, if the system accepts it
     };
     for (const SourceFile& file : sourcesIn(
              {"MCPStdio", "velmiro_mcp", "approval_host", "examples", "demo", "bench", "tests"})) {
@@ -108,18 +109,18 @@ TEST(Rules, OnlyBuildListsAskWhichSystemIsBuiltFor) {
     EXPECT_EQ(found, nobody);
 }
 
-/// The same files are compiled with references counted by the compiler, and without.
+/// The same files are compiled with automatic reference counting and without.
 TEST(Rules, ObjectiveCIsRightWithAndWithoutCountedReferences) {
     const std::string counts = R"(\b(?:retain|release|autorelease|dealloc|retainCount)\])";
     EXPECT_EQ(offenders(counts, {"velmiro_mcp/platform/macos/Owned.hpp"}), nobody);
-    for (const SourceFile& file : sources()) { // what `alloc` gives is owned at once
+    for (const SourceFile& file : sources()) { // an object from `alloc` is owned immediately
         EXPECT_EQ(matches(file.text, R"(\[\w+ alloc\])").size(),
                   matches(file.text, R"(\bOwned(?:<\w+>)?(?: \w+)?\s*\{\s*\[\[\w+ alloc\])").size())
             << file.path;
     }
 }
 
-/// Under the tests' runtime neither kind of exception passes what catches the other.
+/// Under the tests' runtime, neither kind of exception passes a handler for the other.
 TEST(Rules, ObjectiveCCatchesItsOwnExceptionsInOnePlace) {
     EXPECT_EQ(offenders(R"(@try)", {"velmiro_mcp/platform/macos/Guard.hpp"}), nobody);
     for (const SourceFile& file : sources()) {

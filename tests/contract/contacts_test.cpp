@@ -22,12 +22,12 @@ using Texts = std::vector<std::string>;
 
 } // namespace
 
-TEST_F(ContactContract, AccessIsGivenWhereTheDataAreTheUsers) {
+TEST_F(ContactContract, AccessIsGrantedToTheUsersOwnContacts) {
     addContact("anna", "N:Berg;Anna;;;\r\n");
     EXPECT_EQ(contactsAuthorizationStatus(), ContactsAuthorizationStatus::authorized);
 }
 
-TEST_F(ContactContract, AccessIsDeniedWhereTheyCannotBeHad) {
+TEST_F(ContactContract, AccessIsDeniedWhereTheContactsCannotBeRead) {
     addFile("Contacts");
     EXPECT_EQ(contactsAuthorizationStatus(), ContactsAuthorizationStatus::denied);
 }
@@ -41,13 +41,13 @@ TEST_F(ContactContract, PeopleAreFoundByTheirNamesInTheOrderOfTheStore) {
     EXPECT_EQ(found("Zoë Berg"), Texts{"c"});
 }
 
-TEST_F(ContactContract, WithoutAMatchThereIsNone) {
+TEST_F(ContactContract, WithoutAMatchNoneIsFound) {
     addContact("a", "N:Berg;Anna;;;\r\n");
     EXPECT_EQ(found("Miller"), Texts{});
     EXPECT_EQ(found(std::string{"Berg\0", 5} + "Miller"), Texts{});
 }
 
-TEST_F(ContactContract, AContactHasAllThatIsKnownInItsOrder) {
+TEST_F(ContactContract, AContactHasAllItsPropertiesInTheirOrder) {
     addContact("anna", "N:Bérg;Anna 🌸;;;\r\nORG:Acme\\, Inc.\r\nEMAIL;TYPE=WORK:z@acme.example\r\n"
                        "EMAIL:anna@example.org\r\nTEL;TYPE=CELL:+49 170 1\r\nTEL:0171\r\n");
     const auto contacts = openContactStore()->contactsMatchingName("anna");
@@ -60,7 +60,7 @@ TEST_F(ContactContract, AContactHasAllThatIsKnownInItsOrder) {
     EXPECT_EQ(contacts[0].phones, (Texts{"+49 170 1", "0171"}));
 }
 
-TEST_F(ContactContract, WhatAContactDoesNotHaveIsEmpty) {
+TEST_F(ContactContract, MissingPropertiesAreEmpty) {
     addContact("acme", "N:;;;;\r\nFN:Acme\r\nORG:Acme\r\n");
     const auto contacts = openContactStore()->contactsMatchingName("acme");
     ASSERT_EQ(contacts.size(), 1U);
@@ -71,7 +71,7 @@ TEST_F(ContactContract, WhatAContactDoesNotHaveIsEmpty) {
     EXPECT_EQ(contacts[0].phones, Texts{});
 }
 
-TEST_F(ContactContract, EachSearchSeesTheContactsAsTheyAre) {
+TEST_F(ContactContract, EachSearchSeesTheCurrentContacts) {
     EXPECT_EQ(found("anna"), Texts{});
     addContact("anna", "N:Berg;Anna;;;\r\n");
     EXPECT_EQ(found("anna"), Texts{"anna"});

@@ -46,12 +46,12 @@ protected:
 
 } // namespace
 
-TEST_F(EventContract, AccessIsFullWhereTheDataAreTheUsers) {
+TEST_F(EventContract, AccessIsFullToTheUsersOwnCalendars) {
     addCalendar("Calendars/Work");
     EXPECT_EQ(database->authorizationStatus(EntityType::event), AuthorizationStatus::fullAccess);
 }
 
-TEST_F(EventContract, AccessIsDeniedWhereTheyCannotBeHad) {
+TEST_F(EventContract, AccessIsDeniedWhereTheCalendarsCannotBeRead) {
     addFile("Calendars");
     EXPECT_EQ(database->authorizationStatus(EntityType::event), AuthorizationStatus::denied);
     EXPECT_EQ(database->authorizationStatus(EntityType::reminder), AuthorizationStatus::fullAccess);
@@ -122,7 +122,7 @@ TEST_F(EventContract, ACalendarThatWasRemovedMeanwhileHasNoEvents) {
     EXPECT_EQ(titles("2026-10-14", "2026-10-15", &work), Titles{});
 }
 
-TEST_F(EventContract, AnEventHasAllThatItsCalendarSays) {
+TEST_F(EventContract, AnEventHasAllItsProperties) {
     addEvent(
         "Work", "full",
         "DTSTART;TZID=Europe/Berlin:20261014T150000\r\nDTEND;TZID=Europe/Berlin:20261014T161500\r\n"
@@ -139,7 +139,7 @@ TEST_F(EventContract, AnEventHasAllThatItsCalendarSays) {
     EXPECT_EQ(found.notes, "One\nTwo");
 }
 
-TEST_F(EventContract, WhatAnEventDoesNotHaveIsNotThere) {
+TEST_F(EventContract, MissingPropertiesAreAbsent) {
     addEvent("Work", "bare", "DTSTART:20261014T080000Z\r\nDTEND:20261014T090000Z\r\n");
     const Event found = onlyEvent("2026-10-14", "2026-10-15");
     EXPECT_EQ(found.title.value_or(""), "");
@@ -147,7 +147,7 @@ TEST_F(EventContract, WhatAnEventDoesNotHaveIsNotThere) {
     EXPECT_EQ(found.notes.value_or(""), "");
 }
 
-TEST_F(EventContract, AnAllDayEventIsThatOfTheUsersDays) {
+TEST_F(EventContract, AnAllDayEventCoversDaysInTheUsersZone) {
     addEvent("Work", "fair",
              "DTSTART;VALUE=DATE:20261024\r\nDTEND;VALUE=DATE:20261026\r\nSUMMARY:Fair\r\n");
     const Event found = onlyEvent("2026-10-24", "2026-10-25");
@@ -180,7 +180,7 @@ TEST_F(EventContract, ManyYearsAreSearchedToTheirEndAndEachEventIsFoundOnce) {
     EXPECT_EQ(titles("2021-01-01", "2040-01-01"), (Titles{"2024", "2028", "2031", "2039", "long"}));
 }
 
-TEST_F(EventContract, ATimeWithoutEventsHasNone) {
+TEST_F(EventContract, ATimeWithoutEventsYieldsNone) {
     addCalendar("Calendars/Work");
     EXPECT_EQ(titles("2026-10-14", "2026-10-15"), Titles{});
     EXPECT_EQ(titles("2026-10-15", "2026-10-14"), Titles{});
@@ -201,7 +201,7 @@ TEST_F(EventContract, ASavedEventIsFoundAsItWasGiven) {
     EXPECT_EQ(found.notes, "Bring\nthe, card");
 }
 
-TEST_F(EventContract, ASavedAllDayEventIsOne) {
+TEST_F(EventContract, ASavedAllDayEventIsAnAllDayEvent) {
     addCalendar("Calendars/Work");
     const Event found =
         savedAndFound({"Holiday", at("2026-10-14"), at("2026-10-15"), true, {}, {}});
@@ -247,7 +247,7 @@ TEST_F(EventContract, ASavedAllDayEventCoversExactlyTheDaysAskedFor) {
     EXPECT_EQ(titles("2026-11-13", "2026-11-14"), Titles{});
 }
 
-TEST_F(EventContract, ASavedTextIsTheSameInEveryCharacter) {
+TEST_F(EventContract, ASavedTextKeepsEveryCharacter) {
     addCalendar("Calendars/Work");
     NewEvent event = dentist();
     event.title =

@@ -51,7 +51,7 @@ TEST_F(ProcessContract, ApplicationSupportIsInTheUsersLibrary) {
               folder.path().string() + "/Library/Application Support");
 }
 
-TEST_F(ProcessContract, WhatRunsScriptsIsAFullPath) {
+TEST_F(ProcessContract, TheScriptInterpreterIsAFullPath) {
     EXPECT_TRUE(osascriptPath().ends_with("/osascript")) << osascriptPath();
     EXPECT_TRUE(osascriptPath().starts_with('/')) << osascriptPath();
 }
@@ -67,14 +67,14 @@ TEST_F(ProcessContract, WorkBesideTheMainQueueIsDoneWhenTheCallReturns) {
     EXPECT_EQ(done, 2);
 }
 
-TEST_F(ProcessContract, AProgramIsGivenItsArgumentsAndWritesIntoWhatItWasGiven) {
+TEST_F(ProcessContract, AProgramReceivesItsArgumentsAndWritesToItsDescriptors) {
     SKIP_UNLESS_ABLE(Ability::startingPrograms);
     std::string output;
     EXPECT_EQ(statusOf("echo out; echo error >&2; exit 7", output), 7);
     EXPECT_EQ(output, "out\nerror\n");
 }
 
-TEST_F(ProcessContract, AProgramThatIsNotThereIsAnError) {
+TEST_F(ProcessContract, AMissingProgramIsAnError) {
     SKIP_UNLESS_ABLE(Ability::startingPrograms);
     EXPECT_THROW(startProgram("/does/not/exist", {"exist"}, 1, 2), std::system_error);
 }

@@ -35,12 +35,12 @@ protected:
 
 } // namespace
 
-TEST_F(ReminderContract, AccessIsFullWhereTheDataAreTheUsers) {
+TEST_F(ReminderContract, AccessIsFullToTheUsersOwnLists) {
     addCalendar("Reminders/Home");
     EXPECT_EQ(database->authorizationStatus(EntityType::reminder), AuthorizationStatus::fullAccess);
 }
 
-TEST_F(ReminderContract, AccessIsDeniedWhereTheyCannotBeHad) {
+TEST_F(ReminderContract, AccessIsDeniedWhereTheListsCannotBeRead) {
     addFile("Reminders");
     EXPECT_EQ(database->authorizationStatus(EntityType::reminder), AuthorizationStatus::denied);
     EXPECT_EQ(database->authorizationStatus(EntityType::event), AuthorizationStatus::fullAccess);
@@ -70,7 +70,7 @@ TEST_F(ReminderContract, OpenOnesAreFoundCompletedOnesOnlyWhenAskedFor) {
     EXPECT_EQ(titles({true, {}, nullptr}), (Titles{"done", "open"}));
 }
 
-TEST_F(ReminderContract, NoMoreComeThanAreWantedTheFirstOnes) {
+TEST_F(ReminderContract, AtMostTheRequestedNumberIsReturnedTheFirstOnes) {
     for (const std::string title : {"a", "b", "c", "d"}) {
         addReminder("Home", title, "SUMMARY:" + title + "\r\n");
         addReminder("Work", title, "SUMMARY:" + title + "\r\n");
@@ -85,7 +85,7 @@ TEST_F(ReminderContract, NoMoreComeThanAreWantedTheFirstOnes) {
     }
 }
 
-TEST_F(ReminderContract, DueBeforeADateAreThoseThatAreDueAtAll) {
+TEST_F(ReminderContract, WithoutADueDateAReminderIsDueBeforeNoDate) {
     addReminder("Home", "never", "SUMMARY:never\r\n");
     addReminder("Home", "early", "SUMMARY:early\r\nDUE:20261013T080000Z\r\n");
     addReminder("Home", "late", "SUMMARY:late\r\nDUE:20261015T080000Z\r\n");
@@ -93,7 +93,7 @@ TEST_F(ReminderContract, DueBeforeADateAreThoseThatAreDueAtAll) {
     EXPECT_EQ(titles({false, {}, nullptr}), (Titles{"early", "late", "never"}));
 }
 
-TEST_F(ReminderContract, WithTheCompletedOnesADueDateDoesNotCount) {
+TEST_F(ReminderContract, WithCompletedOnesTheDueDateIsIgnored) {
     addReminder("Home", "done", "SUMMARY:done\r\nSTATUS:COMPLETED\r\nDUE:20261015T080000Z\r\n");
     addReminder("Home", "never", "SUMMARY:never\r\n");
     EXPECT_EQ(titles({true, at("2026-10-14"), nullptr}), (Titles{"done", "never"}));
@@ -106,7 +106,7 @@ TEST_F(ReminderContract, RemindersOfOneListAreNotThoseOfAnother) {
     EXPECT_EQ(titles({false, {}, &work}), Titles{"report"});
 }
 
-TEST_F(ReminderContract, AListThatWasRemovedMeanwhileHasNone) {
+TEST_F(ReminderContract, AListThatWasRemovedMeanwhileHasNoReminders) {
     addReminder("Home", "milk", "SUMMARY:milk\r\n");
     addReminder("Work", "report", "SUMMARY:report\r\n");
     const Calendar work = calendar(EntityType::reminder, "Work");
@@ -115,7 +115,7 @@ TEST_F(ReminderContract, AListThatWasRemovedMeanwhileHasNone) {
     EXPECT_EQ(titles({true, {}, &work}), Titles{});
 }
 
-TEST_F(ReminderContract, TheyComeInTheOrderOfTheStore) {
+TEST_F(ReminderContract, RemindersComeInTheOrderOfTheStore) {
     for (const char* uid : {"c", "a", "b"}) {
         addReminder("Home", uid, std::string{"SUMMARY:"} + uid + "\r\n");
     }
@@ -126,7 +126,7 @@ TEST_F(ReminderContract, TheyComeInTheOrderOfTheStore) {
     EXPECT_EQ(found, (Titles{"a", "b", "c"}));
 }
 
-TEST_F(ReminderContract, AReminderHasAllThatItsListSays) {
+TEST_F(ReminderContract, AReminderHasAllItsProperties) {
     addReminder("Home", "milk",
                 "SUMMARY:Milk 🥛\\, two\r\nDESCRIPTION:Fresh\\nnot old\r\nPRIORITY:9\r\n"
                 "DUE;TZID=America/New_York:20261013T090000\r\n");
@@ -140,7 +140,7 @@ TEST_F(ReminderContract, AReminderHasAllThatItsListSays) {
     EXPECT_EQ(found.notes, "Fresh\nnot old");
 }
 
-TEST_F(ReminderContract, WhatAReminderDoesNotHaveIsNotThere) {
+TEST_F(ReminderContract, MissingPropertiesAreAbsent) {
     addReminder("Home", "bare", "STATUS:NEEDS-ACTION\r\n");
     const Reminder found = only();
     EXPECT_EQ(found.title.value_or(""), "");
@@ -149,22 +149,22 @@ TEST_F(ReminderContract, WhatAReminderDoesNotHaveIsNotThere) {
     EXPECT_EQ(found.priority, 0);
 }
 
-TEST_F(ReminderContract, ADateWithoutATimeIsDueAtTheMidnightThatItBegins) {
+TEST_F(ReminderContract, ADateWithoutATimeIsDueAtTheBeginningOfThatDay) {
     EXPECT_EQ(due("DUE;VALUE=DATE:20261014"), at("2026-10-14T00:00:00+02:00"));
 }
 
-TEST_F(ReminderContract, ATimeOfNoZoneIsTheUsers) {
+TEST_F(ReminderContract, ATimeWithoutAZoneIsInTheUsersZone) {
     EXPECT_EQ(due("DUE:20261225T090000"), at("2026-12-25T09:00:00+01:00"));
 }
 
-TEST_F(ReminderContract, OneIsFoundByItsIdentifier) {
+TEST_F(ReminderContract, AReminderIsFoundByItsIdentifier) {
     addReminder("Home", "milk", "SUMMARY:milk\r\n");
     addReminder("Home", "tax", "SUMMARY:tax\r\nSTATUS:COMPLETED\r\n");
     EXPECT_EQ(database->reminder("milk").value().title, "milk");
     EXPECT_TRUE(database->reminder("tax").value().completed);
 }
 
-TEST_F(ReminderContract, OfAnUnknownIdentifierThereIsNone) {
+TEST_F(ReminderContract, AnUnknownIdentifierFindsNone) {
     addReminder("Home", "milk", "SUMMARY:milk\r\n");
     addEvent("Work", "fair", "DTSTART;VALUE=DATE:20261014\r\nSUMMARY:Fair\r\n");
     for (const std::string& identifier :
@@ -186,7 +186,7 @@ TEST_F(ReminderContract, ASavedReminderIsFoundAsItWasGiven) {
     EXPECT_FALSE(found.completed);
 }
 
-TEST_F(ReminderContract, ASavedReminderNeedsATitleOnly) {
+TEST_F(ReminderContract, ASavedReminderNeedsOnlyATitle) {
     addCalendar("Reminders/Home");
     const Reminder found = savedAndFound({"Milk", {}, 0, {}});
     EXPECT_FALSE(found.notes);
@@ -219,7 +219,7 @@ TEST_F(ReminderContract, SavingToAListThatWasRemovedMeanwhileIsAnError) {
     EXPECT_EQ(titles(ReminderQuery{}), Titles{});
 }
 
-TEST_F(ReminderContract, ACompletedOneIsOpenNoMoreAndCanBeCompletedAgain) {
+TEST_F(ReminderContract, ACompletedReminderIsNoLongerOpenAndCanBeCompletedAgain) {
     addReminder("Home", "milk", "SUMMARY:milk\r\n");
     EXPECT_TRUE(database->completeReminder("milk"));
     EXPECT_EQ(titles(ReminderQuery{}), Titles{});

@@ -15,7 +15,7 @@ class TextContract : public test::PlatformTest {};
 
 } // namespace
 
-TEST_F(TextContract, TheFirstCharactersAreCounted) {
+TEST_F(TextContract, FirstCharactersAreCountedAsTheUserSeesThem) {
     EXPECT_EQ(firstCharacters("", 5), "");
     EXPECT_EQ(firstCharacters("abc", 0), "");
     EXPECT_EQ(firstCharacters("abc", 2), "ab");
@@ -35,7 +35,7 @@ TEST_F(TextContract, CharactersAreNotBytesAlsoInALongText) {
     EXPECT_EQ(firstCharacters(text, 600), text);
 }
 
-TEST_F(TextContract, AMarkBelongsToItsLetter) {
+TEST_F(TextContract, ACombiningMarkBelongsToItsLetter) {
     EXPECT_EQ(firstCharacters("ae\u0301b", 2), "ae\u0301");
     EXPECT_EQ(firstCharacters("ab\u0301", 1), "a");
     EXPECT_EQ(firstCharacters(std::string(500, 'x') + "\u0301", 500),
@@ -43,18 +43,18 @@ TEST_F(TextContract, AMarkBelongsToItsLetter) {
     EXPECT_EQ(firstCharacters(std::string(501, 'x') + "\u0301", 500), std::string(500, 'x'));
 }
 
-TEST_F(TextContract, ALineBreakOfTwoIsOneCharacter) {
+TEST_F(TextContract, CRLFIsOneCharacter) {
     EXPECT_EQ(firstCharacters("a\r\nb", 2), "a\r\n");
     EXPECT_EQ(firstCharacters("a\r\nb", 3), "a\r\nb");
     EXPECT_EQ(firstCharacters("\r\r\n", 1), "\r");
     EXPECT_EQ(firstCharacters("a\n\r", 2), "a\n");
 }
 
-TEST_F(TextContract, ANullCharacterIsOneLikeOthers) {
+TEST_F(TextContract, ANullCharacterIsACharacterLikeAnyOther) {
     EXPECT_EQ(firstCharacters(std::string_view{"a\0bc", 4}, 3), std::string_view("a\0b", 3));
 }
 
-TEST_F(TextContract, EmojiThatAreJoinedAreOneCharacter) {
+TEST_F(TextContract, JoinedEmojiAreOneCharacter) {
     SKIP_UNLESS_ABLE(Ability::charactersOfEmoji);
     EXPECT_EQ(firstCharacters("👩‍👩‍👧‍👦👍🏽🇩🇪x", 1),
               "👩‍👩‍👧‍👦");
@@ -88,7 +88,7 @@ TEST_F(TextContract, ADateIsWrittenInTheUsersLanguage) {
     EXPECT_EQ(localizedDateTime(at("2026-10-14T15:00")), "14 Oct 2026, 15:00");
 }
 
-TEST_F(TextContract, ADateIsTheOneOfTheUsersZoneAtThatTime) {
+TEST_F(TextContract, ADateIsShownInTheUsersCurrentZone) {
     EXPECT_EQ(localizedDateTime(at("2026-10-14T22:30:00Z")), "15 Oct 2026, 00:30");
     EXPECT_EQ(localizedDateTime(at("2026-12-14T22:30:00Z")), "14 Dec 2026, 23:30");
     const ScopedVariable moved{"TZ", "Asia/Kathmandu"};

@@ -38,7 +38,7 @@ constexpr const char* fetch = "unifiedContactsMatchingPredicate:keysToFetch:erro
 
 } // namespace
 
-TEST_F(ContactsTest, EachStatusIsWhatContactsSays) {
+TEST_F(ContactsTest, EachStatusIsTheFrameworksOwn) {
     for (const int status : {0, 1, 2, 3, 4, 5}) {
         standIn.contactsStatus = status;
         EXPECT_EQ(static_cast<int>(contactsAuthorizationStatus()), status);
@@ -53,7 +53,7 @@ TEST_F(ContactsTest, ExactlyFiveKeysAreFetchedInTheirOrder) {
                   " givenName, familyName, organizationName, emailAddresses, phoneNumbers");
 }
 
-TEST_F(ContactsTest, TheQueryIsPassedOnAsItIsToAStoreOfTheSearchesOwn) {
+TEST_F(ContactsTest, EachSearchPassesTheQueryUnchangedToAStoreOfItsOwn) {
     openContactStore()->contactsMatchingName("  O’Brien, Zoë\n");
     openContactStore()->contactsMatchingName("");
     const Calls journal = standIn.journal();
@@ -63,7 +63,7 @@ TEST_F(ContactsTest, TheQueryIsPassedOnAsItIsToAStoreOfTheSearchesOwn) {
                                    "openContactStore", "contactsMatchingName "}));
 }
 
-TEST_F(ContactsTest, OfAContactEveryPropertyArrivesWithoutLabels) {
+TEST_F(ContactsTest, EveryPropertyOfAContactArrivesWithoutLabels) {
     const auto found = search();
     ASSERT_EQ(found.size(), 2U);
     EXPECT_EQ(found[0].identifier, "anna");

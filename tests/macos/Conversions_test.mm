@@ -74,7 +74,7 @@ int living = 0;
 }
 @end
 
-TEST_F(ConversionsTest, TextGoesThereAndBackUnchanged) {
+TEST_F(ConversionsTest, TextIsUnchangedAfterARoundTrip) {
     for (const std::string& text :
          {std::string{}, std::string{"abc"}, std::string{"äöü €"},
           std::string{"👩‍👩‍👧‍👦"},
@@ -91,7 +91,7 @@ TEST_F(ConversionsTest, AStringHasTheCharactersOfTheText) {
     EXPECT_EQ(textOf(@"Grüße"), "Grüße");
 }
 
-TEST_F(ConversionsTest, NilIsNoTextAndNoTextIsNil) {
+TEST_F(ConversionsTest, NilBecomesNoTextAndNoTextBecomesNil) {
     EXPECT_FALSE(textOf(nil));
     EXPECT_EQ(textOrEmpty(nil), "");
     EXPECT_TRUE(stringOrNil(std::nullopt) == nil);
@@ -99,7 +99,7 @@ TEST_F(ConversionsTest, NilIsNoTextAndNoTextIsNil) {
     EXPECT_EQ(textOf(stringOrNil("x")), "x");
 }
 
-TEST_F(ConversionsTest, HalfASurrogatePairIsReplaced) {
+TEST_F(ConversionsTest, AnUnpairedSurrogateIsReplaced) {
     EXPECT_EQ(textOf(stringOfUnit(0xD800)), "a\uFFFDb");
     EXPECT_EQ(textOf(stringOfUnit(0xDBFF)), "a\uFFFDb");
     EXPECT_EQ(textOf(stringOfUnit(0xDC00)), "a\uFFFDb");
@@ -116,7 +116,7 @@ TEST_F(ConversionsTest, DatesAreExactToTheMillisecond) {
     EXPECT_EQ(dateOf(Instant{std::chrono::milliseconds{1500}}).timeIntervalSince1970, 1.5);
 }
 
-TEST_F(ConversionsTest, WhatIsNoDateIsNone) {
+TEST_F(ConversionsTest, AnInvalidDateBecomesNone) {
     EXPECT_FALSE(instantOf(nil));
     OddDate* const date = [[[OddDate alloc] init] autorelease];
     for (const double seconds : {std::nan(""), std::numeric_limits<double>::infinity(),
@@ -148,7 +148,7 @@ TEST_F(ConversionsTest, AnExceptionSaysItsReasonElseItsName) {
     EXPECT_NE(descriptionOf(static_cast<NSException*>(nil)), "");
 }
 
-TEST_F(ConversionsTest, WhatAGuardedCallRaisesIsThrownBehindIt) {
+TEST_F(ConversionsTest, AnExceptionInAGuardedCallIsThrownAsAnError) {
     const auto raising = [](Problem&) -> int {
         const Owned<Counted> counted{[[Counted alloc] init]};
         [NSException raise:@"Name" format:@"reason %d", 7];
@@ -158,7 +158,7 @@ TEST_F(ConversionsTest, WhatAGuardedCallRaisesIsThrownBehindIt) {
     EXPECT_EQ(living, 0); // objects owned by C++ were released on the way
 }
 
-TEST_F(ConversionsTest, WhatAGuardedCallMakesIsGoneBehindIt) {
+TEST_F(ConversionsTest, ObjectsOfAGuardedCallAreReleasedAfterIt) {
     const int seen = guarded([](Problem&) {
         [[[Counted alloc] init] autorelease];
         return living;
@@ -176,7 +176,7 @@ TEST_F(ConversionsTest, AProblemThatACallReportsIsThrownToo) {
     EXPECT_EQ(guarded([](Problem&) { return 5; }), 5);
 }
 
-TEST_F(ConversionsTest, WhatIsOwnedLivesAsLongAsItsOwner) {
+TEST_F(ConversionsTest, AnOwnedObjectLivesAsLongAsItsOwner) {
     {
         Owned<Counted> first;
         EXPECT_TRUE(first.get() == nil);

@@ -60,7 +60,7 @@ protected:
 
 } // namespace
 
-TEST_F(EventKitTest, EachStatusOfBothTypesIsWhatEventKitSays) {
+TEST_F(EventKitTest, EachStatusOfBothTypesIsTheFrameworksOwn) {
     for (const int status : {0, 1, 2, 3, 4}) {
         data->eventAccess = static_cast<AuthorizationStatus>(status);
         data->reminderAccess = static_cast<AuthorizationStatus>(4 - status);
@@ -82,7 +82,7 @@ TEST_F(EventKitTest, AStatusOfALaterSystemIsNotTakenForFullAccess) {
     EXPECT_NE(database->authorizationStatus(EntityType::event), AuthorizationStatus::fullAccess);
 }
 
-TEST_F(EventKitTest, TheStoreIsMadeAtTheFirstUseAndKept) {
+TEST_F(EventKitTest, TheStoreIsCreatedOnFirstUseAndKept) {
     EXPECT_EQ(standIn.journal(), Calls{});
     events();
     events();
@@ -92,7 +92,7 @@ TEST_F(EventKitTest, TheStoreIsMadeAtTheFirstUseAndKept) {
     EXPECT_EQ(std::ranges::count(journal, "reset"), 0);
 }
 
-TEST_F(EventKitTest, AStoreThatCannotBeMadeIsAnErrorAndTriedAgain) {
+TEST_F(EventKitTest, AStoreThatCannotBeCreatedIsAnErrorAndRetried) {
     standIn.raises["EKEventStore init"] = "no service";
     EXPECT_EQ(failureOf([&] { events(); }), "no service");
     standIn.raises.clear();
@@ -119,7 +119,7 @@ TEST_F(EventKitTest, NoArrayOfCalendarsIsNoCalendars) {
     EXPECT_TRUE(database->calendars(EntityType::event).empty());
 }
 
-TEST_F(EventKitTest, TheDefaultsAreTheirOwnCalls) {
+TEST_F(EventKitTest, EachDefaultHasItsOwnCall) {
     EXPECT_EQ(database->defaultCalendarForNewEvents().value().identifier, "c1");
     EXPECT_EQ(database->defaultListForNewReminders().value().identifier, "l1");
     EXPECT_EQ(calls(), (Calls{"defaultCalendarForNewEvents", "defaultCalendarForNewReminders"}));
@@ -129,14 +129,14 @@ TEST_F(EventKitTest, TheDefaultsAreTheirOwnCalls) {
     EXPECT_FALSE(database->defaultListForNewReminders());
 }
 
-TEST_F(EventKitTest, EventsAreSoughtInAllCalendarsByNil) {
+TEST_F(EventKitTest, AllCalendarsAreSearchedByPassingNil) {
     events();
     EXPECT_EQ(calls(), (Calls{"predicateForEventsWithStartDate:endDate:calendars: 1791928800 "
                               "1792015200 nil",
                               "eventsMatchingPredicate:"}));
 }
 
-TEST_F(EventKitTest, EventsAreSoughtInOneCalendarByAnArrayOfIt) {
+TEST_F(EventKitTest, OneCalendarIsSearchedByPassingAnArrayOfIt) {
     events(&work);
     EXPECT_EQ(calls(), (Calls{"calendarsForEntityType: 0",
                               "predicateForEventsWithStartDate:endDate:calendars: 1791928800 "
@@ -152,7 +152,7 @@ TEST_F(EventKitTest, ACalendarThatIsGoneIsNotTakenForAll) {
     EXPECT_EQ(calls(), Calls{"calendarsForEntityType: 0"});
 }
 
-TEST_F(EventKitTest, OfAnEventEveryPropertyArrives) {
+TEST_F(EventKitTest, EveryPropertyOfAnEventArrives) {
     data->stored = {event("e1", start)};
     data->stored[0].allDay = true;
     const auto found = events();
@@ -188,7 +188,7 @@ TEST_F(EventKitTest, NoArrayOfEventsIsNoEvents) {
     EXPECT_TRUE(events().empty());
 }
 
-TEST_F(EventKitTest, EventsComeInTheOrderInWhichEventKitGivesThem) {
+TEST_F(EventKitTest, EventsKeepTheOrderInWhichEventKitReturnsThem) {
     data->stored = {event("late", start + std::chrono::hours{3}), event("b", start),
                     event("a", start)};
     std::vector<std::string> identifiers;
@@ -198,7 +198,7 @@ TEST_F(EventKitTest, EventsComeInTheOrderInWhichEventKitGivesThem) {
     EXPECT_EQ(identifiers, (Calls{"late", "b", "a"}));
 }
 
-TEST_F(EventKitTest, AnEventThatRaisesIsPassedOverAndHidesNoOther) {
+TEST_F(EventKitTest, AnEventThatRaisesIsSkippedAndHidesNoOther) {
     data->stored = {event("e1", start), event("e2", start), event("e3", start)};
     standIn.raises["title e2"] = "stale";
     const auto found = events();
@@ -207,7 +207,7 @@ TEST_F(EventKitTest, AnEventThatRaisesIsPassedOverAndHidesNoOther) {
     EXPECT_EQ(found[1].identifier, "e3");
 }
 
-TEST_F(EventKitTest, ALongTimeIsSoughtInPiecesThatEventKitDoesNotCut) {
+TEST_F(EventKitTest, ALongTimeIsSearchedInPiecesThatEventKitDoesNotCut) {
     const Instant later = *parseDate("2031-10-14");
     database->events(start, later, nullptr);
     const auto pieces = calls();
@@ -233,7 +233,7 @@ TEST_F(EventKitTest, AnEventIsSavedWithWhatItIsGivenInOneCommitOfItsOwn) {
     EXPECT_EQ(data->journal.back(), "saveEvent Dentist in c2");
 }
 
-TEST_F(EventKitTest, WhatANewEventIsNotGivenIsSetToNil) {
+TEST_F(EventKitTest, MissingPropertiesOfANewEventAreSetToNil) {
     saveDentist();
     const Calls journal = calls();
     EXPECT_TRUE(std::ranges::count(journal, "setLocation: nil") == 1) << "location";
@@ -241,7 +241,7 @@ TEST_F(EventKitTest, WhatANewEventIsNotGivenIsSetToNil) {
     EXPECT_TRUE(std::ranges::count(journal, "setAllDay: NO") == 1) << "all day";
 }
 
-TEST_F(EventKitTest, ASaveThatFailsGivesTheErrorsDescriptionAndIsForgotten) {
+TEST_F(EventKitTest, AFailedSaveThrowsTheErrorsDescriptionAndTheEventIsForgotten) {
     standIn.errors["saveEvent:span:commit:error:"] = "Der Kalender ist schreibgeschützt.";
     EXPECT_EQ(failureOf([&] { saveDentist(); }), "Der Kalender ist schreibgeschützt.");
     EXPECT_EQ(calls().back(), "reset");
@@ -253,13 +253,13 @@ TEST_F(EventKitTest, AnErrorWithoutADescriptionStillSaysSomething) {
     EXPECT_NE(failureOf([&] { saveDentist(); }), "");
 }
 
-TEST_F(EventKitTest, ASaveThatSaysNoWithoutAnErrorIsNoFailure) {
+TEST_F(EventKitTest, ASaveThatReturnsNoWithoutAnErrorIsNotAFailure) {
     standIn.refusals = {"saveEvent:span:commit:error:"};
     EXPECT_EQ(failureOf([&] { saveDentist(); }), "no failure");
     EXPECT_EQ(calls().back(), "saveEvent:span:commit:error: Dentist 0 YES");
 }
 
-TEST_F(EventKitTest, WhatIsRaisedWhileSavingIsAnErrorAndIsForgotten) {
+TEST_F(EventKitTest, AnExceptionWhileSavingIsAnErrorAndTheEventIsForgotten) {
     for (const char* call : {"eventWithEventStore:", "setTitle:", "setStartDate:", "setEndDate:",
                              "setAllDay:", "setLocation:", "setNotes:", "setCalendar:",
                              "calendarsForEntityType:", "saveEvent:span:commit:error:"}) {
@@ -303,7 +303,7 @@ TEST_F(EventKitTest, WhateverRaisesIsAnErrorWithItsReason) {
     EXPECT_EQ(failureOf([&] { events(); }), "no failure");
 }
 
-TEST_F(EventKitTest, AnExceptionWithoutAReasonIsKnownByItsName) {
+TEST_F(EventKitTest, AnExceptionWithoutAReasonIsReportedByItsName) {
     standIn.raises["eventsMatchingPredicate:"] = "";
     EXPECT_EQ(failureOf([&] { events(); }), "NSInvalidArgumentException");
 }

@@ -57,7 +57,7 @@ protected:
 
 } // namespace
 
-TEST_F(EventKitRemindersTest, OpenOnesOfAllListsAreSoughtWithoutBounds) {
+TEST_F(EventKitRemindersTest, OpenOnesOfAllListsAreSearchedWithoutBounds) {
     fetch();
     EXPECT_EQ(calls(),
               (Calls{"predicateForIncompleteRemindersWithDueDateStarting:ending:calendars: "
@@ -74,7 +74,7 @@ TEST_F(EventKitRemindersTest, OpenOnesDueBeforeADateHaveAnUpperBoundOnly) {
                      "fetchRemindersMatchingPredicate:completion:"}));
 }
 
-TEST_F(EventKitRemindersTest, AllOnesAreSoughtWithoutTheDueDate) {
+TEST_F(EventKitRemindersTest, WithCompletedOnesTheDueDateIsNotPassedOn) {
     fetch({true, start, &work});
     EXPECT_EQ(calls(),
               (Calls{"calendarsForEntityType: 1", "predicateForRemindersInCalendars: [Work]",
@@ -90,7 +90,7 @@ TEST_F(EventKitRemindersTest, AListThatIsGoneHasNoRemindersAndIsNotTakenForAll) 
     EXPECT_EQ(calls(), Calls{"calendarsForEntityType: 1"});
 }
 
-TEST_F(EventKitRemindersTest, OfAReminderEveryPropertyArrives) {
+TEST_F(EventKitRemindersTest, EveryPropertyOfAReminderArrives) {
     fetch();
     ASSERT_EQ(answers.size(), 1U);
     const Reminder& milk = answers[0].value().at(0);
@@ -115,14 +115,14 @@ TEST_F(EventKitRemindersTest, EveryPropertyOfAReminderMayBeNil) {
     EXPECT_FALSE(milk.notes);
 }
 
-TEST_F(EventKitRemindersTest, AReminderThatRaisesIsPassedOverAndHidesNoOther) {
+TEST_F(EventKitRemindersTest, AReminderThatRaisesIsSkippedAndHidesNoOther) {
     standIn.raises["notes milk"] = "stale";
     fetch();
     ASSERT_EQ(answers.at(0).value().size(), 1U);
     EXPECT_EQ(answers[0]->at(0).identifier, "tax");
 }
 
-TEST_F(EventKitRemindersTest, OnlyThoseThatAreWantedAreConverted) {
+TEST_F(EventKitRemindersTest, OnlyTheRequestedNumberIsConverted) {
     for (int number = 0; number < 5'000; ++number) {
         data->reminders.push_back({std::to_string(number), "Old", "Work", true, 0, {}, {}});
     }
@@ -199,7 +199,7 @@ TEST_F(EventKitRemindersTest, AFetchThatCompletesTwiceIsAnsweredOnce) {
     EXPECT_EQ(answers.size(), 1U);
 }
 
-TEST_F(EventKitRemindersTest, AFetchThatNeverCompletesIsAnsweredWithNothing) {
+TEST_F(EventKitRemindersTest, AFetchWhoseCompletionIsDroppedIsAnsweredWithNone) {
     standIn.deliver = [](const std::function<void()>&) {};
     fetch();
     ASSERT_EQ(answers.size(), 1U);
@@ -217,7 +217,7 @@ TEST_F(EventKitRemindersTest, AFetchThatRaisesIsAnErrorAndAnsweredInNoOtherWay) 
     EXPECT_TRUE(answers.empty());
 }
 
-TEST_F(EventKitRemindersTest, OneIsLookedUpByItsIdentifierAlone) {
+TEST_F(EventKitRemindersTest, AReminderIsLookedUpByItsIdentifierAlone) {
     EXPECT_EQ(database->reminder("milk").value().title, "Milk");
     EXPECT_EQ(calls(), Calls{"calendarItemWithIdentifier: milk"});
     EXPECT_FALSE(database->reminder("bread"));
@@ -230,7 +230,7 @@ TEST_F(EventKitRemindersTest, AnEventWithThatIdentifierIsNoReminder) {
     EXPECT_FALSE(data->changed());
 }
 
-TEST_F(EventKitRemindersTest, APropertyThatRaisesIsAnErrorWhereOneReminderIsAsked) {
+TEST_F(EventKitRemindersTest, APropertyThatRaisesIsAnErrorWhenOneReminderIsLookedUp) {
     standIn.raises["title milk"] = "stale";
     EXPECT_EQ(failureOf([&] { database->reminder("milk"); }), "stale");
 }
@@ -264,7 +264,7 @@ TEST_F(EventKitRemindersTest, ADueDateIsGregorianWhateverCalendarTheUserHas) {
     }
 }
 
-TEST_F(EventKitRemindersTest, ADueDateIsOfTheZoneThatTheUserIsInAtThatMoment) {
+TEST_F(EventKitRemindersTest, ADueDateIsSavedInTheUsersCurrentZone) {
     saveMilk(*parseDate("2026-10-14T22:30:00Z"));
     EXPECT_EQ(calls().at(4), "setDueDateComponents: 2026-10-15 0:30");
     const ScopedVariable moved{"TZ", "America/New_York"};
@@ -273,7 +273,7 @@ TEST_F(EventKitRemindersTest, ADueDateIsOfTheZoneThatTheUserIsInAtThatMoment) {
     EXPECT_EQ(calls().at(4), "setDueDateComponents: 2026-10-14 18:30");
 }
 
-TEST_F(EventKitRemindersTest, ADueDateIsReadByItselfOrInTheUsersCalendar) {
+TEST_F(EventKitRemindersTest, ADueDateIsReadWithItsOwnCalendarOrTheUsers) {
     const Instant halfPastThree = *parseDate("2026-10-14T15:30");
     EXPECT_EQ(dueOf({2026, 10, 14, 15, 30, true, {}}), halfPastThree);
     EXPECT_EQ(dueOf({2026, 10, 14, 15, 30, false, {}}), halfPastThree);
@@ -281,7 +281,7 @@ TEST_F(EventKitRemindersTest, ADueDateIsReadByItselfOrInTheUsersCalendar) {
     EXPECT_EQ(dueOf({2026, 10, 14, {}, {}, false, {}}), start);
 }
 
-TEST_F(EventKitRemindersTest, ADueDateThatYieldsADateByItselfIsThat) {
+TEST_F(EventKitRemindersTest, ADueDateWithAZoneIsReadInThatZone) {
     EXPECT_EQ(dueOf({2026, 10, 14, 15, 30, true, "America/New_York"}),
               parseDate("2026-10-14T15:30:00-04:00"));
 }
@@ -291,7 +291,7 @@ TEST_F(EventKitRemindersTest, ADueDateWithoutACalendarOfItsOwnIsGregorian) {
     EXPECT_EQ(dueOf({2026, 10, 14, {}, {}, false, {}}), start);
 }
 
-TEST_F(EventKitRemindersTest, ASaveThatFailsGivesTheErrorsDescriptionAndIsForgotten) {
+TEST_F(EventKitRemindersTest, AFailedSaveThrowsTheErrorsDescriptionAndTheReminderIsForgotten) {
     standIn.errors["saveReminder:commit:error:"] = "read-only";
     EXPECT_EQ(failureOf([&] { saveMilk(); }), "read-only");
     EXPECT_EQ(calls().back(), "reset");
@@ -300,13 +300,13 @@ TEST_F(EventKitRemindersTest, ASaveThatFailsGivesTheErrorsDescriptionAndIsForgot
     EXPECT_FALSE(data->changed());
 }
 
-TEST_F(EventKitRemindersTest, ASaveThatSaysNoWithoutAnErrorIsNoFailure) {
+TEST_F(EventKitRemindersTest, ASaveThatReturnsNoWithoutAnErrorIsNotAFailure) {
     standIn.refusals = {"saveReminder:commit:error:"};
     EXPECT_EQ(failureOf([&] { saveMilk(); }), "no failure");
     EXPECT_TRUE(database->completeReminder("milk"));
 }
 
-TEST_F(EventKitRemindersTest, WhatIsRaisedWhileSavingIsAnErrorAndIsForgotten) {
+TEST_F(EventKitRemindersTest, AnExceptionWhileSavingIsAnErrorAndTheReminderIsForgotten) {
     for (const char* call :
          {"reminderWithEventStore:", "setTitle:", "setNotes:", "setPriority:",
           "setDueDateComponents:", "setCalendar:", "saveReminder:commit:error:"}) {

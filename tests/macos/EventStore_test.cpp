@@ -117,7 +117,7 @@ TEST_F(EventStoreOverEventKit, AStoreThatHadAccessFromTheStartIsNeverReset) {
     EXPECT_EQ(std::ranges::count(journal, "reset"), 0);
 }
 
-TEST_F(EventStoreOverEventKit, AResetThatRaisesIsTriedAgain) {
+TEST_F(EventStoreOverEventKit, AResetThatRaisesIsRetried) {
     data->reminders = {{"milk", "Milk", "Work", false, 0, {}, {}}};
     data->reminderAccess = AuthorizationStatus::denied;
     events();
@@ -155,14 +155,14 @@ TEST_F(EventStoreOverEventKit, AFetchThatNeverCompletesIsGivenUpAndCancelledBefo
     }
 }
 
-TEST_F(EventStoreOverEventKit, FullAccessIsEnough) {
+TEST_F(EventStoreOverEventKit, FullAccessSuffices) {
     EXPECT_EQ(failureOf([&] { events(); }), "no failure");
     EXPECT_EQ(failureOf([&] { createEvent(); }), "no failure");
     EXPECT_EQ(failureOf([&] { reminders(); }), "no failure");
     EXPECT_EQ(failureOf([&] { createReminder(); }), "no failure");
 }
 
-TEST_F(EventStoreOverEventKit, EventsAreSortedByTheirStartThoseOfOneTimeStayInOrder) {
+TEST_F(EventStoreOverEventKit, EventsAreSortedByStartAndTiesKeepTheirOrder) {
     using std::chrono::hours;
     data->stored = {event("c", hours{2}), event("z", hours{1}), event("a", hours{1}),
                     event("m", hours{1}), event("b", hours{0})};
@@ -188,7 +188,7 @@ TEST_F(EventStoreOverEventKit, RemindersThatCompleteOnAnotherThreadLaterAreWaite
     later.join();
 }
 
-TEST_F(EventStoreOverEventKit, RemindersThatNeverComeAreNone) {
+TEST_F(EventStoreOverEventKit, RemindersThatNeverArriveAreNone) {
     data->reminders = {{"milk", "Milk", "Work", false, 0, {}, {}}};
     standIn.completesWithNil = true;
     EXPECT_EQ(reminders().arrayValue().value().size(), 0U);

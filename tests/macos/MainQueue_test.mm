@@ -71,7 +71,7 @@ protected:
 
 } // namespace
 
-TEST_F(MainQueueTest, WhatIsPutOnItIsDoneByTheMainThreadWhileTheWorkGoesOn) {
+TEST_F(MainQueueTest, TheMainThreadPerformsQueuedCallsWhileTheWorkRuns) {
     bool heard = false;
     runBesideMainQueue([&] {
         send(@selector(receive:));
@@ -88,7 +88,7 @@ TEST_F(MainQueueTest, TheWorkIsDoneOnAnotherThread) {
     EXPECT_FALSE(onMain);
 }
 
-TEST_F(MainQueueTest, WhatRaisesThereEndsNothing) {
+TEST_F(MainQueueTest, AnExceptionOnTheMainThreadEndsNothing) {
     bool heard = false;
     runBesideMainQueue([&] {
         send(@selector(receiveAndRaise:));
@@ -98,7 +98,7 @@ TEST_F(MainQueueTest, WhatRaisesThereEndsNothing) {
     EXPECT_TRUE(heard);
 }
 
-TEST_F(MainQueueTest, WorkWithNothingToDoEndsAtOnceAlsoManyTimes) {
+TEST_F(MainQueueTest, EmptyWorkEndsImmediatelyManyTimes) {
     int count = 0;
     for (int round = 0; round < 200; ++round) {
         runBesideMainQueue([&] { ++count; });

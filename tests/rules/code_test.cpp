@@ -41,18 +41,18 @@ bool isOfTheHost(const std::string& path) {
 
 } // namespace
 
-TEST(Rules, ThereIsSomethingToLookAt) {
+TEST(Rules, ThereAreSourcesToCheck) {
     EXPECT_GT(sources().size(), 50U);
 }
 
-TEST(Rules, OfTheServerOnlyTheTransportNamesStandardOutput) {
+TEST(Rules, InTheServerOnlyTheTransportNamesStandardOutput) {
     auto found = offenders(R"(STDOUT_FILENO|std::cout|\bstdout\b|\bputs\(|\bprintf\()",
                            {"MCPStdio/MCPServer.hpp"});
     std::erase_if(found, isOfTheHost);
     EXPECT_EQ(found, nobody);
 }
 
-TEST(Rules, NothingOfTheServerNamesStandardError) {
+TEST(Rules, NothingInTheServerNamesStandardError) {
     auto found = offenders(R"(STDERR_FILENO|std::cerr|std::clog|\bstderr\b|\bperror\()", nobody);
     std::erase_if(found, isOfTheHost);
     EXPECT_EQ(found, nobody);
@@ -110,7 +110,7 @@ TEST(Rules, OnlyBuildListsAskWhichSystemIsBuiltFor) {
 }
 
 /// The same files are compiled with automatic reference counting and without.
-TEST(Rules, ObjectiveCIsRightWithAndWithoutCountedReferences) {
+TEST(Rules, ObjectiveCIsRightWithAndWithoutReferenceCounting) {
     const std::string counts = R"(\b(?:retain|release|autorelease|dealloc|retainCount)\])";
     EXPECT_EQ(offenders(counts, {"velmiro_mcp/platform/macos/Owned.hpp"}), nobody);
     for (const SourceFile& file : sources()) { // an object from `alloc` is owned immediately

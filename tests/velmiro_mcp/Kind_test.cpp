@@ -27,7 +27,7 @@ TEST(Kind, HasFiveNamesInTheirOrder) {
     }
 }
 
-TEST(EnabledKinds, AreAllWithoutTheVariable) {
+TEST(EnabledKinds, AreAllIfTheVariableIsNotSet) {
     EXPECT_EQ(enabledKinds({}), all);
     EXPECT_EQ(enabledKinds({{"HOME", "/home/x"}}), all);
 }
@@ -45,7 +45,7 @@ TEST(EnabledKinds, IgnoreBlanksAndTabsAroundNames) {
     EXPECT_EQ(enabledBy("\u00A0notes\u3000,\u2003mail"), expected);
 }
 
-TEST(EnabledKinds, AreNoneWhenTheVariableNamesNone) {
+TEST(EnabledKinds, AreNoneIfTheVariableNamesNone) {
     for (const char* value : {"", ",,,", "Calendar,MAIL", "notes\n", "\nnotes",
                               "calendar;reminders", "calendar reminders", "calendars"}) {
         EXPECT_EQ(enabledBy(value), none) << value;

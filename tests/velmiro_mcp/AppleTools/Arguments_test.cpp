@@ -55,7 +55,7 @@ TEST(RequiredString, IsTrimmedAndNotBlank) {
               "‘query’ is required");
 }
 
-TEST(OptionalString, IsAbsentWhereItIsBlankOrNoText) {
+TEST(OptionalString, IsAbsentIfItIsBlankOrNotAText) {
     EXPECT_EQ(optionalString("list", with("list", " Work ")), "Work");
     EXPECT_EQ(optionalString("list", with("list", "  ")), std::nullopt);
     EXPECT_EQ(optionalString("list", with("list", 5)), std::nullopt);
@@ -64,13 +64,13 @@ TEST(OptionalString, IsAbsentWhereItIsBlankOrNoText) {
     EXPECT_EQ(optionalString("list", JSONValue::array()), std::nullopt);
 }
 
-TEST(Integer, FallsBackOnlyWhereItIsAbsentOrNull) {
+TEST(Integer, FallsBackOnlyIfItIsAbsentOrNull) {
     EXPECT_EQ(integer("limit", noArguments, limitRule), 10);
     EXPECT_EQ(limit(nullptr), 10);
     EXPECT_EQ(integer("limit", noArguments, {99, 1, 30}), 99); // the fallback is not checked
 }
 
-TEST(Integer, TakesWhatBecomesAWholeNumberInRange) {
+TEST(Integer, AcceptsAnythingThatRoundsOrParsesToANumberInRange) {
     EXPECT_EQ(limit(30), 30);
     EXPECT_EQ(limit(1), 1);
     EXPECT_EQ(limit(29.6), 30);
@@ -133,7 +133,7 @@ TEST(StringList, TakesAnArrayOrTextBetweenCommas) {
     EXPECT_EQ(stringList("to", noArguments), List{});
 }
 
-TEST(Flag, IsOnOnlyWhenItIsTheValueTrue) {
+TEST(Flag, IsOnOnlyIfItIsTheValueTrue) {
     EXPECT_TRUE(flag("all_day", with("all_day", true)));
     for (const JSONValue& off : {JSONValue{false}, JSONValue{"true"}, JSONValue{1}, JSONValue{}}) {
         EXPECT_FALSE(flag("all_day", with("all_day", off)));
@@ -141,7 +141,7 @@ TEST(Flag, IsOnOnlyWhenItIsTheValueTrue) {
     EXPECT_FALSE(flag("all_day", noArguments));
 }
 
-TEST(Schema, HasFourMembersAlways) {
+TEST(Schema, AlwaysHasFourMembers) {
     EXPECT_EQ(schema(JSONValue::object(), {}).jsonString(),
               R"({"additionalProperties":false,"properties":{},"required":[],"type":"object"})");
     EXPECT_EQ(

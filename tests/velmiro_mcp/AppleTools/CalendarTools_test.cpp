@@ -73,7 +73,7 @@ TEST_F(CalendarTools, ListFromTheStartOfTodayForADayByDefault) {
                                   dateText(today + std::chrono::hours{24}).c_str()));
 }
 
-TEST_F(CalendarTools, ListDaysOfTwentyFourHoursAlsoAcrossAChangeOfTheClock) {
+TEST_F(CalendarTools, ListDaysOfTwentyFourHoursEvenIfTheClockChanges) {
     list(R"({"start":"2026-10-25","days":1})");
     EXPECT_EQ(range(), eventsCall("2026-10-25", "2026-10-25T23:00"));
     list(R"({"start":"2026-10-01","days":62})");
@@ -85,7 +85,7 @@ TEST_F(CalendarTools, ListBetweenStartAndEnd) {
     EXPECT_EQ(range(), eventsCall("2026-10-14T08:00", "2026-10-14T09:30"));
 }
 
-TEST_F(CalendarTools, ListRefusesDaysOutOfRangeAlsoBesideAnEnd) {
+TEST_F(CalendarTools, ListRefusesDaysOutOfRangeEvenIfThereIsAnEnd) {
     const std::string message = "‘days’ must be a whole number from 1 to 62";
     EXPECT_EQ(failure(0, R"({"days":63})"), message);
     EXPECT_EQ(failure(0, R"({"days":0})"), message);
@@ -141,7 +141,7 @@ TEST_F(CalendarTools, AllDayIsOffUnlessItIsTheValueTrue) {
     EXPECT_EQ(database->saved.end - database->saved.start, std::chrono::minutes{60});
 }
 
-TEST_F(CalendarTools, ADurationBesideAnEndIsCheckedButHasNoEffect) {
+TEST_F(CalendarTools, ADurationIsCheckedButHasNoEffectIfThereIsAnEnd) {
     create(R"({"title":"x","start":"2026-10-14T15:00","end":"2026-10-14T15:10",)"
            R"("duration_minutes":500})");
     EXPECT_EQ(database->saved.end - database->saved.start, std::chrono::minutes{10});
@@ -169,7 +169,7 @@ TEST_F(CalendarTools, ANoChangesNothing) {
     EXPECT_EQ(database->journal.size(), 1U); // only the question
 }
 
-TEST_F(CalendarTools, AccessAndTheCalendarAreLookedAtOnlyAfterTheQuestion) {
+TEST_F(CalendarTools, AccessAndTheCalendarAreCheckedOnlyAfterTheQuestion) {
     database->eventAccess = AuthorizationStatus::writeOnly;
     EXPECT_EQ(failure(1, R"({"title":"x","start":"2026-10-14"})"),
               "Velmiro has no full access to Calendars. Ask the user to turn it on in Velmiro › "

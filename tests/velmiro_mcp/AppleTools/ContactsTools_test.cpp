@@ -84,7 +84,7 @@ TEST_F(ContactsTools, ARecordHasAllFiveKeysAndTheFamilyNameFirst) {
 })");
 }
 
-TEST_F(ContactsTools, ANameThatIsEmptyIsLeftOut) {
+TEST_F(ContactsTools, AnEmptyPartOfANameIsLeftOut) {
     contacts.found = {{"c1", "Anna", "", "", {}, {}}, {"c2", "", "Berg", "", {}, {}}};
     EXPECT_EQ(records(R"({"query":"x"})"),
               R"([{"emails":[],"id":"c1","name":"Anna","organization":"","phones":[]},)"
@@ -125,7 +125,7 @@ TEST_F(ContactsTools, TheOrderIsTheStoresOwn) {
     EXPECT_TRUE(records(R"({"query":"x"})").starts_with(R"([{"emails":[],"id":"z")"));
 }
 
-TEST_F(ContactsTools, TheQueryIsTrimmedAndOtherwiseHandedOnUnchanged) {
+TEST_F(ContactsTools, TheQueryIsTrimmedAndOtherwisePassedOnUnchanged) {
     search("{\"query\":\"  Zoë  O'Brien \\n\"}");
     EXPECT_EQ(contacts.journal.back(), "contactsMatchingName Zoë  O'Brien");
 }
@@ -148,7 +148,7 @@ TEST_F(ContactsTools, ALimitOutOfRangeOrNoWholeNumberIsRefused) {
     EXPECT_EQ(contacts.journal, Journal{});
 }
 
-TEST_F(ContactsTools, AnyAccessButTheFullOneIsRefusedBeforeAStoreIsOpened) {
+TEST_F(ContactsTools, AnythingButFullAccessIsRefusedBeforeAStoreIsOpened) {
     using enum ContactsAuthorizationStatus;
     for (const auto access : {notDetermined, restricted, denied, limited}) {
         contacts.access = access;
@@ -159,7 +159,7 @@ TEST_F(ContactsTools, AnyAccessButTheFullOneIsRefusedBeforeAStoreIsOpened) {
     EXPECT_EQ(contacts.journal, Journal(4, "authorizationStatus"));
 }
 
-TEST_F(ContactsTools, ArgumentsAreReadBeforeTheAccess) {
+TEST_F(ContactsTools, ArgumentsAreCheckedBeforeAccess) {
     contacts.access = ContactsAuthorizationStatus::denied;
     EXPECT_EQ(failure("{}"), "‘query’ is required");
     EXPECT_EQ(failure(R"({"limit":0})"), "‘query’ is required");

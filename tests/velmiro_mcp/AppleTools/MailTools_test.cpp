@@ -98,13 +98,13 @@ TEST_F(MailTools, ListUnreadMessagesOnlyWhenItIsTheValueTrue) {
     }
 }
 
-TEST_F(MailTools, ReadHandsOnTheIdentifierAsAWholeNumber) {
+TEST_F(MailTools, ReadPassesTheIdentifierAsAWholeNumber) {
     recorded.output = JSONValue::parse(R"({"id":42,"content":"hello"})");
     EXPECT_EQ(read(R"({"id":42})"), (MCPToolResult{R"({"content":"hello","id":42})", false}));
     EXPECT_EQ(recorded.calls, Calls{RecordedScripts::run(scripts::mailRead, {"42"})});
 }
 
-TEST_F(MailTools, ReadChecksNoRangeAndTakesWhatIsAWholeNumber) {
+TEST_F(MailTools, ReadAcceptsAnyWholeNumberOfAnySize) {
     read(R"({"id":"0042"})");
     EXPECT_EQ(lastArguments(), Texts{"42"});
     read(R"({"id":-5})");
@@ -115,7 +115,7 @@ TEST_F(MailTools, ReadChecksNoRangeAndTakesWhatIsAWholeNumber) {
     EXPECT_EQ(lastArguments(), Texts{"9223372036854775807"});
 }
 
-TEST_F(MailTools, ReadRefusesWhatIsNoIdentifier) {
+TEST_F(MailTools, ReadRefusesAnythingElseAsAnIdentifier) {
     for (const char* arguments : {"{}", R"({"id":null})", R"({"id":"x"})", R"({"id":true})",
                                   R"({"id":1e30})", R"({"id":" 4"})", "null"}) {
         EXPECT_EQ(failure(1, arguments), "‘id’ is required") << arguments;
@@ -145,12 +145,12 @@ TEST_F(MailTools, DraftTakesRecipientsAsOneTextToo) {
     EXPECT_EQ(lastArguments(), (Texts{R"(["a@x.org","b@y.org"])", R"(["c@z.org"])", "s", "b"}));
 }
 
-TEST_F(MailTools, DraftWithoutCopiesHandsOnAnEmptyList) {
+TEST_F(MailTools, DraftWithoutCopiesPassesAnEmptyList) {
     draft(R"({"to":["a@x.org"],"subject":"s","body":"b"})");
     EXPECT_EQ(lastArguments(), (Texts{R"(["a@x.org"])", "[]", "s", "b"}));
 }
 
-TEST_F(MailTools, DraftHandsRecipientsOnAsTheyAre) {
+TEST_F(MailTools, DraftPassesRecipientsOnUnchanged) {
     draft(R"({"to":["\"A / B\" <a@x.org>\\","@"],"cc":["nobody","😀"],"subject":"s","body":"b"})");
     EXPECT_EQ(lastArguments(),
               (Texts{R"(["\"A / B\" <a@x.org>\\","@"])", R"(["nobody","😀"])", "s", "b"}));

@@ -62,7 +62,7 @@ TEST_F(NotesTools, AnnounceThemselves) {
               R"("required":["title","body"],"type":"object"})");
 }
 
-TEST_F(NotesTools, SearchHandsOnTheTrimmedQueryAndTenAsTheLimit) {
+TEST_F(NotesTools, SearchPassesTheTrimmedQueryAndALimitOfTen) {
     recorded.output = JSONValue::parse(R"({"notes":[{"name":"a/b","id":"x"}]})");
     EXPECT_EQ(search(R"({"query":" milk  and\neggs\u2003"})"),
               (MCPToolResult{R"({"notes":[{"id":"x","name":"a/b"}]})", false}));
@@ -96,7 +96,7 @@ TEST_F(NotesTools, SearchRefusesAQueryThatIsMissingOrBlank) {
     EXPECT_EQ(recorded.calls, Calls{});
 }
 
-TEST_F(NotesTools, SearchGivesOnWhatIsNoJSONAsAString) {
+TEST_F(NotesTools, SearchReturnsOutputThatIsNotJSONAsAString) {
     recorded.output = "plain \"text\"";
     EXPECT_EQ(search(R"({"query":"x"})"), (MCPToolResult{R"("plain \"text\"")", false}));
 }
@@ -114,7 +114,7 @@ TEST_F(NotesTools, CreateAsksWithTheTitleAloneAndThenRunsTheScript) {
                                      creation({"Shopping", "milk\n\n<eggs>", "Home"})}));
 }
 
-TEST_F(NotesTools, CreateWithABlankFolderIsOneWithout) {
+TEST_F(NotesTools, CreateTreatsABlankFolderAsNone) {
     create(R"({"title":"t","body":"b"})");
     create(R"({"title":"t","body":"b","folder":"  "})");
     create(R"({"title":"t","body":"b","folder":7})");
@@ -123,7 +123,7 @@ TEST_F(NotesTools, CreateWithABlankFolderIsOneWithout) {
     EXPECT_EQ(recorded.calls, (Calls{asked, ran, asked, ran, asked, ran}));
 }
 
-TEST_F(NotesTools, CreateLeavesEveryCharacterAsItIs) {
+TEST_F(NotesTools, CreateKeepsEveryCharacter) {
     create(R"({"title":"</h1>${x} 'q' \"d\" \\","body":"a\r\nb\u0001\u200f😀\\n"})");
     EXPECT_EQ(recorded.calls.at(1),
               creation({"</h1>${x} 'q' \"d\" \\", "a\r\nb\x01\u200f😀\\n", ""}));

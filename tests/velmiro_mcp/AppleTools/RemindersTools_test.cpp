@@ -91,7 +91,7 @@ TEST_F(RemindersTools, ListTheOpenOnesOfAllListsByDefault) {
               (Journal{"authorizationStatus 1", "fetchReminders open - everywhere"}));
 }
 
-TEST_F(RemindersTools, ListWithCompletedOnesOnlyWhenToldSoByTheValueTrue) {
+TEST_F(RemindersTools, ListIncludesCompletedOnesOnlyIfTheArgumentIsTrue) {
     EXPECT_EQ(journalOf(list, R"({"include_completed":true})").back(),
               "fetchReminders all - everywhere");
     for (const char* other : {R"("true")", "1", "null", "false", "[true]"}) {
@@ -134,7 +134,7 @@ TEST_F(RemindersTools, CreateWithoutADateAsksWithTheTitleAlone) {
     EXPECT_FALSE(database->savedReminder.notes);
 }
 
-TEST_F(RemindersTools, CreateOnADayIsDueAtMidnightAndSaysSo) {
+TEST_F(RemindersTools, CreateOnADayIsDueAtMidnightAndTheSummarySaysSo) {
     EXPECT_EQ(journalOf(create, R"({"title":"Milk","due":"2026-10-14"})").front(),
               "ask reminders_create: Milk — 14 Oct 2026, 00:00");
     EXPECT_EQ(database->savedReminder.due, parseDate("2026-10-14T00:00"));
@@ -170,7 +170,7 @@ TEST_F(RemindersTools, ANoToCreatingChangesNothing) {
     EXPECT_EQ(database->journal, Journal{"ask reminders_create: Milk"});
 }
 
-TEST_F(RemindersTools, CreateLooksAtAccessAndTheListOnlyAfterTheQuestion) {
+TEST_F(RemindersTools, CreateChecksAccessAndTheListOnlyAfterTheQuestion) {
     EXPECT_EQ(journalOf(create, R"({"title":"Milk","list":"Nowhere"})"),
               (Journal{"ask reminders_create: Milk", "authorizationStatus 1", "calendars 1",
                        "error no list named ‘Nowhere’. Known: Reminders, Work"}));
@@ -196,7 +196,7 @@ TEST_F(RemindersTools, CompleteSaysWhereTheOneAskedAboutWas) {
     EXPECT_EQ(journalOf(complete, R"({"id":"a"})").back(), "completeReminder a at here");
 }
 
-TEST_F(RemindersTools, CompleteOfOneWithoutATitleAsksWithNothing) {
+TEST_F(RemindersTools, CompleteOfOneWithoutATitleAsksWithAnEmptySummary) {
     EXPECT_EQ(journalOf(complete, R"({"id":"untitled"})")[2], "ask reminders_complete: ");
     answer = false;
     EXPECT_EQ(call(complete, R"({"id":"untitled"})").text,
@@ -247,7 +247,7 @@ TEST_F(RemindersTools, CompletingACompletedOneAsksAndSavesAgain) {
     EXPECT_EQ(call(complete, R"({"id":"a"})").text, "{\n  \"completed\" : true\n}");
 }
 
-TEST_F(RemindersTools, AnErrorOfSavingReachesTheCaller) {
+TEST_F(RemindersTools, AnErrorWhileSavingReachesTheCaller) {
     database->saveError = "the disk is full";
     EXPECT_THROW(call(create, R"({"title":"Milk"})"), PlatformError);
     EXPECT_THROW(call(complete, R"({"id":"a"})"), PlatformError);

@@ -35,7 +35,7 @@ constexpr std::chrono::hours aDay{24};
 
 } // namespace
 
-TEST(WholeDays, EndBeforeTheMidnightThatTheyAreGivenTo) {
+TEST(WholeDays, EndBeforeAMidnightGivenAsTheEnd) {
     EXPECT_EQ(covered(berlin, "2026-10-14", "2026-10-15"),
               "2026-10-14 to 2026-10-14T23:59:59+02:00");
     EXPECT_EQ(covered(berlin, "2026-10-14", "2026-10-17"),
@@ -55,7 +55,7 @@ TEST(WholeDays, AreOneForADayOf23HoursAndForOneOf25) {
               "2026-10-24 to 2026-10-30T23:59:59+01:00");
 }
 
-TEST(WholeDays, AreTheNearestNumberAndAtLeastOne) {
+TEST(WholeDays, AreRoundedToTheNearestNumberAndAtLeastOne) {
     EXPECT_EQ(coveredFor(berlin, "2026-10-14", std::chrono::minutes{1}),
               "2026-10-14 to 2026-10-14T23:59:59+02:00");
     EXPECT_EQ(covered(berlin, "2026-10-14", "2026-10-15T11:59"),
@@ -73,7 +73,7 @@ TEST(WholeDays, BeginOnTheDayOfTheStartHoweverLateInIt) {
               "2026-10-13 to 2026-10-13T23:59:59-04:00");
 }
 
-TEST(WholeDays, AreRightWhereMidnightOrAWholeDayIsSkipped) {
+TEST(WholeDays, AreRightEvenIfMidnightOrAWholeDayIsSkipped) {
     EXPECT_EQ(coveredFor("Africa/Cairo", "2026-04-23", aDay),
               "2026-4-23 to 2026-04-23T23:59:59+02:00"); // the next day begins at 01:00
     EXPECT_EQ(coveredFor("Africa/Cairo", "2026-04-24", aDay),

@@ -10,7 +10,7 @@ using namespace velmiro;
 using velmiro::test::ScopedVariable;
 using velmiro::test::TemporaryFolder;
 
-TEST(ZoneVariable, AZoneFileOrARuleIsAZone) {
+TEST(ZoneVariable, AZoneFileOrARuleIsATimeZone) {
     for (const char* value :
          {"", ":", "Europe/Berlin", ":Europe/Berlin", "UTC", "Etc/GMT+2",
           "/usr/share/zoneinfo/Asia/Tokyo", ":/usr/share/zoneinfo/Asia/Tokyo", "CET-1CEST",
@@ -19,7 +19,7 @@ TEST(ZoneVariable, AZoneFileOrARuleIsAZone) {
     }
 }
 
-TEST(ZoneVariable, WhateverElseExistsOrDoesNotIsNone) {
+TEST(ZoneVariable, AnythingElseIsNotATimeZone) {
     const TemporaryFolder folder;
     const std::string pipe = (folder.path() / "pipe").string();
     ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
@@ -61,7 +61,7 @@ TEST(ZoneVariable, FilesAreLookedForWhereTheCLibraryDoes) {
     EXPECT_TRUE(isZone("CET-1"));
 }
 
-TEST(ZoneVariable, OnlyOneThatIsNoneIsRemoved) {
+TEST(ZoneVariable, OnlyAnInvalidZoneIsRemoved) {
     {
         const ScopedVariable zone{"TZ", "Asia/Tokyo"};
         settleZoneVariable();

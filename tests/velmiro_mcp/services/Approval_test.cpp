@@ -105,7 +105,7 @@ TEST_F(ApprovalTest, AHostThatHangsUpBeforeOrAfterTheQuestionIsANo) {
     EXPECT_FALSE(answerTo(""));
 }
 
-TEST_F(ApprovalTest, SilenceIsANoAfterTheLimitAndEachByteBeginsItAnew) {
+TEST_F(ApprovalTest, SilenceIsANoAfterTheLimitWhichEachByteRestarts) {
     const Approval impatient{1s};
     const ScriptedHost host{path, [](int connection) {
                                 readQuestion(connection);
@@ -142,7 +142,7 @@ TEST_F(ApprovalTest, ASummaryOfAMegabyteReachesAHostThatReadsLate) {
     EXPECT_TRUE(syncWait(approval.ask("t", std::string(1'000'000, 'x'))));
 }
 
-TEST_F(ApprovalTest, ASummaryOfAMegabyteToAHostThatHangsUpUnreadIsANo) {
+TEST_F(ApprovalTest, AHostThatHangsUpBeforeReadingAMegabyteIsANo) {
     const ScriptedHost host{path, [](int) { std::this_thread::sleep_for(50ms); }};
     EXPECT_FALSE(syncWait(approval.ask("t", std::string(1'000'000, 'x'))));
 }
@@ -164,7 +164,7 @@ TEST_F(ApprovalTest, APathOfAHundredAndThreeBytesIsUsedAndOneMoreIsANoWithoutACo
     }
 }
 
-TEST_F(ApprovalTest, ManyQuestionsWaitAtOnceEachOnItsConnection) {
+TEST_F(ApprovalTest, ManyQuestionsWaitAtTheSameTimeOnConnectionsOfTheirOwn) {
     constexpr std::size_t count = 100;
     std::atomic<std::size_t> waiting{0};
     const ScriptedHost host{path, [&](int connection) {
@@ -186,7 +186,7 @@ TEST_F(ApprovalTest, ManyQuestionsWaitAtOnceEachOnItsConnection) {
     EXPECT_EQ(host.accepted(), count);
 }
 
-TEST(ApprovalSocketPath, IsTheVariableAsItStandsOrTheDefault) {
+TEST(ApprovalSocketPath, IsTheVariableVerbatimOrTheDefault) {
     const ScopedVariable home{"HOME", "/home/anna"};
     {
         const ScopedVariable named{"VELMIRO_APPROVAL_SOCKET", " ~/x "};

@@ -1,4 +1,4 @@
-// The reminders of the event store, over a database that records what it is asked.
+// The reminders of the event store, over a database that records its calls.
 
 #include "velmiro_mcp/services/EventStore.hpp"
 
@@ -61,7 +61,7 @@ protected:
 
 } // namespace
 
-TEST_F(EventStoreReminders, OnlyFullAccessWillDoForEveryOperation) {
+TEST_F(EventStoreReminders, EveryOperationNeedsFullAccess) {
     const std::string noAccess = "Velmiro has no full access to Reminders. Ask the user to turn it "
                                  "on in Velmiro › Settings › Connectors.";
     for (const auto status : {AuthorizationStatus::notDetermined, AuthorizationStatus::restricted,
@@ -92,7 +92,7 @@ TEST_F(EventStoreReminders, AnUnknownListIsAnsweredWithTheKnownOnes) {
     EXPECT_FALSE(database->changed());
 }
 
-TEST_F(EventStoreReminders, TheDueDateIsHandedOnToTheQuery) {
+TEST_F(EventStoreReminders, TheDueDateIsPassedOnToTheQuery) {
     list(std::nullopt, false, parseDate("2026-10-14"));
     EXPECT_EQ(database->journal.back(), "fetchReminders open 1791928800 everywhere");
     list(std::nullopt, true, parseDate("2026-10-14"));
@@ -105,7 +105,7 @@ TEST_F(EventStoreReminders, ARecordAlwaysHasItsFiveKeys) {
     EXPECT_EQ(record(bare), R"([{"completed":false,"id":"a","list":"","priority":0,"title":""}])");
 }
 
-TEST_F(EventStoreReminders, ARecordHasDueAndNotesWhereThereAreSome) {
+TEST_F(EventStoreReminders, ARecordHasDueAndNotesOnlyIfTheReminderDoes) {
     Reminder full = reminder("a");
     full.completed = true;
     full.priority = 9;
@@ -121,7 +121,7 @@ TEST_F(EventStoreReminders, ARecordHasDueAndNotesWhereThereAreSome) {
 }
 
 TEST_F(EventStoreReminders, NotesAreCutAfterThreeHundredCharacters) {
-    std::string family; // each one character to its reader, of 25 bytes
+    std::string family; // characters of 25 bytes each
     for (int count = 0; count < 501; ++count) {
         family += "👨‍👩‍👧‍👦";
     }
@@ -142,7 +142,7 @@ TEST_F(EventStoreReminders, TheFirstThreeHundredComeInTheDatabasesOrder) {
     EXPECT_EQ((*records.arrayValue())[299]["id"]->stringValue(), "2");
 }
 
-TEST_F(EventStoreReminders, AMissingAnswerCountsAsNone) {
+TEST_F(EventStoreReminders, NoAnswerCountsAsNoReminders) {
     database->fetch = [](const RemindersFound& found) { found(std::nullopt); };
     EXPECT_EQ(list().jsonString(), "[]");
 }
@@ -160,11 +160,11 @@ TEST_F(EventStoreReminders, TheAnswerMayComeLateAndOnAnotherThread) {
     EXPECT_EQ((*records.arrayValue())[0]["id"]->stringValue(), "late");
 }
 
-TEST_F(EventStoreReminders, AnErrorOfTheFetchReachesTheCaller) {
+TEST_F(EventStoreReminders, AnErrorInTheFetchReachesTheCaller) {
     database->fetch = [](const RemindersFound&) { throw PlatformError{"the store is gone"}; };
     EXPECT_THROW(list(), PlatformError);
     database->fetch = nullptr;
-    EXPECT_EQ(list().jsonString(), "[]") << "and the store goes on";
+    EXPECT_EQ(list().jsonString(), "[]") << "after a failed fetch";
 }
 
 TEST_F(EventStoreReminders, OperationsWaitForAFetchThatTakesLong) {
@@ -204,7 +204,7 @@ std::string failureOfListing(EventStore& store) {
 
 } // namespace
 
-TEST_F(EventStoreReminders, AFetchThatIsNeverAnsweredIsGivenUpAndTheStoreGoesOn) {
+TEST_F(EventStoreReminders, AFetchThatIsNeverAnsweredIsAbandonedAndTheStoreStillWorks) {
     EventStore impatient{std::make_unique<FakeEventDatabase>(database),
                          std::chrono::milliseconds{50}};
     std::vector<RemindersFound> kept;
@@ -213,7 +213,7 @@ TEST_F(EventStoreReminders, AFetchThatIsNeverAnsweredIsGivenUpAndTheStoreGoesOn)
     EXPECT_EQ(failureOfListing(impatient), tooLate);
     EXPECT_EQ(syncWait(impatient.createReminder({"Milk", {}, 0, {}}, std::nullopt)), "new-id");
     EXPECT_EQ(failureOfListing(impatient), tooLate);
-    // An answer that comes after all finds nobody waiting, nor does it answer the next fetch.
+    // An answer that arrives after all finds nobody waiting, and does not answer the next fetch.
     database->fetch = [&](RemindersFound found) {
         kept.at(0)(std::vector<Reminder>{reminder("late")});
         found(std::vector<Reminder>{reminder("own")});
@@ -245,7 +245,7 @@ TEST_F(EventStoreReminders, AnAnswerAndTheDeadlineMayComeInTheSameMoment) {
     }
 }
 
-TEST_F(EventStoreReminders, CreatingHandsEverythingOn) {
+TEST_F(EventStoreReminders, CreatingPassesEverythingOn) {
     const NewReminder wanted{"Milk", "two bottles", 5, parseDate("2026-10-14T15:00")};
     EXPECT_EQ(create(wanted, "work"), "new-id");
     EXPECT_EQ(database->journal,
@@ -260,14 +260,14 @@ TEST_F(EventStoreReminders, ADueDateHasNoSeconds) {
     EXPECT_EQ(database->savedReminder.due, parseDate("2026-10-14T15:00"));
 }
 
-TEST_F(EventStoreReminders, WithoutANameTheDefaultListIsTaken) {
+TEST_F(EventStoreReminders, WithoutANameTheDefaultListIsUsed) {
     create({"Milk", {}, 0, {}});
     EXPECT_EQ(database->journal.back(), "saveReminder Milk in l1");
     database->hasDefaultList = false;
     EXPECT_EQ(failure([&] { create({}); }), "there is no reminders list to add to");
 }
 
-TEST_F(EventStoreReminders, APlatformErrorOfSavingIsGivenOnUnchanged) {
+TEST_F(EventStoreReminders, APlatformErrorWhileSavingPassesThroughUnchanged) {
     database->saveError = "the disk is full";
     database->reminders = {reminder("a")};
     EXPECT_THROW(create({}), PlatformError);

@@ -56,7 +56,7 @@ constexpr const char* noAccess = "Velmiro has no full access to Calendars. Ask t
 
 } // namespace
 
-TEST_F(EventStoreTest, OnlyFullAccessWillDoAlsoForCreating) {
+TEST_F(EventStoreTest, ReadingAndCreatingNeedFullAccess) {
     for (const auto status : {AuthorizationStatus::notDetermined, AuthorizationStatus::restricted,
                               AuthorizationStatus::denied, AuthorizationStatus::writeOnly}) {
         database->eventAccess = status;
@@ -117,7 +117,7 @@ TEST_F(EventStoreTest, EventsAreSortedByTheirStartAndTiesKeepTheStoresOrder) {
     EXPECT_EQ(order, "early b a late ");
 }
 
-TEST_F(EventStoreTest, TheEarliestTwoHundredAreGiven) {
+TEST_F(EventStoreTest, TheEarliestTwoHundredAreReturned) {
     for (int i = 250; i > 0; --i) {
         database->stored.push_back(event(std::to_string(i), start + std::chrono::minutes{i}));
     }
@@ -159,13 +159,13 @@ TEST_F(EventStoreTest, WithoutADefaultCalendarNothingIsSaved) {
     EXPECT_FALSE(database->changed());
 }
 
-TEST_F(EventStoreTest, APlatformErrorComesThroughUnchanged) {
+TEST_F(EventStoreTest, APlatformErrorPassesThroughUnchanged) {
     database->saveError = "the disk is full";
     try {
         create();
-        FAIL() << "was saved";
+        FAIL() << "the event was saved";
     } catch (const PlatformError& error) {
         EXPECT_STREQ(error.what(), "the disk is full");
     }
-    EXPECT_NO_THROW(events()); // the failed call left its turn
+    EXPECT_NO_THROW(events()); // the failed call has ended its turn
 }

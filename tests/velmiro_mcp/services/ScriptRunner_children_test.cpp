@@ -139,7 +139,7 @@ TEST(ScriptChildren, AreAllReaped) {
     EXPECT_EQ(errno, ECHILD);
 }
 
-TEST(ScriptChildren, OneThatHangsHoldsUpNoneOfAHundredAndNinetyNine) {
+TEST(ScriptChildren, OneThatHangsDelaysNoneOfAHundredAndNinetyNine) {
     const TemporaryFolder folder;
     const std::string hangs = (folder.path() / "hangs").string();
     const std::string go = (folder.path() / "go").string();
@@ -158,7 +158,7 @@ TEST(ScriptChildren, OneThatHangsHoldsUpNoneOfAHundredAndNinetyNine) {
     EXPECT_EQ(late.get(), JSONValue{2});
 }
 
-TEST(ScriptChildren, ThatRefuseToEndGiveTheirPlacesUp) {
+TEST(ScriptChildren, ThatRefuseToEndNoLongerCount) {
     const TemporaryFolder folder;
     const std::string go = (folder.path() / "go").string();
     ScriptRunner runner{FAKE_OSASCRIPT};

@@ -72,7 +72,7 @@ std::string nested(int depth) {
 
 } // namespace
 
-TEST(ScriptRunner, HandsTheInterpreterLanguageScriptAndArgumentsInThisOrder) {
+TEST(ScriptRunner, PassesLanguageScriptAndArgumentsToTheInterpreterInThisOrder) {
     EXPECT_EQ(run("command", {"one", "", "-e", "--", "two words"}),
               JSONValue::array(FAKE_OSASCRIPT, "-l", "JavaScript", "-e", "command", "one", "", "-e",
                                "--", "two words"));
@@ -104,7 +104,7 @@ TEST(ScriptRunner, EveryScriptReceivesItsArgumentsWhateverTheyBeginWith) {
     }
 }
 
-TEST(ScriptRunner, GivesBackTheJSONThatIsPrinted) {
+TEST(ScriptRunner, ReturnsTheJSONThatIsPrinted) {
     EXPECT_EQ(run({R"(out {"b":[1,null,true],"a":"x/y"})"}),
               JSONValue::parse(R"({"a":"x/y","b":[1,null,true]})"));
     EXPECT_EQ(run({"out 17"}), JSONValue{17});
@@ -116,7 +116,7 @@ TEST(ScriptRunner, IgnoresBlankLinesAroundTheJSON) {
     EXPECT_EQ(run({"out \n\r\n\t {\"a\":1} \n\n"}), JSONValue::parse(R"({"a":1})"));
 }
 
-TEST(ScriptRunner, GivesBackOtherOutputAsAString) {
+TEST(ScriptRunner, ReturnsOtherOutputAsAString) {
     EXPECT_EQ(run({"out word\n"}), JSONValue{"word"});
     EXPECT_EQ(run({"out {\"a\":1} {\"b\":2}"}), JSONValue{"{\"a\":1} {\"b\":2}"});
     EXPECT_EQ(run({"out {'a':1}"}), JSONValue{"{'a':1}"});
@@ -124,7 +124,7 @@ TEST(ScriptRunner, GivesBackOtherOutputAsAString) {
     EXPECT_EQ(run({"out " + nested(512)}), JSONValue::parse(nested(512)));
 }
 
-TEST(ScriptRunner, GivesBackNoOutputAsTheEmptyString) {
+TEST(ScriptRunner, ReturnsTheEmptyStringIfThereIsNoOutput) {
     EXPECT_EQ(run({"exit 0"}), JSONValue{""});
     EXPECT_EQ(run({"out  \n\u3000\n"}), JSONValue{""});
 }
@@ -156,7 +156,7 @@ TEST(ScriptRunner, AFailingScriptSaysWhyOnStandardError) {
     EXPECT_EQ(failure({"err not authorized, -1742", "exit 1"}), "not authorized, -1742");
 }
 
-TEST(ScriptRunner, AFailingScriptThatSaysNothingIsTheScriptFailed) {
+TEST(ScriptRunner, AFailingScriptWithoutAMessageIsReportedAsFailed) {
     EXPECT_EQ(failure({"exit 1"}), "the script failed");
     EXPECT_EQ(failure({"err  \n\u2028\t", "exit 3"}), "the script failed");
 }
@@ -165,7 +165,7 @@ TEST(ScriptRunner, OutputOfAFailingScriptIsIgnored) {
     EXPECT_EQ(failure({"out {\"a\":1} -1743", "exit 1"}), "the script failed");
 }
 
-TEST(ScriptRunner, ARefusedPermissionTellsWhereToGiveIt) {
+TEST(ScriptRunner, ARefusedPermissionTellsWhereToGrantIt) {
     EXPECT_EQ(
         failure({"err 32:47: execution error: Error: An error occurred. (-1743)\n", "exit 1"}),
         notAllowed);
@@ -173,12 +173,12 @@ TEST(ScriptRunner, ARefusedPermissionTellsWhereToGiveIt) {
               notAllowed);
 }
 
-TEST(ScriptRunner, AScriptThatASignalEndsHasFailed) {
+TEST(ScriptRunner, AScriptEndedByASignalHasFailed) {
     EXPECT_EQ(failure({"out 1", "raise 9"}), "the script failed");
     EXPECT_EQ(failure({"err why", "raise 9"}), "why");
 }
 
-TEST(ScriptRunner, AnInterpreterThatCannotStartIsSaid) {
+TEST(ScriptRunner, AnInterpreterThatCannotStartIsReported) {
     EXPECT_EQ(startFailure("/nowhere/osascript"),
               "osascript could not start: No such file or directory");
     EXPECT_EQ(startFailure("/"), "osascript could not start: Permission denied");
@@ -190,7 +190,7 @@ TEST(ScriptRunner, AnInterpreterThatCannotStartIsSaid) {
     EXPECT_EQ(startFailure(file), "osascript could not start: Exec format error");
 }
 
-TEST(ScriptRunner, WhatCannotBeHandedOnWholeIsNotHandedOnAtAll) {
+TEST(ScriptRunner, AnArgumentThatCannotBePassedWholeIsNotPassedAtAll) {
     const TemporaryFolder folder;
     const std::string mark = (folder.path() / "ran").string();
     ScriptRunner runner{FAKE_OSASCRIPT};
@@ -202,7 +202,7 @@ TEST(ScriptRunner, WhatCannotBeHandedOnWholeIsNotHandedOnAtAll) {
     EXPECT_FALSE(std::filesystem::exists(mark));
 }
 
-TEST(ScriptRunner, TextsArriveExactly) {
+TEST(ScriptRunner, ArgumentsArriveUnchanged) {
     std::vector<std::string> texts{
         "\"double\" 'single' `back`",
         R"(\ \\ \n \")",
@@ -245,7 +245,7 @@ TEST(ScriptRunner, AScriptThatFillsStandardErrorFirstStallsUntilItIsLate) {
     EXPECT_EQ(failure({"close-out", "fill-err 200000", "exit 1"}).size(), 200'000U);
 }
 
-TEST(ScriptRunner, AScriptThatIgnoresItsEndKeepsTheCallWaiting) {
+TEST(ScriptRunner, AScriptThatIgnoresTerminationKeepsTheCallWaiting) {
     const TemporaryFolder folder;
     const std::string ready = (folder.path() / "ready").string();
     const std::string go = (folder.path() / "go").string();
@@ -259,7 +259,7 @@ TEST(ScriptRunner, AScriptThatIgnoresItsEndKeepsTheCallWaiting) {
     EXPECT_EQ(call.get(), JSONValue{5});
 }
 
-TEST(ScriptRunner, AGrandchildThatHasTheOutputKeepsTheCallWaiting) {
+TEST(ScriptRunner, AGrandchildThatHoldsTheOutputKeepsTheCallWaiting) {
     const TemporaryFolder folder;
     const std::string go = (folder.path() / "go").string();
     auto call = std::async(std::launch::async, [&] {
@@ -270,7 +270,7 @@ TEST(ScriptRunner, AGrandchildThatHasTheOutputKeepsTheCallWaiting) {
     EXPECT_EQ(call.get(), JSONValue{"on time, late"});
 }
 
-TEST(ScriptRunner, AScriptThatEndsByItselfWhenToldToMaySucceed) {
+TEST(ScriptRunner, AScriptThatExitsWithZeroWhenToldToEndHasSucceeded) {
     // A program that is told to end may still finish its work in good order.
     EXPECT_EQ(run({"end-well-when-told", "out 7", "hang"}, 300ms), JSONValue{7});
 }

@@ -26,7 +26,7 @@ void ignoreFileSizeSignal() {
 int main() {
     MCPStdio::openClosedStandardStreams(); // before anything else is opened
     velmiro::raiseDescriptorLimit();
-    velmiro::settleZoneVariable();
+    velmiro::sanitizeZoneVariable();
     ignoreFileSizeSignal();
     const auto enabled = velmiro::enabledKinds(velmiro::processEnvironment());
     MCPStdio::MCPServer server{"velmiro-apple", "1.0", instructions, velmiro::tools(enabled)};

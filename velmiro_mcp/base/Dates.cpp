@@ -150,7 +150,7 @@ std::optional<Instant> readWithOffset(std::string_view text, bool fractional) {
         fraction = scanner.fraction();
     }
     const minutes offset = scanner.offset();
-    if (!scanner.finished() || !isPossible(time)) {
+    if (!scanner.finished() || !isValid(time)) {
         return std::nullopt;
     }
     return utcOf(time) + fraction - offset;
@@ -168,7 +168,7 @@ std::optional<Instant> readLocal(std::string_view text, char separator, bool wit
         scanner.literal(':');
         time.second = scanner.number(1, 2);
     }
-    if (!scanner.finished() || !isPossible(time)) {
+    if (!scanner.finished() || !isValid(time)) {
         return std::nullopt;
     }
     return instantOf(time);
@@ -178,7 +178,7 @@ std::optional<Instant> readBareDay(std::string_view text) {
     Scanner scanner{text};
     WallTime time;
     readDay(scanner, time);
-    if (!scanner.finished() || !isPossible(time)) {
+    if (!scanner.finished() || !isValid(time)) {
         return std::nullopt;
     }
     return startOfDay(time.year, time.month, time.day);
@@ -186,7 +186,7 @@ std::optional<Instant> readBareDay(std::string_view text) {
 
 } // namespace
 
-bool isPossible(const WallTime& time) noexcept {
+bool isValid(const WallTime& time) noexcept {
     const std::chrono::year_month_day day{std::chrono::year{time.year},
                                           std::chrono::month{static_cast<unsigned>(time.month)},
                                           std::chrono::day{static_cast<unsigned>(time.day)}};

@@ -27,7 +27,7 @@ struct WallTime {
 
 /// Returns whether the calendar has such a day and the clock such a time (no 30 February, no 24:00,
 /// no leap second). The functions below require both.
-bool isPossible(const WallTime& time) noexcept;
+bool isValid(const WallTime& time) noexcept;
 
 /// Returns this machine's local time at `instant`; milliseconds are dropped.
 WallTime wallTime(Instant instant);

@@ -9,10 +9,10 @@ namespace {
 
 /// Accepted as a soft limit even by a system that reports an infinite hard limit, yet refuses
 /// infinity as a soft one.
-constexpr rlim_t enoughForMost = 10'240;
+constexpr rlim_t fallbackLimit = 10'240;
 
 /// The soft limit before it was first raised; infinity if there is nothing to restore.
-std::atomic<rlim_t> original{RLIM_INFINITY};
+std::atomic<rlim_t> originalLimit{RLIM_INFINITY};
 
 } // namespace
 
@@ -24,18 +24,18 @@ void raiseDescriptorLimit() noexcept {
     const rlim_t before = limit.rlim_cur;
     limit.rlim_cur = limit.rlim_max;
     if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
-        limit.rlim_cur = std::max(before, enoughForMost);
+        limit.rlim_cur = std::max(before, fallbackLimit);
         if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
             return;
         }
     }
-    rlim_t nothing = RLIM_INFINITY;
-    original.compare_exchange_strong(nothing, before);
+    rlim_t notRaised = RLIM_INFINITY;
+    originalLimit.compare_exchange_strong(notRaised, before);
 }
 
 void restoreDescriptorLimit() noexcept {
     rlimit limit{};
-    const rlim_t before = original;
+    const rlim_t before = originalLimit;
     if (before != RLIM_INFINITY && ::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
         limit.rlim_cur = before;
         ::setrlimit(RLIMIT_NOFILE, &limit);

@@ -12,22 +12,22 @@ using std::chrono::local_days;
 
 /// Returns the local time without its zone. Differences between such times are those on the clock
 /// face: a change of the clock in between does not count.
-std::chrono::local_seconds shownAt(Instant instant) {
-    const WallTime shown = wallTime(instant);
-    const local_days day{std::chrono::year{shown.year} /
-                         std::chrono::month{static_cast<unsigned>(shown.month)} /
-                         std::chrono::day{static_cast<unsigned>(shown.day)}};
-    return day + std::chrono::hours{shown.hour} + std::chrono::minutes{shown.minute} +
-           std::chrono::seconds{shown.second};
+std::chrono::local_seconds localTime(Instant instant) {
+    const WallTime local = wallTime(instant);
+    const local_days day{std::chrono::year{local.year} /
+                         std::chrono::month{static_cast<unsigned>(local.month)} /
+                         std::chrono::day{static_cast<unsigned>(local.day)}};
+    return day + std::chrono::hours{local.hour} + std::chrono::minutes{local.minute} +
+           std::chrono::seconds{local.second};
 }
 
 } // namespace
 
 WholeDays wholeDays(Instant start, Instant end) {
     constexpr std::chrono::hours half{12};
-    const auto from = shownAt(start);
+    const auto from = localTime(start);
     const auto first = std::chrono::floor<days>(from);
-    const auto count = std::chrono::floor<days>(shownAt(end) - from + half);
+    const auto count = std::chrono::floor<days>(localTime(end) - from + half);
     return {first, first + std::max(count, days{1})};
 }
 

@@ -65,7 +65,7 @@ bool isRule(std::string_view value) {
 
 } // namespace
 
-bool isZone(std::string_view value) {
+bool isTimeZone(std::string_view value) {
     if (value.starts_with(':')) {
         value.remove_prefix(1);
     }
@@ -77,9 +77,9 @@ bool isZone(std::string_view value) {
     return ::stat(path.c_str(), &about) == 0 ? isZoneFile(path) : isRule(value);
 }
 
-void settleZoneVariable() {
+void sanitizeZoneVariable() {
     const char* const value = std::getenv("TZ");
-    if (value != nullptr && !isZone(value)) {
+    if (value != nullptr && !isTimeZone(value)) {
         ::unsetenv("TZ"); // NOLINT(concurrency-mt-unsafe): the only thread
     }
     ::tzset();

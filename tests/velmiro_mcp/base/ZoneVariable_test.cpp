@@ -15,7 +15,7 @@ TEST(ZoneVariable, AZoneFileOrARuleIsATimeZone) {
          {"", ":", "Europe/Berlin", ":Europe/Berlin", "UTC", "Etc/GMT+2",
           "/usr/share/zoneinfo/Asia/Tokyo", ":/usr/share/zoneinfo/Asia/Tokyo", "CET-1CEST",
           "CET-1CEST,M3.5.0,M10.5.0/3", "<-03>3", "<+0330>-3:30", "EST5EDT", "ABC+12"}) {
-        EXPECT_TRUE(isZone(value)) << value;
+        EXPECT_TRUE(isTimeZone(value)) << value;
     }
 }
 
@@ -48,7 +48,7 @@ TEST(ZoneVariable, AnythingElseIsNotATimeZone) {
                                      ":" + pipe,
                                      (folder.path() / "empty").string(),
                                      (folder.path() / "text").string()}) {
-        EXPECT_FALSE(isZone(value)) << value.substr(0, 100);
+        EXPECT_FALSE(isTimeZone(value)) << value.substr(0, 100);
     }
 }
 
@@ -56,23 +56,23 @@ TEST(ZoneVariable, FilesAreLookedForWhereTheCLibraryDoes) {
     const TemporaryFolder folder;
     ASSERT_EQ(mkfifo((folder.path() / "UTC").c_str(), S_IRUSR | S_IWUSR), 0);
     const ScopedVariable zones{"TZDIR", folder.path().c_str()};
-    EXPECT_FALSE(isZone("UTC"));
-    EXPECT_FALSE(isZone("Europe/Berlin"));
-    EXPECT_TRUE(isZone("CET-1"));
+    EXPECT_FALSE(isTimeZone("UTC"));
+    EXPECT_FALSE(isTimeZone("Europe/Berlin"));
+    EXPECT_TRUE(isTimeZone("CET-1"));
 }
 
 TEST(ZoneVariable, OnlyAnInvalidZoneIsRemoved) {
     {
         const ScopedVariable zone{"TZ", "Asia/Tokyo"};
-        settleZoneVariable();
+        sanitizeZoneVariable();
         EXPECT_STREQ(std::getenv("TZ"), "Asia/Tokyo");
     }
     {
         const ScopedVariable zone{"TZ", ":/dev/stdin"};
-        settleZoneVariable();
+        sanitizeZoneVariable();
         EXPECT_EQ(std::getenv("TZ"), nullptr);
     }
     const ScopedVariable none{"TZ", nullptr};
-    settleZoneVariable();
+    sanitizeZoneVariable();
     EXPECT_EQ(std::getenv("TZ"), nullptr);
 }

@@ -3,7 +3,8 @@
 #include "MCPStdio/transport/StandardStreams.hpp"
 #include "velmiro_mcp/Kind.hpp"
 #include "velmiro_mcp/ToolCatalogue.hpp"
-#include "velmiro_mcp/base/Process.hpp"
+#include "velmiro_mcp/base/DescriptorLimit.hpp"
+#include "velmiro_mcp/base/Environment.hpp"
 #include "velmiro_mcp/base/ZoneVariable.hpp"
 #include "velmiro_mcp/ports/MainQueue.hpp"
 

@@ -1,4 +1,4 @@
-#include "velmiro_mcp/base/Process.hpp"
+#include "velmiro_mcp/base/Environment.hpp"
 
 #include <string_view>
 

@@ -53,7 +53,7 @@ bool Approval::request(const std::string& tool, const std::string& summary) cons
         if (!host) {
             return false;
         }
-        host->setReceiveTimeout(patience_);
+        host->setReceiveTimeout(receiveTimeout_);
         const auto question = JSONValue::object({{"tool", tool}, {"summary", summary}});
         if (!host->writeAll(question.jsonString() + '\n')) {
             return false;

@@ -16,9 +16,9 @@ namespace velmiro {
 /// use from any thread.
 class Approval {
 public:
-    /// Allows the host to be silent for `patience`; each read starts the time anew.
-    explicit Approval(std::chrono::seconds patience = std::chrono::seconds{120}) noexcept
-        : patience_{patience} {}
+    /// Allows the host to be silent for `receiveTimeout`; each read starts the time anew.
+    explicit Approval(std::chrono::seconds receiveTimeout = std::chrono::seconds{120}) noexcept
+        : receiveTimeout_{receiveTimeout} {}
 
     /// Returns whether the user allows `tool` to do what `summary` describes. Never throws. The
     /// wait occupies a thread of its own.
@@ -28,7 +28,7 @@ public:
     [[nodiscard]] bool request(const std::string& tool, const std::string& summary) const noexcept;
 
 private:
-    std::chrono::seconds patience_;
+    std::chrono::seconds receiveTimeout_;
 };
 
 /// Returns the path of the host's socket, determined afresh for every question: the value of

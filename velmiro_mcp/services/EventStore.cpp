@@ -110,7 +110,7 @@ public:
         return waiting_.has_value();
     }
     /// Blocks the thread until the fetch has ended, and fails it at `deadline`.
-    void giveUpAt(Time deadline) {
+    void expireAt(Time deadline) {
         {
             const MCPStdio::MutexLock lock{mutex_};
             while (waiting_ && std::chrono::steady_clock::now() < deadline) {
@@ -205,8 +205,10 @@ Task<std::string> EventStore::createEvent(NewEvent event, std::optional<std::str
 
 /// Waits for the database's callback. No answer counts as no reminders. The deadline is for a
 /// database that never calls back: it would block the store, and the end of the program, forever.
-Task<std::vector<Reminder>> EventStore::fetched(ReminderQuery query) {
-    const auto fetch = [this, query, patience = patience_](MCPStdio::Continuation<Found> waiting) {
+Task<std::vector<Reminder>> EventStore::fetchReminders(ReminderQuery query) {
+    // The timeout is captured by value: once the fetch is answered, the store may be gone.
+    const auto fetch = [this, query,
+                        timeout = fetchTimeout_](MCPStdio::Continuation<Found> waiting) {
         const auto pending = std::make_shared<PendingFetch>(std::move(waiting));
         try {
             store_->fetchReminders(query,
@@ -215,9 +217,9 @@ Task<std::vector<Reminder>> EventStore::fetched(ReminderQuery query) {
             pending->fail(std::current_exception());
         }
         if (pending->isWaiting()) {
-            const auto deadline = std::chrono::steady_clock::now() + patience;
+            const auto deadline = std::chrono::steady_clock::now() + timeout;
             MCPStdio::DispatchQueue::global().asyncBlocking(
-                [pending, deadline] { pending->giveUpAt(deadline); });
+                [pending, deadline] { pending->expireAt(deadline); });
         }
     };
     auto found = co_await MCPStdio::withContinuation<Found>(fetch);
@@ -229,7 +231,8 @@ Task<JSONValue> EventStore::reminders(std::optional<std::string> listName, bool 
     const auto turn = co_await actor_.enter();
     checkAccess(EntityType::reminder);
     const auto list = calendarNamed(listName, EntityType::reminder);
-    auto fetching = fetched({includeCompleted, dueBefore, list ? &*list : nullptr, mostReminders});
+    auto fetching =
+        fetchReminders({includeCompleted, dueBefore, list ? &*list : nullptr, mostReminders});
     const auto found = co_await std::move(fetching);
     auto records = JSONValue::array();
     for (const Reminder& reminder : found) {

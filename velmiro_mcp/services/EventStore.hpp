@@ -23,11 +23,11 @@ namespace velmiro {
 /// platform's errors pass through as PlatformError.
 class EventStore {
 public:
-    /// A search for reminders that the database does not answer within `patience` fails.
+    /// A search for reminders that the database does not answer within `fetchTimeout` fails.
     explicit EventStore(std::unique_ptr<EventDatabase> database,
-                        std::chrono::milliseconds patience = std::chrono::seconds{30})
+                        std::chrono::milliseconds fetchTimeout = std::chrono::seconds{30})
         : store_{std::move(database)},
-          patience_{patience} {}
+          fetchTimeout_{fetchTimeout} {}
 
     /// Returns the store of the user's own database, created on first use and kept for the life of
     /// the process.
@@ -70,11 +70,11 @@ public:
 private:
     void checkAccess(EntityType type);
     std::optional<Calendar> calendarNamed(const std::optional<std::string>& name, EntityType type);
-    MCPStdio::Task<std::vector<Reminder>> fetched(ReminderQuery query);
+    MCPStdio::Task<std::vector<Reminder>> fetchReminders(ReminderQuery query);
 
     MCPStdio::Actor actor_;
     const std::unique_ptr<EventDatabase> store_; ///< used only in a turn of the actor
-    const std::chrono::milliseconds patience_;
+    const std::chrono::milliseconds fetchTimeout_;
 };
 
 } // namespace velmiro

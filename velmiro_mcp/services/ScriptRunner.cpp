@@ -22,7 +22,7 @@ using MCPStdio::MCPToolError;
 using std::chrono::milliseconds;
 
 /// The delay between attempts to start while the system is short of a resource.
-constexpr milliseconds pauseBetweenStarts{10};
+constexpr milliseconds retryDelay{10};
 
 [[noreturn]] void failToStart(const std::string& reason) {
     throw MCPToolError{"osascript could not start: " + reason};
@@ -53,7 +53,7 @@ std::vector<std::string> commandLine(const std::string& interpreter, const std::
 }
 
 /// Returns whether the system is short of a resource that other processes will release.
-bool willPass(const std::error_code& error) {
+bool isTransient(const std::error_code& error) {
     constexpr std::array shortages{EAGAIN, EMFILE, ENFILE, ENOMEM};
     return std::ranges::find(shortages, error.value()) != shortages.end();
 }
@@ -67,18 +67,17 @@ std::string reasonOf(const std::error_code& error) {
     return error.message().append(advice);
 }
 
-Subprocess start(const std::vector<std::string>& line, milliseconds patience) {
-    const auto latest = Subprocess::Clock::now() + patience;
+Subprocess start(const std::vector<std::string>& line, milliseconds timeout) {
+    const auto deadline = Subprocess::Clock::now() + timeout;
     while (true) {
         try {
-            return Subprocess{line.front(), line,
-                              std::chrono::ceil<std::chrono::seconds>(patience)};
+            return Subprocess{line.front(), line, std::chrono::ceil<std::chrono::seconds>(timeout)};
         } catch (const std::system_error& error) {
-            if (!willPass(error.code()) || Subprocess::Clock::now() >= latest) {
+            if (!isTransient(error.code()) || Subprocess::Clock::now() >= deadline) {
                 failToStart(reasonOf(error.code()));
             }
         }
-        std::this_thread::sleep_for(pauseBetweenStarts);
+        std::this_thread::sleep_for(retryDelay);
     }
 }
 
@@ -94,13 +93,13 @@ JSONValue valueOf(std::string output) {
 
 [[noreturn]] void fail(std::string error) {
     const std::string text = MCPStdio::repairUTF8(std::move(error));
-    const std::string_view said = trim(text);
-    if (said.find("-1743") != std::string_view::npos ||
-        said.find("Not authorized") != std::string_view::npos) {
+    const std::string_view message = trim(text);
+    if (message.find("-1743") != std::string_view::npos ||
+        message.find("Not authorized") != std::string_view::npos) {
         throw MCPToolError{"Velmiro may not control this app yet. Ask the user to allow it in "
                            "System Settings › Privacy & Security › Automation."};
     }
-    throw MCPToolError{said.empty() ? "the script failed" : std::string{said}};
+    throw MCPToolError{message.empty() ? "the script failed" : std::string{message}};
 }
 
 /// Blocks the calling thread until the script has ended.

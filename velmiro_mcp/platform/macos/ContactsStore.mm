@@ -20,19 +20,19 @@ NSArray<id<CNKeyDescriptor>>* keysToFetch() {
 }
 
 Contact contactOf(CNContact* contact) {
-    Contact made{textOrEmpty(contact.identifier),
-                 textOrEmpty(contact.givenName),
-                 textOrEmpty(contact.familyName),
-                 textOrEmpty(contact.organizationName),
-                 {},
-                 {}};
+    Contact record{textOrEmpty(contact.identifier),
+                   textOrEmpty(contact.givenName),
+                   textOrEmpty(contact.familyName),
+                   textOrEmpty(contact.organizationName),
+                   {},
+                   {}};
     for (CNLabeledValue<NSString*>* email in contact.emailAddresses) {
-        made.emails.push_back(textOrEmpty(email.value));
+        record.emails.push_back(textOrEmpty(email.value));
     }
     for (CNLabeledValue<CNPhoneNumber*>* phone in contact.phoneNumbers) {
-        made.phones.push_back(textOrEmpty(phone.value.stringValue));
+        record.phones.push_back(textOrEmpty(phone.value.stringValue));
     }
-    return made;
+    return record;
 }
 
 class ContactsStore final : public ContactStore {

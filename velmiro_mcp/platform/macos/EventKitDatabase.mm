@@ -3,8 +3,8 @@
 #include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include "velmiro_mcp/base/WholeDays.hpp"
-#include "velmiro_mcp/platform/macos/Answer.hpp"
 #include "velmiro_mcp/platform/macos/Items.hpp"
+#include "velmiro_mcp/platform/macos/OneShotCallback.hpp"
 #include "velmiro_mcp/platform/macos/Owned.hpp"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ Instant endFor(const NewEvent& event) {
     return event.allDay ? lastSecond(wholeDays(event.start, event.end)) : event.end;
 }
 
-Problem gone(const Calendar& calendar) {
+Problem noLongerExists(const Calendar& calendar) {
     return "‘" + calendar.title + "’ is not there any more";
 }
 
@@ -54,7 +54,7 @@ public:
     AuthorizationStatus authorizationStatus(EntityType type) override {
         return guarded([&](Problem&) {
             const auto status = statusOf(type);
-            noticeAccess(type, status);
+            updateAccess(type, status);
             return status;
         });
     }
@@ -81,11 +81,11 @@ public:
 
     std::vector<Event> events(Instant start, Instant end, const Calendar* calendar) override {
         return guarded([&](Problem&) {
-            NSArray<EKCalendar*>* const among = filter(EntityType::event, calendar);
+            NSArray<EKCalendar*>* const calendars = calendarsToSearch(EntityType::event, calendar);
             std::vector<Event> found;
             for (Instant from = start; from < end; from += longestSearch) {
                 const Instant to = std::min<Instant>(end, from + longestSearch);
-                for (Event& event : eventsBetween(from, to, among)) {
+                for (Event& event : eventsBetween(from, to, calendars)) {
                     // An event that began earlier was found by the previous search.
                     if (from == start || event.start >= from) {
                         found.push_back(std::move(event));
@@ -99,39 +99,39 @@ public:
     std::string saveEvent(const NewEvent& event, const Calendar& calendar) override {
         const Instant end = endFor(event);
         return saved([&](Problem& problem) {
-            EKEvent* const made = [EKEvent eventWithEventStore:store()];
-            made.title = stringOf(event.title);
-            made.startDate = dateOf(event.start);
-            made.endDate = dateOf(end);
-            made.allDay = event.allDay;
-            made.location = stringOrNil(event.location);
-            made.notes = stringOrNil(event.notes);
+            EKEvent* const created = [EKEvent eventWithEventStore:store()];
+            created.title = stringOf(event.title);
+            created.startDate = dateOf(event.start);
+            created.endDate = dateOf(end);
+            created.allDay = event.allDay;
+            created.location = stringOrNil(event.location);
+            created.notes = stringOrNil(event.notes);
             EKCalendar* const target = calendarFor(EntityType::event, calendar);
-            made.calendar = target;
-            problem = target == nil ? gone(calendar) : save(made);
-            return textOrEmpty(made.calendarItemIdentifier);
+            created.calendar = target;
+            problem = target == nil ? noLongerExists(calendar) : save(created);
+            return textOrEmpty(created.calendarItemIdentifier);
         });
     }
 
     void fetchReminders(const ReminderQuery& query, RemindersFound found) override {
-        const auto answer = std::make_shared<Answer>(std::move(found));
+        const auto callback = std::make_shared<OneShotCallback>(std::move(found));
         const Problem problem = attempt([&](Problem&) {
-            NSArray<EKCalendar*>* const among = filter(EntityType::reminder, query.list);
-            if (matchesNone(among)) {
-                answer->give(std::vector<Reminder>{});
+            NSArray<EKCalendar*>* const lists = calendarsToSearch(EntityType::reminder, query.list);
+            if (matchesNone(lists)) {
+                callback->call(std::vector<Reminder>{});
                 return;
             }
-            endFetch();
-            const std::shared_ptr<Answer> shared = answer; // blocks copy values, not references
+            cancelPendingFetch();
+            const std::shared_ptr<OneShotCallback> shared = callback; // for the block to copy
             const std::size_t most = query.most;
             request_.keep([store()
-                fetchRemindersMatchingPredicate:predicateFor(query, among)
+                fetchRemindersMatchingPredicate:predicateFor(query, lists)
                                      completion:^(NSArray<EKReminder*>* reminders) {
-                                       answerWith(*shared, reminders, most);
+                                       complete(*shared, reminders, most);
                                      }]);
-            pending_ = answer;
+            pending_ = callback;
         });
-        if (problem && answer->claim()) {
+        if (problem && callback->claim()) {
             throw PlatformError{*problem};
         }
     }
@@ -145,17 +145,17 @@ public:
 
     std::string saveReminder(const NewReminder& reminder, const Calendar& list) override {
         return saved([&](Problem& problem) {
-            EKReminder* const made = [EKReminder reminderWithEventStore:store()];
-            made.title = stringOf(reminder.title);
-            made.notes = stringOrNil(reminder.notes);
-            made.priority = static_cast<NSUInteger>(reminder.priority);
+            EKReminder* const created = [EKReminder reminderWithEventStore:store()];
+            created.title = stringOf(reminder.title);
+            created.notes = stringOrNil(reminder.notes);
+            created.priority = static_cast<NSUInteger>(reminder.priority);
             if (reminder.due) {
-                made.dueDateComponents = dueDateComponents(*reminder.due);
+                created.dueDateComponents = dueDateComponents(*reminder.due);
             }
             EKCalendar* const target = calendarFor(EntityType::reminder, list);
-            made.calendar = target;
-            problem = target == nil ? gone(list) : save(made);
-            return textOrEmpty(made.calendarItemIdentifier);
+            created.calendar = target;
+            problem = target == nil ? noLongerExists(list) : save(created);
+            return textOrEmpty(created.calendarItemIdentifier);
         });
     }
 
@@ -192,7 +192,7 @@ private:
 
     /// Resets the store if the user has granted access to a type since it was created: until then
     /// it may hold no items of that type.
-    void noticeAccess(EntityType type, AuthorizationStatus status) {
+    void updateAccess(EntityType type, AuthorizationStatus status) {
         bool& accessible = accessible_.at(indexOf(type));
         if (status != AuthorizationStatus::fullAccess) {
             accessible = false;
@@ -203,14 +203,14 @@ private:
 
     /// Makes the store forget everything; never during a fetch, which is therefore ended first.
     void reset() {
-        endFetch();
+        cancelPendingFetch();
         [store() reset];
     }
 
     /// Cancels a fetch that is still unanswered when another operation begins: it was abandoned.
-    void endFetch() {
-        const auto answer = pending_.lock();
-        if (answer != nullptr && !answer->isGiven()) {
+    void cancelPendingFetch() {
+        const auto callback = pending_.lock();
+        if (callback != nullptr && !callback->isClaimed()) {
             attempt([&](Problem&) { [store() cancelFetchRequest:request_.get()]; });
         }
         pending_.reset();
@@ -230,7 +230,7 @@ private:
 
     /// Returns the calendars to search: nil for all, else an array of one. If that one no longer
     /// exists the array is empty, which the framework must not see: it would search all.
-    NSArray<EKCalendar*>* filter(EntityType type, const Calendar* calendar) {
+    NSArray<EKCalendar*>* calendarsToSearch(EntityType type, const Calendar* calendar) {
         if (calendar == nullptr) {
             return nil;
         }
@@ -238,8 +238,8 @@ private:
         return one == nil ? @[] : @[ one ];
     }
 
-    static bool matchesNone(NSArray<EKCalendar*>* among) {
-        return among != nil && among.count == 0;
+    static bool matchesNone(NSArray<EKCalendar*>* calendars) {
+        return calendars != nil && calendars.count == 0;
     }
 
     std::vector<Event> eventsBetween(Instant from, Instant to, NSArray<EKCalendar*>* calendars) {
@@ -263,14 +263,15 @@ private:
     }
 
     /// Called on a thread of the framework's choice. A nil array is no answer.
-    static void answerWith(Answer& answer, NSArray<EKReminder*>* reminders, std::size_t most) {
+    static void complete(OneShotCallback& callback, NSArray<EKReminder*>* reminders,
+                         std::size_t most) {
         std::optional<std::vector<Reminder>> found;
         attempt([&](Problem&) {
             if (reminders != nil) {
                 found = recordsOf<Reminder, EKReminder>(reminders, most);
             }
         });
-        answer.give(std::move(found));
+        callback.call(std::move(found));
     }
 
     /// Returns nil if there is no such item, or if it is an event.
@@ -308,8 +309,9 @@ private:
     Owned<EKEventStore> store_;
     std::array<bool, 2> accessible_{}; ///< by type, when the store was created or last reset
 
-    std::weak_ptr<Answer> pending_; ///< to the latest fetch; weak, because dropping it is an answer
-    Owned<NSObject> request_;       ///< identifies that fetch, to cancel it
+    /// The callback of the latest fetch. Weak, because dropping the last reference answers it.
+    std::weak_ptr<OneShotCallback> pending_;
+    Owned<NSObject> request_; ///< identifies that fetch, to cancel it
 };
 
 } // namespace

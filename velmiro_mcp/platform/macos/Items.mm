@@ -9,9 +9,8 @@ std::optional<Instant> dueDate(NSDateComponents* components) {
     if (components == nil) {
         return std::nullopt;
     }
-    NSDate* const byThemselves = components.date;
-    return instantOf(byThemselves != nil ? byThemselves
-                                         : [userCalendar() dateFromComponents:components]);
+    NSDate* const ownDate = components.date;
+    return instantOf(ownDate != nil ? ownDate : [userCalendar() dateFromComponents:components]);
 }
 
 } // namespace

@@ -10,20 +10,20 @@
 
 /// The target of the main thread's run loop: of a timer that does nothing, because a run loop
 /// without a source returns immediately; and of the final message that the loop may end.
-@interface VelmiroMainThread : NSObject {
+@interface VelmiroRunLoopTarget : NSObject {
 @public
-    BOOL mayEnd;
+    BOOL isStopped;
 }
-- (void)stay:(NSTimer*)timer;
-- (void)end;
+- (void)keepAlive:(NSTimer*)timer;
+- (void)stop;
 @end
 
-@implementation VelmiroMainThread
-- (void)stay:(NSTimer*)timer {
+@implementation VelmiroRunLoopTarget
+- (void)keepAlive:(NSTimer*)timer {
     static_cast<void>(timer);
 }
-- (void)end {
-    mayEnd = YES;
+- (void)stop {
+    isStopped = YES;
 }
 @end
 
@@ -32,46 +32,46 @@ namespace {
 
 using namespace macos;
 
-struct Beside {
+struct Worker {
     const std::function<void()>& work;
-    const Owned<VelmiroMainThread>& mainThread;
+    const Owned<VelmiroRunLoopTarget>& target;
 };
 
-void* doWork(void* given) noexcept {
-    const auto& beside = *static_cast<const Beside*>(given);
-    beside.work();
+void* runWorker(void* argument) noexcept {
+    const auto& worker = *static_cast<const Worker*>(argument);
+    worker.work();
     attempt([&](Problem&) {
-        [beside.mainThread.get() performSelectorOnMainThread:@selector(end)
-                                                  withObject:nil
-                                               waitUntilDone:NO];
+        [worker.target.get() performSelectorOnMainThread:@selector(stop)
+                                              withObject:nil
+                                           waitUntilDone:NO];
     });
     return nullptr;
 }
 
 /// Our threads are plain pthreads, of which Cocoa does not know. It uses its own locks only after a
 /// thread was created by its own means, so one is created, which ends immediately.
-void announceThreads(VelmiroMainThread* mainThread) {
+void enterMultithreadedMode(VelmiroRunLoopTarget* target) {
     attempt([&](Problem&) {
         if (![NSThread isMultiThreaded]) {
-            [NSThread detachNewThreadSelector:@selector(stay:) toTarget:mainThread withObject:nil];
+            [NSThread detachNewThreadSelector:@selector(keepAlive:) toTarget:target withObject:nil];
         }
     });
 }
 
 /// Starts the worker thread. Returns nullopt if the system cannot create one.
-std::optional<pthread_t> start(Beside& beside) {
-    constexpr std::size_t asTheMainThreadHas = 8UL << 20U;
+std::optional<pthread_t> startThread(Worker& worker) {
+    constexpr std::size_t mainThreadStackSize = 8UL << 20U;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, asTheMainThreadHas);
+    pthread_attr_setstacksize(&attributes, mainThreadStackSize);
     pthread_t thread{};
-    const int error = pthread_create(&thread, &attributes, doWork, &beside);
+    const int error = pthread_create(&thread, &attributes, runWorker, &worker);
     pthread_attr_destroy(&attributes);
     return error == 0 ? std::optional{thread} : std::nullopt;
 }
 
-void serviceUntilEnd(VelmiroMainThread* mainThread) {
-    while (!mainThread->mayEnd) {
+void runLoopUntilStopped(VelmiroRunLoopTarget* target) {
+    while (!target->isStopped) {
         attempt([](Problem&) { // nobody waits to hear of an exception here
             [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode
                                      beforeDate:[NSDate distantFuture]];
@@ -83,25 +83,25 @@ void serviceUntilEnd(VelmiroMainThread* mainThread) {
 
 void runBesideMainQueue(const std::function<void()>& work) {
     constexpr NSTimeInterval aDay = 86'400;
-    const Owned<VelmiroMainThread> mainThread{[[VelmiroMainThread alloc] init]};
-    announceThreads(mainThread.get());
+    const Owned<VelmiroRunLoopTarget> target{[[VelmiroRunLoopTarget alloc] init]};
+    enterMultithreadedMode(target.get());
     Owned<NSTimer> timer;
     attempt([&](Problem&) {
         NSDate* const tomorrow = [NSDate dateWithTimeIntervalSinceNow:aDay];
         timer = Owned {
             [[NSTimer alloc] initWithFireDate:tomorrow
                                      interval:aDay
-                                       target:mainThread.get()
-                                     selector:@selector(stay:)
+                                       target:target.get()
+                                     selector:@selector(keepAlive:)
                                      userInfo:nil
                                       repeats:YES]
         };
         [[NSRunLoop currentRunLoop] addTimer:timer.get() forMode:NSDefaultRunLoopMode];
     });
-    Beside beside{work, mainThread};
-    if (const auto worker = start(beside)) {
-        serviceUntilEnd(mainThread.get());
-        pthread_join(*worker, nullptr);
+    Worker worker{work, target};
+    if (const auto thread = startThread(worker)) {
+        runLoopUntilStopped(target.get());
+        pthread_join(*thread, nullptr);
     } else {
         work(); // all that is lost are notifications
     }

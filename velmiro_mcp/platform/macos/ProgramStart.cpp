@@ -79,17 +79,17 @@ private:
 
 /// The pipe by which the child reports why it could not become the program. If it could, its end of
 /// the pipe was closed on the way.
-class Report {
+class ErrorPipe {
 public:
-    Report() {
+    ErrorPipe() {
         check(::pipe(ends_.data()) == 0 ? 0 : errno);
         for (const int end : ends_) {
             ::fcntl(end, F_SETFD, FD_CLOEXEC);
         }
     }
-    Report(const Report&) = delete;
-    Report& operator=(const Report&) = delete;
-    ~Report() {
+    ErrorPipe(const ErrorPipe&) = delete;
+    ErrorPipe& operator=(const ErrorPipe&) = delete;
+    ~ErrorPipe() {
         ::close(ends_[0]);
         closeWriting();
     }
@@ -103,7 +103,7 @@ public:
     void write(int why) const noexcept {
         static_cast<void>(::write(ends_[1], &why, sizeof why) == sizeof why);
     }
-    /// Returns zero if there was nothing to report.
+    /// Returns the error that the child reported; zero if there is none.
     [[nodiscard]] int read() const noexcept {
         int why = 0;
         ssize_t count = 0;
@@ -119,16 +119,16 @@ private:
 
 /// Blocks all signals for a scope, so that the child runs no handler of ours before it has become
 /// the program.
-class SignalsBlocked {
+class SignalBlock {
 public:
-    SignalsBlocked() noexcept {
+    SignalBlock() noexcept {
         sigset_t all;
         sigfillset(&all);
         ::pthread_sigmask(SIG_SETMASK, &all, &before_);
     }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalBlock(const SignalBlock&) = delete;
+    SignalBlock& operator=(const SignalBlock&) = delete;
+    ~SignalBlock() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
 private:
     sigset_t before_{};
@@ -151,25 +151,25 @@ pid_t startProgram(const std::string& path, std::vector<std::string> arguments, 
     const auto pointers = pointersTo(arguments);
     const Attributes attributes;
     const Actions actions{output, error};
-    Report report;
+    ErrorPipe errorPipe;
     pid_t child = -1;
     {
-        const SignalsBlocked blocked;
+        const SignalBlock blocked;
         child = ::fork();
         if (child == 0) { // from here on, only async-signal-safe calls
             restoreDescriptorLimit();
             // The alarm outlives the change of program, and ends it if we no longer can.
             ::alarm(static_cast<unsigned>(longest.count()));
-            report.write(::posix_spawn(nullptr, path.c_str(), actions.get(), attributes.get(),
-                                       pointers.data(), environ));
+            errorPipe.write(::posix_spawn(nullptr, path.c_str(), actions.get(), attributes.get(),
+                                          pointers.data(), environ));
             ::_exit(127);
         }
     }
     if (child < 0) {
         fail(errno);
     }
-    report.closeWriting();
-    if (const int why = report.read()) {
+    errorPipe.closeWriting();
+    if (const int why = errorPipe.read()) {
         ::waitpid(child, nullptr, 0);
         fail(why);
     }

@@ -10,16 +10,16 @@ namespace velmiro::macos {
 /// Calls the callback of a fetch exactly once, whatever a framework does with its completion block:
 /// calls it late, on another thread or more than once, or drops it. Shared by everything that may
 /// answer; if all of that is gone without an answer, the callback receives nullopt.
-class Answer {
+class OneShotCallback {
 public:
-    explicit Answer(RemindersFound found) : found_{std::move(found)} {}
-    Answer(const Answer&) = delete;
-    Answer& operator=(const Answer&) = delete;
-    ~Answer() { give(std::nullopt); }
+    explicit OneShotCallback(RemindersFound callback) : callback_{std::move(callback)} {}
+    OneShotCallback(const OneShotCallback&) = delete;
+    OneShotCallback& operator=(const OneShotCallback&) = delete;
+    ~OneShotCallback() { call(std::nullopt); }
 
-    void give(std::optional<std::vector<Reminder>> reminders) {
+    void call(std::optional<std::vector<Reminder>> reminders) {
         if (claim()) {
-            found_(std::move(reminders));
+            callback_(std::move(reminders));
         }
     }
 
@@ -27,10 +27,10 @@ public:
     /// instance by an exception.
     [[nodiscard]] bool claim() noexcept { return !claimed_.exchange(true); }
 
-    [[nodiscard]] bool isGiven() const noexcept { return claimed_; }
+    [[nodiscard]] bool isClaimed() const noexcept { return claimed_; }
 
 private:
-    const RemindersFound found_;
+    const RemindersFound callback_;
     std::atomic<bool> claimed_{false};
 };
 

@@ -28,12 +28,12 @@ enum class Ability {
 std::string_view whyNot(Ability ability);
 
 /// Makes the platform start afresh, with the data of a new home.
-void beginAnew();
+void resetPlatform();
 
 /// A home with the user's data, the time zone of Berlin and the language of Great Britain.
 class PlatformTest : public testing::Test {
 protected:
-    PlatformTest() { beginAnew(); }
+    PlatformTest() { resetPlatform(); }
 
     /// Add an event or a reminder, given by the lines of its component. The calendar is created if
     /// it is missing; its title is its folder's name.

@@ -8,6 +8,6 @@ std::string_view whyNot(Ability) {
     return {};
 }
 
-void beginAnew() {}
+void resetPlatform() {}
 
 } // namespace velmiro::test

@@ -15,7 +15,7 @@ using velmiro::test::failureOf;
 using velmiro::test::FakeEventDatabase;
 using velmiro::test::ScopedVariable;
 using velmiro::test::StandIn;
-using velmiro::test::withoutMaking;
+using velmiro::test::withoutStoreCreation;
 
 namespace {
 
@@ -30,7 +30,7 @@ protected:
     ~EventKitTest() override { standIn.reset(); }
 
     /// Returns the calls, without those by which the first of them created the store.
-    Calls calls() const { return withoutMaking(standIn.journal()); }
+    Calls calls() const { return withoutStoreCreation(standIn.journal()); }
     std::vector<Event> events(const Calendar* calendar = nullptr) {
         return database->events(start, end, calendar);
     }

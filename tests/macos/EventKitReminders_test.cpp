@@ -15,7 +15,7 @@ using velmiro::test::failureOf;
 using velmiro::test::FakeEventDatabase;
 using velmiro::test::ScopedVariable;
 using velmiro::test::StandIn;
-using velmiro::test::withoutMaking;
+using velmiro::test::withoutStoreCreation;
 
 namespace {
 
@@ -32,7 +32,7 @@ protected:
     }
     ~EventKitRemindersTest() override { standIn.reset(); }
 
-    Calls calls() const { return withoutMaking(standIn.journal()); }
+    Calls calls() const { return withoutStoreCreation(standIn.journal()); }
     /// Starts a fetch; each answer is appended to `answers`.
     void fetch(const ReminderQuery& query = {}) {
         database->fetchReminders(query,

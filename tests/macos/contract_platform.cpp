@@ -8,21 +8,21 @@ namespace velmiro::test {
 std::string_view whyNot(Ability ability) {
     switch (ability) {
     case Ability::charactersOfEmoji:
-        return "GNUstep's Foundation joins marks to letters only, not emoji to each other";
+        return "GNUstep's Foundation joins combining marks to letters, but not emoji to each other";
     case Ability::accentsInNames:
-        return "GNUstep's localized comparison without case is one without accents too";
+        return "GNUstep's localized case-insensitive comparison ignores accents as well";
     case Ability::textFromByteOrderMark:
-        return "GNUstep's NSString drops a byte order mark at its beginning";
+        return "GNUstep's NSString drops a leading byte order mark";
     case Ability::applicationSupportName:
-        return "GNUstep keeps what is the applications' in a folder of another name";
+        return "GNUstep's folder for application support has another name";
     case Ability::startingPrograms:
-        return "this kernel has no posix_spawn that takes the caller's place: the macOS platform's "
-               "start of programs is compiled and linked, not run, here";
+        return "this kernel has no posix_spawn that replaces the caller: the macOS platform's way "
+               "to start programs is only compiled and linked here, not run";
     }
     return {};
 }
 
-void beginAnew() {
+void resetPlatform() {
     StandIn::shared().reset();
 }
 

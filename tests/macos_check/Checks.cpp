@@ -33,7 +33,7 @@ struct Run {
     bool failed = false;
     double seconds = 0;
 
-    [[nodiscard]] std::string told() const {
+    [[nodiscard]] std::string summary() const {
         return text.substr(0, 200) + " after " + std::to_string(seconds) + " s";
     }
 };
@@ -83,14 +83,14 @@ void children(Talk& talk) {
     constexpr int count = 100;
     const auto database = openEventDatabase();
     database->calendars(EntityType::event); // creates the store
-    const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    const int devNull = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     int good = 0;
     for (int number = 0; number < count; ++number) {
-        const pid_t child = startProgram("/usr/bin/true", {"true"}, nowhere, nowhere);
+        const pid_t child = startProgram("/usr/bin/true", {"true"}, devNull, devNull);
         int status = -1;
         good += ::waitpid(child, &status, 0) == child && status == 0 ? 1 : 0;
     }
-    ::close(nowhere);
+    ::close(devNull);
     talk.found("programs start beside the frameworks' threads", std::to_string(count) + " of them",
                std::to_string(good), good == count);
 }
@@ -264,7 +264,7 @@ void scripts(Talk& talk, const std::string& osascript) {
     const std::string search = "a search of the notes' texts takes less than 60 seconds";
     if (talk.agrees("Search Notes for ‘" + mark + "’? macOS may ask whether that is allowed.")) {
         const Run notes = run(osascript, velmiro::scripts::notesSearch, {mark, "5"});
-        talk.found(search, "a list of notes", notes.told(), !notes.failed);
+        talk.found(search, "a list of notes", notes.summary(), !notes.failed);
     } else {
         talk.skipped(search, "not allowed");
     }
@@ -275,14 +275,14 @@ void scripts(Talk& talk, const std::string& osascript) {
     }
     const Run mail = run(osascript, velmiro::scripts::mailCreateDraft,
                          {R"(["nobody@example.org"])", "[]", mark, "x"});
-    talk.found(draft, R"({"saved_as_draft":true})", mail.told(), !mail.failed);
+    talk.found(draft, R"({"saved_as_draft":true})", mail.summary(), !mail.failed);
     const Run removal = run(osascript,
                             "function run(argv) { const found = Application('Mail').draftsMailbox."
                             "messages.whose({subject: argv[0]})(); found.forEach(m => m.delete()); "
                             "return String(found.length); }",
                             {mark});
     talk.remark(removal.failed || removal.text != "1"
-                    ? "Please delete the draft ‘" + mark + "’ yourself: " + removal.told()
+                    ? "Please delete the draft ‘" + mark + "’ yourself: " + removal.summary()
                     : "The draft is deleted.");
 }
 

@@ -28,8 +28,8 @@ bool Talk::agrees(const std::string& question) {
     return answer == "y" || answer == "yes";
 }
 
-bool Talk::waitsFor(const std::string& deed) {
-    std::cout << "\n" << deed << " Then press Return, or type s to skip this. " << std::flush;
+bool Talk::waitsFor(const std::string& request) {
+    std::cout << "\n" << request << " Then press Return, or type s to skip this. " << std::flush;
     std::string answer;
     return std::getline(std::cin, answer) && answer.empty();
 }

@@ -16,7 +16,7 @@ public:
     bool agrees(const std::string& question);
     /// Returns whether the person did what they were asked to and pressed Return; false at the end
     /// of the input.
-    bool waitsFor(const std::string& deed);
+    bool waitsFor(const std::string& request);
 
     void found(const std::string& what, const std::string& expected, const std::string& saw,
                bool asExpected);

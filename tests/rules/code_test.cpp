@@ -32,10 +32,10 @@ std::set<std::string> offenders(const std::string& pattern, const std::set<std::
     return found;
 }
 
-const std::set<std::string> nobody;
+const std::set<std::string> none;
 
 /// Returns whether a file is the approval host's. That is a terminal program: it prints.
-bool isOfTheHost(const std::string& path) {
+bool isHostFile(const std::string& path) {
     return path.starts_with("approval_host/");
 }
 
@@ -48,21 +48,21 @@ TEST(Rules, ThereAreSourcesToCheck) {
 TEST(Rules, InTheServerOnlyTheTransportNamesStandardOutput) {
     auto found = offenders(R"(STDOUT_FILENO|std::cout|\bstdout\b|\bputs\(|\bprintf\()",
                            {"MCPStdio/MCPServer.hpp"});
-    std::erase_if(found, isOfTheHost);
-    EXPECT_EQ(found, nobody);
+    std::erase_if(found, isHostFile);
+    EXPECT_EQ(found, none);
 }
 
 TEST(Rules, NothingInTheServerNamesStandardError) {
-    auto found = offenders(R"(STDERR_FILENO|std::cerr|std::clog|\bstderr\b|\bperror\()", nobody);
-    std::erase_if(found, isOfTheHost);
-    EXPECT_EQ(found, nobody);
+    auto found = offenders(R"(STDERR_FILENO|std::cerr|std::clog|\bstderr\b|\bperror\()", none);
+    std::erase_if(found, isHostFile);
+    EXPECT_EQ(found, none);
 }
 
 TEST(Rules, OnlyThePlatformKnowsTheSystem) {
-    auto found = offenders(R"(__APPLE__|__linux__|__MACH__|_WIN32|TARGET_OS_)", nobody);
+    auto found = offenders(R"(__APPLE__|__linux__|__MACH__|_WIN32|TARGET_OS_)", none);
     std::erase_if(
         found, [](const std::string& path) { return path.starts_with("velmiro_mcp/platform/"); });
-    EXPECT_EQ(found, nobody);
+    EXPECT_EQ(found, none);
 }
 
 /// A condition on the system can be written in many ways, so these few others are all that is
@@ -106,13 +106,13 @@ TEST(Rules, OnlyBuildListsAskWhichSystemIsBuiltFor) {
             }
         }
     }
-    EXPECT_EQ(found, nobody);
+    EXPECT_EQ(found, none);
 }
 
 /// The same files are compiled with automatic reference counting and without.
 TEST(Rules, ObjectiveCIsRightWithAndWithoutReferenceCounting) {
     const std::string counts = R"(\b(?:retain|release|autorelease|dealloc|retainCount)\])";
-    EXPECT_EQ(offenders(counts, {"velmiro_mcp/platform/macos/Owned.hpp"}), nobody);
+    EXPECT_EQ(offenders(counts, {"velmiro_mcp/platform/macos/Owned.hpp"}), none);
     for (const SourceFile& file : sources()) { // an object from `alloc` is owned immediately
         EXPECT_EQ(matches(file.text, R"(\[\w+ alloc\])").size(),
                   matches(file.text, R"(\bOwned(?:<\w+>)?(?: \w+)?\s*\{\s*\[\[\w+ alloc\])").size())
@@ -122,7 +122,7 @@ TEST(Rules, ObjectiveCIsRightWithAndWithoutReferenceCounting) {
 
 /// Under the tests' runtime, neither kind of exception passes a handler for the other.
 TEST(Rules, ObjectiveCCatchesItsOwnExceptionsInOnePlace) {
-    EXPECT_EQ(offenders(R"(@try)", {"velmiro_mcp/platform/macos/Guard.hpp"}), nobody);
+    EXPECT_EQ(offenders(R"(@try)", {"velmiro_mcp/platform/macos/Guard.hpp"}), none);
     for (const SourceFile& file : sources()) {
         if (file.path.ends_with(".mm")) {
             EXPECT_TRUE(matches(file.text, R"((^|[^@\w])catch\b)").empty()) << file.path;
@@ -134,19 +134,19 @@ TEST(Rules, PortableCodeStaysWithinWhatBothStandardLibrariesHave) {
     auto found = offenders(R"(#include <format>|std::jthread|std::stop_token|std::osyncstream)"
                            R"(|std::move_only_function|chrono::current_zone|std::format)"
                            R"(|std::pmr|atomic<std::shared_ptr|#include <execution>)",
-                           nobody);
+                           none);
     std::erase_if(found, [](const std::string& path) {
         return path.starts_with("velmiro_mcp/platform/local/");
     });
-    EXPECT_EQ(found, nobody);
+    EXPECT_EQ(found, none);
 }
 
 TEST(Rules, LibicalAndICUAreEachNamedInOneFileWhichLoadsThem) {
     EXPECT_EQ(
         offenders(R"(#include <libical/)", {"velmiro_mcp/platform/local/icalendar/Libical.cpp"}),
-        nobody);
+        none);
     EXPECT_EQ(offenders(R"(#include <unicode/)", {"velmiro_mcp/platform/local/libraries/ICU.hpp"}),
-              nobody);
+              none);
 }
 
 /// Macros reach into the code of whoever includes a header.

@@ -109,7 +109,7 @@ void StandIn::count(const std::string& call) {
     ++counts_[call];
 }
 
-std::vector<std::string> withoutMaking(std::vector<std::string> journal) {
+std::vector<std::string> withoutStoreCreation(std::vector<std::string> journal) {
     const auto made = std::ranges::find(journal, "EKEventStore init");
     if (made != journal.end()) {
         journal.erase(made - 2, made + 1);

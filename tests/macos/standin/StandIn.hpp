@@ -92,6 +92,6 @@ private:
 };
 
 /// Removes the creation of the store from a journal: both statuses, and then its initializer.
-std::vector<std::string> withoutMaking(std::vector<std::string> journal);
+std::vector<std::string> withoutStoreCreation(std::vector<std::string> journal);
 
 } // namespace velmiro::test

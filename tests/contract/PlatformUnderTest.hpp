@@ -35,7 +35,7 @@ class PlatformTest : public testing::Test {
 protected:
     PlatformTest() { resetPlatform(); }
 
-    /// Add an event or a reminder, given by the lines of its component. The calendar is created if
+    /// Adds an event or a reminder, given by the lines of its component. The calendar is created if
     /// it is missing; its title is its folder's name.
     void addEvent(const std::string& calendar, const std::string& uid,
                   std::string_view lines) const;
@@ -46,7 +46,7 @@ protected:
     void remove(const std::string& path) const;
 
     static Instant at(std::string_view date);
-    /// Return the titles found, sorted; of events, those from `start` to `end`.
+    /// Returns the titles found, sorted; of events, those from `start` to `end`.
     std::vector<std::string> titles(std::string_view start, std::string_view end,
                                     const Calendar* calendar = nullptr) const;
     std::vector<std::string> titles(const ReminderQuery& query) const;

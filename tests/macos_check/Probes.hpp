@@ -16,7 +16,7 @@ namespace velmiro::check {
 /// Returns the end of an all-day event with this start and end, before it is saved.
 std::optional<Instant> endOfUnsavedAllDayEvent(Instant start, Instant end);
 
-/// The number of calendars that a store holds before and after it is reset.
+/// The numbers of calendars that a store holds before and after it is reset.
 struct StoreView {
     std::size_t before = 0;
     std::size_t after = 0;
@@ -31,7 +31,7 @@ struct Account {
 };
 std::vector<Account> accounts();
 
-/// Remove an item. Return an empty text, or else why it was not removed.
+/// Removes an item. Returns an empty text, or else why it was not removed.
 std::string removeEvent(const std::string& identifier);
 std::string removeReminder(const std::string& identifier);
 

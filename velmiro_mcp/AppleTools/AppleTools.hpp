@@ -21,8 +21,8 @@ std::vector<MCPStdio::MCPTool> calendarTools(EventStore& store, const Ask& ask);
 /// them.
 std::vector<MCPStdio::MCPTool> remindersTools(EventStore& store, const Ask& ask);
 
-/// The platform functions that the contacts tools use. Every tool call calls both, on any thread
-/// and concurrently with others.
+/// The platform functions that the contacts tools use. Each use of a tool calls both anew, on any
+/// thread and concurrently with others.
 struct ContactsPlatform {
     std::function<ContactsAuthorizationStatus()> authorizationStatus;
     std::function<std::unique_ptr<ContactStore>()> openStore;

@@ -14,7 +14,7 @@
 ///
 /// Each accessor takes the argument's name and the `arguments` of the call; if those are not an
 /// object, every argument is absent. Null and a wrong JSON type count as absent, unless stated
-/// otherwise. Each throws MCPToolError with a message that names the argument.
+/// otherwise. Failures are thrown as MCPToolError, with a message that names the argument.
 namespace velmiro {
 
 using MCPStdio::JSONValue;
@@ -32,8 +32,8 @@ struct IntegerRule {
     std::int64_t highest;
 };
 
-/// Returns a whole number: a number is rounded to the nearest one, a string of decimal digits is
-/// read. Throws on anything else and out of range: "‘days’ must be a whole number from 1 to 62".
+/// Returns a whole number. A number is rounded to the nearest one; a string of decimal digits is
+/// parsed. Throws on anything else or out of range: "‘days’ must be a whole number from 1 to 62".
 std::int64_t integer(std::string_view name, const JSONValue& arguments, IntegerRule rule);
 
 /// Returns the date (see `parseDate`); nullopt if it is absent or blank. Throws on any other text.

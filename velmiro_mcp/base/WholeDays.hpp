@@ -13,7 +13,7 @@ struct WholeDays {
 };
 
 /// Returns the days of an event from `start` to `end`, which is later. The first is the local day
-/// of `start`. Their number is the local time until `end`, rounded to the nearest day, but at least
+/// of `start`. Their number is the local time between the two, rounded to whole days, but at least
 /// one. A day of 23 or 25 hours counts as one.
 WholeDays wholeDays(Instant start, Instant end);
 

@@ -26,7 +26,7 @@ constexpr std::size_t longestReminderNotes = 300;
 /// The words for a type of items in messages.
 struct Wording {
     std::string_view access;   ///< the section of the settings
-    std::string_view calendar; ///< the thing that holds such items
+    std::string_view calendar; ///< the container of such items
 };
 
 Wording wordingFor(EntityType type) {

@@ -39,7 +39,7 @@ std::string titlesOf(NSArray<EKCalendar*>* calendars); ///< as in the journal
 
 EKEvent* eventObject(const Event& event, EKEventStore* store);
 EKReminder* reminderObject(const Reminder& reminder, EKEventStore* store);
-/// Return the data with which a new item is saved.
+/// Returns the data with which a new item is saved.
 NewEvent newEvent(EKEvent* event);
 NewReminder newReminder(EKReminder* reminder);
 EKEventStore* storeOf(EKCalendarItem* item);

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-/// What every platform promises its users, as tests that know only the ports. They are compiled
+/// The promises that every platform keeps, as tests that know only the ports. They are compiled
 /// once for each platform, into programs with the same cases.
 namespace velmiro::test {
 

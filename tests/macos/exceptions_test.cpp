@@ -1,5 +1,5 @@
-// Whatever a framework raises becomes an error of the port or is ignored; it never ends the
-// process.
+// An exception of a framework, wherever it is raised, becomes an error of the port or is ignored.
+// It never ends the process.
 
 #include "tests/macos/Failure.hpp"
 #include "tests/macos/standin/StandIn.hpp"

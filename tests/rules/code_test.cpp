@@ -65,8 +65,7 @@ TEST(Rules, OnlyThePlatformKnowsTheSystem) {
     EXPECT_EQ(found, none);
 }
 
-/// A condition on the system can be written in many ways, so these few others are all that is
-/// allowed.
+/// A condition on the system can be written in many ways. These few others are all that is allowed.
 TEST(Rules, OutsideThePlatformNothingIsCompiledOnlyOnSomeSystems) {
     const std::set<std::string> allowed{
         "#if defined(__clang__)",         // for its thread-safety analysis

@@ -15,7 +15,7 @@ EntityType typeOf(EKEntityType type) {
     return type == EKEntityTypeEvent ? EntityType::event : EntityType::reminder;
 }
 
-/// What a predicate looks for, and the store that created it.
+/// The criteria of a predicate, and the store that created it.
 struct Search {
     EKEventStore* store;
     EntityType type;
@@ -62,8 +62,8 @@ NSPredicate* predicateFor(Search search) {
     return made;
 }
 
-/// Returns what a predicate looks for. Raises, as the framework does, if it is another store's or
-/// of another class.
+/// Returns the criteria of a predicate. Raises, as the framework does, if the predicate is another
+/// store's or of another class.
 const Search& searchOf(NSPredicate* predicate, EKEventStore* store, EntityType type) {
     if (![predicate isKindOfClass:[StandInPredicate class]]) {
         raise("this predicate was not made by an event store");

@@ -31,8 +31,7 @@ std::optional<std::string> optionalText(NSString* string) {
 }
 
 /// Moves an instant to a time on its own day. EventKit does so with all-day events: whatever it is
-/// given, they run from the beginning of the day of their start to 23:59:59 of the day of their
-/// end.
+/// given, they run from the beginning of their first day to 23:59:59 of their last.
 std::optional<Instant> dayEdge(const std::optional<Instant>& instant, const std::tm& clock) {
     if (!instant) {
         return std::nullopt;

@@ -8,25 +8,26 @@
 #include <string_view>
 #include <type_traits>
 
-/// Looking for bytes, eight at a time in plain integers, which is fast where texts are short, as
-/// keys and most strings are; and sixteen at a time. The same on every processor.
+/// Searches texts for bytes: eight at a time in a plain integer, which is fast for short texts, as
+/// keys and most strings are, and sixteen at a time in a vector. The code is the same on every
+/// processor.
 namespace MCPStdio {
 
-/// Eight bytes of a text, the first one lowest.
+/// Eight bytes of a text, the first in the lowest byte.
 using ByteWord = std::uint64_t;
 
-/// Marks: the high bit of each byte that is meant. Only the lowest mark is to be trusted; behind it
-/// others may be wrong.
+/// The high bit of each byte that matches. Only the lowest mark is reliable; those above it may be
+/// wrong.
 using ByteMarks = std::uint64_t;
 
-/// Sixteen bytes, as processors have registers for; the compiler knows how on each of them.
+/// Sixteen bytes, for which the compiler uses the vector registers that the processor has.
 using ByteBlock [[gnu::vector_size(16)]] = unsigned char;
 
 constexpr ByteWord allBytes(unsigned char byte) noexcept {
     return 0x0101010101010101U * byte;
 }
-// What marks the bytes of a word marks those of a block too, by the register's comparisons.
-/// `limit` is at most 0x80.
+// Each mark has two forms: integer arithmetic on a word, vector comparisons on a block.
+/// Marks the bytes below `limit`, which is at most 0x80.
 constexpr ByteMarks markBelow(ByteWord word, unsigned char limit) noexcept {
     return (word - allBytes(limit)) & ~word & allBytes(0x80);
 }
@@ -45,13 +46,13 @@ constexpr ByteMarks markNotBelow0x80(ByteWord word) noexcept {
 inline auto markNotBelow0x80(ByteBlock block) noexcept {
     return block >= 0x80;
 }
-// Those that are handed to `findByte` are objects, so that they are compiled into it.
+// Arguments of `findByte` are function objects, so that their calls are inlined.
 constexpr auto markNonASCII = [](auto bytes) noexcept { return markNotBelow0x80(bytes); };
-/// What cannot stand in a JSON string as it is: control characters, quotes and backslashes.
+/// Marks what a JSON string cannot hold unescaped: control characters, quotes and backslashes.
 constexpr auto markStringStop = [](auto bytes) noexcept {
     return markBelow(bytes, 0x20) | markEqual(bytes, '"') | markEqual(bytes, '\\');
 };
-/// How many bytes lie before the first one marked; eight when none is.
+/// Returns the number of bytes before the first marked one; eight if none is marked.
 constexpr std::size_t bytesBefore(ByteMarks marks) noexcept {
     return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
 }
@@ -83,7 +84,7 @@ inline ByteBlock loadBlock(const char* bytes) noexcept {
     return block;
 }
 
-/// Fewer than eight bytes, or eight; zeros behind them.
+/// Loads `count` bytes, at most eight, followed by zeros.
 inline ByteWord loadShort(const char* bytes, std::size_t count) noexcept {
     const auto load = [bytes](auto width, std::size_t at) {
         ByteWord word = 0;
@@ -92,7 +93,7 @@ inline ByteWord loadShort(const char* bytes, std::size_t count) noexcept {
     };
     constexpr std::integral_constant<std::size_t, 4> half;
     constexpr std::integral_constant<std::size_t, 1> one;
-    // The pieces may overlap: where they do they hold the same.
+    // The pieces may overlap: the shared bytes are the same in both.
     if (count == 8) {
         return loadWord(bytes);
     }
@@ -102,15 +103,15 @@ inline ByteWord loadShort(const char* bytes, std::size_t count) noexcept {
     return count == 0 ? 0 : load(one, 0) | load(one, count / 2) | load(one, count - 1);
 }
 
-/// Where the first byte of `text` from `from` on lies that `mark` marks; `text.size()` when there
-/// is none. `mark` makes marks of a ByteWord and of a ByteBlock.
+/// Returns the index of the first byte of `text`, from index `from` on, that `mark` marks;
+/// `text.size()` if there is none. `mark` accepts a ByteWord as well as a ByteBlock.
 template <typename Mark>
 std::size_t findByte(std::string_view text, std::size_t from, Mark mark) noexcept {
     constexpr std::size_t wordSize = sizeof(ByteWord);
     constexpr std::size_t blockSize = sizeof(ByteBlock);
     const char* const bytes = text.data();
     std::size_t at = from;
-    // Two words alone at first: short texts are the rule.
+    // Two single words first: most texts are short.
     for (int i = 0; i < 2 && text.size() - at >= wordSize; ++i, at += wordSize) {
         if (const ByteMarks marks = mark(loadWord(bytes + at))) {
             return at + bytesBefore(marks);

@@ -13,10 +13,10 @@ namespace MCPStdio {
 namespace {
 
 constexpr std::size_t largePage = std::size_t{2} << 20U;
-/// All pieces are so large, or a power of two larger.
+/// The size of a piece, unless it has to be larger; then it is a larger power of two.
 constexpr std::size_t usualSize = std::size_t{64} << 20U;
 
-/// The one that stays at hand.
+/// The spare: a piece of the usual size, or none.
 struct Spare {
     Mutex mutex;
     LargeMemory memory MCPSTDIO_GUARDED_BY(mutex);
@@ -27,7 +27,7 @@ Spare& spare() {
     return *kept;
 }
 
-/// Leaves another piece at hand, or none, and gives what was there.
+/// Replaces the spare, by none if `memory` is empty, and returns the one before.
 LargeMemory exchangeSpare(LargeMemory memory) {
     Spare& kept = spare();
     const MutexLock lock{kept.mutex};
@@ -35,7 +35,7 @@ LargeMemory exchangeSpare(LargeMemory memory) {
 }
 
 LargeMemory mapNew(std::size_t size) {
-    // Large pages lie at multiples of their size: room for that, and what is too much goes back.
+    // Large pages are aligned to their size: map one more, then unmap the excess on both sides.
     void* const mapped = ::mmap(nullptr, size + largePage, PROT_READ | PROT_WRITE,
                                 MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED) {

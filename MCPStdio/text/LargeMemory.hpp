@@ -2,23 +2,26 @@
 
 #include <cstddef>
 
-/// Memory for texts of megabytes, straight from the system. To be given page after page of 4 KB
-/// takes several times as long as filling them. So where the system can it comes in large pages,
-/// and one piece that was given back stays at hand: the line of a large request becomes its reply.
-/// The system may take that one's pages whenever it is in need of them.
+/// Memory for texts of megabytes, mapped directly from the system.
+///
+/// Faulting in 4 KB pages costs several times more than filling them. So large pages are used where
+/// the system has them, and one unmapped piece is kept as a spare: the memory of a large request's
+/// line then holds its reply. The system may reclaim the spare's pages whenever it needs them.
 namespace MCPStdio {
 
-/// From this size on it is worth it.
+/// The size in bytes from which it pays off.
 inline constexpr std::size_t largeMemory = std::size_t{4} << 20U;
 
+/// One mapped piece, or none. Does not own it: it stays mapped until `unmapLargeMemory`.
 struct LargeMemory {
     char* begin = nullptr;
     std::size_t size = 0;
 };
 
-/// At least twice what is needed: memory that is not touched costs address space only. From any
-/// thread. Throws std::bad_alloc.
+/// Maps at least twice the bytes needed: memory that is never touched costs address space only.
+/// Called on any thread. Throws std::bad_alloc.
 LargeMemory mapLargeMemory(std::size_t needed);
+/// Unmaps a piece that `mapLargeMemory` returned, or keeps it as the spare. Called on any thread.
 void unmapLargeMemory(LargeMemory memory) noexcept;
 
 } // namespace MCPStdio

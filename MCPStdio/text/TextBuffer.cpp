@@ -13,7 +13,7 @@ void TextBuffer::grow(std::size_t count) {
         if (moved == nullptr) {
             throw std::bad_alloc{};
         }
-        static_cast<void>(text_.release()); // it is `moved` now
+        static_cast<void>(text_.release()); // realloc took it over
         text_.reset(moved);
         capacity_ = larger;
         return;

@@ -13,7 +13,7 @@ namespace MCPStdio {
 namespace detail {
 
 struct FreeText {
-    std::size_t mapped = 0; ///< the size of large memory; zero for memory of the heap
+    std::size_t mapped = 0; ///< the size of large memory; zero if it is from the heap
 
     void operator()(char* text) const noexcept {
         if (mapped > 0) {
@@ -26,8 +26,11 @@ struct FreeText {
 
 } // namespace detail
 
-/// Text that grows at its end, whatever its length: new room is not filled before it is written,
-/// and a large text is hardly ever moved.
+/// A text that grows at its end, of any length. Unlike a string's, its new room is not filled
+/// before it is written, and a large text is hardly ever moved.
+///
+/// Move-only; a moved-from buffer may only be assigned to or destroyed. Growing throws
+/// std::bad_alloc and then leaves the text as it was. Views are valid until the text changes.
 class TextBuffer {
 public:
     TextBuffer() = default;
@@ -36,11 +39,12 @@ public:
     [[nodiscard]] std::string_view view() const noexcept { return {text_.get(), size_}; }
     [[nodiscard]] std::size_t size() const noexcept { return size_; }
     [[nodiscard]] std::size_t capacity() const noexcept { return capacity_; }
-    /// Keeps the room.
+    /// Removes the text and keeps the capacity.
     void clear() noexcept { size_ = 0; }
+    /// Removes the first `count` bytes, at most `size()`, and moves the rest to the front.
     void removePrefix(std::size_t count) noexcept {
         size_ -= count;
-        if (size_ > 0) { // else there may be no memory at all
+        if (size_ > 0) { // an empty buffer may have no memory
             std::memmove(text_.get(), text_.get() + count, size_);
         }
     }
@@ -62,7 +66,8 @@ public:
         }
     }
 
-    /// Where the next `count` bytes may be written. They count as text once `added` says so.
+    /// Returns room for `count` more bytes at the end. They become part of the text when `added` is
+    /// called.
     [[nodiscard]] char* room(std::size_t count) {
         if (capacity_ - size_ < count) {
             grow(count);

@@ -7,8 +7,8 @@
 namespace MCPStdio {
 namespace {
 
-/// What the sequence at `at` is: its length when it is well-formed; else how many of its bytes are
-/// the longest beginning of a well-formed one (at least one, for a byte that begins nothing).
+/// A sequence of a text. If it is ill-formed, `length` is that of the longest prefix of a
+/// well-formed sequence; one for a byte that begins none.
 struct Sequence {
     std::size_t length;
     bool wellFormed;
@@ -22,7 +22,7 @@ Sequence sequenceAt(std::string_view text, std::size_t at) noexcept {
     if (lead < 0x80) {
         return {1, true};
     }
-    // The second byte's range rules out overlong forms, surrogates and what lies beyond U+10FFFF.
+    // The second byte's range excludes overlong forms, surrogates and values above U+10FFFF.
     std::size_t length = 0;
     unsigned low = 0x80;
     unsigned high = 0xBF;
@@ -50,7 +50,7 @@ Sequence sequenceAt(std::string_view text, std::size_t at) noexcept {
     return {length, true};
 }
 
-/// Where the first byte from `at` on lies that is not ASCII. Most texts have none.
+/// Returns the index of the first byte from `at` on that is not ASCII. Most texts have none.
 std::size_t skipASCII(std::string_view text, std::size_t at) noexcept {
     const auto block = [&](std::size_t i) {
         return loadBlock(text.data() + at + i * sizeof(ByteBlock));
@@ -62,25 +62,26 @@ std::size_t skipASCII(std::string_view text, std::size_t at) noexcept {
     return findByte(text, at, markNonASCII);
 }
 
-/// Each byte is judged by so many before it.
+/// The number of preceding bytes that decide whether a byte is well-formed.
 constexpr std::size_t reach = 3;
 
-/// Whether each of sixteen bytes may stand behind those before it, which are read too.
+/// Returns whether each of sixteen bytes may follow those before it, which are read as well.
 bool followWell(const char* bytes) noexcept {
     const ByteBlock byte = loadBlock(bytes);
     const ByteBlock before = loadBlock(bytes - 1);
     const auto continues = (byte & 0xC0) == 0x80;
     const auto expected =
         (before >= 0xC0) | (loadBlock(bytes - 2) >= 0xE0) | (loadBlock(bytes - reach) >= 0xF0);
-    // Overlong forms, surrogates and what lies beyond U+10FFFF show in the first two bytes.
+    // The first two bytes reveal overlong forms, surrogates and values above U+10FFFF.
     const auto wrong = (continues ^ expected) | ((byte & 0xFE) == 0xC0) | (byte >= 0xF5) |
                        ((before == 0xE0) & (byte < 0xA0)) | ((before == 0xED) & (byte >= 0xA0)) |
                        ((before == 0xF0) & (byte < 0x90)) | ((before == 0xF4) & (byte >= 0x90));
     return !blockMarks(wrong).any();
 }
 
-/// From a sequence at `at`, with at least `reach` bytes before it, on to one from which less than a
-/// block is left, or the one that is ill-formed, or one of the few before either.
+/// Skips blocks of well-formed text from a sequence at `at`, which has at least `reach` bytes
+/// before it. Stops at an ill-formed block, or if less than a block is left, and returns the start
+/// of a sequence there or a few bytes before.
 std::size_t skipBlocks(std::string_view text, std::size_t at) noexcept {
     const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
     while (text.size() - at >= sizeof(ByteBlock) && followWell(text.data() + at)) {
@@ -89,14 +90,15 @@ std::size_t skipBlocks(std::string_view text, std::size_t at) noexcept {
             at = skipASCII(text, at);
         }
     }
-    at -= reach; // a sequence may go on wrongly
+    at -= reach; // the last sequence may continue wrongly
     while ((byteAt(at) & 0xC0U) == 0x80) {
         --at;
     }
     return at;
 }
 
-/// From a sequence at `at` on to the first one that begins at `end` or behind it, or is ill-formed.
+/// Returns the start of the first sequence from `at` on that is ill-formed or begins at or after
+/// `end`.
 std::size_t skipSequences(std::string_view text, std::size_t at, std::size_t end) noexcept {
     while (at < end) {
         const Sequence sequence = sequenceAt(text, at);

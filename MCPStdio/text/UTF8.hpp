@@ -4,18 +4,19 @@
 #include <string>
 #include <string_view>
 
-/// UTF-8 as every text here is held: well-formed, without surrogates and overlong forms.
+/// UTF-8, the encoding of every text here: well-formed, without surrogates or overlong forms.
 namespace MCPStdio {
 
-/// Where the first ill-formed sequence of `text` begins; `text.size()` when there is none.
+/// Returns the index of the first ill-formed sequence of `text`; `text.size()` if there is none.
 std::size_t findInvalidUTF8(std::string_view text) noexcept;
 
 inline bool isValidUTF8(std::string_view text) noexcept {
     return findInvalidUTF8(text) == text.size();
 }
 
-/// The text with every ill-formed sequence replaced by U+FFFD, one for each longest beginning of a
-/// well-formed sequence. Well-formed text comes back as it is, without a copy.
+/// Returns the text with U+FFFD in place of everything ill-formed: one for each longest prefix of a
+/// well-formed sequence, and for each byte that begins none. Returns well-formed text
+/// without a copy.
 std::string repairUTF8(std::string text);
 
 /// Appends the UTF-8 form of a Unicode scalar value.

@@ -8,14 +8,14 @@
 #include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale is not in <clocale>
 #include <string>
 #if __has_include(<xlocale.h>)
-#include <xlocale.h> // where some systems keep it
+#include <xlocale.h> // declares strtod_l on some systems
 #endif
 
 namespace MCPStdio {
 namespace {
 
 /// A power of ten: the 128 bits of `high` and `low`, of which the highest is set, times two to the
-/// power of `exponent`. Where more bits would be needed, it is the next larger such number.
+/// power of `exponent`. Rounded up if it needs more bits.
 struct PowerOfTen {
     std::uint64_t high;
     std::uint64_t low;
@@ -31,7 +31,7 @@ constexpr PowerOfTen powerOfTen(int power) {
     if (power >= 0) {
         return {five << static_cast<unsigned>(unused), 0, power - 64 - unused};
     }
-    // A power of two, as large as it takes for 128 bits, is divided bit by bit.
+    // Long division of the power of two for which the quotient has 128 bits.
     std::array<std::uint64_t, 2> quotient{};
     std::uint64_t remainder = std::uint64_t{1} << static_cast<unsigned>(63 - unused);
     for (std::uint64_t& word : quotient) {
@@ -55,7 +55,7 @@ constexpr auto powersOfTen = [] {
     return powers;
 }();
 
-/// What every C library has: as exact, but slower, and it has to be told which locale.
+/// Reads a number with the C library: as exact, but slower, and in need of an explicit locale.
 double readSlowly(std::string_view number) {
     static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
     return strtod_l(std::string{number}.c_str(), nullptr, plain);
@@ -72,32 +72,32 @@ double nearestDouble(std::uint64_t digits, int powerOfTen) noexcept {
     const auto leading = static_cast<unsigned>(std::countl_zero(digits));
     __extension__ using Product = unsigned __int128;
     const auto times = [&](std::uint64_t factor) { return Product{digits << leading} * factor; };
-    // The higher two words of three. Of a power only the last bit may be wrong, which moves the
-    // third alone. A number that is divided by at most 27 fives lies either in the middle between
-    // two doubles or so far from it that the second word shows it.
+    // The upper two words of three. Only the last bit of a power may be wrong, which affects the
+    // third word alone. A number divided by at most 27 fives is either halfway between two doubles
+    // or so far from it that the second word shows it.
     const Product product = times(power.high) + static_cast<std::uint64_t>(times(power.low) >> 64U);
     const auto high = static_cast<std::uint64_t>(product >> 64U);
     const auto low = static_cast<std::uint64_t>(product);
-    // One bit more than a double has is kept, and says where to round.
+    // One bit more than a double has is kept; it decides the rounding.
     const auto dropped = static_cast<unsigned>(10 - std::countl_zero(high));
     std::uint64_t kept = high >> dropped;
     const bool isMiddle = kept << dropped == high && low == 0;
     kept += (isMiddle && (kept & 3U) == 1) ? 0 : kept & 1U;
-    // The highest bit of what is kept counts as one in the exponent, also when rounding carried.
+    // The highest kept bit adds one to the exponent, which is right also if rounding carried.
     const int exponent = 128 + power.exponent - static_cast<int>(leading) +
                          static_cast<int>(dropped) + 1 + 52 + 1023;
     return std::bit_cast<double>((static_cast<std::uint64_t>(exponent - 1) << 52U) + (kept >> 1U));
 }
 
 double readDecimal(std::string_view number) {
-#ifdef __cpp_lib_to_chars // one of the two standard libraries this is built with has none
+#ifdef __cpp_lib_to_chars // one of the standard libraries in use lacks it
     double value = 0;
     const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
     if (error == std::errc{}) {
         return value;
     }
 #endif
-    return readSlowly(number); // knows too large from too small
+    return readSlowly(number); // distinguishes overflow from underflow
 }
 
 } // namespace MCPStdio

@@ -8,33 +8,34 @@
 
 namespace MCPStdio {
 
-/// The decimal digits that a word begins with, and the number that they make.
+/// Decimal digits: how many, and the number they form.
 struct Digits {
     std::size_t count;
     std::uint64_t number;
 };
+/// Reads the digits at the beginning of a word, up to the first byte that is none.
 constexpr Digits leadingDigits(ByteWord word) noexcept {
     word ^= allBytes('0');
     const std::size_t count = bytesBefore((word | (word + allBytes(0x80 - 10))) & allBytes(0x80));
     if (count == 0) {
         return {0, 0};
     }
-    // Zeros before them, then neighbours are joined: digits to pairs, these to fours, these to all.
+    // Put zeros before them, then join neighbours: digits to pairs, pairs to fours, fours to all.
     word <<= 8 * (sizeof word - count);
     word = (word * 10 + (word >> 8U)) & 0x00FF'00FF'00FF'00FF;
     word = (word * 100 + (word >> 16U)) & 0x0000'FFFF'0000'FFFF;
     return {count, (word * 10'000 + (word >> 32U)) & 0xFFFF'FFFF};
 }
 
-/// Numbers of everyday life have powers of ten from its negative up to this one: five to this power
-/// still fits a word.
+/// The largest power of ten, and the smallest when negated, that `nearestDouble` accepts: five to
+/// this power still fits a word. Nearly all numbers in messages need none larger.
 constexpr int largestEverydayPower = 27;
 
-/// The double nearest to `digits` times an everyday power of ten, halves to even.
+/// Returns the double nearest to `digits` times the power of ten, ties to even.
 double nearestDouble(std::uint64_t digits, int powerOfTen) noexcept;
 
-/// The double nearest to a number as JSON writes it, whatever the process's locale; infinite where
-/// it is too large.
+/// Returns the double nearest to a number in JSON's notation, whatever the process's locale;
+/// infinity if it overflows.
 double readDecimal(std::string_view number);
 
 } // namespace MCPStdio

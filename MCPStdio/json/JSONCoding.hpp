@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-/// Application types as JSON. A type says its fields once, a line each:
+/// JSON forms of application types. A type lists its fields once, one per line:
 ///
 ///     struct Person {
 ///         std::string name;
@@ -28,11 +28,14 @@
 ///         }
 ///     };
 ///
-/// and goes both ways: `JSONValue::encoding(person)`, `value.decode<Person>()`. A field may be a
-/// bool, a number, a string, a point in time (ISO 8601 text in UTC, to the second), a JSONValue,
-/// another such type, or an optional, a vector or a string-keyed map of these. An empty optional is
-/// left out; a missing or null member gives an empty one. Members that no field names are ignored.
-/// What does not fit throws JSONError, whose text begins with the path of the member at fault.
+/// and is converted both ways: `JSONValue::encoding(person)`, `value.decode<Person>()`. A field is
+/// a bool, a number, a string, a point in time (ISO 8601 text in UTC, to the second), a JSONValue,
+/// another such type, or an optional, a vector or a string-keyed map of these.
+///
+/// Encoding omits a field that is an empty optional. It throws JSONError for what has no JSON form,
+/// such as NaN. Decoding reads a missing or null member as an empty optional and ignores members
+/// that no field names. If a member does not fit its field, it throws a JSONError whose text begins
+/// with the member's path.
 namespace MCPStdio {
 
 template <typename Type, typename Member>
@@ -49,8 +52,9 @@ constexpr JSONField<Type, Member> field(std::string_view name, Member Type::* me
 template <typename Type>
 concept HasJSONFields = requires { Type::jsonFields(); };
 
-/// 2026-10-14T13:00:00Z, and back; nothing for any other text.
+/// Writes a time in the form 2026-10-14T13:00:00Z.
 std::string dateTextUTC(std::chrono::sys_seconds time);
+/// Reads a time in that form; nullopt for any other text.
 std::optional<std::chrono::sys_seconds> readDateTextUTC(std::string_view text);
 
 namespace detail {
@@ -75,8 +79,9 @@ template <typename>
 inline constexpr bool isUnknown = false;
 
 [[noreturn]] void failDecoding(const std::string& path, std::string_view expected);
-/// The number, or the value, when it can be written.
+/// Returns the number; throws JSONError if it is not finite.
 double finite(double number);
+/// Returns the value as it reads back from its text; throws JSONError if it has none.
 JSONValue checked(const JSONValue& value);
 
 template <typename Value>
@@ -121,11 +126,11 @@ JSONValue encode(const Value& value) {
     }
 }
 
-/// The whole number if it is one and fits `Integer`.
+/// Returns the number as an `Integer`; nullopt if it is not whole or does not fit.
 template <std::integral Integer>
 std::optional<Integer> exactly(double number) {
     const auto lowest = static_cast<double>(std::numeric_limits<Integer>::min());
-    // One above the greatest is a power of two, so it is an exact double.
+    // One above the greatest is a power of two, which a double holds exactly.
     const double beyond = std::ldexp(1.0, std::numeric_limits<Integer>::digits);
     if (!(number >= lowest && number < beyond) || std::trunc(number) != number) {
         return std::nullopt;

@@ -21,7 +21,7 @@ bool operator==(const JSONValue& left, const JSONValue& right) noexcept {
     case JSONValue::Case::array:
         return std::ranges::equal(*left.arrayValue(), *right.arrayValue());
     case JSONValue::Case::object:
-        // Members lie sorted, so equal maps lie equally.
+        // Members are sorted: equal objects have them in the same order.
         return std::ranges::equal(*left.objectValue(), *right.objectValue(),
                                   [](const JSONMember& a, const JSONMember& b) {
                                       return a.key() == b.key() && a.value == b.value;
@@ -42,7 +42,7 @@ std::size_t JSONValue::hash() const noexcept {
         result = mix(result, *boolValue() ? 1 : 0);
         break;
     case Case::number:
-        // Adding zero makes -0.0, which equals it, +0.0.
+        // Adding zero turns -0.0 into +0.0, which equals it.
         result = mix(result, std::bit_cast<std::uint64_t>(*doubleValue() + 0.0));
         break;
     case Case::string:

@@ -13,7 +13,7 @@
 namespace MCPStdio {
 namespace {
 
-constexpr std::size_t mostDigits = 19; // that surely fit 64 bits
+constexpr std::size_t mostDigits = 19; // a number with as many always fits 64 bits
 
 constexpr std::array<std::uint64_t, 9> powersOfTen{
     1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000};
@@ -101,7 +101,7 @@ std::size_t JSONReader::readObject(std::size_t at, int depth) {
     return at + 1;
 }
 
-/// And the white space behind it.
+/// Reads a key, a colon and a value, and skips the white space after them.
 std::size_t JSONReader::readMember(std::size_t at, int depth) {
     if (byteAt(at) != '"') {
         fail(at, "expected a key");
@@ -114,14 +114,14 @@ std::size_t JSONReader::readMember(std::size_t at, int depth) {
 }
 
 std::size_t JSONReader::readString(std::size_t at) {
-    const std::size_t begin = at + 1; // behind the quote
+    const std::size_t begin = at + 1; // after the quote
     at = findByte(text_, begin,
                   [](auto bytes) { return markStringStop(bytes) | markNonASCII(bytes); });
     if (byteAt(at) != '"') {
         at = skipPlainText(at);
         if (byteAt(at) != '"') {
             at = unescape(begin, at);
-            open_.push(std::move(unescaped_)); // a short text leaves its memory here
+            open_.push(std::move(unescaped_)); // a short text is copied and leaves its buffer here
             return at;
         }
     }
@@ -129,8 +129,8 @@ std::size_t JSONReader::readString(std::size_t at) {
     return at + 1;
 }
 
-/// On to the next quote, escape or control character. What lies before it is UTF-8: all of the text
-/// is looked at when the first string is not ASCII, which is faster than each string.
+/// Skips to the next quote, escape or control character. Throws if the text before it is not UTF-8:
+/// the first call validates the whole text, which is faster than string by string.
 std::size_t JSONReader::skipPlainText(std::size_t at) {
     at = findByte(text_, at, markStringStop);
     if (!wellFormed_) {
@@ -142,7 +142,7 @@ std::size_t JSONReader::skipPlainText(std::size_t at) {
     return at;
 }
 
-/// Unescapes a string that begins at `begin`, and has its first escape at `at`, if it has any.
+/// Unescapes a string that begins at `begin` and is plain up to `at`.
 std::size_t JSONReader::unescape(std::size_t begin, std::size_t at) {
     unescaped_.assign(text_.substr(begin, at - begin));
     while (true) {
@@ -159,7 +159,7 @@ std::size_t JSONReader::unescape(std::size_t begin, std::size_t at) {
     }
 }
 
-/// What stands behind a backslash.
+/// Reads the escape whose backslash precedes `at`.
 std::size_t JSONReader::readEscape(std::size_t at) {
     if (at == text_.size()) {
         fail(at, "a string without an end");
@@ -250,14 +250,14 @@ std::size_t JSONReader::readNumber(std::size_t at) {
         at += divides || byteAt(at) == '+' ? 1 : 0;
         const Digits exponent = readDigits(at, 0, "expected the digits of an exponent");
         at += exponent.count;
-        // Where no double has one as large, anything as large.
+        // No double has an exponent this large: it stands for all larger ones.
         constexpr std::uint64_t beyond = 100'000;
         const auto size = static_cast<std::int64_t>(
             exponent.count > mostDigits ? beyond : std::min(exponent.number, beyond));
         power += divides ? -size : size;
     }
     if (digits.count <= mostDigits && std::abs(power) <= largestEverydayPower) {
-        // Whole numbers are nearly all there are in messages.
+        // Nearly all numbers in messages are whole.
         const double value = power == 0 ? static_cast<double>(digits.number)
                                         : nearestDouble(digits.number, static_cast<int>(power));
         open_.push(negative ? -value : value);
@@ -271,8 +271,8 @@ std::size_t JSONReader::readNumber(std::size_t at) {
     return at;
 }
 
-/// The digits at `at`, at least one, appended to a number, which overflows where there are too many
-/// for it.
+/// Appends the digits at `at`, at least one, to a number, which wraps around if there are too many.
+/// Fails with `whyNone` if there is none.
 Digits JSONReader::readDigits(std::size_t at, std::uint64_t number, const char* whyNone) const {
     const std::size_t begin = at;
     Digits next{};
@@ -303,7 +303,7 @@ std::size_t JSONReader::skipSpaces(std::size_t at) const noexcept {
     };
     while (at < text_.size() && isSpace(text_[at])) {
         ++at;
-        // Indented texts have many in a row.
+        // Indented texts have many spaces in a row.
         while (text_.size() - at >= sizeof(ByteWord) &&
                loadWord(text_.data() + at) == allBytes(' ')) {
             at += sizeof(ByteWord);

@@ -14,12 +14,12 @@
 
 namespace MCPStdio {
 
-/// Reads one JSON text, strictly by RFC 8259, into a value; one reader for one text.
+/// Reads one JSON text into a value, strictly by RFC 8259. One reader reads one text.
 ///
-/// Refused are: anything after the value but white space; nesting deeper than `deepest`; ill-formed
+/// Rejects anything after the value except white space; nesting deeper than `deepest`; ill-formed
 /// UTF-8, lone surrogates and raw control characters in strings; numbers that overflow a double;
-/// and all that the grammar does not know (comments, trailing commas, leading zeros, NaN). Of
-/// members with the same key the last one stays.
+/// and everything that is not in the grammar (comments, trailing commas, leading zeros, NaN). The
+/// last of several members with the same key is kept.
 class JSONReader {
 public:
     static constexpr int deepest = 512;
@@ -27,12 +27,12 @@ public:
     /// The text must outlive the reader.
     explicit JSONReader(std::string_view text);
 
-    /// Throws JSONError, which names the byte at which the text went wrong.
+    /// Called once. Throws JSONError, whose text names the first byte in error.
     JSONValue read();
 
 private:
-    /// Elements of the arrays and objects that are still open, the innermost ones last. A closed
-    /// one takes its own off the end, so each array and object is made once, in its final size.
+    /// A stack of the elements of all arrays and objects that are still open. Closing one takes its
+    /// elements off the end, so each array and object is allocated once, at its final size.
     class OpenElements {
     public:
         OpenElements() = default;
@@ -41,7 +41,7 @@ private:
         ~OpenElements() { std::destroy_n(elements_, size_); }
 
         [[nodiscard]] std::size_t size() const noexcept { return size_; }
-        /// Makes an element where it will lie.
+        /// Constructs an element in place.
         template <typename Content>
         void push(Content&& content) {
             if (size_ == capacity_) {
@@ -50,12 +50,12 @@ private:
             new (elements_ + size_) JSONValue{std::forward<Content>(content)};
             ++size_;
         }
-        /// All from `first` on.
+        /// Returns all elements from `first` on.
         [[nodiscard]] std::span<JSONValue> from(std::size_t first) const noexcept {
             return {elements_ + first, size_ - first};
         }
-        /// Puts what was made of all from `first` on in their place. What was not moved out of
-        /// them, as of a key that came again, goes.
+        /// Replaces all elements from `first` on with the value that was built from them. Destroys
+        /// what was not moved out of them, such as a duplicate key.
         void replace(std::size_t first, JSONValue made) noexcept {
             std::destroy_n(elements_ + first, size_ - first);
             size_ = first;
@@ -63,7 +63,7 @@ private:
         }
 
     private:
-        static constexpr std::size_t firstCapacity = 32; // what most messages need
+        static constexpr std::size_t firstCapacity = 32; // enough for most messages
 
         void grow();
 
@@ -74,9 +74,9 @@ private:
         std::size_t capacity_ = firstCapacity;
     };
 
-    // Each reads what begins at `at`, pushes its value, and gives back where it ends. The place is
-    // handed on from one to the next: kept in the reader, it would be stored and loaded again for
-    // each byte that is more than a part of a string.
+    // Each reads what begins at `at`, pushes its value and returns the index after it. The index is
+    // passed from one to the next: as a member it would be stored and reloaded for every byte
+    // outside a string.
     std::size_t readValue(std::size_t at, int depth);
     std::size_t readArray(std::size_t at, int depth);
     std::size_t readObject(std::size_t at, int depth);
@@ -85,12 +85,12 @@ private:
     std::size_t readNumber(std::size_t at);
     std::size_t readWord(std::size_t at, std::string_view word, JSONValue meaning);
 
-    // Each gives back where what it read, or went over, ends.
+    // Each returns the index after what it read or skipped.
     std::size_t unescape(std::size_t begin, std::size_t at);
     std::size_t readEscape(std::size_t at);
     std::size_t skipPlainText(std::size_t at);
     [[nodiscard]] std::size_t skipSpace(std::size_t at) const noexcept {
-        // Compact texts have none.
+        // Compact texts contain none.
         return static_cast<unsigned char>(byteAt(at)) <= ' ' ? skipSpaces(at) : at;
     }
     [[nodiscard]] std::size_t skipSpaces(std::size_t at) const noexcept;
@@ -104,7 +104,7 @@ private:
     [[noreturn]] static void fail(std::size_t at, const char* why);
 
     std::string_view text_;
-    std::optional<std::size_t> wellFormed_; // how much of it is UTF-8, once that is of interest
+    std::optional<std::size_t> wellFormed_; ///< length of its valid UTF-8, once known
     OpenElements open_;
     std::string unescaped_;
 };

@@ -1,4 +1,4 @@
-// A value from text and as text. Apart from JSONValue.cpp, which the reader and the writer use.
+// Conversions from and to text: separate from JSONValue.cpp, on which reader and writer depend.
 
 #include "MCPStdio/json/JSONReader.hpp"
 #include "MCPStdio/json/JSONWriter.hpp"

@@ -44,7 +44,7 @@ JSONValue::Block<Element>* JSONValue::Block<Element>::copy(Block* other) {
     return copied;
 }
 
-/// Room for one more element at the end; gives back the block that has it.
+/// Returns the block if it has room for one more element; otherwise a larger one that replaces it.
 template <typename Element>
 JSONValue::Block<Element>* JSONValue::Block<Element>::grown(Block* block) {
     if (block != nullptr && block->size < block->capacity) {
@@ -59,7 +59,7 @@ JSONValue::Block<Element>* JSONValue::Block<Element>::grown(Block* block) {
     return larger;
 }
 
-/// The words of a string that lies inside the value.
+/// Returns the words of a string that is stored inside the value.
 std::array<std::uint64_t, 2> JSONValue::shortText(std::string_view text) noexcept {
     const std::size_t size = text.size();
     const std::size_t first = std::min<std::size_t>(size, 8);
@@ -107,7 +107,7 @@ JSONValue::JSONValue(const JSONValue& other) : words_{other.words_} {
     if (!other.ownsBlock()) {
         return;
     }
-    // Until its own block is made this value must not look as if it owned the other's.
+    // Until it has a block of its own, this value must not appear to own the other's.
     words_ = {};
     if (other.isLongText()) {
         *this = JSONValue{std::string{*other.longString()}};
@@ -135,7 +135,7 @@ JSONValue& JSONValue::operator=(const JSONValue& other) {
 }
 
 JSONValue& JSONValue::operator=(JSONValue&& other) noexcept {
-    // The old content goes last: `other` may lie inside it.
+    // The old content is destroyed last: `other` may be a part of it.
     auto old = std::exchange(words_, std::exchange(other.words_, {}));
     JSONValue doomed;
     doomed.words_ = old;
@@ -188,15 +188,14 @@ JSONValue JSONValue::object(std::initializer_list<NewMember> members) {
     return made;
 }
 
-/// Of two strings, by their bytes. Compiled into the loops that call it a few times for each
-/// object.
+/// Compares two strings by their bytes. Inlined into the loops that call it a few times per object.
 [[gnu::always_inline]] inline std::strong_ordering
 JSONValue::compareTexts(const JSONValue& left, const JSONValue& right) noexcept {
     if (left.ownsBlock() || right.ownsBlock()) {
         return left.text() <=> right.text();
     }
-    // Both lie in their values, filled up with zeros, and the length comes last: as large numbers
-    // their order is the same.
+    // Both are stored inside their values, padded with zeros, with the length last: as big-endian
+    // numbers they have the same order.
     const auto first = __builtin_bswap64(left.words_[0]) <=> __builtin_bswap64(right.words_[0]);
     return first != 0 ? first
                       : __builtin_bswap64(left.words_[1]) <=> __builtin_bswap64(right.words_[1]);
@@ -211,7 +210,7 @@ JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
     const std::size_t count = keysAndValues.size() / 2;
     auto* store = Block<JSONMember>::make(count);
     made.setBlock(store);
-    constexpr std::size_t few = 16; // as nearly all objects have
+    constexpr std::size_t few = 16; // nearly all objects have no more
     if (count <= few) {
         for (std::size_t i = 0; i < keysAndValues.size(); i += 2) {
             insert(*store, keysAndValues[i], keysAndValues[i + 1]);
@@ -222,8 +221,8 @@ JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
     for (std::size_t i = 0; i < count; ++i) {
         keys[i] = &keysAndValues[2 * i];
     }
-    // Equal keys become neighbours in the order in which they lie, which is that in which they
-    // came: the last one stays.
+    // Equal keys become neighbours, in the order of their addresses, which is that of the text: the
+    // last one is kept.
     std::ranges::sort(keys, [](const JSONValue* left, const JSONValue* right) {
         const auto compared = compareTexts(*left, *right);
         return compared < 0 || (compared == 0 && left < right);
@@ -238,8 +237,8 @@ JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
     return made;
 }
 
-/// Moves a member to where it belongs among those that are sorted, from behind, where it mostly
-/// stays. A key that is there gets the new value.
+/// Moves a member to its place among sorted ones, searched from the end, where most belong. If its
+/// key is there already, replaces the value.
 void JSONValue::insert(Block<JSONMember>& sorted, JSONValue& key, JSONValue& value) noexcept {
     JSONMember* const members = sorted.elements();
     std::size_t at = sorted.size;
@@ -298,7 +297,7 @@ const JSONValue* JSONValue::operator[](std::string_view key) const noexcept {
     const auto members = objectValue().value_or(std::span<const JSONMember>{});
     constexpr std::size_t few = 8;
     if (members.size() <= few && key.size() <= longestInside) {
-        // Names as short as this are equal when their words are; no long one has such words.
+        // Short names are equal if their words are; no long name has such words.
         const auto wanted = shortText(key);
         const auto at = std::ranges::find(
             members, wanted, [](const JSONMember& member) { return member.name.words_; });

@@ -19,26 +19,26 @@ namespace MCPStdio {
 
 struct JSONMember;
 
-/// A JSON text could not be read, a value could not be written, or an application type could not be
-/// made from a value. `what()` says where and why.
+/// Thrown if a JSON text cannot be read, a value cannot be written, or a value does not fit an
+/// application type. `what()` says where and why.
 class JSONError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The one dynamic JSON type: null, bool, number (a double), string, array or object.
+/// A JSON value of any kind: null, bool, number (a double), string, array or object.
 ///
-/// A value owns all that is in it; a copy is a copy of the whole tree and shares nothing. A moved
-/// value is null. Strings are UTF-8. Members of an object lie sorted by the bytes of their keys.
-/// Views that accessors give hold until the value they came from is changed, moved or destroyed.
-/// Distinct values may be used on distinct threads; reading one from several threads is safe.
+/// A value owns its whole tree: a copy shares nothing with it, and a moved-from value is null.
+/// Strings are UTF-8, which constructors do not check. Members of an object are sorted by the bytes
+/// of their keys. Views that accessors return are valid until their value is changed, moved or
+/// destroyed. Distinct values may be used on distinct threads; several threads may read the same.
 ///
-/// It is sixteen bytes wide: short strings lie inside it, everything else in one block of its own.
+/// It takes sixteen bytes: short strings are stored inside it, all larger content on the heap.
 class JSONValue {
 public:
     enum class Case : std::uint8_t { null, boolean, number, string, array, object };
 
-    /// A member as it is written in a call of `object`.
+    /// A member in a call of `object`: `{key, value}`.
     struct NewMember;
 
     JSONValue() noexcept = default;
@@ -58,12 +58,12 @@ public:
     JSONValue(std::string_view text);
     JSONValue(const char* text) : JSONValue(std::string_view{text}) {}
     JSONValue(const std::string& text) : JSONValue(std::string_view{text}) {}
-    /// Takes a long text over as it is.
+    /// Takes over the memory of a long text; copies a short one.
     JSONValue(std::string&& text);
-    /// One character or one Unicode scalar value: a string of it.
+    /// A string of one ASCII character, or of one Unicode scalar value.
     JSONValue(char character) : JSONValue(std::string_view{&character, 1}) {}
     JSONValue(char32_t scalar);
-    /// A pointer is not a truth value.
+    /// Keeps other pointers from converting to bool.
     JSONValue(const void*) = delete;
 
     JSONValue(const JSONValue& other);
@@ -76,39 +76,40 @@ public:
         }
     }
 
-    /// An array of the elements given; `array()` is the empty one.
+    /// Returns an array of the given elements.
     template <std::convertible_to<JSONValue>... Elements>
     static JSONValue array(Elements&&... elements) {
         std::array<JSONValue, sizeof...(elements)> moved{
             JSONValue{std::forward<Elements>(elements)}...};
         return arrayOf(moved);
     }
-    /// An array into which all of `elements` are moved.
+    /// Returns an array into which all of `elements` are moved.
     static JSONValue arrayOf(std::span<JSONValue> elements);
 
-    /// An object of the members given; where a key is repeated the later value wins.
+    /// Returns an object of the given members. The last of equal keys wins.
     static JSONValue object(std::initializer_list<NewMember> members = {});
-    /// An object of keys and values that take turns in `keysAndValues`, all moved out of it; the
-    /// keys are strings and their number is that of the values. The later of equal keys wins.
+    /// Returns an object of the keys and values that alternate in `keysAndValues`, all moved out of
+    /// it. Keys are strings, and each is followed by its value. The last of equal keys wins.
     static JSONValue objectOf(std::span<JSONValue> keysAndValues);
 
-    /// Puts a value behind the last element. The value must be an array.
+    /// Appends an element. This must be an array.
     void append(JSONValue element);
-    /// Adds a member or replaces the one that has this key. The value must be an object.
+    /// Adds a member, or replaces the value of the one with this key. This must be an object.
     void set(std::string_view key, JSONValue value);
-    /// Moves a member out of an object and leaves null in its place; nothing where there is none.
+    /// Moves a member's value out and leaves null in its place; nullopt if there is no such member
+    /// or this is not an object.
     std::optional<JSONValue> take(std::string_view key);
 
     [[nodiscard]] Case kind() const noexcept {
         return static_cast<Case>(words_[1] >> caseShift & caseMask);
     }
 
-    /// The member of an object, or null when there is no such member or this is no object.
+    /// Returns a member's value; nullptr if there is no such member or this is not an object.
     [[nodiscard]] const JSONValue* operator[](std::string_view key) const noexcept;
     [[nodiscard]] const JSONValue* operator[](const char* key) const noexcept {
         return (*this)[std::string_view{key}];
     }
-    /// The element of an array, or null when there is none at this index or this is no array.
+    /// Returns an element; nullptr if there is none at this index or this is not an array.
     template <std::integral Index>
     [[nodiscard]] const JSONValue* operator[](Index index) const noexcept {
         const auto elements = arrayValue().value_or(std::span<const JSONValue>{});
@@ -117,11 +118,11 @@ public:
         return inside ? elements.data() + index : nullptr;
     }
 
-    /// Each gives the payload of its own case, and nothing for every other case.
+    /// Each returns the payload of its own case, and nullopt for every other case.
     [[nodiscard]] std::optional<std::string_view> stringValue() const& noexcept {
         return kind() == Case::string ? std::optional{text()} : std::nullopt;
     }
-    /// From a value that is no longer needed; a long text is moved out, not copied.
+    /// For a value that is no longer needed: a long text is moved out, not copied.
     [[nodiscard]] std::optional<std::string> stringValue() &&;
     [[nodiscard]] std::optional<double> doubleValue() const noexcept {
         return kind() == Case::number ? std::optional{std::bit_cast<double>(words_[0])}
@@ -137,50 +138,50 @@ public:
     [[nodiscard]] std::optional<std::span<const JSONMember>> objectValue() const noexcept;
     [[nodiscard]] bool isNull() const noexcept { return kind() == Case::null; }
 
-    /// A number rounded to the nearest whole number, halves away from zero, or a string that is an
-    /// optional sign and decimal digits only; nothing where that does not fit 64 bits, and for
-    /// every other case.
+    /// Returns a number rounded to the nearest whole one, halves away from zero, or the value of a
+    /// string of decimal digits with an optional sign; nullopt if that does not fit 64 bits, and
+    /// for everything else.
     [[nodiscard]] std::optional<std::int64_t> intValue() const noexcept;
 
-    /// The compact text of the value; "null" where it cannot be written.
+    /// Returns the compact text of the value; "null" if it cannot be written.
     [[nodiscard]] std::string jsonString() const;
 
-    /// Reads one JSON text. Throws JSONError.
+    /// Reads one JSON text (see JSONReader.hpp). Throws JSONError.
     static JSONValue parse(std::string_view text);
 
-    /// The value that stands for an application value (see JSONCoding.hpp, which defines both).
-    /// Throws JSONError.
+    /// Returns the JSON form of an application value. Throws JSONError. Include JSONCoding.hpp for
+    /// this and for `decode`.
     template <typename Value>
     static JSONValue encoding(const Value& value);
-    /// The application value that this value stands for. Throws JSONError.
+    /// Returns the application value of which this is the JSON form. Throws JSONError.
     template <typename Value>
     [[nodiscard]] Value decode() const;
 
-    /// Same case and equal payloads: numbers as doubles, objects as maps.
+    /// Equal if the cases are the same and the payloads are equal: numbers as doubles, objects as
+    /// maps.
     friend bool operator==(const JSONValue& left, const JSONValue& right) noexcept;
     /// Equal values have equal hashes.
     [[nodiscard]] std::size_t hash() const noexcept;
 
 private:
-    // Two words, so that a value is made and compared in registers. The highest byte of the second
-    // one holds the case in its low three bits. A string sets `blockFlag` when its text lies in a
-    // block, and `longFlag` too when that is a std::string; otherwise the four high bits are the
-    // length of the text in the bytes before, zeros behind it. A number, a bool, or the address of
-    // a block is the first word. Arrays and objects without elements have no block: their address
-    // is null.
+    // Two words, so that a value is built and compared in registers. The low three bits of the
+    // second word's highest byte are the case. A short string fills the bytes below, padded with
+    // zeros, and the four high bits are its length. Any other string sets `blockFlag`, and
+    // `longFlag` too if its block is a std::string. The first word is then the block's address, as
+    // it is for arrays and objects (null if they are empty); or it is the number or the bool.
     static_assert(std::endian::native ==
-                  std::endian::little); // so the bytes of a text lie in order
+                  std::endian::little); // so that the bytes of a text are in order
     static constexpr unsigned caseShift = 56;
     static constexpr std::uint64_t caseMask = 0x07;
     static constexpr std::uint64_t blockFlag = std::uint64_t{0x08} << caseShift;
     static constexpr std::uint64_t longFlag = std::uint64_t{0x10} << caseShift;
     static constexpr unsigned lengthShift = caseShift + 4;
     static constexpr std::size_t longestInside = 15;
-    /// From this length on a copy costs more than a second piece of memory.
+    /// The length from which a copy costs more than a second allocation.
     static constexpr std::size_t longText = 4096;
 
-    /// What does not fit into the value itself: `size` elements, with room for `capacity`, right
-    /// behind this header in the same piece of memory.
+    /// The header of content that does not fit into the value: `size` elements follow it in the
+    /// same allocation, with room for `capacity`.
     template <typename Element>
     struct alignas(8) Block {
         std::size_t size;
@@ -244,7 +245,7 @@ private:
 
 static_assert(sizeof(JSONValue) == 16);
 
-/// One member of an object. The key is a string.
+/// A member of an object. Its name is a string.
 struct JSONMember {
     JSONValue name;
     JSONValue value;
@@ -259,7 +260,7 @@ inline std::optional<std::span<const JSONMember>> JSONValue::objectValue() const
                                   : std::nullopt;
 }
 
-/// Mutable behind const, so that a list of members can be moved out of and nothing is copied.
+/// The value is mutable because initializer lists are const: it is moved out, not copied.
 struct JSONValue::NewMember {
     std::string_view key;
     mutable JSONValue value;

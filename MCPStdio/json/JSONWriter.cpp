@@ -57,7 +57,7 @@ void appendEscape(TextBuffer& text, unsigned char byte) {
     }
 }
 
-/// Copies the beginning of a text that needs no escape; gives back its length.
+/// Appends the beginning of a text, up to the first byte that needs an escape; returns its length.
 std::size_t appendPlain(TextBuffer& text, std::string_view content) {
     constexpr std::size_t wordSize = sizeof(ByteWord);
     char* const to = text.room(content.size() + wordSize);
@@ -78,7 +78,7 @@ std::size_t appendPlain(TextBuffer& text, std::string_view content) {
 void appendCompact(TextBuffer& text, const JSONValue& value);
 void appendPretty(TextBuffer& text, const JSONValue& value, std::size_t level);
 
-/// Null, bool, number or string: the same in both forms.
+/// Appends a null, bool, number or string: the same in both forms.
 void appendScalar(TextBuffer& text, const JSONValue& value) {
     switch (value.kind()) {
     case JSONValue::Case::string:
@@ -96,7 +96,7 @@ void appendScalar(TextBuffer& text, const JSONValue& value) {
     }
 }
 
-/// Each item with a comma between it and the next.
+/// Appends the items, separated by commas.
 template <typename Items, typename AppendItem>
 void appendItems(TextBuffer& text, const Items& items, AppendItem appendItem) {
     for (const auto& item : items) {
@@ -135,7 +135,7 @@ void beginPrettyLine(TextBuffer& text, std::size_t level) {
     text.append(2 * level, ' ');
 }
 
-/// What a container holds, one item a line between its brackets; an empty one is just the brackets.
+/// Appends a container: its items between its brackets, one a line; if empty, just the brackets.
 template <typename Items, typename AppendItem>
 void appendPrettyItems(TextBuffer& text, const Items& items, std::string_view brackets,
                        std::size_t level, AppendItem appendItem) {

@@ -19,8 +19,8 @@ constexpr bool isASCII(char byte) noexcept {
     return static_cast<unsigned char>(byte) < 0x80;
 }
 
-/// How many bytes of the line end at `at` there are: none where there is no such thing; nothing
-/// where it cannot be told before more is read.
+/// Returns the length of the line end at `at`: zero if there is none, nullopt if that depends on
+/// bytes that have not been read.
 std::optional<std::size_t> lineEndLength(std::string_view text, std::size_t at) noexcept {
     using namespace std::string_view_literals;
     const auto rest = text.substr(at);
@@ -48,7 +48,7 @@ std::optional<std::string_view> LineSequence::next() {
         if (endLength == 0 && fill()) {
             continue;
         }
-        // When no more will come, a separator that has only begun is none.
+        // At the end of the stream, an incomplete separator is part of the line.
         const std::size_t end = endLength > 0 ? scanned_ : read_.size();
         const auto line = read_.view().substr(begin_, end - begin_);
         begin_ = scanned_ = end + endLength;
@@ -65,8 +65,7 @@ std::optional<std::string_view> LineSequence::next() {
     }
 }
 
-/// Goes on to the end of the line; gives back its length. Zero: it is not there yet, nor up to
-/// where this has come.
+/// Scans up to the line end and returns its length; zero if it has not been read completely.
 std::size_t LineSequence::findEnd() {
     const auto text = read_.view();
     while (true) {
@@ -85,7 +84,7 @@ std::size_t LineSequence::findEnd() {
     }
 }
 
-/// Reads more behind what is unread. False at the end of the stream.
+/// Reads more of the stream. Returns false at its end, or if reading fails.
 bool LineSequence::fill() {
     constexpr std::size_t chunkSize = std::size_t{64} * 1024;
     constexpr std::size_t worthKeeping = 4 * chunkSize;
@@ -96,7 +95,7 @@ bool LineSequence::fill() {
     scanned_ -= begin_;
     begin_ = 0;
     if (read_.size() == 0 && read_.capacity() > worthKeeping) {
-        read_ = TextBuffer{}; // a call may take long, and its line was read
+        read_ = TextBuffer{}; // not to be held while a long call is answered
     }
     char* const room = roomFor(chunkSize);
     while (true) {
@@ -114,8 +113,8 @@ bool LineSequence::fill() {
     }
 }
 
-/// Room behind what is unread. Where there is no memory for it, gives up the line, and waits for
-/// that of a chunk: others give some back.
+/// Returns room after the bytes read so far. If there is no memory for it, gives up the line; if
+/// there is still none, waits until other threads have freed some.
 char* LineSequence::roomFor(std::size_t count) {
     constexpr std::chrono::milliseconds pause{10};
     while (true) {
@@ -127,7 +126,7 @@ char* LineSequence::roomFor(std::size_t count) {
             }
         }
         skipping_ = true;
-        // What was not scanned is the beginning of a separator, a few bytes at most.
+        // Unscanned is only the beginning of a separator, a few bytes at most.
         std::array<char, 4> rest{};
         const auto unscanned = read_.view().substr(scanned_);
         const std::size_t length = unscanned.copy(rest.data(), rest.size());
@@ -137,7 +136,7 @@ char* LineSequence::roomFor(std::size_t count) {
     }
 }
 
-/// Empty when there is no memory for it.
+/// Returns the line as valid UTF-8; empty if there is no memory for that.
 std::string_view LineSequence::repaired(std::string_view line) {
     if (isValidUTF8(line)) {
         return line;

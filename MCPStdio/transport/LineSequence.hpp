@@ -9,20 +9,20 @@
 
 namespace MCPStdio {
 
-/// The lines of a byte stream.
+/// Reads a byte stream line by line.
 ///
 /// A line ends at LF, VT, FF or CR, or at one of the Unicode separators NEL (C2 85), LINE SEPARATOR
-/// (E2 80 A8) and PARAGRAPH SEPARATOR (E2 80 A9). Empty lines are skipped, so CR LF needs no rule
-/// of its own. Bytes that are not UTF-8 become U+FFFD. There is no limit on a line's length but
-/// memory: a line that does not fit is skipped to its end, and is an empty line then. A last line
-/// without an end counts. Used by one thread at a time.
+/// (E2 80 A8) and PARAGRAPH SEPARATOR (E2 80 A9); the last line needs no end. Empty lines are
+/// skipped, so CR LF needs no rule of its own. Bytes that are not UTF-8 become U+FFFD. Only memory
+/// limits a line's length: one that does not fit is skipped to its end and returned as an empty
+/// line. Used by one thread at a time.
 class LineSequence {
 public:
-    /// Does not own the descriptor, which may be of any kind and blocking or not.
+    /// Does not own the descriptor, which may be of any kind, blocking or not.
     explicit LineSequence(int descriptor);
 
-    /// The next line, waiting for it; nothing at the end of the stream or when reading fails. The
-    /// view holds until the next call.
+    /// Waits for the next line and returns it; nullopt at the end of the stream, or if reading
+    /// fails. The view is valid until the next call.
     std::optional<std::string_view> next();
 
 private:
@@ -32,12 +32,12 @@ private:
     [[nodiscard]] std::string_view repaired(std::string_view line);
 
     int descriptor_;
-    TextBuffer read_;
-    std::size_t begin_ = 0;   ///< where in it the next line begins
-    std::size_t scanned_ = 0; ///< up to here there is no end of it
-    bool isASCII_ = true;     ///< so is the next line up to there
+    TextBuffer read_;         ///< bytes read; those before `begin_` have been returned
+    std::size_t begin_ = 0;   ///< where the next line begins
+    std::size_t scanned_ = 0; ///< the next line does not end before this index
+    bool isASCII_ = true;     ///< the next line is ASCII up to `scanned_`
     bool skipping_ = false;   ///< the next line did not fit into memory
-    std::string repaired_;    ///< the last line, when it was not UTF-8
+    std::string repaired_;    ///< the line returned last, if it was not UTF-8
 };
 
 } // namespace MCPStdio

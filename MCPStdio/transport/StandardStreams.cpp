@@ -10,7 +10,7 @@ namespace MCPStdio {
 void openClosedStandardStreams() noexcept {
     for (const int descriptor : {0, 1, 2}) {
         if (::fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) {
-            // The lowest free descriptor is this one: those below it are open by now.
+            // `open` uses the lowest free descriptor, which is this one: those below it are open.
             static_cast<void>(::open("/dev/null", O_RDWR));
         }
     }

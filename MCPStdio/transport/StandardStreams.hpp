@@ -2,9 +2,9 @@
 
 namespace MCPStdio {
 
-/// Opens /dev/null in place of each of the descriptors 0, 1 and 2 that is closed, so that no file
-/// opened later takes its place and receives what was meant for a client. To be called before
-/// anything else is opened; does nothing the second time.
+/// Opens /dev/null as each of the descriptors 0, 1 and 2 that is closed. Otherwise a file opened
+/// later would get that number, and the output meant for a client. Called before anything else is
+/// opened; further calls do nothing.
 void openClosedStandardStreams() noexcept;
 
 } // namespace MCPStdio

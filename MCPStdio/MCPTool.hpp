@@ -10,24 +10,25 @@
 
 namespace MCPStdio {
 
-/// What a tool call gives back: one text, and whether it reports a failure.
+/// The result of a tool call: one text, and whether it reports a failure.
 struct MCPToolResult {
-    std::string text;
+    std::string text; ///< UTF-8; ill-formed bytes are sent as U+FFFD
     bool isError = false;
 
-    /// The pretty text of a value, members sorted, dates as ISO 8601 in UTC; "{}" when it cannot be
-    /// written. Takes a JSONValue or any type that has a JSON form (see JSONCoding.hpp).
+    /// Returns a value as pretty-printed JSON, members sorted, dates as ISO 8601 in UTC; "{}" if it
+    /// cannot be written. Accepts a JSONValue or any type with a JSON form (see JSONCoding.hpp).
     static MCPToolResult json(const JSONValue& value);
     template <HasJSONFields Value>
     static MCPToolResult json(const Value& value);
 
-    /// A failure, told in these words.
+    /// Returns a failure with this message.
     static MCPToolResult error(std::string message) { return {std::move(message), true}; }
 
     friend bool operator==(const MCPToolResult&, const MCPToolResult&) = default;
 };
 
-/// How a handler fails with a message for the agent and its user. The message is all there is.
+/// Thrown by a handler to fail with a message for the agent and its user, who learn no more than
+/// that.
 class MCPToolError : public std::exception {
 public:
     explicit MCPToolError(std::string text) : message{std::move(text)} {}
@@ -37,16 +38,16 @@ public:
     std::string message;
 };
 
-/// Performs a call with its arguments, normally an object. It may be called on any thread and many
-/// times at once. It fails by an error result, or by throwing: an MCPToolError reaches the agent
-/// with its message, any other exception with its description.
+/// Performs a call with its arguments, normally an object. Called on any thread; calls may overlap.
+/// Fails by returning an error result or by throwing: the agent receives the message of an
+/// MCPToolError, and `what()` of any other std::exception.
 using ToolHandler = std::function<Task<MCPToolResult>(JSONValue arguments)>;
 
-/// A tool: what it is, and how it is called.
+/// A tool: its description for clients, and its handler.
 struct MCPTool {
     std::string name;
     std::string description; ///< one sentence, for the model
-    JSONValue inputSchema;   ///< JSON Schema of the arguments, handed to clients unchanged
+    JSONValue inputSchema;   ///< JSON Schema of the arguments, sent to clients unchanged
     bool readOnly = false;   ///< announced as readOnlyHint
     ToolHandler handler;
 };

@@ -27,8 +27,7 @@ struct MCPToolResult {
     friend bool operator==(const MCPToolResult&, const MCPToolResult&) = default;
 };
 
-/// Thrown by a handler to fail with a message for the agent and its user, who learn no more than
-/// that.
+/// Thrown by a handler to fail with a message, which is all that the agent and its user receive.
 class MCPToolError : public std::exception {
 public:
     explicit MCPToolError(std::string text) : message{std::move(text)} {}

@@ -29,8 +29,8 @@ struct FreeText {
 /// A text that grows at its end, of any length. Unlike a string's, its new room is not filled
 /// before it is written, and a large text is hardly ever moved.
 ///
-/// Move-only; a moved-from buffer may only be assigned to or destroyed. Growing throws
-/// std::bad_alloc and then leaves the text as it was. Views are valid until the text changes.
+/// Move-only; a moved-from buffer may only be assigned to or destroyed. Growing may
+/// throw std::bad_alloc, which leaves the text unchanged. Views are valid until the text changes.
 class TextBuffer {
 public:
     TextBuffer() = default;

@@ -14,9 +14,8 @@ inline bool isValidUTF8(std::string_view text) noexcept {
     return findInvalidUTF8(text) == text.size();
 }
 
-/// Returns the text with U+FFFD in place of everything ill-formed: one for each longest prefix of a
-/// well-formed sequence, and for each byte that begins none. Returns well-formed text
-/// without a copy.
+/// Returns the text with U+FFFD instead of everything ill-formed: one for each longest prefix of a
+/// well-formed sequence, and for each byte that begins none. Does not copy well-formed text.
 std::string repairUTF8(std::string text);
 
 /// Appends the UTF-8 form of a Unicode scalar value.

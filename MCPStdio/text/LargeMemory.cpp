@@ -14,9 +14,9 @@ namespace {
 
 constexpr std::size_t largePage = std::size_t{2} << 20U;
 /// The size of a piece, unless it has to be larger; then it is a larger power of two.
-constexpr std::size_t usualSize = std::size_t{64} << 20U;
+constexpr std::size_t standardSize = std::size_t{64} << 20U;
 
-/// The spare: a piece of the usual size, or none.
+/// The spare: a piece of the standard size, or none.
 struct Spare {
     Mutex mutex;
     LargeMemory memory MCPSTDIO_GUARDED_BY(mutex);
@@ -60,8 +60,8 @@ LargeMemory mapLargeMemory(std::size_t needed) {
     if (needed > most / 2) {
         throw std::bad_alloc{};
     }
-    const std::size_t size = std::bit_ceil(std::max(usualSize, 2 * needed));
-    if (size == usualSize) {
+    const std::size_t size = std::bit_ceil(std::max(standardSize, 2 * needed));
+    if (size == standardSize) {
         if (const auto kept = exchangeSpare({}); kept.begin != nullptr) {
             return kept;
         }
@@ -79,7 +79,7 @@ LargeMemory mapLargeMemory(std::size_t needed) {
 }
 
 void unmapLargeMemory(LargeMemory memory) noexcept {
-    if (memory.size == usualSize) {
+    if (memory.size == standardSize) {
         ::madvise(memory.begin, memory.size, MADV_FREE);
         memory = exchangeSpare(memory);
     }

@@ -10,7 +10,7 @@
 namespace MCPStdio {
 
 /// The size in bytes from which it pays off.
-inline constexpr std::size_t largeMemory = std::size_t{4} << 20U;
+inline constexpr std::size_t largeMemoryThreshold = std::size_t{4} << 20U;
 
 /// One mapped piece, or none. Does not own it: it stays mapped until `unmapLargeMemory`.
 struct LargeMemory {

@@ -7,7 +7,7 @@ namespace MCPStdio {
 void TextBuffer::grow(std::size_t count) {
     constexpr std::size_t least = 256;
     const std::size_t needed = std::max(least, size_ + count);
-    if (needed < largeMemory) {
+    if (needed < largeMemoryThreshold) {
         const std::size_t larger = std::max(needed, 2 * capacity_);
         auto* const moved = static_cast<char*>(std::realloc(text_.get(), larger));
         if (moved == nullptr) {

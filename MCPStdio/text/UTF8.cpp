@@ -63,15 +63,15 @@ std::size_t skipASCII(std::string_view text, std::size_t at) noexcept {
 }
 
 /// The number of preceding bytes that decide whether a byte is well-formed.
-constexpr std::size_t reach = 3;
+constexpr std::size_t lookBehind = 3;
 
 /// Returns whether each of sixteen bytes may follow those before it, which are read as well.
-bool followWell(const char* bytes) noexcept {
+bool isWellFormedBlock(const char* bytes) noexcept {
     const ByteBlock byte = loadBlock(bytes);
     const ByteBlock before = loadBlock(bytes - 1);
     const auto continues = (byte & 0xC0) == 0x80;
     const auto expected =
-        (before >= 0xC0) | (loadBlock(bytes - 2) >= 0xE0) | (loadBlock(bytes - reach) >= 0xF0);
+        (before >= 0xC0) | (loadBlock(bytes - 2) >= 0xE0) | (loadBlock(bytes - lookBehind) >= 0xF0);
     // The first two bytes reveal overlong forms, surrogates and values above U+10FFFF.
     const auto wrong = (continues ^ expected) | ((byte & 0xFE) == 0xC0) | (byte >= 0xF5) |
                        ((before == 0xE0) & (byte < 0xA0)) | ((before == 0xED) & (byte >= 0xA0)) |
@@ -79,18 +79,18 @@ bool followWell(const char* bytes) noexcept {
     return !blockMarks(wrong).any();
 }
 
-/// Skips blocks of well-formed text from a sequence at `at`, which has at least `reach` bytes
+/// Skips blocks of well-formed text from a sequence at `at`, which has at least `lookBehind` bytes
 /// before it. Stops at an ill-formed block, or if less than a block is left, and returns the start
 /// of a sequence there or a few bytes before.
 std::size_t skipBlocks(std::string_view text, std::size_t at) noexcept {
     const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    while (text.size() - at >= sizeof(ByteBlock) && followWell(text.data() + at)) {
+    while (text.size() - at >= sizeof(ByteBlock) && isWellFormedBlock(text.data() + at)) {
         at += sizeof(ByteBlock);
         if (byteAt(at - 1) < 0x80) {
             at = skipASCII(text, at);
         }
     }
-    at -= reach; // the last sequence may continue wrongly
+    at -= lookBehind; // the last sequence may continue wrongly
     while ((byteAt(at) & 0xC0U) == 0x80) {
         --at;
     }
@@ -114,8 +114,8 @@ std::size_t skipSequences(std::string_view text, std::size_t at, std::size_t end
 
 std::size_t findInvalidUTF8(std::string_view text) noexcept {
     std::size_t at = skipASCII(text, 0);
-    at = skipSequences(text, at, std::min(text.size(), reach));
-    if (at >= reach) {
+    at = skipSequences(text, at, std::min(text.size(), lookBehind));
+    if (at >= lookBehind) {
         at = skipSequences(text, skipBlocks(text, at), text.size());
     }
     return at;

@@ -8,7 +8,7 @@
 using namespace MCPStdio;
 
 TEST(LargeMemory, IsThereToItsLastByteAndLiesAtALargePage) {
-    for (const std::size_t needed : {largeMemory, std::size_t{100} << 20U}) {
+    for (const std::size_t needed : {largeMemoryThreshold, std::size_t{100} << 20U}) {
         const LargeMemory memory = mapLargeMemory(needed);
         EXPECT_GE(memory.size, 2 * needed);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory.begin) % (std::uintptr_t{2} << 20U), 0U);
@@ -22,17 +22,17 @@ TEST(LargeMemory, IsThereToItsLastByteAndLiesAtALargePage) {
 }
 
 TEST(LargeMemory, WhatWasGivenBackIsGivenOnceMore) {
-    const LargeMemory first = mapLargeMemory(largeMemory);
-    const LargeMemory second = mapLargeMemory(largeMemory);
+    const LargeMemory first = mapLargeMemory(largeMemoryThreshold);
+    const LargeMemory second = mapLargeMemory(largeMemoryThreshold);
     EXPECT_NE(first.begin, second.begin);
     unmapLargeMemory(first);
-    const LargeMemory third = mapLargeMemory(largeMemory + 1);
+    const LargeMemory third = mapLargeMemory(largeMemoryThreshold + 1);
     EXPECT_EQ(third.begin, first.begin);
     third.begin[0] = 'x';
     EXPECT_EQ(third.begin[0], 'x');
     unmapLargeMemory(third);
     unmapLargeMemory(second); // one of them stays
-    unmapLargeMemory(mapLargeMemory(largeMemory));
+    unmapLargeMemory(mapLargeMemory(largeMemoryThreshold));
 }
 
 TEST(LargeMemory, MoreThanThereIsIsBadAlloc) {

@@ -27,13 +27,13 @@ constexpr PowerOfTen powerOfTen(int power) {
     for (int i = power < 0 ? -power : power; i > 0; --i) {
         five *= 5;
     }
-    const int unused = std::countl_zero(five);
+    const int leadingZeros = std::countl_zero(five);
     if (power >= 0) {
-        return {five << static_cast<unsigned>(unused), 0, power - 64 - unused};
+        return {five << static_cast<unsigned>(leadingZeros), 0, power - 64 - leadingZeros};
     }
     // Long division of the power of two for which the quotient has 128 bits.
     std::array<std::uint64_t, 2> quotient{};
-    std::uint64_t remainder = std::uint64_t{1} << static_cast<unsigned>(63 - unused);
+    std::uint64_t remainder = std::uint64_t{1} << static_cast<unsigned>(63 - leadingZeros);
     for (std::uint64_t& word : quotient) {
         for (int bit = 0; bit < 64; ++bit) {
             remainder *= 2;
@@ -41,15 +41,15 @@ constexpr PowerOfTen powerOfTen(int power) {
             remainder -= remainder >= five ? five : 0;
         }
     }
-    return {quotient[0], quotient[1] + 1, power - 127 - (64 - unused)};
+    return {quotient[0], quotient[1] + 1, power - 127 - (64 - leadingZeros)};
 }
 
 constexpr std::size_t indexOf(int power) {
-    return largestEverydayPower + static_cast<std::size_t>(power);
+    return largestFastPower + static_cast<std::size_t>(power);
 }
 constexpr auto powersOfTen = [] {
-    std::array<PowerOfTen, 2 * largestEverydayPower + 1> powers{};
-    for (int power = -largestEverydayPower; power <= largestEverydayPower; ++power) {
+    std::array<PowerOfTen, 2 * largestFastPower + 1> powers{};
+    for (int power = -largestFastPower; power <= largestFastPower; ++power) {
         powers[indexOf(power)] = powerOfTen(power);
     }
     return powers;
@@ -57,8 +57,8 @@ constexpr auto powersOfTen = [] {
 
 /// Reads a number with the C library: as exact, but slower, and in need of an explicit locale.
 double readSlowly(std::string_view number) {
-    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
-    return strtod_l(std::string{number}.c_str(), nullptr, plain);
+    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtod_l(std::string{number}.c_str(), nullptr, cLocale);
 }
 
 } // namespace
@@ -67,11 +67,13 @@ double nearestDouble(std::uint64_t digits, int powerOfTen) noexcept {
     if (digits == 0) {
         return 0;
     }
-    assert(std::abs(powerOfTen) <= largestEverydayPower);
+    assert(std::abs(powerOfTen) <= largestFastPower);
     const PowerOfTen& power = powersOfTen[indexOf(powerOfTen)];
-    const auto leading = static_cast<unsigned>(std::countl_zero(digits));
+    const auto leadingZeros = static_cast<unsigned>(std::countl_zero(digits));
     __extension__ using Product = unsigned __int128;
-    const auto times = [&](std::uint64_t factor) { return Product{digits << leading} * factor; };
+    const auto times = [&](std::uint64_t factor) {
+        return Product{digits << leadingZeros} * factor;
+    };
     // The upper two words of three. Only the last bit of a power may be wrong, which affects the
     // third word alone. A number divided by at most 27 fives is either halfway between two doubles
     // or so far from it that the second word shows it.
@@ -81,10 +83,10 @@ double nearestDouble(std::uint64_t digits, int powerOfTen) noexcept {
     // One bit more than a double has is kept; it decides the rounding.
     const auto dropped = static_cast<unsigned>(10 - std::countl_zero(high));
     std::uint64_t kept = high >> dropped;
-    const bool isMiddle = kept << dropped == high && low == 0;
-    kept += (isMiddle && (kept & 3U) == 1) ? 0 : kept & 1U;
+    const bool isHalfway = kept << dropped == high && low == 0;
+    kept += (isHalfway && (kept & 3U) == 1) ? 0 : kept & 1U;
     // The highest kept bit adds one to the exponent, which is right also if rounding carried.
-    const int exponent = 128 + power.exponent - static_cast<int>(leading) +
+    const int exponent = 128 + power.exponent - static_cast<int>(leadingZeros) +
                          static_cast<int>(dropped) + 1 + 52 + 1023;
     return std::bit_cast<double>((static_cast<std::uint64_t>(exponent - 1) << 52U) + (kept >> 1U));
 }

@@ -29,7 +29,7 @@ constexpr Digits leadingDigits(ByteWord word) noexcept {
 
 /// The largest power of ten, and the smallest when negated, that `nearestDouble` accepts: five to
 /// this power still fits a word. Nearly all numbers in messages need none larger.
-constexpr int largestEverydayPower = 27;
+constexpr int largestFastPower = 27;
 
 /// Returns the double nearest to `digits` times the power of ten, ties to even.
 double nearestDouble(std::uint64_t digits, int powerOfTen) noexcept;

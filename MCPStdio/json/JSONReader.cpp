@@ -24,7 +24,7 @@ void JSONReader::OpenElements::grow() {
     std::unique_ptr<std::byte[]> larger{new std::byte[2 * capacity_ * sizeof(JSONValue)]};
     auto* moved = reinterpret_cast<JSONValue*>(larger.get());
     std::uninitialized_move_n(elements_, size_, moved);
-    far_ = std::move(larger);
+    heapStorage_ = std::move(larger);
     elements_ = moved;
     capacity_ *= 2;
 }
@@ -49,11 +49,11 @@ std::size_t JSONReader::readValue(std::size_t at, int depth) {
     case '"':
         return readString(at);
     case 't':
-        return readWord(at, "true", true);
+        return readLiteral(at, "true", true);
     case 'f':
-        return readWord(at, "false", false);
+        return readLiteral(at, "false", false);
     case 'n':
-        return readWord(at, "null", nullptr);
+        return readLiteral(at, "null", nullptr);
     default:
         return readNumber(at);
     }
@@ -133,10 +133,10 @@ std::size_t JSONReader::readString(std::size_t at) {
 /// the first call validates the whole text, which is faster than string by string.
 std::size_t JSONReader::skipPlainText(std::size_t at) {
     at = findByte(text_, at, markStringStop);
-    if (!wellFormed_) {
-        wellFormed_ = findInvalidUTF8(text_);
+    if (!validPrefix_) {
+        validPrefix_ = findInvalidUTF8(text_);
     }
-    if (at > *wellFormed_) {
+    if (at > *validPrefix_) {
         fail(at, "ill-formed UTF-8 in a string");
     }
     return at;
@@ -246,17 +246,17 @@ std::size_t JSONReader::readNumber(std::size_t at) {
     }
     if (byteAt(at) == 'e' || byteAt(at) == 'E') {
         ++at;
-        const bool divides = byteAt(at) == '-';
-        at += divides || byteAt(at) == '+' ? 1 : 0;
+        const bool isNegativeExponent = byteAt(at) == '-';
+        at += isNegativeExponent || byteAt(at) == '+' ? 1 : 0;
         const Digits exponent = readDigits(at, 0, "expected the digits of an exponent");
         at += exponent.count;
         // No double has an exponent this large: it stands for all larger ones.
         constexpr std::uint64_t beyond = 100'000;
         const auto size = static_cast<std::int64_t>(
             exponent.count > mostDigits ? beyond : std::min(exponent.number, beyond));
-        power += divides ? -size : size;
+        power += isNegativeExponent ? -size : size;
     }
-    if (digits.count <= mostDigits && std::abs(power) <= largestEverydayPower) {
+    if (digits.count <= mostDigits && std::abs(power) <= largestFastPower) {
         // Nearly all numbers in messages are whole.
         const double value = power == 0 ? static_cast<double>(digits.number)
                                         : nearestDouble(digits.number, static_cast<int>(power));
@@ -289,12 +289,12 @@ Digits JSONReader::readDigits(std::size_t at, std::uint64_t number, const char* 
     return {at - begin, number};
 }
 
-std::size_t JSONReader::readWord(std::size_t at, std::string_view word, JSONValue meaning) {
-    if (!text_.substr(at).starts_with(word)) {
+std::size_t JSONReader::readLiteral(std::size_t at, std::string_view literal, JSONValue value) {
+    if (!text_.substr(at).starts_with(literal)) {
         fail(at, "expected a value");
     }
-    open_.push(std::move(meaning));
-    return at + word.size();
+    open_.push(std::move(value));
+    return at + literal.size();
 }
 
 std::size_t JSONReader::skipSpaces(std::size_t at) const noexcept {

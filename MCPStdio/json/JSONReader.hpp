@@ -56,10 +56,10 @@ private:
         }
         /// Replaces all elements from `first` on with the value that was built from them. Destroys
         /// what was not moved out of them, such as a duplicate key.
-        void replace(std::size_t first, JSONValue made) noexcept {
+        void replace(std::size_t first, JSONValue built) noexcept {
             std::destroy_n(elements_ + first, size_ - first);
             size_ = first;
-            push(std::move(made));
+            push(std::move(built));
         }
 
     private:
@@ -67,9 +67,9 @@ private:
 
         void grow();
 
-        alignas(JSONValue) std::array<std::byte, firstCapacity * sizeof(JSONValue)> near_;
-        std::unique_ptr<std::byte[]> far_;
-        JSONValue* elements_ = reinterpret_cast<JSONValue*>(near_.data());
+        alignas(JSONValue) std::array<std::byte, firstCapacity * sizeof(JSONValue)> inlineStorage_;
+        std::unique_ptr<std::byte[]> heapStorage_;
+        JSONValue* elements_ = reinterpret_cast<JSONValue*>(inlineStorage_.data());
         std::size_t size_ = 0;
         std::size_t capacity_ = firstCapacity;
     };
@@ -83,7 +83,7 @@ private:
     std::size_t readMember(std::size_t at, int depth);
     std::size_t readString(std::size_t at);
     std::size_t readNumber(std::size_t at);
-    std::size_t readWord(std::size_t at, std::string_view word, JSONValue meaning);
+    std::size_t readLiteral(std::size_t at, std::string_view literal, JSONValue value);
 
     // Each returns the index after what it read or skipped.
     std::size_t unescape(std::size_t begin, std::size_t at);
@@ -104,7 +104,7 @@ private:
     [[noreturn]] static void fail(std::size_t at, const char* why);
 
     std::string_view text_;
-    std::optional<std::size_t> wellFormed_; ///< length of its valid UTF-8, once known
+    std::optional<std::size_t> validPrefix_; ///< length of its valid UTF-8, once known
     OpenElements open_;
     std::string unescaped_;
 };

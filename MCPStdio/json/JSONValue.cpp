@@ -60,7 +60,7 @@ JSONValue::Block<Element>* JSONValue::Block<Element>::grown(Block* block) {
 }
 
 /// Returns the words of a string that is stored inside the value.
-std::array<std::uint64_t, 2> JSONValue::shortText(std::string_view text) noexcept {
+std::array<std::uint64_t, 2> JSONValue::inlineWords(std::string_view text) noexcept {
     const std::size_t size = text.size();
     const std::size_t first = std::min<std::size_t>(size, 8);
     return {loadShort(text.data(), first),
@@ -70,19 +70,19 @@ std::array<std::uint64_t, 2> JSONValue::shortText(std::string_view text) noexcep
 
 JSONValue::JSONValue(std::string_view text) {
     const std::size_t size = text.size();
-    if (size <= longestInside) {
-        words_ = shortText(text);
+    if (size <= longestInline) {
+        words_ = inlineWords(text);
         return;
     }
     if (size >= longText) {
         *this = JSONValue{std::string{text}};
         return;
     }
-    auto* made = Block<char>::make(size);
-    std::memcpy(made->elements(), text.data(), size);
-    made->size = size;
+    auto* characters = Block<char>::make(size);
+    std::memcpy(characters->elements(), text.data(), size);
+    characters->size = size;
     set(Case::string);
-    setBlock(made);
+    setBlock(characters);
     words_[1] |= blockFlag;
 }
 
@@ -91,9 +91,9 @@ JSONValue::JSONValue(std::string&& text) {
         *this = JSONValue{std::string_view{text}};
         return;
     }
-    auto* const made = new std::string{std::move(text)};
+    auto* const string = new std::string{std::move(text)};
     set(Case::string);
-    words_[0] = reinterpret_cast<std::uintptr_t>(made);
+    words_[0] = reinterpret_cast<std::uintptr_t>(string);
     words_[1] |= blockFlag | longFlag;
 }
 
@@ -168,24 +168,24 @@ std::optional<std::string> JSONValue::stringValue() && {
 }
 
 JSONValue JSONValue::arrayOf(std::span<JSONValue> elements) {
-    JSONValue made;
-    made.set(Case::array);
+    JSONValue result;
+    result.set(Case::array);
     if (!elements.empty()) {
         auto* store = Block<JSONValue>::make(elements.size());
         std::uninitialized_move(elements.begin(), elements.end(), store->elements());
         store->size = elements.size();
-        made.setBlock(store);
+        result.setBlock(store);
     }
-    return made;
+    return result;
 }
 
 JSONValue JSONValue::object(std::initializer_list<NewMember> members) {
-    JSONValue made;
-    made.set(Case::object);
+    JSONValue result;
+    result.set(Case::object);
     for (const NewMember& member : members) {
-        made.set(member.key, std::move(member.value));
+        result.set(member.key, std::move(member.value));
     }
-    return made;
+    return result;
 }
 
 /// Compares two strings by their bytes. Inlined into the loops that call it a few times per object.
@@ -202,20 +202,20 @@ JSONValue::compareTexts(const JSONValue& left, const JSONValue& right) noexcept 
 }
 
 JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
-    JSONValue made;
-    made.set(Case::object);
+    JSONValue result;
+    result.set(Case::object);
     if (keysAndValues.empty()) {
-        return made;
+        return result;
     }
     const std::size_t count = keysAndValues.size() / 2;
     auto* store = Block<JSONMember>::make(count);
-    made.setBlock(store);
-    constexpr std::size_t few = 16; // nearly all objects have no more
-    if (count <= few) {
+    result.setBlock(store);
+    constexpr std::size_t insertionSortLimit = 16; // nearly all objects have no more
+    if (count <= insertionSortLimit) {
         for (std::size_t i = 0; i < keysAndValues.size(); i += 2) {
             insert(*store, keysAndValues[i], keysAndValues[i + 1]);
         }
-        return made;
+        return result;
     }
     std::vector<JSONValue*> keys(count);
     for (std::size_t i = 0; i < count; ++i) {
@@ -234,7 +234,7 @@ JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
             ++store->size;
         }
     }
-    return made;
+    return result;
 }
 
 /// Moves a member to its place among sorted ones, searched from the end, where most belong. If its
@@ -295,10 +295,10 @@ std::optional<JSONValue> JSONValue::take(std::string_view key) {
 
 const JSONValue* JSONValue::operator[](std::string_view key) const noexcept {
     const auto members = objectValue().value_or(std::span<const JSONMember>{});
-    constexpr std::size_t few = 8;
-    if (members.size() <= few && key.size() <= longestInside) {
+    constexpr std::size_t linearSearchLimit = 8;
+    if (members.size() <= linearSearchLimit && key.size() <= longestInline) {
         // Short names are equal if their words are; no long name has such words.
-        const auto wanted = shortText(key);
+        const auto wanted = inlineWords(key);
         const auto at = std::ranges::find(
             members, wanted, [](const JSONMember& member) { return member.name.words_; });
         return at == members.end() ? nullptr : &at->value;

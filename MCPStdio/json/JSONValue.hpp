@@ -176,7 +176,7 @@ private:
     static constexpr std::uint64_t blockFlag = std::uint64_t{0x08} << caseShift;
     static constexpr std::uint64_t longFlag = std::uint64_t{0x10} << caseShift;
     static constexpr unsigned lengthShift = caseShift + 4;
-    static constexpr std::size_t longestInside = 15;
+    static constexpr std::size_t longestInline = 15;
     /// The length from which a copy costs more than a second allocation.
     static constexpr std::size_t longText = 4096;
 
@@ -205,7 +205,7 @@ private:
     [[nodiscard]] bool ownsBlock() const noexcept {
         return kind() >= Case::array || (words_[1] & blockFlag) != 0;
     }
-    static std::array<std::uint64_t, 2> shortText(std::string_view text) noexcept;
+    static std::array<std::uint64_t, 2> inlineWords(std::string_view text) noexcept;
     void destroyBlock() noexcept;
     template <typename Element>
     [[nodiscard]] Block<Element>* block() const noexcept {

@@ -41,7 +41,7 @@ TEST(Decimal, DigitsAreTakenUpToTheFirstByteThatIsNone) {
 
 TEST(Decimal, AnyDigitsTimesAnyEverydayPowerGiveTheNearestDouble) {
     std::mt19937_64 random{1};
-    for (int power = -largestEverydayPower; power <= largestEverydayPower; ++power) {
+    for (int power = -largestFastPower; power <= largestFastPower; ++power) {
         for (const std::uint64_t digits : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{9},
                                            ~std::uint64_t{0}, std::uint64_t{1} << 63U}) {
             expectNearest(digits, power);
@@ -85,7 +85,7 @@ TEST(Decimal, WhatLiesNextToTheMiddleIsRoundedToItsSide) {
         const long double gap = std::nextafter(number, INFINITY) - number;
         const long double middle = static_cast<long double>(number) + gap / 2;
         const int power = static_cast<int>(std::floor(std::log10(number))) - 18;
-        if (std::abs(power) > largestEverydayPower) {
+        if (std::abs(power) > largestFastPower) {
             continue;
         }
         const long double scaled = middle * std::pow(10.0L, -power);

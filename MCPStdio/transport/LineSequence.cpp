@@ -49,8 +49,8 @@ std::optional<std::string_view> LineSequence::next() {
             continue;
         }
         // At the end of the stream, an incomplete separator is part of the line.
-        const std::size_t end = endLength > 0 ? scanned_ : read_.size();
-        const auto line = read_.view().substr(begin_, end - begin_);
+        const std::size_t end = endLength > 0 ? scanned_ : buffer_.size();
+        const auto line = buffer_.view().substr(begin_, end - begin_);
         begin_ = scanned_ = end + endLength;
         if (std::exchange(skipping_, false)) {
             isASCII_ = true;
@@ -67,7 +67,7 @@ std::optional<std::string_view> LineSequence::next() {
 
 /// Scans up to the line end and returns its length; zero if it has not been read completely.
 std::size_t LineSequence::findEnd() {
-    const auto text = read_.view();
+    const auto text = buffer_.view();
     while (true) {
         scanned_ = findByte(text, scanned_, [](auto bytes) {
             return markBelow(bytes, '\r' + 1) | markNonASCII(bytes);
@@ -91,17 +91,17 @@ bool LineSequence::fill() {
     if (skipping_) {
         begin_ = scanned_;
     }
-    read_.removePrefix(begin_);
+    buffer_.removePrefix(begin_);
     scanned_ -= begin_;
     begin_ = 0;
-    if (read_.size() == 0 && read_.capacity() > worthKeeping) {
-        read_ = TextBuffer{}; // not to be held while a long call is answered
+    if (buffer_.size() == 0 && buffer_.capacity() > worthKeeping) {
+        buffer_ = TextBuffer{}; // not to be held while a long call is answered
     }
     char* const room = roomFor(chunkSize);
     while (true) {
         const ssize_t count = ::read(descriptor_, room, chunkSize);
         if (count > 0) {
-            read_.added(static_cast<std::size_t>(count));
+            buffer_.added(static_cast<std::size_t>(count));
             return true;
         }
         if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
@@ -119,7 +119,7 @@ char* LineSequence::roomFor(std::size_t count) {
     constexpr std::chrono::milliseconds pause{10};
     while (true) {
         try {
-            return read_.room(count);
+            return buffer_.room(count);
         } catch (const std::bad_alloc&) {
             if (skipping_) {
                 std::this_thread::sleep_for(pause);
@@ -128,10 +128,10 @@ char* LineSequence::roomFor(std::size_t count) {
         skipping_ = true;
         // Unscanned is only the beginning of a separator, a few bytes at most.
         std::array<char, 4> rest{};
-        const auto unscanned = read_.view().substr(scanned_);
+        const auto unscanned = buffer_.view().substr(scanned_);
         const std::size_t length = unscanned.copy(rest.data(), rest.size());
-        read_ = TextBuffer{};
-        read_.append(std::string_view{rest.data(), length});
+        buffer_ = TextBuffer{};
+        buffer_.append(std::string_view{rest.data(), length});
         scanned_ = 0;
     }
 }

@@ -32,7 +32,7 @@ private:
     [[nodiscard]] std::string_view repaired(std::string_view line);
 
     int descriptor_;
-    TextBuffer read_;         ///< bytes read; those before `begin_` have been returned
+    TextBuffer buffer_;       ///< bytes read; those before `begin_` have been returned
     std::size_t begin_ = 0;   ///< where the next line begins
     std::size_t scanned_ = 0; ///< the next line does not end before this index
     bool isASCII_ = true;     ///< the next line is ASCII up to `scanned_`

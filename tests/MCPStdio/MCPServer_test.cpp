@@ -36,7 +36,7 @@ Task<MCPToolResult> failStrangely(JSONValue /*arguments*/) {
     co_return MCPToolResult{};
 }
 
-/// Fails as a plain function, before there is any task.
+/// Throws when called, before there is a task.
 Task<MCPToolResult> failBeforeTheTask(JSONValue /*arguments*/) {
     throw MCPToolError{"no task"};
 }
@@ -243,7 +243,7 @@ TEST(MCPServerConcurrency, AHandlerRunsNeitherOnTheThreadThatHandsTheLineInNorWi
     std::thread::id handlerThread;
     MCPServer server{"s", "1", std::nullopt, {tool("nested", [&](JSONValue) -> Task<MCPToolResult> {
                          handlerThread = std::this_thread::get_id();
-                         // Would wait for ever if the handler had the server's turn.
+                         // Would deadlock if the handler held the server's turn.
                          auto again = calledAgain->handleLine(R"({"id":2,"method":"ping"})");
                          auto reply = co_await std::move(again);
                          co_return MCPToolResult{std::string{reply->view()}, false};

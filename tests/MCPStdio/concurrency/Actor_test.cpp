@@ -64,7 +64,7 @@ TEST(Actor, ATurnMayBeEndedAndTakenAgain) {
 
 TEST(Actor, TurnsOfManyThreadsNeverOverlap) {
     Actor actor;
-    long unguarded = 0; // a race on this is what the thread sanitizer would report
+    long unguarded = 0; // the thread sanitizer would report a race on this
     std::atomic<int> inside{0};
     const auto work = [&]() -> Task<> {
         for (int i = 0; i < 2'000; ++i) {

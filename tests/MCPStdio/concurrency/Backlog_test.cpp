@@ -37,7 +37,7 @@ TEST(Backlog, NobodyWaitsForWorkThatStandsStill) {
     std::vector<Backlog::Entry> stuck;
     for (std::size_t i = 0; i < 20 * Backlog::highWaterMark; ++i) {
         stuck.push_back(backlog.enter());
-        backlog.holdBack(); // would never end, or take a moment for each
+        backlog.holdBack(); // would never return, or take a moment each time
     }
     EXPECT_EQ(backlog.size(), 20 * Backlog::highWaterMark);
 }
@@ -53,7 +53,7 @@ TEST(Backlog, WorkThatMovesIsWaitedFor) {
     }
     const auto before = std::chrono::steady_clock::now();
     backlog.holdBack();
-    // Nothing more starts: it waits for one moment, not longer.
+    // No more work starts: it waits for one moment, no longer.
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{10});
 }
 

@@ -13,7 +13,7 @@ using namespace MCPStdio;
 
 namespace {
 
-/// Counts how many of it live.
+/// Counts its living instances.
 struct Counted {
     static inline int alive = 0;
     Counted() { ++alive; }

@@ -11,7 +11,7 @@ using namespace MCPStdio;
 
 namespace {
 
-/// The C++ library's own reading of the same number is what ours is held against, to the bit.
+/// Expects the same double, to the bit, that the C++ library reads from the same number.
 void expectNearest(std::uint64_t digits, int power) {
     const std::string text = std::to_string(digits) + "e" + std::to_string(power);
     ASSERT_EQ(std::bit_cast<std::uint64_t>(nearestDouble(digits, power)),
@@ -55,17 +55,17 @@ TEST(Decimal, AnyDigitsTimesAnyEverydayPowerGiveTheNearestDouble) {
 TEST(Decimal, InTheMiddleBetweenTwoDoublesItIsTheEvenOne) {
     std::mt19937_64 random{2};
     for (int i = 0; i < 2000; ++i) {
-        // 54 bits, the last of them set: one more than a double has.
+        // 54 bits, one more than a double has, the last one set.
         const std::uint64_t middle = std::uint64_t{1} << 53U | random() >> 11U | 1U;
         std::uint64_t five = 1;
         for (int power = 0; power >= -4; --power, five *= 5) {
-            // The middle divided by a power of two, and the numbers on either side.
+            // The halfway number divided by a power of two, and its neighbours.
             for (const std::uint64_t digits :
                  {middle * five - 1, middle * five, middle * five + 1}) {
                 expectNearest(digits, power);
             }
         }
-        // And times a power of ten: what is left of 54 bits when the fives are taken out.
+        // And times a power of ten: what remains of 54 bits without the factors of five.
         for (int power = 1; power <= 22; ++power) {
             const double fives = std::pow(5.0, power);
             const auto least = static_cast<std::uint64_t>(0x1p53 / fives) | 1U;
@@ -77,7 +77,7 @@ TEST(Decimal, InTheMiddleBetweenTwoDoublesItIsTheEvenOne) {
 }
 
 TEST(Decimal, WhatLiesNextToTheMiddleIsRoundedToItsSide) {
-    // Decimal expansions of middles, cut off and raised after the nineteenth digit.
+    // Decimal expansions of halfway numbers, cut off after the nineteenth digit, and neighbours.
     std::mt19937_64 random{3};
     for (int i = 0; i < 20'000; ++i) {
         const int exponent = static_cast<int>(random() % 120) - 60;

@@ -73,7 +73,7 @@ TEST(JSONReader, NumbersOfAnyFormAndLengthAreReadAsTheCLibraryReadsThem) {
             number += exponents[random() % exponents.size()] + digits(2);
         }
         const double expected = std::strtod(number.c_str(), nullptr);
-        // Behind a number more text comes, or none.
+        // More text follows the number, or none.
         const auto read = JSONValue::parse(i % 2 == 0 ? number : "[" + number + ",12345678]");
         const double value = *(i % 2 == 0 ? read : *read[0]).doubleValue();
         ASSERT_EQ(value, expected) << number;
@@ -110,7 +110,7 @@ TEST(JSONReader, OfDuplicateMembersTheLastWins) {
     EXPECT_EQ(rewritten(R"({"z":1,"z":2,"a":1,"z":3,"a":2})"), R"({"a":2,"z":3})");
 }
 
-TEST(JSONReader, WhatADuplicateMemberReplacesIsFreed) { // which the sanitizer's leak check sees
+TEST(JSONReader, WhatADuplicateMemberReplacesIsFreed) { // as the leak sanitizer checks
     const std::string large(100, 'x');
     const auto value = JSONValue::parse(R"({"a":")" + large + R"(","a":[[1]],"a":{"b":2}})");
     EXPECT_EQ(value.jsonString(), R"({"a":{"b":2}})");

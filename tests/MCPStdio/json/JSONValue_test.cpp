@@ -170,13 +170,13 @@ TEST(JSONValue, ACopySharesNothing) {
 TEST(JSONValue, AMovedValueIsNull) {
     JSONValue value{longText};
     const JSONValue moved = std::move(value);
-    // The promise itself: NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+    // Using it is the test: NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
     EXPECT_TRUE(value.isNull());
     EXPECT_EQ(moved.stringValue(), longText);
 }
 
 TEST(JSONValue, TextsOfAllLengthsAreTheSameToTheirUser) {
-    // Inside the value, in a block, and in a string of its own: the last and first of each.
+    // Stored inside the value, in a block, and as a std::string: the shortest and longest of each.
     for (const std::size_t length : {0U, 15U, 16U, 4095U, 4096U, 100'000U}) {
         const std::string text(length, 't');
         const JSONValue value{text};

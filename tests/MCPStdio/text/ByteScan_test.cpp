@@ -25,7 +25,7 @@ TEST(ByteScan, FindsEveryByteThatStopsAStringAndNoOther) {
 TEST(ByteScan, FindsTheFirstOneAtEveryPlaceOfTextsOfEveryLength) {
     for (std::size_t length = 0; length < 100; ++length) {
         for (std::size_t place = 0; place < length; ++place) {
-            // What stands before and behind is what arithmetic on whole words could trip over.
+            // Surrounded by bytes that could mislead arithmetic on whole words.
             for (const char around : {'a', '\x80', '\xFF', '!', ' '}) {
                 std::string text(length, around);
                 text[place] = '"';
@@ -55,7 +55,7 @@ TEST(ByteScan, ShortTextsAreLoadedWithZerosBehindThem) {
         for (std::size_t i = 0; i < count; ++i) {
             expected |= ByteWord{static_cast<unsigned char>(text[i])} << 8 * i;
         }
-        // From the end of the text: nothing behind it is read.
+        // The text ends here: nothing after it may be loaded.
         const std::string part = text.substr(0, count);
         EXPECT_EQ(loadShort(part.data(), count), expected) << count;
     }

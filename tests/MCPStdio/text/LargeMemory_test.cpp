@@ -31,7 +31,7 @@ TEST(LargeMemory, WhatWasGivenBackIsGivenOnceMore) {
     third.begin[0] = 'x';
     EXPECT_EQ(third.begin[0], 'x');
     unmapLargeMemory(third);
-    unmapLargeMemory(second); // one of them stays
+    unmapLargeMemory(second); // one of the two is kept
     unmapLargeMemory(mapLargeMemory(largeMemoryThreshold));
 }
 

@@ -19,7 +19,7 @@ std::string replaced(int count) {
     return text;
 }
 
-/// Where the first ill-formed sequence begins, by what UTF-8 is: the scalar value decides.
+/// Finds the first ill-formed sequence by definition: decodes each one and checks its value.
 std::size_t firstIllFormed(std::string_view text) {
     for (std::size_t at = 0; at < text.size();) {
         const auto lead = static_cast<unsigned char>(text[at]);
@@ -75,7 +75,7 @@ TEST(UTF8, EachLongestBeginningOfASequenceBecomesOneReplacement) {
     EXPECT_EQ(repairUTF8("\xC0\xAF"), replaced(2));         // overlong
     EXPECT_EQ(repairUTF8("\xE0\x80\xAF"), replaced(3));     // overlong
     EXPECT_EQ(repairUTF8("\xED\xA0\x80"), replaced(3));     // a surrogate
-    EXPECT_EQ(repairUTF8("\xF4\x90\x80\x80"), replaced(4)); // beyond U+10FFFF
+    EXPECT_EQ(repairUTF8("\xF4\x90\x80\x80"), replaced(4)); // above U+10FFFF
     EXPECT_EQ(repairUTF8("caf\xE9"), "caf" + replaced(1));  // Latin-1
 }
 
@@ -88,8 +88,8 @@ TEST(UTF8, TheFirstBadByteIsFoundWhereverItStands) {
 }
 
 TEST(UTF8, FourBytesAreJudgedAlikeWhereverTheyStand) {
-    // All bytes at which the rules change, in all combinations, among sequences of each length, at
-    // both ends of the text and across the bounds of what is looked at in one step.
+    // All combinations of the bytes at which the rules change, among sequences of every length, at
+    // both ends of the text and across the boundaries of the blocks that are checked in one step.
     constexpr std::string_view bytes{"\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF"
                                      "\xE0\xE1\xED\xEE\xEF\xF0\xF1\xF4\xF5\xFF"};
     const std::size_t count = bytes.size() * bytes.size() * bytes.size() * bytes.size();

@@ -13,7 +13,7 @@ using namespace MCPStdio;
 
 namespace {
 
-/// All lines of a stream that is written in pieces of a given size.
+/// Returns all lines of a stream that is written in pieces of a given size.
 std::vector<std::string> linesOf(std::string_view text, std::size_t pieceSize = 1 << 20) {
     std::array<int, 2> ends{};
     EXPECT_EQ(::pipe(ends.data()), 0);

@@ -40,12 +40,12 @@ std::string readAll(int descriptor) {
     return all;
 }
 
-/// A line that tells which one it is; now and then one longer than a pipe takes at once.
+/// Returns a line that begins with its number. Every hundredth is longer than PIPE_BUF.
 std::string numberedLine(int number) {
     return std::to_string(number) + std::string(number % 100 == 0 ? 9000 : 30, 'x');
 }
 
-/// Sends far more than the stream holds; a reader begins after so many lines.
+/// Sends far more than the stream holds; a reader starts after `before` lines.
 void sendsEverything(Ends ends, int before) {
     constexpr int count = 20'000;
     std::string expected;
@@ -93,7 +93,7 @@ TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
         LineSink sink{ends.writer};
         const std::string line(1000, 'x');
         for (int i = 0; i < 1000; ++i) {
-            sink.send(TextBuffer{line}); // far more than the pipe holds: most are kept
+            sink.send(TextBuffer{line}); // far more than the pipe holds: most are queued
         }
         std::array<char, 4096> chunk{};
         for (ssize_t taken = 0; taken < 262'144;) {
@@ -103,7 +103,7 @@ TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
         }
         const auto before = std::chrono::steady_clock::now();
         sink.send(TextBuffer{line});
-        // Most is still kept: the reader is given its moment.
+        // Most are still queued: the sender waits a moment for the reader.
         EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{10});
         reader = std::thread{[&] { readAll(ends.reader); }};
         sink.finish();

@@ -17,21 +17,21 @@ MCPTool tool(std::string name, ToolHandler handler) {
             std::move(handler)};
 }
 
-Task<MCPToolResult> giveBackArguments(JSONValue arguments) {
+Task<MCPToolResult> returnArguments(JSONValue arguments) {
     co_return MCPToolResult{arguments.jsonString(), false};
 }
 
-Task<MCPToolResult> failForTheAgent(JSONValue /*arguments*/) {
+Task<MCPToolResult> failWithMessage(JSONValue /*arguments*/) {
     throw MCPToolError{"‘x’ is wrong"};
     co_return MCPToolResult{};
 }
 
-Task<MCPToolResult> failOtherwise(JSONValue /*arguments*/) {
+Task<MCPToolResult> failWithStandardException(JSONValue /*arguments*/) {
     throw std::runtime_error{"the disk is full"};
     co_return MCPToolResult{};
 }
 
-Task<MCPToolResult> failStrangely(JSONValue /*arguments*/) {
+Task<MCPToolResult> failWithForeignException(JSONValue /*arguments*/) {
     throw 42;
     co_return MCPToolResult{};
 }
@@ -45,8 +45,8 @@ MCPServer makeServer(std::optional<std::string> instructions = "Be kind.") {
     return {"test-server",
             "3.2",
             std::move(instructions),
-            {tool("args", giveBackArguments), tool("agent", failForTheAgent),
-             tool("other", failOtherwise), tool("strange", failStrangely),
+            {tool("args", returnArguments), tool("agent", failWithMessage),
+             tool("other", failWithStandardException), tool("strange", failWithForeignException),
              tool("early", failBeforeTheTask)}};
 }
 
@@ -66,7 +66,7 @@ constexpr const char* nothing = "(nothing)";
 
 } // namespace
 
-TEST(MCPServerTransport, WhatIsNoJSONObjectIsAParseErrorWithANullId) {
+TEST(MCPServerTransport, AnythingButAJSONObjectIsAParseErrorWithANullId) {
     EXPECT_EQ(answerOf("   "), parseError);
     EXPECT_EQ(answerOf("{"), parseError);
     EXPECT_EQ(answerOf("5"), parseError);
@@ -76,7 +76,7 @@ TEST(MCPServerTransport, WhatIsNoJSONObjectIsAParseErrorWithANullId) {
     EXPECT_EQ(answerOf(R"({"id":1,"method":"ping"} {})"), parseError);
 }
 
-TEST(MCPServerTransport, AnObjectWithoutATextAsMethodIsPassedOver) {
+TEST(MCPServerTransport, AnObjectWhoseMethodIsNoStringIsIgnored) {
     EXPECT_EQ(answerOf(R"({"id":1})"), nothing);
     EXPECT_EQ(answerOf(R"({"id":1,"method":5})"), nothing);
     EXPECT_EQ(answerOf(R"({"id":1,"method":null})"), nothing);
@@ -91,7 +91,7 @@ TEST(MCPServerTransport, ARequestWithoutIdIsNeverAnswered) {
     EXPECT_EQ(answerOf(R"({"method":"tools/call"})"), nothing);
 }
 
-TEST(MCPServerTransport, TheIdComesBackAsItWasByTheRulesForNumbers) {
+TEST(MCPServerTransport, TheIdIsEchoedAsTheWriterWritesIt) {
     EXPECT_EQ(answerOf(R"({"id":null,"method":"ping"})"),
               R"({"id":null,"jsonrpc":"2.0","result":{}})");
     EXPECT_EQ(answerOf(R"({"id":1.0,"method":"ping"})"), R"({"id":1,"jsonrpc":"2.0","result":{}})");
@@ -101,7 +101,7 @@ TEST(MCPServerTransport, TheIdComesBackAsItWasByTheRulesForNumbers) {
               R"({"id":{"a":[1]},"jsonrpc":"2.0","result":{}})");
 }
 
-TEST(MCPServerTransport, JsonrpcIsNotLookedAtAndOtherMembersAreIgnored) {
+TEST(MCPServerTransport, TheJsonrpcMemberIsNotCheckedAndUnknownOnesAreIgnored) {
     EXPECT_EQ(answerOf(R"({"jsonrpc":"1.0","id":1,"method":"ping","x":{}})"),
               R"({"id":1,"jsonrpc":"2.0","result":{}})");
 }
@@ -133,7 +133,7 @@ TEST(MCPServerDispatch, InitializeAnswersASupportedVersionAndElseTheFirst) {
     EXPECT_EQ(version(""), "2025-06-18");
 }
 
-TEST(MCPServerDispatch, InitializeTellsWhoServes) {
+TEST(MCPServerDispatch, InitializeNamesTheServer) {
     EXPECT_EQ(
         answerOf(R"({"id":1,"method":"initialize"})"),
         R"({"id":1,"jsonrpc":"2.0","result":{"capabilities":{"tools":{"listChanged":false}},"instructions":"Be kind.","protocolVersion":"2025-06-18","serverInfo":{"name":"test-server","version":"3.2"}}})");
@@ -148,7 +148,7 @@ TEST(MCPServerDispatch, WithoutInstructionsThereIsNoSuchMember) {
 
 TEST(MCPServerDispatch, ToolsAreListedInTheOrderInWhichTheyWereGiven) {
     MCPServer server{
-        "s", "1", std::nullopt, {tool("b", giveBackArguments), tool("a", giveBackArguments)}};
+        "s", "1", std::nullopt, {tool("b", returnArguments), tool("a", returnArguments)}};
     EXPECT_EQ(
         answerOf(server, R"({"id":1,"method":"tools/list","params":{"cursor":"x"}})"),
         R"({"id":1,"jsonrpc":"2.0","result":{"tools":[)"
@@ -157,9 +157,9 @@ TEST(MCPServerDispatch, ToolsAreListedInTheOrderInWhichTheyWereGiven) {
 }
 
 TEST(MCPServerDispatch, OfTwoToolsWithOneNameTheLaterIsListedTwiceAndCalled) {
-    auto later = tool("same", giveBackArguments);
+    auto later = tool("same", returnArguments);
     later.description = "The later one.";
-    MCPServer server{"s", "1", std::nullopt, {tool("same", failForTheAgent), later}};
+    MCPServer server{"s", "1", std::nullopt, {tool("same", failWithMessage), later}};
     const auto reply = JSONValue::parse(answerOf(server, R"({"id":1,"method":"tools/list"})"));
     const JSONValue* listed = (*reply["result"])["tools"];
     ASSERT_EQ(listed->arrayValue()->size(), 2U);
@@ -218,7 +218,7 @@ TEST(MCPServerDispatch, ANotificationSentAsARequestGivesNull) {
 }
 
 TEST(MCPServerTransport, AResponseThatCannotBeEncodedIsAnEmptyLine) {
-    auto broken = tool("broken", giveBackArguments);
+    auto broken = tool("broken", returnArguments);
     broken.inputSchema = JSONValue::object({{"minimum", NAN}});
     MCPServer server{"s", "1", std::nullopt, {broken}};
     for (int i = 0; i < 2; ++i) {
@@ -228,7 +228,7 @@ TEST(MCPServerTransport, AResponseThatCannotBeEncodedIsAnEmptyLine) {
               R"({"id":1,"jsonrpc":"2.0","result":{}})");
 }
 
-TEST(MCPServerDispatch, TextOfAHandlerThatIsNoUTF8IsRepaired) {
+TEST(MCPServerDispatch, IllFormedUTF8FromAHandlerIsRepaired) {
     MCPServer server{"s", "1", std::nullopt, {tool("latin", [](JSONValue) -> Task<MCPToolResult> {
                          co_return MCPToolResult{"caf\xE9", false};
                      })}};
@@ -238,7 +238,7 @@ TEST(MCPServerDispatch, TextOfAHandlerThatIsNoUTF8IsRepaired) {
         "\"type\":\"text\"}],\"isError\":false}}");
 }
 
-TEST(MCPServerConcurrency, AHandlerRunsNeitherOnTheThreadThatHandsTheLineInNorWithinTheActor) {
+TEST(MCPServerConcurrency, AHandlerRunsNeitherOnTheCallersThreadNorInsideTheActor) {
     MCPServer* calledAgain = nullptr;
     std::thread::id handlerThread;
     MCPServer server{"s", "1", std::nullopt, {tool("nested", [&](JSONValue) -> Task<MCPToolResult> {

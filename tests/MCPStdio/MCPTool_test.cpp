@@ -11,7 +11,7 @@ TEST(MCPToolResult, JsonIsSortedPrettyAndLeavesSlashesAlone) {
     EXPECT_FALSE(result.isError);
 }
 
-TEST(MCPToolResult, JsonOfWhatCannotBeWrittenIsAnEmptyObject) {
+TEST(MCPToolResult, JsonOfAnUnwritableValueIsAnEmptyObject) {
     EXPECT_EQ(MCPToolResult::json(JSONValue::object({{"a", NAN}})), (MCPToolResult{"{}", false}));
 }
 

@@ -12,30 +12,30 @@ using namespace MCPStdio;
 
 namespace {
 
-Task<> enterAndNote(Actor& actor, int name, std::vector<int>& order) {
+Task<> enterAndRecord(Actor& actor, int name, std::vector<int>& order) {
     const auto turn = co_await actor.enter();
     order.push_back(name);
 }
 
 } // namespace
 
-TEST(Actor, AnIdleActorIsEnteredAtOnceOnTheSameThread) {
+TEST(Actor, AnIdleActorIsEnteredImmediatelyOnTheSameThread) {
     Actor actor;
     std::vector<int> order;
     TaskGroup group;
-    group.add(enterAndNote(actor, 1, order));
-    group.add(enterAndNote(actor, 2, order));
+    group.add(enterAndRecord(actor, 1, order));
+    group.add(enterAndRecord(actor, 2, order));
     EXPECT_EQ(order, (std::vector{1, 2}));
 }
 
-TEST(Actor, WhoeverWaitsComesInTheOrderOfArrival) {
+TEST(Actor, WaitersTakeTurnsInTheOrderOfArrival) {
     Actor actor;
     std::vector<int> order;
     const auto run = [&]() -> Task<> {
         TaskGroup group;
         auto turn = co_await actor.enter();
         for (int i = 0; i < 100; ++i) {
-            group.add(enterAndNote(actor, i, order));
+            group.add(enterAndRecord(actor, i, order));
         }
         EXPECT_TRUE(order.empty());
         turn.release();
@@ -49,7 +49,7 @@ TEST(Actor, WhoeverWaitsComesInTheOrderOfArrival) {
     EXPECT_EQ(order, expected);
 }
 
-TEST(Actor, ATurnMayBeEndedAndTakenAgain) {
+TEST(Actor, ATurnMayBeReleasedAndTakenAgain) {
     Actor actor;
     const auto run = [&]() -> Task<> {
         auto turn = co_await actor.enter();

@@ -9,7 +9,7 @@
 
 using namespace MCPStdio;
 
-TEST(Backlog, CountsWhatHasNotBegun) {
+TEST(Backlog, CountsWorkThatHasNotStarted) {
     Backlog backlog;
     {
         auto first = backlog.enter();
@@ -23,7 +23,7 @@ TEST(Backlog, CountsWhatHasNotBegun) {
     EXPECT_EQ(backlog.size(), 0U);
 }
 
-TEST(Backlog, WhatIsMovedLeavesOnce) {
+TEST(Backlog, AMovedEntryLeavesOnce) {
     Backlog backlog;
     auto entry = backlog.enter();
     std::optional<Backlog::Entry> moved{std::move(entry)};
@@ -57,16 +57,16 @@ TEST(Backlog, WorkThatMovesIsWaitedFor) {
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{10});
 }
 
-TEST(Backlog, OneThreadHandsOverWhileOthersBegin) {
+TEST(Backlog, OneThreadHandsOverWorkWhileOthersStartIt) {
     Backlog backlog;
     Mutex mutex;
     std::vector<Backlog::Entry> ready;
     constexpr std::size_t count = 50'000;
     std::vector<std::thread> workers;
-    std::atomic<std::size_t> begun = 0;
+    std::atomic<std::size_t> started = 0;
     for (int i = 0; i < 2; ++i) {
         workers.emplace_back([&] {
-            while (begun < count) {
+            while (started < count) {
                 std::optional<Backlog::Entry> entry;
                 {
                     const MutexLock lock{mutex};
@@ -77,7 +77,7 @@ TEST(Backlog, OneThreadHandsOverWhileOthersBegin) {
                 }
                 if (entry) {
                     entry->release();
-                    ++begun;
+                    ++started;
                 }
             }
         });

@@ -43,7 +43,7 @@ TEST(Continuation, FailingThrowsInTheWaitingCoroutine) {
                  std::runtime_error);
 }
 
-TEST(Continuation, GoesOnOnAWorkerNotOnTheThreadThatResumes) {
+TEST(Continuation, TheCoroutineContinuesOnAWorkerNotOnTheResumingThread) {
     const auto run = []() -> Task<bool> {
         std::thread::id resumer;
         auto waiting = withContinuation<int>([&resumer](Continuation<int> continuation) {
@@ -56,7 +56,7 @@ TEST(Continuation, GoesOnOnAWorkerNotOnTheThreadThatResumes) {
     EXPECT_TRUE(syncWait(run()));
 }
 
-TEST(ContinuationDeathTest, DroppingOneIsAnErrorTheWaiterHears) {
+TEST(ContinuationDeathTest, DroppingOneIsAnErrorThatReachesTheWaiter) {
 #ifdef NDEBUG
     EXPECT_THROW(syncWait(waitFor([](Continuation<int>) {})), std::logic_error);
 #else
@@ -78,7 +78,7 @@ TEST(ContinuationDeathTest, ResumingTwiceIsAnError) {
 #endif
 }
 
-TEST(Blocking, GivesTheResultOrTheExceptionOfTheFunction) {
+TEST(Blocking, PassesOnTheResultOrTheExceptionOfTheFunction) {
     const auto run = [](bool failing) -> Task<std::string> {
         auto call = blocking([&] {
             if (failing) {

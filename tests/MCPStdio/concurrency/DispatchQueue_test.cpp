@@ -14,9 +14,9 @@
 using namespace MCPStdio;
 using namespace std::chrono_literals;
 
-TEST(DispatchQueue, JobsThatBlockAllRunAtOnce) {
+TEST(DispatchQueue, BlockingJobsAllRunConcurrently) {
     constexpr int count = 200;
-    std::latch everybodyIsHere{count};
+    std::latch allArrived{count};
     const auto run = [&]() -> Task<> {
         TaskGroup group;
         const auto meet = [](std::latch& latch) -> Task<> {
@@ -27,16 +27,16 @@ TEST(DispatchQueue, JobsThatBlockAllRunAtOnce) {
             co_await call;
         };
         for (int i = 0; i < count; ++i) {
-            group.add(meet(everybodyIsHere));
+            group.add(meet(allArrived));
         }
         co_await group.finish();
     };
     syncWait(run());
 }
 
-TEST(DispatchQueue, AShortJobThatBlocksAfterAllHoldsUpNoOther) {
+TEST(DispatchQueue, AShortJobThatBlocksAfterAllDelaysNoOther) {
     constexpr int count = 20;
-    std::latch everybodyIsHere{count};
+    std::latch allArrived{count};
     const auto run = [&]() -> Task<> {
         TaskGroup group;
         const auto meet = [](std::latch& latch) -> Task<> {
@@ -44,7 +44,7 @@ TEST(DispatchQueue, AShortJobThatBlocksAfterAllHoldsUpNoOther) {
             latch.arrive_and_wait();
         };
         for (int i = 0; i < count; ++i) {
-            group.add(meet(everybodyIsHere));
+            group.add(meet(allArrived));
         }
         co_await group.finish();
     };
@@ -76,7 +76,7 @@ TEST(DispatchQueue, ABurstOfShortJobsNeedsFewThreads) {
     EXPECT_LT(threads.size(), 200U);
 }
 
-TEST(DispatchQueue, ManyThreadsMayQueueJobsAtOnce) {
+TEST(DispatchQueue, ManyThreadsMayQueueJobsConcurrently) {
     std::atomic<int> done{0};
     const auto hops = [&]() -> Task<> {
         for (int i = 0; i < 2'000; ++i) {

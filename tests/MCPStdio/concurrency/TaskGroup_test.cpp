@@ -22,7 +22,7 @@ Task<> countNow(std::atomic<int>& count) {
 
 } // namespace
 
-TEST(TaskGroup, AChildStartsAtOnce) {
+TEST(TaskGroup, AChildStartsImmediately) {
     std::atomic<int> count{0};
     TaskGroup group;
     group.add(countNow(count));
@@ -42,7 +42,7 @@ TEST(TaskGroup, FinishWaitsForEveryChild) {
     syncWait(run());
 }
 
-TEST(TaskGroup, AGroupWithoutChildrenIsFinishedAtOnce) {
+TEST(TaskGroup, AGroupWithoutChildrenFinishesImmediately) {
     const auto run = []() -> Task<> {
         TaskGroup group;
         co_await group.finish();
@@ -50,7 +50,7 @@ TEST(TaskGroup, AGroupWithoutChildrenIsFinishedAtOnce) {
     syncWait(run());
 }
 
-TEST(TaskGroup, FinishingMeetsTheLastChildAtAnyMoment) {
+TEST(TaskGroup, FinishMayRaceWithTheLastChild) {
     for (int round = 0; round < 2'000; ++round) {
         std::atomic<int> count{0};
         const auto run = [&]() -> Task<> {

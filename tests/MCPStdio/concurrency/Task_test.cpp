@@ -24,7 +24,7 @@ struct Counted {
     ~Counted() { --alive; }
 };
 
-Task<int> give(int value) {
+Task<int> returnValue(int value) {
     co_return value;
 }
 
@@ -33,7 +33,7 @@ Task<int> fail() {
     co_return 0;
 }
 
-Task<> note(bool& ran) {
+Task<> record(bool& ran) {
     ran = true;
     co_return;
 }
@@ -43,19 +43,19 @@ Task<> note(bool& ran) {
 TEST(Task, StartsOnlyWhenItIsAwaited) {
     bool ran = false;
     {
-        const Task<> never = note(ran);
+        const Task<> never = record(ran);
     }
     EXPECT_FALSE(ran);
-    syncWait(note(ran));
+    syncWait(record(ran));
     EXPECT_TRUE(ran);
 }
 
-TEST(Task, GivesItsResultOrItsException) {
-    EXPECT_EQ(syncWait(give(5)), 5);
+TEST(Task, PassesOnItsResultOrItsException) {
+    EXPECT_EQ(syncWait(returnValue(5)), 5);
     EXPECT_THROW(syncWait(fail()), std::runtime_error);
 }
 
-TEST(Task, AnExceptionPassesThroughAllWhoAwait) {
+TEST(Task, AnExceptionPropagatesThroughEveryAwaiter) {
     const auto outer = []() -> Task<int> {
         auto inner = fail();
         const int value = co_await std::move(inner);
@@ -73,7 +73,7 @@ TEST(Task, AMillionChildrenInALoopNeedNoStack) {
     const auto sum = []() -> Task<long> {
         long total = 0;
         for (int i = 0; i < 1'000'000; ++i) {
-            auto child = give(1);
+            auto child = returnValue(1);
             const int value = co_await std::move(child);
             total += value;
         }
@@ -113,7 +113,7 @@ TEST(Task, FramesAreDestroyedWhetherTheyRanFailedOrWereNeverAwaited) {
     EXPECT_EQ(Counted::alive, 0);
 }
 
-TEST(Task, GoesOnWhereItAwaitedOrWhereItsChildEnded) {
+TEST(Task, ContinuesOnItsOwnThreadOrTheOneOnWhichItsChildEnded) {
     const auto child = []() -> Task<std::thread::id> {
         co_await DispatchQueue::global().hop();
         co_return std::this_thread::get_id();

@@ -21,11 +21,11 @@ void expectNearest(std::uint64_t digits, int power) {
 
 } // namespace
 
-TEST(Decimal, DigitsAreTakenUpToTheFirstByteThatIsNone) {
-    for (const std::string behind :
+TEST(Decimal, DigitsAreReadUpToTheFirstOtherByte) {
+    for (const std::string suffix :
          {"........", ":::::::", "///////", "\xFF\xFF\xFF\xFF\xFF\xFF\xFF",
           "\x8A\x8A\x8A\x8A\x8A\x8A\x8A", "\x01\x01\x01\x01\x01\x01\x01"}) {
-        const std::string text = "90817263" + behind;
+        const std::string text = "90817263" + suffix;
         for (std::size_t from = 0; from <= 8; ++from) {
             const Digits digits = leadingDigits(loadWord(text.data() + from));
             ASSERT_EQ(digits.count, 8 - from);
@@ -39,7 +39,7 @@ TEST(Decimal, DigitsAreTakenUpToTheFirstByteThatIsNone) {
     }
 }
 
-TEST(Decimal, AnyDigitsTimesAnyEverydayPowerGiveTheNearestDouble) {
+TEST(Decimal, AnyDigitsTimesAnyFastPowerGiveTheNearestDouble) {
     std::mt19937_64 random{1};
     for (int power = -largestFastPower; power <= largestFastPower; ++power) {
         for (const std::uint64_t digits : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{9},
@@ -52,16 +52,16 @@ TEST(Decimal, AnyDigitsTimesAnyEverydayPowerGiveTheNearestDouble) {
     }
 }
 
-TEST(Decimal, InTheMiddleBetweenTwoDoublesItIsTheEvenOne) {
+TEST(Decimal, HalfwayBetweenTwoDoublesRoundsToTheEvenOne) {
     std::mt19937_64 random{2};
     for (int i = 0; i < 2000; ++i) {
         // 54 bits, one more than a double has, the last one set.
-        const std::uint64_t middle = std::uint64_t{1} << 53U | random() >> 11U | 1U;
+        const std::uint64_t halfway = std::uint64_t{1} << 53U | random() >> 11U | 1U;
         std::uint64_t five = 1;
         for (int power = 0; power >= -4; --power, five *= 5) {
             // The halfway number divided by a power of two, and its neighbours.
             for (const std::uint64_t digits :
-                 {middle * five - 1, middle * five, middle * five + 1}) {
+                 {halfway * five - 1, halfway * five, halfway * five + 1}) {
                 expectNearest(digits, power);
             }
         }
@@ -76,19 +76,19 @@ TEST(Decimal, InTheMiddleBetweenTwoDoublesItIsTheEvenOne) {
     }
 }
 
-TEST(Decimal, WhatLiesNextToTheMiddleIsRoundedToItsSide) {
+TEST(Decimal, NearHalfwayRoundsToTheNearerDouble) {
     // Decimal expansions of halfway numbers, cut off after the nineteenth digit, and neighbours.
     std::mt19937_64 random{3};
     for (int i = 0; i < 20'000; ++i) {
         const int exponent = static_cast<int>(random() % 120) - 60;
         const double number = std::ldexp(static_cast<double>(random() >> 11U), exponent);
         const long double gap = std::nextafter(number, INFINITY) - number;
-        const long double middle = static_cast<long double>(number) + gap / 2;
+        const long double halfway = static_cast<long double>(number) + gap / 2;
         const int power = static_cast<int>(std::floor(std::log10(number))) - 18;
         if (std::abs(power) > largestFastPower) {
             continue;
         }
-        const long double scaled = middle * std::pow(10.0L, -power);
+        const long double scaled = halfway * std::pow(10.0L, -power);
         const auto digits = static_cast<std::uint64_t>(scaled);
         for (std::uint64_t near = digits - 2; near <= digits + 2; ++near) {
             expectNearest(near, power);
@@ -96,7 +96,7 @@ TEST(Decimal, WhatLiesNextToTheMiddleIsRoundedToItsSide) {
     }
 }
 
-TEST(Decimal, TooLargeIsInfiniteAndTooSmallIsZero) {
+TEST(Decimal, OverflowIsInfiniteAndUnderflowIsZero) {
     EXPECT_TRUE(std::isinf(readDecimal("1e400")));
     EXPECT_TRUE(std::isinf(readDecimal("-1e400")));
     EXPECT_EQ(readDecimal("1e-400"), 0.0);

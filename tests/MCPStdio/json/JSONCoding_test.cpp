@@ -64,7 +64,7 @@ std::string decodingFailure(std::string_view text) {
 
 } // namespace
 
-TEST(JSONCoding, AValueGoesThereAndBack) {
+TEST(JSONCoding, AnApplicationTypeSurvivesARoundTrip) {
     const auto encoded = JSONValue::encoding(anna());
     EXPECT_EQ(encoded.jsonString(),
               R"({"addresses":[{"number":5,"street":"Main/Street"},{"street":"Side Street"}],)"
@@ -73,7 +73,7 @@ TEST(JSONCoding, AValueGoesThereAndBack) {
     EXPECT_EQ(encoded.decode<Person>(), anna());
 }
 
-TEST(JSONCoding, PlainValuesGoThereAndBack) {
+TEST(JSONCoding, PlainValuesSurviveARoundTrip) {
     EXPECT_EQ(JSONValue::encoding(std::vector<int>{1, 2}).decode<std::vector<int>>(),
               (std::vector<int>{1, 2}));
     EXPECT_EQ(JSONValue::encoding(std::string{"x"}).decode<std::string>(), "x");

@@ -81,7 +81,7 @@ TEST(JSONReader, NumbersOfAnyFormAndLengthAreReadAsTheCLibraryReadsThem) {
     }
 }
 
-TEST(JSONReader, ExponentsThatNoNumberHasAreZeroOrAnError) {
+TEST(JSONReader, ExponentsBeyondAnyDoubleGiveZeroOrAnError) {
     const std::string many(30, '9');
     EXPECT_EQ(JSONValue::parse("1e-" + many).doubleValue(), 0.0);
     EXPECT_EQ(JSONValue::parse("0e" + many).doubleValue(), 0.0);
@@ -110,13 +110,13 @@ TEST(JSONReader, OfDuplicateMembersTheLastWins) {
     EXPECT_EQ(rewritten(R"({"z":1,"z":2,"a":1,"z":3,"a":2})"), R"({"a":2,"z":3})");
 }
 
-TEST(JSONReader, WhatADuplicateMemberReplacesIsFreed) { // as the leak sanitizer checks
+TEST(JSONReader, AValueReplacedByADuplicateMemberIsFreed) { // as the leak sanitizer checks
     const std::string large(100, 'x');
     const auto value = JSONValue::parse(R"({"a":")" + large + R"(","a":[[1]],"a":{"b":2}})");
     EXPECT_EQ(value.jsonString(), R"({"a":{"b":2}})");
 }
 
-TEST(JSONReader, AManyMemberedObjectIsSortedAndKeepsItsLastValues) {
+TEST(JSONReader, AnObjectOfManyMembersIsSortedAndKeepsTheLastValues) {
     std::string text{"{"};
     for (int round = 0; round < 2; ++round) {
         for (int i = 999; i >= 0; --i) {
@@ -169,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(Strings, RefusedJSON,
                                          "\"abc\\n\xFF\"", "{\"\\ud800\":1}",
                                          std::string{"[1\0]", 4}));
 
-TEST(JSONReader, AnErrorNamesTheByteAtWhichTheTextWentWrong) {
+TEST(JSONReader, AnErrorNamesTheByteAtFault) {
     try {
         JSONValue::parse("[1, 2, x]");
         FAIL() << "was read";
@@ -178,7 +178,7 @@ TEST(JSONReader, AnErrorNamesTheByteAtWhichTheTextWentWrong) {
     }
 }
 
-TEST(JSONReader, WhatComesFirstInTheTextIsTheErrorThatIsNamed) {
+TEST(JSONReader, TheFirstErrorInTheTextIsReported) {
     const auto error = [](std::string_view text) -> std::string {
         try {
             JSONValue::parse(text);
@@ -193,7 +193,7 @@ TEST(JSONReader, WhatComesFirstInTheTextIsTheErrorThatIsNamed) {
     EXPECT_EQ(error("[1, 2, \xC3\xA9]"), "not JSON at byte 7: expected a value");
 }
 
-TEST(JSONReader, EveryPrefixOfATextIsAnErrorAndNothingWorse) {
+TEST(JSONReader, EveryProperPrefixOfATextIsAnError) {
     const std::string text = R"({"a":[1.5e-3,"x\u00e9\ud83d\ude00",true,null,{"b":false}]})";
     ASSERT_NO_THROW(JSONValue::parse(text));
     for (std::size_t length = 0; length < text.size(); ++length) {
@@ -201,7 +201,7 @@ TEST(JSONReader, EveryPrefixOfATextIsAnErrorAndNothingWorse) {
     }
 }
 
-TEST(JSONReader, NoSingleByteChangedMakesMoreThanAnErrorOrAValueThatWritesAndReadsBackEqual) {
+TEST(JSONReader, ChangingAnyByteGivesAnErrorOrAValueThatReadsBackEqual) {
     const std::string text = R"({"a":[1.5e-3,"x\u00e9\ud83d\ude00",true,null,{"b":false}]})";
     for (std::size_t at = 0; at < text.size(); ++at) {
         for (int byte = 0; byte < 256; ++byte) {

@@ -21,7 +21,7 @@ const std::string longText(1000, 'y');
 
 } // namespace
 
-TEST(JSONValue, EachLiteralMakesItsCase) {
+TEST(JSONValue, EachLiteralCreatesItsCase) {
     EXPECT_EQ(JSONValue{}.kind(), Case::null);
     EXPECT_EQ(JSONValue{nullptr}.kind(), Case::null);
     EXPECT_EQ(JSONValue{true}.kind(), Case::boolean);
@@ -38,13 +38,13 @@ TEST(JSONValue, EachLiteralMakesItsCase) {
     EXPECT_EQ(JSONValue::object().kind(), Case::object);
 }
 
-TEST(JSONValue, APointerIsNoTruthValue) {
+TEST(JSONValue, APointerDoesNotConvertToBool) {
     EXPECT_FALSE((std::is_constructible_v<JSONValue, const void*>));
     EXPECT_FALSE((std::is_constructible_v<JSONValue, int*>));
     EXPECT_TRUE((std::is_constructible_v<JSONValue, const char*>));
 }
 
-TEST(JSONValue, OfAKeyRepeatedInALiteralTheLaterValueWins) {
+TEST(JSONValue, TheLastValueOfARepeatedKeyWins) {
     const auto value = JSONValue::object({{"k", 1}, {"other", 2}, {"k", 3}});
     EXPECT_EQ(value.objectValue()->size(), 2U);
     EXPECT_EQ(value["k"]->doubleValue(), 3.0);
@@ -81,7 +81,7 @@ TEST(JSONValue, SubscriptByIndexFindsElementsOfArraysOnly) {
     EXPECT_EQ(JSONValue::array()[0], nullptr);
 }
 
-TEST(JSONValue, AccessorsGiveNothingForEveryOtherCase) {
+TEST(JSONValue, AccessorsAreEmptyForEveryOtherCase) {
     for (const JSONValue& value :
          {JSONValue{}, JSONValue{true}, JSONValue{1}, JSONValue{"1"}, someArray, someObject}) {
         EXPECT_EQ(value.isNull(), value.kind() == Case::null);
@@ -127,7 +127,7 @@ TEST(JSONValue, IntValueReadsDecimalDigitsAndNothingElse) {
     EXPECT_EQ(someArray.intValue(), std::nullopt);
 }
 
-TEST(JSONValue, JsonStringIsNullWhereAValueCannotBeWritten) {
+TEST(JSONValue, JsonStringIsNullIfAValueCannotBeWritten) {
     EXPECT_EQ(JSONValue{NAN}.jsonString(), "null");
     EXPECT_EQ(JSONValue{-INFINITY}.jsonString(), "null");
     EXPECT_EQ(JSONValue::object({{"deep", JSONValue::array(NAN)}}).jsonString(), "null");
@@ -175,7 +175,7 @@ TEST(JSONValue, AMovedValueIsNull) {
     EXPECT_EQ(moved.stringValue(), longText);
 }
 
-TEST(JSONValue, TextsOfAllLengthsAreTheSameToTheirUser) {
+TEST(JSONValue, TextsOfAllLengthsBehaveAlike) {
     // Stored inside the value, in a block, and as a std::string: the shortest and longest of each.
     for (const std::size_t length : {0U, 15U, 16U, 4095U, 4096U, 100'000U}) {
         const std::string text(length, 't');
@@ -199,16 +199,16 @@ TEST(JSONValue, TextsOfAllLengthsAreTheSameToTheirUser) {
 }
 
 TEST(JSONValue, ALongTextIsMovedInAndOutAndNeverCopied) {
-    const auto placeOf = [](std::string_view view) {
+    const auto addressOf = [](std::string_view view) {
         return reinterpret_cast<std::uintptr_t>(view.data());
     };
     std::string text(100'000, 't');
-    const auto place = placeOf(text);
+    const auto address = addressOf(text);
     JSONValue value{std::move(text)};
     JSONValue moved = std::move(value);
-    EXPECT_EQ(placeOf(*moved.stringValue()), place);
+    EXPECT_EQ(addressOf(*moved.stringValue()), address);
     const auto out = std::move(moved).stringValue();
-    EXPECT_EQ(placeOf(*out), place);
+    EXPECT_EQ(addressOf(*out), address);
     EXPECT_EQ(out->size(), 100'000U);
 }
 

@@ -79,7 +79,7 @@ TEST(JSONWriter, ControlCharactersAreEscapedTheShortestWay) {
     EXPECT_EQ(compact("é😀\xE2\x80\xA8"), "\"é😀\xE2\x80\xA8\"");
 }
 
-TEST(JSONWriter, EscapesAreFoundAtEveryPlaceOfALongText) {
+TEST(JSONWriter, EscapesAreFoundAtEveryPositionOfALongText) {
     for (std::size_t length = 1; length < 100; ++length) {
         for (std::size_t at = 0; at < length; ++at) {
             std::string text(length, 'x');

@@ -22,16 +22,16 @@ TEST(ByteScan, FindsEveryByteThatStopsAStringAndNoOther) {
     }
 }
 
-TEST(ByteScan, FindsTheFirstOneAtEveryPlaceOfTextsOfEveryLength) {
+TEST(ByteScan, FindsTheFirstOneAtEveryPositionOfTextsOfEveryLength) {
     for (std::size_t length = 0; length < 100; ++length) {
-        for (std::size_t place = 0; place < length; ++place) {
+        for (std::size_t position = 0; position < length; ++position) {
             // Surrounded by bytes that could mislead arithmetic on whole words.
             for (const char around : {'a', '\x80', '\xFF', '!', ' '}) {
                 std::string text(length, around);
-                text[place] = '"';
-                ASSERT_EQ(findByte(text, 0, markStringStop), place);
-                ASSERT_EQ(findByte(text, place, markStringStop), place);
-                ASSERT_EQ(findByte(text, place + 1, markStringStop), length);
+                text[position] = '"';
+                ASSERT_EQ(findByte(text, 0, markStringStop), position);
+                ASSERT_EQ(findByte(text, position, markStringStop), position);
+                ASSERT_EQ(findByte(text, position + 1, markStringStop), length);
             }
         }
     }
@@ -48,7 +48,7 @@ TEST(ByteScan, ABorrowFromOneByteMarksNoneBeforeIt) {
     }
 }
 
-TEST(ByteScan, ShortTextsAreLoadedWithZerosBehindThem) {
+TEST(ByteScan, ShortTextsAreLoadedFollowedByZeros) {
     const std::string text = "12345678";
     for (std::size_t count = 0; count <= 8; ++count) {
         ByteWord expected = 0;

@@ -7,7 +7,7 @@
 
 using namespace MCPStdio;
 
-TEST(LargeMemory, IsThereToItsLastByteAndLiesAtALargePage) {
+TEST(LargeMemory, IsUsableToItsLastByteAndAlignedToALargePage) {
     for (const std::size_t needed : {largeMemoryThreshold, std::size_t{100} << 20U}) {
         const LargeMemory memory = mapLargeMemory(needed);
         EXPECT_GE(memory.size, 2 * needed);
@@ -21,7 +21,7 @@ TEST(LargeMemory, IsThereToItsLastByteAndLiesAtALargePage) {
     }
 }
 
-TEST(LargeMemory, WhatWasGivenBackIsGivenOnceMore) {
+TEST(LargeMemory, AnUnmappedPieceIsReused) {
     const LargeMemory first = mapLargeMemory(largeMemoryThreshold);
     const LargeMemory second = mapLargeMemory(largeMemoryThreshold);
     EXPECT_NE(first.begin, second.begin);
@@ -35,7 +35,7 @@ TEST(LargeMemory, WhatWasGivenBackIsGivenOnceMore) {
     unmapLargeMemory(mapLargeMemory(largeMemoryThreshold));
 }
 
-TEST(LargeMemory, MoreThanThereIsIsBadAlloc) {
+TEST(LargeMemory, MoreThanTheSystemHasIsBadAlloc) {
     EXPECT_THROW(mapLargeMemory(std::numeric_limits<std::size_t>::max() / 8), std::bad_alloc);
     EXPECT_THROW(mapLargeMemory(std::numeric_limits<std::size_t>::max()), std::bad_alloc);
 }

@@ -7,7 +7,7 @@
 
 using namespace MCPStdio;
 
-TEST(TextBuffer, HoldsWhatWasAppendedInItsOrder) {
+TEST(TextBuffer, HoldsWhatWasAppendedInOrder) {
     TextBuffer text{"one"};
     text.append(',');
     text.append(3, '-');
@@ -17,7 +17,7 @@ TEST(TextBuffer, HoldsWhatWasAppendedInItsOrder) {
     EXPECT_EQ(text.size(), 10U);
 }
 
-TEST(TextBuffer, AnEmptyOneHasNoMemory) {
+TEST(TextBuffer, AnEmptyBufferHasNoMemory) {
     EXPECT_EQ(TextBuffer{}.capacity(), 0U);
     EXPECT_EQ(TextBuffer{}.view(), "");
     TextBuffer text{""};
@@ -27,7 +27,7 @@ TEST(TextBuffer, AnEmptyOneHasNoMemory) {
     EXPECT_EQ(text.capacity(), 0U);
 }
 
-TEST(TextBuffer, WhatIsWrittenIntoItsRoomCountsOnceItIsAdded) {
+TEST(TextBuffer, WhatIsWrittenIntoItsRoomIsTextOnceAdded) {
     TextBuffer text;
     char* const room = text.room(3);
     room[0] = 'a';
@@ -54,12 +54,12 @@ TEST(TextBuffer, ATextOfMegabytesIsHardlyEverMoved) {
     TextBuffer text;
     std::string expected;
     int moves = 0;
-    const char* place = nullptr;
+    const char* address = nullptr;
     for (int i = 0; i < 64; ++i) {
         const std::string part(std::size_t{1} << 20U, static_cast<char>('0' + i));
         text.append(part);
         expected += part;
-        moves += text.view().data() == std::exchange(place, text.view().data()) ? 0 : 1;
+        moves += text.view().data() == std::exchange(address, text.view().data()) ? 0 : 1;
     }
     EXPECT_TRUE(text.view() == expected);
     EXPECT_LE(moves, 5);
@@ -69,7 +69,7 @@ TEST(TextBuffer, ATextOfMegabytesIsHardlyEverMoved) {
     EXPECT_EQ(other.view(), "short");
 }
 
-TEST(TextBuffer, ClearedItKeepsItsRoom) {
+TEST(TextBuffer, ClearingKeepsTheCapacity) {
     TextBuffer text{std::string(1000, 'x')};
     const std::size_t capacity = text.capacity();
     text.clear();
@@ -77,7 +77,7 @@ TEST(TextBuffer, ClearedItKeepsItsRoom) {
     EXPECT_EQ(text.capacity(), capacity);
 }
 
-TEST(TextBuffer, LosesItsBeginningAndNothingElse) {
+TEST(TextBuffer, RemovingAPrefixKeepsTheRest) {
     TextBuffer text{"0123456789"};
     text.removePrefix(4);
     EXPECT_EQ(text.view(), "456789");
@@ -86,7 +86,7 @@ TEST(TextBuffer, LosesItsBeginningAndNothingElse) {
     EXPECT_EQ(text.view(), "");
 }
 
-TEST(TextBuffer, MovedIntoAnotherItIsThere) {
+TEST(TextBuffer, MovingHandsOverTheText) {
     TextBuffer text{"text"};
     TextBuffer other;
     other = std::move(text);

@@ -64,7 +64,7 @@ TEST(UTF8, WellFormedTextIsLeftAlone) {
     EXPECT_EQ(repairUTF8(""), "");
 }
 
-TEST(UTF8, EachLongestBeginningOfASequenceBecomesOneReplacement) {
+TEST(UTF8, EachLongestPrefixOfASequenceBecomesOneReplacement) {
     EXPECT_EQ(repairUTF8("a\xFFz"), "a" + replaced(1) + "z");
     EXPECT_EQ(repairUTF8("\x80\x80"), replaced(2));
     EXPECT_EQ(repairUTF8("\xE2\x82"), replaced(1)); // a sequence cut short
@@ -79,7 +79,7 @@ TEST(UTF8, EachLongestBeginningOfASequenceBecomesOneReplacement) {
     EXPECT_EQ(repairUTF8("caf\xE9"), "caf" + replaced(1));  // Latin-1
 }
 
-TEST(UTF8, TheFirstBadByteIsFoundWhereverItStands) {
+TEST(UTF8, TheFirstBadByteIsFoundAtEveryPosition) {
     for (std::size_t length = 1; length < 100; ++length) {
         std::string text(length, 'x');
         text[length - 1] = '\xFF';
@@ -87,20 +87,20 @@ TEST(UTF8, TheFirstBadByteIsFoundWhereverItStands) {
     }
 }
 
-TEST(UTF8, FourBytesAreJudgedAlikeWhereverTheyStand) {
+TEST(UTF8, FourBytesAreJudgedAlikeAtEveryPosition) {
     // All combinations of the bytes at which the rules change, among sequences of every length, at
     // both ends of the text and across the boundaries of the blocks that are checked in one step.
     constexpr std::string_view bytes{"\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF"
                                      "\xE0\xE1\xED\xEE\xEF\xF0\xF1\xF4\xF5\xFF"};
     const std::size_t count = bytes.size() * bytes.size() * bytes.size() * bytes.size();
     for (const std::size_t before : {0U, 13U, 14U, 15U, 16U, 30U}) {
-        for (const std::string_view behind : {"", "plain", "語語語語語語語"}) {
+        for (const std::string_view suffix : {"", "plain", "語語語語語語語"}) {
             std::string text = before % 2 == 0 ? "" : ".";
             while (text.size() < before) {
                 text += text.size() % 4 == 2 ? "é" : "xy";
             }
             const std::size_t at = text.size();
-            text.append(4, '?').append(behind);
+            text.append(4, '?').append(suffix);
             for (std::size_t number = 0; number < count; ++number) {
                 std::size_t rest = number;
                 for (std::size_t i = 0; i < 4; ++i, rest /= bytes.size()) {

@@ -56,7 +56,7 @@ TEST(LineSequence, ALastLineWithoutAnEndCounts) {
     EXPECT_EQ(linesOf("b"), (Lines{"b"}));
 }
 
-TEST(LineSequence, TheSameLinesComeWhateverThePiecesInWhichTheBytesCome) {
+TEST(LineSequence, LinesDoNotDependOnThePiecesInWhichTheBytesArrive) {
     const std::string text = "one\r\ntwo é 語 😀\xE2\x80\xA8three ’quoted’\xC2\x85"
                              "four\xE2\x80\xA9\n\nfive";
     const Lines whole = linesOf(text);
@@ -66,7 +66,7 @@ TEST(LineSequence, TheSameLinesComeWhateverThePiecesInWhichTheBytesCome) {
     }
 }
 
-TEST(LineSequence, ASeparatorThatHasOnlyBegunAtTheEndIsNone) {
+TEST(LineSequence, AnIncompleteSeparatorAtTheEndIsText) {
     EXPECT_EQ(linesOf("a\xE2\x80"), (Lines{"a\xEF\xBF\xBD"}));
     EXPECT_EQ(linesOf("a\xC2"), (Lines{"a\xEF\xBF\xBD"}));
     EXPECT_EQ(linesOf("\xE2"), (Lines{"\xEF\xBF\xBD"}));
@@ -103,7 +103,7 @@ TEST(LineSequence, ANonBlockingStreamIsWaitedFor) {
     ::close(ends[0]);
 }
 
-TEST(LineSequence, WhatCannotBeReadIsAtItsEnd) {
+TEST(LineSequence, AnUnreadableDescriptorIsAtItsEnd) {
     LineSequence closed{-1};
     EXPECT_EQ(closed.next(), std::nullopt);
     const int folder = ::open("/", O_RDONLY | O_CLOEXEC);

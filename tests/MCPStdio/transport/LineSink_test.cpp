@@ -72,17 +72,17 @@ void sendsEverything(Ends ends, int before) {
     EXPECT_TRUE(received == expected);
 }
 
-void sendsEverythingBeforeAnybodyReads(Ends ends) {
+void sendsEverythingBeforeAnyoneReads(Ends ends) {
     sendsEverything(ends, std::numeric_limits<int>::max());
 }
 
 } // namespace
 
-TEST(LineSink, SendingGoesOnWithoutAReaderOfAPipe) {
-    sendsEverythingBeforeAnybodyReads(makePipe(O_CLOEXEC));
+TEST(LineSink, SendingContinuesWithoutAReaderOfAPipe) {
+    sendsEverythingBeforeAnyoneReads(makePipe(O_CLOEXEC));
 }
 
-TEST(LineSink, SendingGoesOnBeforeAndWhileAPipeIsRead) {
+TEST(LineSink, SendingContinuesBeforeAndWhileAPipeIsRead) {
     sendsEverything(makePipe(O_CLOEXEC), 10'000);
 }
 
@@ -121,16 +121,16 @@ TEST(LineSink, ThePipesFlagsStayAsTheParentSetThem) {
     ::close(ends.reader);
 }
 
-TEST(LineSink, SendingGoesOnWithoutAReaderOfANonBlockingPipe) {
+TEST(LineSink, SendingContinuesWithoutAReaderOfANonBlockingPipe) {
     const Ends ends = makePipe(O_CLOEXEC);
     ASSERT_EQ(::fcntl(ends.writer, F_SETFL, O_NONBLOCK), 0);
-    sendsEverythingBeforeAnybodyReads(ends);
+    sendsEverythingBeforeAnyoneReads(ends);
 }
 
-TEST(LineSink, SendingGoesOnWithoutAReaderOfASocket) {
+TEST(LineSink, SendingContinuesWithoutAReaderOfASocket) {
     std::array<int, 2> ends{};
     ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
-    sendsEverythingBeforeAnybodyReads({ends[0], ends[1]});
+    sendsEverythingBeforeAnyoneReads({ends[0], ends[1]});
 }
 
 TEST(LineSink, LinesOfManyThreadsStayWhole) {
@@ -166,7 +166,7 @@ TEST(LineSink, LinesOfManyThreadsStayWhole) {
     EXPECT_EQ(lines, 8U * 500U);
 }
 
-TEST(LineSinkDeathTest, AClosedReaderEndsTheProcessAlsoWhereTheSignalIsIgnored) {
+TEST(LineSinkDeathTest, AClosedReaderEndsTheProcessEvenIfTheSignalIsIgnored) {
     EXPECT_EXIT(
         {
             std::signal(SIGPIPE, SIG_IGN);

@@ -38,6 +38,7 @@
 /// with the member's path.
 namespace MCPStdio {
 
+/// A field of `Type`: its key in JSON, and the member that holds its value.
 template <typename Type, typename Member>
 struct JSONField {
     std::string_view name;
@@ -49,6 +50,7 @@ constexpr JSONField<Type, Member> field(std::string_view name, Member Type::* me
     return {name, member};
 }
 
+/// A type that lists its fields.
 template <typename Type>
 concept HasJSONFields = requires { Type::jsonFields(); };
 

@@ -250,7 +250,7 @@ std::size_t JSONReader::readNumber(std::size_t at) {
         at += isNegativeExponent || byteAt(at) == '+' ? 1 : 0;
         const Digits exponent = readDigits(at, 0, "expected the digits of an exponent");
         at += exponent.count;
-        // No double has an exponent this large: it stands for all larger ones.
+        // Stands for every larger exponent as well: no double has one this large.
         constexpr std::uint64_t beyond = 100'000;
         const auto size = static_cast<std::int64_t>(
             exponent.count > mostDigits ? beyond : std::min(exponent.number, beyond));

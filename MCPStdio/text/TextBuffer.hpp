@@ -74,6 +74,7 @@ public:
         }
         return text_.get() + size_;
     }
+    /// Adds bytes that were written into the room returned last; at most as many as were asked for.
     void added(std::size_t count) noexcept { size_ += count; }
 
 private:

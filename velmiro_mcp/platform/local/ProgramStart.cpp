@@ -1,5 +1,6 @@
 #include "velmiro_mcp/ports/ProgramStart.hpp"
 
+#include "velmiro_mcp/base/ArgumentPointers.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
 #include "velmiro_mcp/platform/local/files/Files.hpp"
 
@@ -112,16 +113,6 @@ pid_t startInOurMemory(const Program& program) {
 
 [[noreturn]] void fail(int why) {
     throw std::system_error{why, std::system_category()};
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "velmiro_mcp/ports/ProgramStart.hpp"
 
+#include "velmiro_mcp/base/ArgumentPointers.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
 
 #include <array>
@@ -133,16 +134,6 @@ public:
 private:
     sigset_t before_{};
 };
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 } // namespace
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "MCPStdio/transport/Descriptor.hpp"
+
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -10,34 +12,30 @@
 
 namespace velmiro {
 
-/// One end of a local stream connection; closed when it goes. Used by one thread at a time.
+/// One end of a local stream connection, which is closed on destruction. Used by one thread at a
+/// time.
 class LocalSocket {
 public:
-    /// The longest path a connection can be made to, in bytes of UTF-8.
+    /// The longest path of a socket, in bytes of UTF-8.
     static constexpr std::size_t longestPath = 103;
 
-    /// A connection to whoever listens at `path`; nothing when that cannot be had.
+    /// Connects to whoever listens at `path`. Returns nullopt if that fails.
     static std::optional<LocalSocket> connect(std::string_view path);
 
-    LocalSocket(LocalSocket&& other) noexcept : descriptor_{std::exchange(other.descriptor_, -1)} {}
-    LocalSocket(const LocalSocket&) = delete;
-    LocalSocket& operator=(const LocalSocket&) = delete;
-    LocalSocket& operator=(LocalSocket&&) = delete;
-    ~LocalSocket();
-
-    /// How long each `read` waits at most.
+    /// Sets how long each `read` waits at most.
     void setReceiveTimeout(std::chrono::seconds timeout) const noexcept;
 
-    /// Writes with one call. False unless everything was taken; never a broken-pipe signal.
+    /// Writes with one system call, which never raises SIGPIPE. Returns false unless all was
+    /// written.
     [[nodiscard]] bool writeAll(std::string_view text) const noexcept;
 
-    /// How many bytes came; 0 at the end, at a failure, and when the time is over.
+    /// Returns how many bytes were read; 0 at the end, on failure, and after the timeout.
     [[nodiscard]] std::size_t read(std::span<char> into) const noexcept;
 
 private:
-    explicit LocalSocket(int descriptor) noexcept : descriptor_{descriptor} {}
+    explicit LocalSocket(MCPStdio::Descriptor socket) noexcept : socket_{std::move(socket)} {}
 
-    int descriptor_;
+    MCPStdio::Descriptor socket_;
 };
 
 } // namespace velmiro

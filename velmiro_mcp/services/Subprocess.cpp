@@ -18,8 +18,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A process that ignores its children, which it may do by inheritance, never learns how they end.
-void heedChildren() noexcept {
+/// Restores the default action of SIGCHLD. A process that ignores it, perhaps by inheritance,
+/// cannot wait for its children.
+void stopIgnoringChildren() noexcept {
     struct sigaction action{};
     ::sigaction(SIGCHLD, nullptr, &action);
     if (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0) {
@@ -31,34 +32,27 @@ void heedChildren() noexcept {
 
 } // namespace
 
-// `startProgram` lets no child have them but the one that they are for.
+// A child started by another thread before the flag is set does not get them either: `startProgram`
+// passes on nothing but the two descriptors it is given.
 Subprocess::Pipe::Pipe() {
-    if (::pipe(ends_.data()) != 0) {
+    std::array<int, 2> ends{};
+    if (::pipe(ends.data()) != 0) {
         throw std::system_error{errno, std::system_category()};
     }
-    for (const int end : ends_) {
+    for (const int end : ends) {
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
     }
-}
-
-Subprocess::Pipe::~Pipe() {
-    ::close(ends_[0]);
-    closeWriting();
-}
-
-void Subprocess::Pipe::closeWriting() noexcept {
-    if (ends_[1] >= 0) {
-        ::close(std::exchange(ends_[1], -1));
-    }
+    reading = MCPStdio::Descriptor{ends[0]};
+    writing = MCPStdio::Descriptor{ends[1]};
 }
 
 Subprocess::Subprocess(const std::string& program, std::vector<std::string> arguments,
                        std::chrono::seconds longest) {
-    heedChildren();
-    child_ =
-        startProgram(program, std::move(arguments), output_.writing(), error_.writing(), longest);
-    output_.closeWriting();
-    error_.closeWriting();
+    stopIgnoringChildren();
+    child_ = startProgram(program, std::move(arguments), output_.writing.get(),
+                          error_.writing.get(), longest);
+    output_.writing.close();
+    error_.writing.close();
 }
 
 Subprocess::~Subprocess() {
@@ -77,8 +71,8 @@ std::string Subprocess::readToEnd(const Pipe& pipe) {
     std::string text;
     std::array<char, 65'536> chunk{}; // as much as a pipe holds
     while (true) {
-        awaitReadable(pipe.reading());
-        const ssize_t count = ::read(pipe.reading(), chunk.data(), chunk.size());
+        awaitReadable(pipe.reading.get());
+        const ssize_t count = ::read(pipe.reading.get(), chunk.data(), chunk.size());
         if (count > 0) {
             text.append(chunk.data(), static_cast<std::size_t>(count));
         } else if (count == 0 || errno != EINTR) {
@@ -89,12 +83,10 @@ std::string Subprocess::readToEnd(const Pipe& pipe) {
 
 bool Subprocess::waitUntilExit() {
     if (isRunning()) {
-        const int exit = openExitDescriptor(child_);
-        if (exit >= 0) {
-            awaitReadable(exit);
-            ::close(exit);
+        if (const MCPStdio::Descriptor exit{openExitDescriptor(child_)}) {
+            awaitReadable(exit.get());
         }
-        while (isRunning()) { // no descriptor was to be had
+        while (isRunning()) { // there was no descriptor left
             static_cast<void>(untilDeadline());
             std::this_thread::sleep_for(10ms);
         }
@@ -103,15 +95,15 @@ bool Subprocess::waitUntilExit() {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// Returns, without a reason now and then, when there is something to read, or the end.
+/// Waits until there is something to read, or the end of the stream. May return earlier.
 void Subprocess::awaitReadable(int descriptor) {
     pollfd readable{descriptor, POLLIN, 0};
     while (::poll(&readable, 1, untilDeadline()) <= 0) {
     }
 }
 
-/// The milliseconds that are left, or -1 when the deadline, should there be one, has passed and
-/// what it demands is done.
+/// Returns the milliseconds left until the deadline. At the deadline, terminates the child and
+/// calls `passed_`; after that, or without a deadline, returns -1.
 int Subprocess::untilDeadline() {
     if (deadline_ == Clock::time_point::max()) {
         return -1;

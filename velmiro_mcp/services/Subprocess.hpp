@@ -1,6 +1,7 @@
 #pragma once
 
-#include <array>
+#include "MCPStdio/transport/Descriptor.hpp"
+
 #include <chrono>
 #include <functional>
 #include <string>
@@ -9,47 +10,40 @@
 
 namespace velmiro {
 
-/// A program that runs as our child; its standard output and error come to us through pipes.
+/// A program that runs as our child and writes its standard output and error to pipes of ours.
 ///
-/// All operations block, and one thread uses it. That thread alone signals the child and reaps it,
-/// so the signal never reaches another process that was given the same number since.
+/// All operations block. One thread uses it: since that thread alone signals the child and reaps
+/// it, a signal never reaches another process that was given the same number later.
 class Subprocess {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Starts the program with the arguments given, its own name first. Should this process end
-    /// before the program does, that ends no more than `longest` later. Throws std::system_error.
+    /// Starts the program with `arguments`, its own name first. If this process ends before the
+    /// program does, the program ends at most `longest` later. Throws std::system_error.
     Subprocess(const std::string& program, std::vector<std::string> arguments,
                std::chrono::seconds longest = std::chrono::minutes{1});
     Subprocess(const Subprocess&) = delete;
     Subprocess& operator=(const Subprocess&) = delete;
-    /// Terminates and awaits a child that was not waited for.
+    /// Terminates a child that was not waited for, and waits for it.
     ~Subprocess();
 
-    /// Once it is that late, whoever reads or waits calls `passed` and, if the child still runs,
-    /// asks it to end (SIGTERM). This happens once; whether the child obeys is its own affair.
+    /// Sets a deadline. A call that reads or waits when it passes asks a running child to end
+    /// (SIGTERM), which the child may ignore, and calls `passed`. This happens once.
     void terminateAt(Clock::time_point deadline, std::function<void()> passed);
 
-    /// All that the child, and whoever it left its descriptor to, writes until none of them has it.
+    /// Return all that is written until the child, and every process that inherited the pipe from
+    /// it, has closed it.
     std::string readOutputToEnd() { return readToEnd(output_); }
     std::string readErrorToEnd() { return readToEnd(error_); }
 
-    /// Reaps the child once it has ended. True when it ended by itself, with status 0.
+    /// Waits for the child to end and reaps it. Returns whether it exited with status 0.
     bool waitUntilExit();
 
 private:
-    class Pipe {
-    public:
-        Pipe();
-        Pipe(const Pipe&) = delete;
-        Pipe& operator=(const Pipe&) = delete;
-        ~Pipe();
-        [[nodiscard]] int reading() const noexcept { return ends_[0]; }
-        [[nodiscard]] int writing() const noexcept { return ends_[1]; }
-        void closeWriting() noexcept;
-
-    private:
-        std::array<int, 2> ends_{};
+    struct Pipe {
+        Pipe(); ///< throws std::system_error
+        MCPStdio::Descriptor reading;
+        MCPStdio::Descriptor writing;
     };
 
     std::string readToEnd(const Pipe& pipe);
@@ -63,7 +57,7 @@ private:
     pid_t child_;
     bool reaped_ = false;
     Clock::time_point deadline_ = Clock::time_point::max();
-    std::function<void()> passed_; ///< until it was called
+    std::function<void()> passed_; ///< null once it was called
 };
 
 } // namespace velmiro

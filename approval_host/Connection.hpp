@@ -1,6 +1,6 @@
 #pragma once
 
-#include "approval_host/Descriptor.hpp"
+#include "MCPStdio/transport/Descriptor.hpp"
 #include "approval_host/LineBuffer.hpp"
 #include "approval_host/Question.hpp"
 
@@ -21,7 +21,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// The socket does not block.
-    explicit Connection(Descriptor socket) noexcept : socket_{std::move(socket)} {}
+    explicit Connection(MCPStdio::Descriptor socket) noexcept : socket_{std::move(socket)} {}
 
     /// Reads a part of what has come. What follows the question is read and dropped, so that the
     /// end behind it is seen.
@@ -41,7 +41,7 @@ public:
 private:
     static constexpr std::size_t longestLine = std::size_t{4} << 20U;
 
-    Descriptor socket_;
+    MCPStdio::Descriptor socket_;
     Clock::time_point begin_ = Clock::now();
     LineBuffer line_{longestLine};
     bool isComplete_ = false;

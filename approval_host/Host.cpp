@@ -177,7 +177,7 @@ void Host::forgetClosed() {
 void Host::acceptAll() {
     // A bound, so that a flood of askers does not keep the user's answers waiting.
     for (int accepted = 0; accepted < SOMAXCONN; ++accepted) {
-        Descriptor socket{::accept(inputs_.listener, nullptr, nullptr)};
+        MCPStdio::Descriptor socket{::accept(inputs_.listener, nullptr, nullptr)};
         if (socket) {
             if (::fcntl(socket.get(), F_SETFL, O_NONBLOCK) == 0) {
                 connections_.push_back(std::make_unique<Connection>(std::move(socket)));

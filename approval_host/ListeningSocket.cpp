@@ -61,8 +61,8 @@ void makeFolder(const std::string& folder) {
 }
 
 /// The folder, locked for as long as the descriptor is open.
-Descriptor lockFolder(const std::string& folder) {
-    Descriptor locked{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+MCPStdio::Descriptor lockFolder(const std::string& folder) {
+    MCPStdio::Descriptor locked{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     if (!locked) {
         throw HostError{"cannot open the folder " + folder + ": " + systemReason()};
     }
@@ -77,8 +77,8 @@ Descriptor lockFolder(const std::string& folder) {
     return locked;
 }
 
-Descriptor newSocket() {
-    Descriptor made{::socket(AF_UNIX, SOCK_STREAM, 0)};
+MCPStdio::Descriptor newSocket() {
+    MCPStdio::Descriptor made{::socket(AF_UNIX, SOCK_STREAM, 0)};
     if (!made || ::fcntl(made.get(), F_SETFL, O_NONBLOCK) != 0) {
         throw HostError{"cannot make a socket: " + systemReason()};
     }
@@ -108,7 +108,7 @@ void clearPath(const std::string& path) {
     if (!S_ISSOCK(found.st_mode)) {
         throw HostError{path + " is not a socket; it is left as it is"};
     }
-    const Descriptor probe = newSocket();
+    const MCPStdio::Descriptor probe = newSocket();
     const sockaddr_un address = addressOf(path);
     // EAGAIN: it listens, and so many wait to be accepted that one more does not fit.
     if (::connect(probe.get(), general(address), sizeof address) == 0 || errno == EAGAIN ||
@@ -132,7 +132,7 @@ ListeningSocket::ListeningSocket(std::string path) : path_{std::move(path)} {
     }
     const std::string folder = folderOf(path_);
     makeFolder(folder);
-    const Descriptor lock = lockFolder(folder);
+    const MCPStdio::Descriptor lock = lockFolder(folder);
     clearPath(path_);
     socket_ = newSocket();
     const sockaddr_un address = addressOf(path_);
@@ -154,7 +154,7 @@ ListeningSocket::ListeningSocket(std::string path) : path_{std::move(path)} {
 
 ListeningSocket::~ListeningSocket() {
     try {
-        const Descriptor lock = lockFolder(folderOf(path_));
+        const MCPStdio::Descriptor lock = lockFolder(folderOf(path_));
         struct stat found{};
         if (::lstat(path_.c_str(), &found) == 0 && found.st_dev == device_ &&
             found.st_ino == inode_) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "approval_host/Descriptor.hpp"
+#include "MCPStdio/transport/Descriptor.hpp"
 
 #include <sys/types.h>
 
@@ -30,7 +30,7 @@ public:
 
 private:
     std::string path_;
-    Descriptor socket_;
+    MCPStdio::Descriptor socket_;
     dev_t device_ = 0;
     ino_t inode_ = 0;
 };

@@ -40,8 +40,8 @@ StopSignals::StopSignals() {
     if (::pipe(ends.data()) != 0) {
         throw HostError{"cannot make a pipe: " + systemReason()};
     }
-    readEnd_ = Descriptor{ends[0]};
-    writeEnd_ = Descriptor{ends[1]};
+    readEnd_ = MCPStdio::Descriptor{ends[0]};
+    writeEnd_ = MCPStdio::Descriptor{ends[1]};
     ::fcntl(writeEnd_.get(), F_SETFL, O_NONBLOCK);
     signalled = writeEnd_.get();
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "approval_host/Descriptor.hpp"
+#include "MCPStdio/transport/Descriptor.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
 
 /// What the process arranges for itself before it listens.
@@ -28,8 +28,8 @@ public:
     [[nodiscard]] int descriptor() const noexcept { return readEnd_.get(); }
 
 private:
-    Descriptor readEnd_;
-    Descriptor writeEnd_;
+    MCPStdio::Descriptor readEnd_;
+    MCPStdio::Descriptor writeEnd_;
 };
 
 } // namespace velmiro::host

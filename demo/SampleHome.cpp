@@ -1,15 +1,12 @@
 #include "demo/SampleHome.hpp"
 
-#include "demo/Failure.hpp"
+#include "support/Files.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <sstream>
-#include <system_error>
 #include <vector>
 
 namespace velmiro::demo {
@@ -78,52 +75,37 @@ std::string isoDay(std::chrono::year_month_day day) {
     return text.data();
 }
 
-SampleHome::SampleHome(const std::string& samples) {
-    // Not below TMPDIR: the path of a socket has 103 bytes at most.
-    std::string pattern = "/tmp/velmiro-demo-XXXXXX";
-    require(::mkdtemp(pattern.data()) != nullptr, "no temporary home could be made");
-    path_ = pattern;
+SampleHome::SampleHome(const std::string& samples) : folder_{"/tmp"} {
     fillCalendars();
     fillReminders();
     fillContacts();
     copy(samples);
 }
 
-SampleHome::~SampleHome() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-}
-
 std::map<std::string, std::string> SampleHome::environment() const {
-    return {{"HOME", path_.string()},
+    return {{"HOME", folder_.path().string()},
             {"TZ", "Europe/Berlin"},
             {"LC_ALL", "en_GB.UTF-8"},
             {"VELMIRO_APPROVAL_SOCKET", ""}};
 }
 
 fs::path SampleHome::data() const {
-    return path_ / "Library/Application Support/Velmiro";
+    return folder_.path() / "Library/Application Support/Velmiro";
 }
 
 std::map<std::string, std::string> SampleHome::files() const {
     std::map<std::string, std::string> files;
     for (const auto& entry : fs::recursive_directory_iterator{data()}) {
         if (entry.is_regular_file()) {
-            std::ostringstream content;
-            content << std::ifstream{entry.path(), std::ios::binary}.rdbuf();
-            files.emplace(fs::relative(entry.path(), data()).string(), content.str());
+            files.emplace(fs::relative(entry.path(), data()).string(),
+                          support::readFile(entry.path()));
         }
     }
     return files;
 }
 
 void SampleHome::write(const std::string& name, const std::string& content) const {
-    const fs::path file = data() / name;
-    fs::create_directories(file.parent_path());
-    std::ofstream stream{file, std::ios::binary};
-    stream << content;
-    stream.close();
-    require(!stream.fail(), "the sample data could not be written");
+    folder_.write(data() / name, content);
 }
 
 void SampleHome::fillCalendars() const {

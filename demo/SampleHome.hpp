@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/TemporaryFolder.hpp"
+
 #include <chrono>
 #include <filesystem>
 #include <map>
@@ -13,17 +15,12 @@ class SampleHome {
 public:
     /// `samples` is the folder of the notes and messages to start with.
     explicit SampleHome(const std::string& samples);
-    SampleHome(const SampleHome&) = delete;
-    SampleHome& operator=(const SampleHome&) = delete;
-    ~SampleHome();
 
     /// What a program needs in its environment to live in this home.
     [[nodiscard]] std::map<std::string, std::string> environment() const;
 
     /// Every file of the user's data, by its path in their folder, and what is in it.
     [[nodiscard]] std::map<std::string, std::string> files() const;
-
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
 private:
     [[nodiscard]] std::filesystem::path data() const;
@@ -33,7 +30,7 @@ private:
     void fillContacts() const;
     void copy(const std::string& samples) const;
 
-    std::filesystem::path path_;
+    support::TemporaryFolder folder_;
 };
 
 /// The day this many days from today, in the zone of the demo.

@@ -134,7 +134,7 @@ std::string Stage::callWithQuestionThatFails(const char* tool, const JSONValue& 
 bool Stage::ask(const char* tool, const JSONValue& arguments, const std::string& about,
                 bool played) {
     sendCall(tool, arguments);
-    const std::string question = host_.readUpTo({"[y/n] "});
+    const std::string question = host_.readThrough({"[y/n] "});
     require(question.find(about) != std::string::npos, "the question should say: " + about);
     return answer(question, played);
 }
@@ -156,7 +156,7 @@ bool Stage::answer(std::string question, bool played) {
             transcript_.say(Speaker::user, played ? "y" : "n");
             host_.write(played ? "y\n" : "n\n");
         }
-        question = host_.readUpTo({"Allowed.\n", "Refused.\n", "gone.\n", "[y/n] "});
+        question = host_.readThrough({"Allowed.\n", "Refused.\n", "gone.\n", "[y/n] "});
         if (!question.ends_with("[y/n] ")) {
             transcript_.say(Speaker::host, trimmed(question));
             return question.ends_with("Allowed.\n");

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MCPStdio/json/JSONValue.hpp"
-#include "demo/Child.hpp"
+#include "demo/Program.hpp"
 #include "demo/SampleHome.hpp"
 #include "demo/Transcript.hpp"
 
@@ -76,8 +76,8 @@ private:
     SampleHome home_;
     int usersTurns_; ///< how many questions the user still answers
     int requests_ = 0;
-    Child host_;
-    Child server_;
+    Program host_;
+    Program server_;
 };
 
 /// The files of `after` that are new or changed since `before`, by their paths.

@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
 
 # Where our C++ lies.
-cpp_folders=(MCPStdio velmiro_mcp approval_host examples demo tests bench)
+cpp_folders=(MCPStdio velmiro_mcp approval_host examples support demo tests bench)
 # shellcheck disable=SC2034 # for those who source this
 end_to_end=tests/end_to_end
 osascript=osascript

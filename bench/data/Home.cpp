@@ -3,33 +3,21 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
-#include <stdexcept>
 #include <thread>
 #include <unistd.h>
 
 namespace velmiro::bench {
 
 Home::Home() {
-    std::string name = (std::filesystem::temp_directory_path() / "velmiro-bench-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error{"no temporary folder"};
-    }
-    path_ = name;
     enter();
 }
 
-Home::~Home() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
 void Home::enter() const {
-    ::setenv("HOME", path_.c_str(), 1);
+    ::setenv("HOME", path().c_str(), 1);
 }
 
 std::filesystem::path Home::folder(const std::string& name) const {
-    auto folder = path_ / "Library/Application Support/Velmiro" / name;
+    auto folder = path() / "Library/Application Support/Velmiro" / name;
     std::filesystem::create_directories(folder);
     return folder;
 }
@@ -37,14 +25,6 @@ std::filesystem::path Home::folder(const std::string& name) const {
 void Home::settle() const {
     ::sync();
     std::this_thread::sleep_for(std::chrono::seconds{3});
-}
-
-void writeFile(const std::filesystem::path& file, const std::string& text) {
-    std::ofstream stream{file, std::ios::binary};
-    stream << text;
-    if (!stream.flush()) {
-        throw std::runtime_error{"cannot write " + file.string()};
-    }
 }
 
 std::string Words::word() {

@@ -1,6 +1,8 @@
 #pragma once
 
-#include <chrono>
+#include "support/Files.hpp"
+#include "support/TemporaryFolder.hpp"
+
 #include <cstdint>
 #include <filesystem>
 #include <random>
@@ -8,40 +10,38 @@
 
 namespace velmiro::bench {
 
-/// A home for made-up data, gone with this object. HOME is set to the one made last.
+using support::writeFile;
+
+/// A temporary home for generated data. HOME is set to the newest one.
 class Home {
 public:
     Home();
-    Home(const Home&) = delete;
-    Home& operator=(const Home&) = delete;
-    ~Home();
 
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+    [[nodiscard]] const std::filesystem::path& path() const { return folder_.path(); }
 
     /// Sets HOME to this one.
     void enter() const;
 
-    /// A folder of the server's data, such as Calendars/work; made when it is missing.
+    /// Returns a folder of the server's data, such as Calendars/work, and creates it if needed.
     std::filesystem::path folder(const std::string& name) const;
 
-    /// Waits until the files are on the disk, and old enough to count as files that rest.
+    /// Waits until the files are on disk, and no longer so young that programs read them again.
     void settle() const;
 
 private:
-    std::filesystem::path path_;
+    support::TemporaryFolder folder_;
 };
 
-void writeFile(const std::filesystem::path& file, const std::string& text);
-
-/// Made-up texts, the same in every run.
+/// Generates texts, the same in every run.
 class Words {
 public:
-    /// A number from 0 to `end` - 1. Distributions differ between libraries; this does not.
+    /// Returns a number from 0 to `end` - 1. The standard distributions differ between libraries;
+    /// this does not.
     std::size_t below(std::size_t end) { return random_() % end; }
 
     std::string word();
 
-    /// Lines of about seventy characters.
+    /// Returns lines of at most seventy characters.
     std::string paragraph(std::size_t words, const char* lineEnd = "\n");
 
 private:

@@ -7,7 +7,6 @@
 #include "bench/scale/SilentHost.hpp"
 
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <future>
@@ -137,7 +136,7 @@ private:
 } // namespace
 
 PendingCalls::~PendingCalls() {
-    ::kill(server_.process(), SIGKILL);
+    server_.kill();
 }
 
 std::unique_ptr<PendingCalls> startSuspended(int) {

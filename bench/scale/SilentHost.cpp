@@ -13,10 +13,12 @@
 #include <sys/un.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace velmiro::bench {
 namespace {
 
+using MCPStdio::Descriptor;
 using MCPStdio::JSONValue;
 
 [[noreturn]] void fail(const char* call) {
@@ -49,42 +51,28 @@ SilentHost::SilentHost(const std::filesystem::path& path) {
         throw std::runtime_error{"the socket's path is too long: " + text};
     }
     std::memcpy(address.sun_path, text.data(), text.size());
-    listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (listener_ < 0) {
+    listener_ = Descriptor{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
+    if (!listener_) {
         fail("socket");
     }
-    if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(listener_, SOMAXCONN) != 0) {
-        const int error = errno;
-        ::close(listener_);
-        throw std::system_error{error, std::generic_category(), text};
+    if (::bind(listener_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(listener_.get(), SOMAXCONN) != 0) {
+        throw std::system_error{errno, std::generic_category(), text};
     }
-}
-
-SilentHost::~SilentHost() {
-    closeAll(); // which is a no as well
-    ::close(listener_);
-}
-
-void SilentHost::closeAll() {
-    for (const int connection : waiting_) {
-        ::close(connection);
-    }
-    waiting_.clear();
 }
 
 std::size_t SilentHost::takeQuestions(std::size_t count, std::chrono::milliseconds patience) {
     while (waiting_.size() < count) {
-        const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-        if (connection >= 0) {
-            waiting_.push_back(connection);
-            readQuestion(connection);
+        Descriptor connection{::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)};
+        if (connection) {
+            waiting_.push_back(std::move(connection));
+            readQuestion(waiting_.back().get());
             continue;
         }
         if (errno != EAGAIN && errno != EINTR) {
             fail("accept4");
         }
-        pollfd coming{listener_, POLLIN, 0};
+        pollfd coming{listener_.get(), POLLIN, 0};
         if (::poll(&coming, 1, static_cast<int>(patience.count())) == 0) {
             break;
         }
@@ -94,13 +82,13 @@ std::size_t SilentHost::takeQuestions(std::size_t count, std::chrono::millisecon
 
 void SilentHost::refuseAll() {
     constexpr std::string_view no = "{\"allow\":false}\n";
-    for (const int connection : waiting_) {
-        if (::send(connection, no.data(), no.size(), MSG_NOSIGNAL) !=
+    for (const Descriptor& connection : waiting_) {
+        if (::send(connection.get(), no.data(), no.size(), MSG_NOSIGNAL) !=
             static_cast<ssize_t>(no.size())) {
             fail("send");
         }
     }
-    closeAll();
+    waiting_.clear();
 }
 
 } // namespace velmiro::bench

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "MCPStdio/transport/Descriptor.hpp"
+
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
@@ -13,9 +15,6 @@ class SilentHost {
 public:
     /// Listens at a path. Throws std::system_error.
     explicit SilentHost(const std::filesystem::path& path);
-    SilentHost(const SilentHost&) = delete;
-    SilentHost& operator=(const SilentHost&) = delete;
-    ~SilentHost();
 
     /// Takes in questions until so many wait for an answer, or none came for that long. Gives how
     /// many wait. Throws std::runtime_error for what is no question, and std::system_error.
@@ -25,10 +24,8 @@ public:
     void refuseAll();
 
 private:
-    void closeAll();
-
-    int listener_ = -1;
-    std::vector<int> waiting_; ///< the connections of questions that are not answered
+    MCPStdio::Descriptor listener_;
+    std::vector<MCPStdio::Descriptor> waiting_; ///< the connections of unanswered questions
 };
 
 } // namespace velmiro::bench

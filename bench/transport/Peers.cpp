@@ -1,12 +1,11 @@
 #include "bench/transport/Peers.hpp"
 
 #include "bench/Server.hpp"
+#include "support/Files.hpp"
 
 #include <array>
-#include <cstdlib>
-#include <fstream>
+#include <filesystem>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace velmiro::bench {
 namespace {
@@ -37,27 +36,9 @@ std::string askNode(const char* expression) {
     return answer;
 }
 
-std::filesystem::path newFile() {
-    std::string name = (std::filesystem::temp_directory_path() / "velmiro-bench-XXXXXX").string();
-    const int descriptor = ::mkstemp(name.data());
-    if (descriptor == -1) {
-        throw std::runtime_error{"no temporary file"};
-    }
-    ::close(descriptor);
-    return name;
-}
-
 } // namespace
 
-Peers::Peers()
-    : node_{askNode("process.execPath")},
-      version_{askNode("process.version")},
-      tools_{newFile()} {}
-
-Peers::~Peers() {
-    std::error_code ignored;
-    std::filesystem::remove(tools_, ignored);
-}
+Peers::Peers() : node_{askNode("process.execPath")}, version_{askNode("process.version")} {}
 
 std::vector<Program> Peers::withEcho() const {
     std::vector<Program> programs;
@@ -69,14 +50,11 @@ std::vector<Program> Peers::withEcho() const {
 }
 
 std::vector<Program> Peers::withTools(const MCPStdio::JSONValue& tools) const {
-    std::ofstream file{tools_};
-    file << tools.jsonString();
-    if (!file.flush()) {
-        throw std::runtime_error{"cannot write " + tools_.string()};
-    }
+    const std::string file = folder_ / "tools.json";
+    support::writeFile(file, tools.jsonString());
     auto programs = withEcho();
     for (Program& program : programs) {
-        program.command.push_back(tools_.string());
+        program.command.push_back(file);
     }
     return programs;
 }

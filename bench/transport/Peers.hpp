@@ -1,8 +1,8 @@
 #pragma once
 
 #include "bench/transport/Contender.hpp"
+#include "support/TemporaryFolder.hpp"
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -14,9 +14,6 @@ class Peers {
 public:
     /// Throws std::runtime_error when there is no Node.js.
     Peers();
-    Peers(const Peers&) = delete;
-    Peers& operator=(const Peers&) = delete;
-    ~Peers();
 
     [[nodiscard]] const std::string& nodeVersion() const { return version_; }
 
@@ -28,7 +25,7 @@ public:
 private:
     std::string node_; ///< the program itself, whatever stands in its place on the search path
     std::string version_;
-    std::filesystem::path tools_; ///< a file of our own
+    support::TemporaryFolder folder_; ///< for the list of tools
 };
 
 } // namespace velmiro::bench

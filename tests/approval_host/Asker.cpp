@@ -10,9 +10,7 @@
 #include <sys/un.h>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 
 namespace velmiro::host::test {
 
@@ -81,17 +79,6 @@ std::string Asker::reply() {
 bool Asker::isAnsweredWithin(int milliseconds) const {
     pollfd watched{socket_.get(), POLLIN, 0};
     return ::poll(&watched, 1, milliseconds) != 0;
-}
-
-TemporaryFolder::TemporaryFolder() {
-    std::string pattern = "/tmp/approval.XXXXXX";
-    EXPECT_NE(::mkdtemp(pattern.data()), nullptr);
-    path_ = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
 }
 
 Descriptor bindSocket(const std::string& path, bool listens) {

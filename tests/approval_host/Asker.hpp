@@ -1,11 +1,14 @@
 #pragma once
 
-#include "approval_host/Descriptor.hpp"
+#include "MCPStdio/transport/Descriptor.hpp"
+#include "support/TemporaryFolder.hpp"
 
 #include <string>
 #include <string_view>
 
 namespace velmiro::host::test {
+
+using MCPStdio::Descriptor;
 
 /// One connection to a host, as a server would open it.
 class Asker {
@@ -31,21 +34,9 @@ private:
 inline constexpr std::string_view yes = "{\"allow\":true}\n";
 inline constexpr std::string_view no = "{\"allow\":false}\n";
 
-/// A folder of its own for each test, removed with all that is in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder();
-
-    [[nodiscard]] std::string operator/(std::string_view name) const {
-        return path_ + '/' + std::string{name};
-    }
-    [[nodiscard]] const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
+/// A folder for sockets, whose path is short.
+struct TemporaryFolder : support::TemporaryFolder {
+    TemporaryFolder() : support::TemporaryFolder{"/tmp"} {}
 };
 
 /// A socket bound at the path; it listens, or nobody does.

@@ -1,12 +1,12 @@
 #include "tests/approval_host/HostProcess.hpp"
 
+#include "support/Pipe.hpp"
+
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <array>
@@ -18,24 +18,12 @@
 
 namespace velmiro::host::test {
 
+using MCPStdio::Descriptor;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto patience = std::chrono::seconds{30};
-
-struct Pipe {
-    Descriptor readEnd;
-    Descriptor writeEnd;
-};
-
-Pipe makePipe() {
-    std::array<int, 2> ends{-1, -1};
-    EXPECT_EQ(::pipe(ends.data()), 0);
-    for (const int end : ends) {
-        ::fcntl(end, F_SETFD, FD_CLOEXEC);
-    }
-    return {Descriptor{ends[0]}, Descriptor{ends[1]}};
-}
 
 Descriptor openTerminal(unsigned short columns) {
     Descriptor terminal{::posix_openpt(O_RDWR | O_NOCTTY)};
@@ -50,88 +38,57 @@ Descriptor openTerminal(unsigned short columns) {
     return terminal;
 }
 
-/// What the child becomes the program with; all of it is made before the fork.
-struct Prepared {
-    std::vector<char*> arguments;
-    std::string terminal;
-    int input = -1;
-    int output = -1;
-    int errors = -1;
-};
-
-[[noreturn]] void becomeHost(const Start& start, Prepared& prepared) {
-    ::umask(0);
+/// Returns the command line that starts the host: the shell, and `setsid` before it for a host at a
+/// terminal, prepare the process and become the host.
+std::vector<std::string> commandFor(const Start& start) {
+    std::string preparation = "umask 0; ";
     if (start.ignoredSignal) {
-        std::signal(*start.ignoredSignal, SIG_IGN);
+        preparation += "trap '' " + std::to_string(*start.ignoredSignal) + "; ";
     }
     if (start.descriptors) {
-        const rlimit limit{*start.descriptors, *start.descriptors};
-        ::setrlimit(RLIMIT_NOFILE, &limit);
+        preparation += "ulimit -n " + std::to_string(*start.descriptors) + "; ";
     }
-    if (!prepared.terminal.empty()) {
-        ::setsid();
-        prepared.input = ::open(prepared.terminal.c_str(), O_RDWR);
-        ::ioctl(prepared.input, TIOCSCTTY, 0);
-        prepared.output = prepared.input;
+    if (!start.environment.contains("VELMIRO_APPROVAL_SOCKET")) {
+        preparation += "unset VELMIRO_APPROVAL_SOCKET; ";
     }
-    ::dup2(prepared.errors, STDERR_FILENO);
-    ::dup2(prepared.output, STDOUT_FILENO);
-    if (start.input == Stdin::closed) {
-        ::close(STDIN_FILENO);
-    } else {
-        ::dup2(prepared.input, STDIN_FILENO);
+    preparation += "exec \"$0\" \"$@\"";
+    preparation += start.input == Stdin::closed ? " <&-" : "";
+    std::vector<std::string> command;
+    if (start.input == Stdin::terminal) {
+        command = {"/usr/bin/setsid", "--ctty"};
     }
-    if (prepared.input > STDERR_FILENO && !prepared.terminal.empty()) {
-        ::close(prepared.input);
-    }
-    ::unsetenv("VELMIRO_APPROVAL_SOCKET");
-    for (const auto& [name, value] : start.environment) {
-        ::setenv(name.c_str(), value.c_str(), 1);
-    }
-    ::execv(APPROVAL_HOST_BINARY, prepared.arguments.data());
-    ::_exit(127);
+    command.insert(command.end(), {"/bin/sh", "-c", preparation, APPROVAL_HOST_BINARY});
+    command.insert(command.end(), start.arguments.begin(), start.arguments.end());
+    return command;
 }
 
 } // namespace
 
 HostProcess::HostProcess(const Start& start) {
     std::signal(SIGPIPE, SIG_IGN);
-    Prepared prepared;
-    std::vector<std::string> texts = start.arguments;
-    texts.insert(texts.begin(), APPROVAL_HOST_BINARY);
-    for (std::string& text : texts) {
-        prepared.arguments.push_back(text.data());
-    }
-    prepared.arguments.push_back(nullptr);
-
-    Pipe errors = makePipe();
-    prepared.errors = errors.writeEnd.get();
-    Pipe input;
-    Pipe output;
+    Descriptor hostInput;
+    Descriptor hostOutput;
     if (start.input == Stdin::terminal) {
         input_ = openTerminal(start.columns);
-        prepared.terminal = ::ptsname(input_.get());
         output_ = Descriptor{::fcntl(input_.get(), F_DUPFD_CLOEXEC, 0)};
+        hostInput = Descriptor{::open(::ptsname(input_.get()), O_RDWR | O_NOCTTY | O_CLOEXEC)};
+        hostOutput = Descriptor{::fcntl(hostInput.get(), F_DUPFD_CLOEXEC, 0)};
     } else {
-        input = makePipe();
-        output = makePipe();
-        prepared.input = input.readEnd.get();
-        prepared.output = output.writeEnd.get();
-        input_ = std::move(input.writeEnd);
-        output_ = std::move(output.readEnd);
+        auto input = support::makePipe();
+        auto output = support::makePipe();
+        hostInput = std::move(input.reading);
+        input_ = std::move(input.writing);
+        hostOutput = std::move(output.writing);
+        output_ = std::move(output.reading);
     }
-    errorOutput_ = std::move(errors.readEnd);
-    child_ = ::fork();
-    if (child_ == 0) {
-        becomeHost(start, prepared);
-    }
-}
-
-HostProcess::~HostProcess() {
-    if (child_ > 0) {
-        ::kill(child_, SIGKILL);
-        ::waitpid(child_, nullptr, 0);
-    }
+    auto errors = support::makePipe();
+    errorOutput_ = std::move(errors.reading);
+    child_.emplace(support::ChildProcess::Options{.arguments = commandFor(start),
+                                                  .environment = start.environment,
+                                                  .inheritsEnvironment = true,
+                                                  .input = hostInput.get(),
+                                                  .output = hostOutput.get(),
+                                                  .error = errors.writing.get()});
 }
 
 bool HostProcess::pump(int milliseconds) {
@@ -196,13 +153,13 @@ void HostProcess::type(std::string_view text) {
 }
 
 void HostProcess::signal(int number) const {
-    EXPECT_EQ(::kill(child_, number), 0);
+    EXPECT_EQ(::kill(id(), number), 0);
 }
 
 void HostProcess::hold() const {
     signal(SIGSTOP);
     int status = 0;
-    EXPECT_EQ(::waitpid(child_, &status, WUNTRACED), child_);
+    EXPECT_EQ(::waitpid(id(), &status, WUNTRACED), id());
     EXPECT_TRUE(WIFSTOPPED(status));
 }
 
@@ -214,8 +171,7 @@ int HostProcess::waitForExit() {
             return -1;
         }
     }
-    int status = 0;
-    EXPECT_GT(::waitpid(std::exchange(child_, -1), &status, 0), 0);
+    const int status = child_->wait();
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "approval_host/Descriptor.hpp"
-
-#include <sys/types.h>
+#include "MCPStdio/transport/Descriptor.hpp"
+#include "support/ChildProcess.hpp"
 
 #include <map>
 #include <optional>
@@ -10,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-/// The real program, run by a test. Every wait has a deadline and fails the test when it passes.
+/// The real program, run by a test. Every wait has a deadline, and fails the test if it passes.
 namespace velmiro::host::test {
 
 enum class Stdin { pipe, terminal, closed };
@@ -19,8 +18,8 @@ struct Start {
     std::vector<std::string> arguments{};
     Stdin input = Stdin::pipe;                        ///< a terminal is standard output as well
     unsigned short columns = 80;                      ///< of the terminal
-    std::optional<unsigned> descriptors{};            ///< the most it may have
-    std::optional<int> ignoredSignal{};               ///< ignored already when it starts
+    std::optional<unsigned> descriptors{};            ///< the limit of its descriptors
+    std::optional<int> ignoredSignal{};               ///< ignored when it starts
     std::map<std::string, std::string> environment{}; ///< added to the test's own
 };
 
@@ -29,39 +28,39 @@ public:
     explicit HostProcess(const Start& start);
     HostProcess(const HostProcess&) = delete;
     HostProcess& operator=(const HostProcess&) = delete;
-    ~HostProcess();
+    ~HostProcess() = default;
 
-    /// Waits for this text in what was printed behind the text waited for last, and gives all that
-    /// was printed from there up to its end.
+    /// Waits until `text` is printed after the text that was waited for last, and returns all that
+    /// was printed in between, with `text`.
     std::string waitFor(std::string_view text);
-    /// Whether it listens; otherwise it has ended. Waits until one of the two is certain.
+    /// Waits until the host listens or has ended, and returns whether it listens.
     bool listens();
-    /// What is printed within this time behind the text waited for last.
+    /// Returns what is printed within this time after the text that was waited for last.
     std::string printedWithin(int milliseconds);
 
     void type(std::string_view text);
     void endInput() { input_.close(); }
     void closeOutput() { output_.close(); }
     void signal(int number) const;
-    /// Holds the program until SIGCONT; it has stopped when this returns.
+    /// Stops the program until SIGCONT; it has stopped when this returns.
     void hold() const;
 
-    /// The exit status; -1 where a signal ended it.
+    /// Returns the exit status; -1 if a signal ended it.
     int waitForExit();
     [[nodiscard]] const std::string& errors() const { return errors_; }
-    [[nodiscard]] pid_t id() const { return child_; }
+    [[nodiscard]] pid_t id() const { return child_->pid(); }
 
 private:
-    /// Reads what has come, for at most this long. False when there is nothing more to come.
+    /// Reads what is printed within this time. Returns false once both outputs have ended.
     bool pump(int milliseconds);
 
-    pid_t child_ = -1;
-    Descriptor input_;
-    Descriptor output_;
-    Descriptor errorOutput_;
+    std::optional<support::ChildProcess> child_;
+    MCPStdio::Descriptor input_;
+    MCPStdio::Descriptor output_;
+    MCPStdio::Descriptor errorOutput_;
     std::string printed_;
     std::string errors_;
-    std::size_t seen_ = 0;
+    std::size_t seen_ = 0; ///< of `printed_`
 };
 
 } // namespace velmiro::host::test

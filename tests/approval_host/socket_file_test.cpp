@@ -128,7 +128,7 @@ TEST(SocketFile, NeverTouchesAFileThatIsNoSocket) {
 
 TEST(SocketFile, HasAPathOf103BytesAtMost) {
     const TemporaryFolder home;
-    const std::string longest = home / std::string(103 - home.path().size() - 1, 's');
+    const std::string longest = home / std::string(103 - home.path().native().size() - 1, 's');
     ASSERT_EQ(longest.size(), 103U);
     HostProcess host{listenAt(longest)};
     host.waitFor("listening at");

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tests/support/TemporaryFolder.hpp"
+#include "support/ScopedVariable.hpp"
+#include "support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 #include "velmiro_mcp/base/Instant.hpp"
 #include "velmiro_mcp/ports/EventDatabase.hpp"
@@ -54,10 +55,10 @@ protected:
     Event onlyEvent(std::string_view start, std::string_view end) const;
     Calendar calendar(EntityType type, const std::string& title) const;
 
-    ScopedVariable zone{"TZ", "Europe/Berlin"};
-    ScopedVariable language{"LC_ALL", "en_GB.UTF-8"};
-    TemporaryFolder folder;
-    ScopedVariable home{"HOME", folder.path().c_str()};
+    support::ScopedVariable zone{"TZ", "Europe/Berlin"};
+    support::ScopedVariable language{"LC_ALL", "en_GB.UTF-8"};
+    support::TemporaryFolder folder;
+    support::ScopedVariable home{"HOME", folder.path().c_str()};
     std::unique_ptr<EventDatabase> database = openEventDatabase();
 };
 

@@ -5,8 +5,8 @@
 #include "velmiro_mcp/ports/LocalizedText.hpp"
 
 using namespace velmiro;
+using velmiro::support::ScopedVariable;
 using velmiro::test::Ability;
-using velmiro::test::ScopedVariable;
 using velmiro::test::whyNot;
 
 namespace {

@@ -1,19 +1,19 @@
 // The adapter's calls of EventKit, and its use of their results. The stand-ins record each call
 // with its arguments, in order.
 
+#include "support/ScopedVariable.hpp"
 #include "tests/macos/Failure.hpp"
 #include "tests/macos/standin/StandIn.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <algorithm>
 #include <gtest/gtest.h>
 
 using namespace velmiro;
+using velmiro::support::ScopedVariable;
 using velmiro::test::failureOf;
 using velmiro::test::FakeEventDatabase;
-using velmiro::test::ScopedVariable;
 using velmiro::test::StandIn;
 using velmiro::test::withoutStoreCreation;
 

@@ -1,9 +1,9 @@
 // The adapter's calls of EventKit for reminders, and the ways in which a fetch may complete.
 
+#include "support/ScopedVariable.hpp"
 #include "tests/macos/Failure.hpp"
 #include "tests/macos/standin/StandIn.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <algorithm>
@@ -11,9 +11,9 @@
 #include <thread>
 
 using namespace velmiro;
+using velmiro::support::ScopedVariable;
 using velmiro::test::failureOf;
 using velmiro::test::FakeEventDatabase;
-using velmiro::test::ScopedVariable;
 using velmiro::test::StandIn;
 using velmiro::test::withoutStoreCreation;
 

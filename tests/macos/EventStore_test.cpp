@@ -4,10 +4,10 @@
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "support/ScopedVariable.hpp"
 #include "tests/macos/Failure.hpp"
 #include "tests/macos/standin/StandIn.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <algorithm>
@@ -17,9 +17,9 @@
 using namespace velmiro;
 using MCPStdio::JSONValue;
 using MCPStdio::syncWait;
+using velmiro::support::ScopedVariable;
 using velmiro::test::failureOf;
 using velmiro::test::FakeEventDatabase;
-using velmiro::test::ScopedVariable;
 using velmiro::test::StandIn;
 
 namespace {

@@ -1,20 +1,21 @@
 // An exception of a framework, wherever it is raised, becomes an error of the port or is ignored.
 // It never ends the process.
 
+#include "support/ScopedVariable.hpp"
+#include "support/TemporaryFolder.hpp"
 #include "tests/macos/Failure.hpp"
 #include "tests/macos/standin/StandIn.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <gtest/gtest.h>
 
 using namespace velmiro;
+using velmiro::support::ScopedVariable;
+using velmiro::support::TemporaryFolder;
 using velmiro::test::failureOf;
 using velmiro::test::FakeEventDatabase;
-using velmiro::test::ScopedVariable;
 using velmiro::test::StandIn;
-using velmiro::test::TemporaryFolder;
 
 namespace {
 

@@ -1,12 +1,20 @@
 #pragma once
 
-#include "tests/support/ChildProcess.hpp"
-#include "tests/support/TemporaryFolder.hpp"
+#include "support/ChildProcess.hpp"
+#include "support/Eventually.hpp"
+#include "support/Files.hpp"
+#include "support/TemporaryFolder.hpp"
+#include "tests/support/Snapshot.hpp"
 
 #include <map>
 #include <string>
 
 namespace velmiro::test {
+
+using support::ChildProcess;
+using support::eventually;
+using support::readFile;
+using support::TemporaryFolder;
 
 /// The variables a server of these tests gets: a home of its own, a known zone and language.
 inline std::map<std::string, std::string> environmentFor(const TemporaryFolder& home) {
@@ -17,10 +25,7 @@ inline std::map<std::string, std::string> environmentFor(const TemporaryFolder& 
 }
 
 inline ChildProcess::Options serverIn(const TemporaryFolder& home) {
-    ChildProcess::Options options;
-    options.arguments = {SERVER_BINARY};
-    options.environment = environmentFor(home);
-    return options;
+    return {.arguments = {SERVER_BINARY}, .environment = environmentFor(home)};
 }
 
 /// The same file under another name, so that a program finds itself in another folder.

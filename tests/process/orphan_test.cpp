@@ -1,5 +1,6 @@
 // A host that is killed while a question of its server waits for the user.
 
+#include "support/Pipe.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 using namespace velmiro::test;
+using velmiro::support::makePipe;
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
@@ -25,26 +27,6 @@ public:
     ScopedGuardianship(const ScopedGuardianship&) = delete;
     ScopedGuardianship& operator=(const ScopedGuardianship&) = delete;
     ~ScopedGuardianship() { ::prctl(PR_SET_CHILD_SUBREAPER, 0, 0, 0, 0); }
-};
-
-struct Pipe {
-    Pipe() {
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-            throw std::runtime_error{"no pipe"};
-        }
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-    ~Pipe() {
-        closeWriting();
-        ::close(ends[0]);
-    }
-    void closeWriting() {
-        if (ends[1] >= 0) {
-            ::close(std::exchange(ends[1], -1));
-        }
-    }
-    std::array<int, 2> ends{};
 };
 
 bool endedByBrokenPipe(std::optional<int> status) {
@@ -78,19 +60,19 @@ protected:
     template <typename Condition>
     void losesItsParent(const ChildProcess::Options& options, const std::string& call,
                         Condition when) {
-        Pipe identity;
+        auto identity = makePipe();
         const pid_t parent = ::fork();
         if (parent == 0) {
             const ChildProcess child{options};
             const pid_t started = child.pid();
             child.writeLine(call);
-            if (::write(identity.ends[1], &started, sizeof started) == sizeof started) {
+            if (::write(identity.writing.get(), &started, sizeof started) == sizeof started) {
                 ::pause();
             }
             ::_exit(1);
         }
-        identity.closeWriting();
-        ASSERT_EQ(::read(identity.ends[0], &pid, sizeof pid), ssize_t{sizeof pid});
+        identity.writing.close();
+        ASSERT_EQ(::read(identity.reading.get(), &pid, sizeof pid), ssize_t{sizeof pid});
         EXPECT_TRUE(eventually(when));
         ::kill(parent, SIGKILL);
         ASSERT_EQ(::waitpid(parent, nullptr, 0), parent);
@@ -136,15 +118,16 @@ protected:
 } // namespace
 
 TEST_F(AnOrphan, DoesWhatItsUserAllowsAndEndsWellWhereSomebodyReadsItsReply) {
-    Pipe output;
+    auto output = makePipe();
     auto options = server();
-    options.output = output.ends[1];
+    options.output = output.writing.get();
     losesItsParentOverAQuestion(options);
-    output.closeWriting();
+    output.writing.close();
     staysUntilTheAnswer();
     std::string reply;
     std::array<char, 1024> chunk{};
-    for (ssize_t count = 0; (count = ::read(output.ends[0], chunk.data(), chunk.size())) > 0;) {
+    for (ssize_t count = 0;
+         (count = ::read(output.reading.get(), chunk.data(), chunk.size())) > 0;) {
         reply.append(chunk.data(), static_cast<std::size_t>(count));
     }
     EXPECT_TRUE(reply.starts_with(R"({"id":1,)") && reply.ends_with("}\n")) << reply;

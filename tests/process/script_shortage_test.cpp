@@ -3,10 +3,11 @@
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
-#include "tests/support/ChildProcess.hpp"
+#include "MCPStdio/transport/Descriptor.hpp"
+#include "support/Eventually.hpp"
+#include "support/TemporaryFolder.hpp"
 #include "tests/support/FakeScript.hpp"
 #include "tests/support/ScopedDescriptorLimit.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/services/ScriptRunner.hpp"
 
 #include <fcntl.h>
@@ -18,11 +19,12 @@
 
 using namespace velmiro;
 using namespace std::chrono_literals;
+using MCPStdio::Descriptor;
 using MCPStdio::JSONValue;
-using velmiro::test::eventually;
+using velmiro::support::eventually;
+using velmiro::support::TemporaryFolder;
 using velmiro::test::ScopedDescriptorLimit;
 using velmiro::test::steps;
-using velmiro::test::TemporaryFolder;
 
 namespace {
 
@@ -36,17 +38,15 @@ JSONValue run(ScriptRunner& runner, const std::string& script) {
 
 TEST(ScriptShortage, WaitForDescriptorsThatOthersHave) {
     ScriptRunner runner{FAKE_OSASCRIPT};
-    std::vector<int> taken;
     const ScopedDescriptorLimit few{200};
-    for (int next = 0; (next = ::open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) {
-        taken.push_back(next);
+    std::vector<Descriptor> taken;
+    while (Descriptor next{::open("/dev/null", O_RDONLY | O_CLOEXEC)}) {
+        taken.push_back(std::move(next));
     }
     ASSERT_EQ(errno, EMFILE);
     auto call = std::async(std::launch::async, [&] { return run(runner, "out 1"); });
     EXPECT_EQ(call.wait_for(100ms), std::future_status::timeout);
-    for (const int descriptor : taken) {
-        ::close(descriptor);
-    }
+    taken.clear();
     EXPECT_EQ(call.get(), JSONValue{1});
 }
 

@@ -1,5 +1,6 @@
 // How the server meets its standard streams: whatever they are, it neither hangs nor loses a reply.
 
+#include "support/Pipe.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 
 #include <array>
@@ -13,6 +14,8 @@
 #include <unistd.h>
 
 using namespace velmiro::test;
+using MCPStdio::Descriptor;
+using velmiro::support::makePipe;
 
 namespace {
 
@@ -22,9 +25,8 @@ bool endedWell(std::optional<int> status) {
 
 /// Runs a command line of the shell and gives its exit status.
 int shell(const TemporaryFolder& home, const std::string& command) {
-    ChildProcess::Options options;
-    options.arguments = {"/bin/sh", "-c", command};
-    options.environment = environmentFor(home);
+    ChildProcess::Options options{.arguments = {"/bin/sh", "-c", command},
+                                  .environment = environmentFor(home)};
     options.environment["SERVER"] = SERVER_BINARY;
     ChildProcess child{options};
     child.closeInput();
@@ -70,29 +72,27 @@ TEST(Streams, OutputIntoAFileIsComplete) {
 
 TEST(Streams, NonBlockingStreamsAreServed) {
     const TemporaryFolder home;
-    std::array<int, 2> in{};
-    std::array<int, 2> out{};
-    ASSERT_EQ(::pipe2(in.data(), O_CLOEXEC | O_NONBLOCK), 0);
-    ASSERT_EQ(::pipe2(out.data(), O_CLOEXEC | O_NONBLOCK), 0);
+    auto in = makePipe(O_NONBLOCK);
+    auto out = makePipe(O_NONBLOCK);
     auto options = serverIn(home);
-    options.input = in[0];
-    options.output = out[1];
+    options.input = in.reading.get();
+    options.output = out.writing.get();
     ChildProcess server{options};
-    ::close(in[0]);
-    ::close(out[1]);
+    in.reading.close();
+    out.writing.close();
     std::string written;
     for (int i = 0; i < 1000; ++i) {
         written += ping(i) + "\n";
     }
-    ASSERT_EQ(::write(in[1], written.data(), written.size()), static_cast<ssize_t>(written.size()));
-    ::close(in[1]);
-    ::fcntl(out[0], F_SETFL, 0);
+    ASSERT_EQ(::write(in.writing.get(), written.data(), written.size()),
+              static_cast<ssize_t>(written.size()));
+    in.writing.close();
+    ::fcntl(out.reading.get(), F_SETFL, 0);
     std::string received;
     std::array<char, 4096> chunk{};
-    for (ssize_t count = 0; (count = ::read(out[0], chunk.data(), chunk.size())) > 0;) {
+    for (ssize_t count = 0; (count = ::read(out.reading.get(), chunk.data(), chunk.size())) > 0;) {
         received.append(chunk.data(), static_cast<std::size_t>(count));
     }
-    ::close(out[0]);
     std::string expected;
     for (int i = 0; i < 1000; ++i) {
         expected += pong(i) + "\n";
@@ -103,22 +103,20 @@ TEST(Streams, NonBlockingStreamsAreServed) {
 
 TEST(Streams, ATerminalIsServed) {
     const TemporaryFolder home;
-    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_GE(terminal, 0);
-    ASSERT_EQ(::grantpt(terminal), 0);
-    ASSERT_EQ(::unlockpt(terminal), 0);
-    const int other = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_GE(other, 0);
+    const Descriptor terminal{::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    ASSERT_TRUE(terminal);
+    ASSERT_EQ(::grantpt(terminal.get()), 0);
+    ASSERT_EQ(::unlockpt(terminal.get()), 0);
+    const Descriptor other{::open(::ptsname(terminal.get()), O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    ASSERT_TRUE(other);
     auto options = serverIn(home);
-    options.input = other;
+    options.input = other.get();
     ChildProcess server{options};
     const std::string line = ping(1) + "\n";
-    ASSERT_EQ(::write(terminal, line.data(), line.size()), static_cast<ssize_t>(line.size()));
+    ASSERT_EQ(::write(terminal.get(), line.data(), line.size()), static_cast<ssize_t>(line.size()));
     EXPECT_EQ(server.readLine(), pong(1));
-    ASSERT_EQ(::write(terminal, "\x04", 1), 1); // end of input
+    ASSERT_EQ(::write(terminal.get(), "\x04", 1), 1); // end of input
     EXPECT_TRUE(endedWell(server.waitForEnd()));
-    ::close(other);
-    ::close(terminal);
 }
 
 TEST(Streams, AClosedOutputEndsTheServerAlsoWhereTheSignalWasIgnored) {
@@ -137,25 +135,23 @@ TEST(Streams, AClosedOutputEndsTheServerAlsoWhereTheSignalWasIgnored) {
 
 TEST(Streams, AKilledParentEndsAnIdleServerAtOnce) {
     const TemporaryFolder home;
-    std::array<int, 2> output{}; // the server holds its end until it is gone
-    ASSERT_EQ(::pipe2(output.data(), O_CLOEXEC), 0);
+    auto output = makePipe(); // the server holds its end until it is gone
     const pid_t parent = ::fork();
     if (parent == 0) {
         auto options = serverIn(home);
-        options.output = output[1];
+        options.output = output.writing.get();
         const ChildProcess server{options};
         server.writeLine(ping(1));
         ::pause();
     }
-    ::close(output[1]);
+    output.writing.close();
     std::array<char, 256> reply{};
-    const ssize_t count = ::read(output[0], reply.data(), reply.size());
+    const ssize_t count = ::read(output.reading.get(), reply.data(), reply.size());
     EXPECT_EQ(std::string(reply.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))),
               pong(1) + "\n");
     ::kill(parent, SIGKILL);
     ::waitpid(parent, nullptr, 0);
-    EXPECT_EQ(::read(output[0], reply.data(), reply.size()), 0);
-    ::close(output[0]);
+    EXPECT_EQ(::read(output.reading.get(), reply.data(), reply.size()), 0);
 }
 
 TEST(Streams, SixtyFourMebibytesOfPingsWrittenBeforeAReplyIsReadAreAllAnswered) {

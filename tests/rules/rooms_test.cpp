@@ -90,8 +90,9 @@ std::vector<Include> includesOf(const std::string& text) {
 const std::map<std::string, std::vector<Include>>& includes() {
     static const auto all = [] {
         std::map<std::string, std::vector<Include>> found;
-        for (const SourceFile& file : sourcesIn({"MCPStdio", "velmiro_mcp", "approval_host",
-                                                 "examples", "demo", "bench", "tests", "cmake"})) {
+        for (const SourceFile& file :
+             sourcesIn({"MCPStdio", "velmiro_mcp", "approval_host", "examples", "support", "demo",
+                        "bench", "tests", "cmake"})) {
             found[file.path] = includesOf(file.text);
         }
         return found;

@@ -1,20 +1,47 @@
 #include "tests/support/ScriptedHost.hpp"
 
-#include "tests/support/Descriptors.hpp"
-
 #include <algorithm>
 #include <cstring>
+#include <fcntl.h>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace velmiro::test {
+
+using MCPStdio::Descriptor;
+
 namespace {
 
 #ifdef MSG_NOSIGNAL
 constexpr int withoutSignal = MSG_NOSIGNAL;
 #else
-constexpr int withoutSignal = 0; // an option of the socket says it
+constexpr int withoutSignal = 0; // macOS has an option of the socket instead
+#endif
+
+// Linux opens sockets that no child inherits; macOS marks them afterwards.
+#ifdef SOCK_CLOEXEC
+Descriptor makeSocket() {
+    return Descriptor{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+}
+
+Descriptor acceptFrom(int listener) {
+    return Descriptor{::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)};
+}
+#else
+Descriptor makeSocket() {
+    Descriptor made{::socket(AF_UNIX, SOCK_STREAM, 0)};
+    ::fcntl(made.get(), F_SETFD, FD_CLOEXEC);
+    return made;
+}
+
+Descriptor acceptFrom(int listener) {
+    Descriptor connection{::accept(listener, nullptr, nullptr)};
+    const int on = 1;
+    ::setsockopt(connection.get(), SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
+    ::fcntl(connection.get(), F_SETFD, FD_CLOEXEC);
+    return connection;
+}
 #endif
 
 } // namespace
@@ -27,8 +54,9 @@ ScriptedHost::ScriptedHost(const std::filesystem::path& path, Serve serve)
         throw std::runtime_error{"the socket's path is too long"};
     }
     std::memcpy(address_.sun_path, text.data(), text.size());
-    listener_ = makeLocalSocket();
-    if (::bind(listener_, address(), sizeof address_) != 0 || ::listen(listener_, SOMAXCONN) != 0) {
+    listener_ = makeSocket();
+    if (::bind(listener_.get(), address(), sizeof address_) != 0 ||
+        ::listen(listener_.get(), SOMAXCONN) != 0) {
         throw std::runtime_error{"cannot listen at " + text};
     }
     accepting_ = std::thread{[this] { acceptAll(); }};
@@ -36,11 +64,10 @@ ScriptedHost::ScriptedHost(const std::filesystem::path& path, Serve serve)
 
 ScriptedHost::~ScriptedHost() {
     ending_ = true;
-    ::shutdown(listener_, SHUT_RDWR);
-    const int last = makeLocalSocket(); // macOS wakes nobody who accepts for the sake of a shutdown
-    static_cast<void>(::connect(last, address(), sizeof address_));
+    ::shutdown(listener_.get(), SHUT_RDWR);
+    const Descriptor last = makeSocket(); // on macOS a shutdown does not wake a thread in `accept`
+    static_cast<void>(::connect(last.get(), address(), sizeof address_));
     accepting_.join();
-    ::close(last);
     {
         const std::lock_guard lock{mutex_};
         for (const int connection : open_) {
@@ -50,29 +77,24 @@ ScriptedHost::~ScriptedHost() {
     for (std::thread& thread : serving_) {
         thread.join();
     }
-    ::close(listener_);
 }
 
 void ScriptedHost::acceptAll() {
     while (true) {
-        const int connection = acceptConnection(listener_);
-        if (connection < 0) {
-            return;
-        }
-        if (ending_) {
-            ::close(connection);
+        Descriptor connection = acceptFrom(listener_.get());
+        if (!connection || ending_) {
             return;
         }
         ++accepted_;
         {
             const std::lock_guard lock{mutex_};
-            open_.push_back(connection);
+            open_.push_back(connection.get());
         }
-        serving_.emplace_back([this, connection] {
-            serve_(connection);
+        serving_.emplace_back([this, connection = std::move(connection)]() mutable {
+            serve_(connection.get());
             const std::lock_guard lock{mutex_};
-            std::erase(open_, connection);
-            ::close(connection);
+            std::erase(open_, connection.get());
+            connection.close();
         });
     }
 }

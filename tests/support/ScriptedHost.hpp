@@ -1,5 +1,7 @@
 #pragma once
 
+#include "MCPStdio/transport/Descriptor.hpp"
+
 #include <atomic>
 #include <filesystem>
 #include <functional>
@@ -36,7 +38,7 @@ private:
     }
 
     sockaddr_un address_{};
-    int listener_ = -1;
+    MCPStdio::Descriptor listener_;
     std::atomic<bool> ending_{false};
     Serve serve_;
     std::atomic<std::size_t> accepted_{0};

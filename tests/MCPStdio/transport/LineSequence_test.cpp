@@ -1,6 +1,6 @@
 #include "MCPStdio/transport/LineSequence.hpp"
 
-#include "tests/support/Descriptors.hpp"
+#include "support/Pipe.hpp"
 
 #include <array>
 #include <fcntl.h>
@@ -89,18 +89,16 @@ TEST(LineSequence, LinesOfEveryLengthAroundTheBufferSizeAreWhole) {
 }
 
 TEST(LineSequence, ANonBlockingStreamIsWaitedFor) {
-    const auto ends = velmiro::test::makePipe(O_NONBLOCK);
-    ASSERT_GE(ends[0], 0);
+    auto ends = velmiro::support::makePipe(O_NONBLOCK);
     std::thread writer{[&] {
         std::this_thread::sleep_for(std::chrono::milliseconds{20});
-        EXPECT_EQ(::write(ends[1], "late\n", 5), 5);
-        ::close(ends[1]);
+        EXPECT_EQ(::write(ends.writing.get(), "late\n", 5), 5);
+        ends.writing.close();
     }};
-    LineSequence sequence{ends[0]};
+    LineSequence sequence{ends.reading.get()};
     EXPECT_EQ(sequence.next(), "late");
     EXPECT_EQ(sequence.next(), std::nullopt);
     writer.join();
-    ::close(ends[0]);
 }
 
 TEST(LineSequence, AnUnreadableDescriptorIsAtItsEnd) {

@@ -1,6 +1,6 @@
 #include "MCPStdio/transport/LineSink.hpp"
 
-#include "tests/support/Descriptors.hpp"
+#include "support/Pipe.hpp"
 
 #include <array>
 #include <chrono>
@@ -24,10 +24,9 @@ struct Ends {
     int writer = -1;
 };
 
-Ends makePipe(int flags) {
-    const auto ends = velmiro::test::makePipe(flags);
-    EXPECT_GE(ends[0], 0);
-    return {ends[0], ends[1]};
+Ends makePipe() {
+    auto [reading, writing] = velmiro::support::makePipe();
+    return {reading.release(), writing.release()};
 }
 
 std::string readAll(int descriptor) {
@@ -79,15 +78,15 @@ void sendsEverythingBeforeAnyoneReads(Ends ends) {
 } // namespace
 
 TEST(LineSink, SendingContinuesWithoutAReaderOfAPipe) {
-    sendsEverythingBeforeAnyoneReads(makePipe(O_CLOEXEC));
+    sendsEverythingBeforeAnyoneReads(makePipe());
 }
 
 TEST(LineSink, SendingContinuesBeforeAndWhileAPipeIsRead) {
-    sendsEverything(makePipe(O_CLOEXEC), 10'000);
+    sendsEverything(makePipe(), 10'000);
 }
 
 TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
-    const Ends ends = makePipe(O_CLOEXEC);
+    const Ends ends = makePipe();
     std::thread reader;
     {
         LineSink sink{ends.writer};
@@ -113,7 +112,7 @@ TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
 }
 
 TEST(LineSink, ThePipesFlagsStayAsTheParentSetThem) {
-    const Ends ends = makePipe(O_CLOEXEC);
+    const Ends ends = makePipe();
     const LineSink sink{ends.writer};
     EXPECT_EQ(::fcntl(ends.writer, F_GETFL) & O_NONBLOCK, 0);
     EXPECT_EQ(::fcntl(ends.reader, F_GETFL) & O_NONBLOCK, 0);
@@ -122,7 +121,7 @@ TEST(LineSink, ThePipesFlagsStayAsTheParentSetThem) {
 }
 
 TEST(LineSink, SendingContinuesWithoutAReaderOfANonBlockingPipe) {
-    const Ends ends = makePipe(O_CLOEXEC);
+    const Ends ends = makePipe();
     ASSERT_EQ(::fcntl(ends.writer, F_SETFL, O_NONBLOCK), 0);
     sendsEverythingBeforeAnyoneReads(ends);
 }
@@ -134,7 +133,7 @@ TEST(LineSink, SendingContinuesWithoutAReaderOfASocket) {
 }
 
 TEST(LineSink, LinesOfManyThreadsStayWhole) {
-    const Ends ends = makePipe(O_CLOEXEC);
+    const Ends ends = makePipe();
     std::string received;
     std::thread reader{[&] { received = readAll(ends.reader); }};
     {
@@ -170,7 +169,7 @@ TEST(LineSinkDeathTest, AClosedReaderEndsTheProcessEvenIfTheSignalIsIgnored) {
     EXPECT_EXIT(
         {
             std::signal(SIGPIPE, SIG_IGN);
-            const Ends ends = makePipe(O_CLOEXEC);
+            const Ends ends = makePipe();
             ::close(ends.reader);
             LineSink sink{ends.writer};
             sink.send(TextBuffer{"to nobody"});

@@ -1,13 +1,13 @@
 #include "velmiro_mcp/AppleTools/Arguments.hpp"
 
 #include "MCPStdio/MCPTool.hpp"
-#include "tests/support/TemporaryFolder.hpp"
+#include "support/ScopedVariable.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <gtest/gtest.h>
 
 using namespace velmiro;
-using velmiro::test::ScopedVariable;
+using velmiro::support::ScopedVariable;
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "support/ScopedVariable.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 #include "velmiro_mcp/services/EventStore.hpp"
@@ -13,8 +13,8 @@ using MCPStdio::MCPToolError;
 using MCPStdio::MCPToolResult;
 using MCPStdio::syncWait;
 using MCPStdio::Task;
+using velmiro::support::ScopedVariable;
 using velmiro::test::FakeEventDatabase;
-using velmiro::test::ScopedVariable;
 
 namespace {
 

@@ -1,8 +1,8 @@
 // The reminder tools, over a database that records its calls and the questions to the user.
 
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "support/ScopedVariable.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/AppleTools/AppleTools.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 #include "velmiro_mcp/services/EventStore.hpp"
@@ -15,8 +15,8 @@ using MCPStdio::MCPToolError;
 using MCPStdio::MCPToolResult;
 using MCPStdio::syncWait;
 using MCPStdio::Task;
+using velmiro::support::ScopedVariable;
 using velmiro::test::FakeEventDatabase;
-using velmiro::test::ScopedVariable;
 
 namespace {
 

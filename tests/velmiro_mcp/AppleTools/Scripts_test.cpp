@@ -1,6 +1,6 @@
 #include "velmiro_mcp/AppleTools/Scripts.hpp"
 
-#include "tests/support/TemporaryFolder.hpp"
+#include "support/Files.hpp"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@ using namespace velmiro;
 namespace {
 
 std::string file(const std::string& name) {
-    return test::readFile(std::filesystem::path{SOURCE_FOLDER} / "velmiro_mcp/AppleTools/scripts" /
-                          (name + ".js"));
+    return support::readFile(std::filesystem::path{SOURCE_FOLDER} /
+                             "velmiro_mcp/AppleTools/scripts" / (name + ".js"));
 }
 
 } // namespace

@@ -1,12 +1,12 @@
 #include "velmiro_mcp/base/Dates.hpp"
 
-#include "tests/support/TemporaryFolder.hpp"
+#include "support/ScopedVariable.hpp"
 
 #include <filesystem>
 #include <gtest/gtest.h>
 
 using namespace velmiro;
-using velmiro::test::ScopedVariable;
+using velmiro::support::ScopedVariable;
 
 namespace {
 

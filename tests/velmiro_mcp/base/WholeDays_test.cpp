@@ -1,12 +1,12 @@
 #include "velmiro_mcp/base/WholeDays.hpp"
 
-#include "tests/support/TemporaryFolder.hpp"
+#include "support/ScopedVariable.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <gtest/gtest.h>
 
 using namespace velmiro;
-using velmiro::test::ScopedVariable;
+using velmiro::support::ScopedVariable;
 
 namespace {
 

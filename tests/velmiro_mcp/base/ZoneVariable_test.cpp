@@ -1,14 +1,15 @@
 #include "velmiro_mcp/base/ZoneVariable.hpp"
 
-#include "tests/support/TemporaryFolder.hpp"
+#include "support/ScopedVariable.hpp"
+#include "support/TemporaryFolder.hpp"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 using namespace velmiro;
-using velmiro::test::ScopedVariable;
-using velmiro::test::TemporaryFolder;
+using velmiro::support::ScopedVariable;
+using velmiro::support::TemporaryFolder;
 
 TEST(ZoneVariable, AZoneFileOrARuleIsATimeZone) {
     for (const char* value :

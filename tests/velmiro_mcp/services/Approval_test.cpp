@@ -2,15 +2,17 @@
 
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "MCPStdio/json/JSONValue.hpp"
-#include "tests/support/ChildProcess.hpp"
+#include "support/Eventually.hpp"
+#include "support/ScopedVariable.hpp"
+#include "support/TemporaryFolder.hpp"
 #include "tests/support/ScriptedHost.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <optional>
 #include <unistd.h>
 
 using namespace velmiro;
+using namespace velmiro::support;
 using namespace velmiro::test;
 using MCPStdio::syncWait;
 using namespace std::chrono_literals;

@@ -4,8 +4,8 @@
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "support/ScopedVariable.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <gtest/gtest.h>
@@ -16,8 +16,8 @@ using namespace velmiro;
 using MCPStdio::JSONValue;
 using MCPStdio::MCPToolError;
 using MCPStdio::syncWait;
+using velmiro::support::ScopedVariable;
 using velmiro::test::FakeEventDatabase;
-using velmiro::test::ScopedVariable;
 
 namespace {
 

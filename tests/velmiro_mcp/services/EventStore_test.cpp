@@ -2,8 +2,8 @@
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "support/ScopedVariable.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <gtest/gtest.h>
@@ -12,8 +12,8 @@ using namespace velmiro;
 using MCPStdio::JSONValue;
 using MCPStdio::MCPToolError;
 using MCPStdio::syncWait;
+using velmiro::support::ScopedVariable;
 using velmiro::test::FakeEventDatabase;
-using velmiro::test::ScopedVariable;
 
 namespace {
 

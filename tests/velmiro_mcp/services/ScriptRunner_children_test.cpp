@@ -5,10 +5,11 @@
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
 #include "MCPStdio/concurrency/TaskGroup.hpp"
-#include "tests/support/ChildProcess.hpp"
+#include "support/Eventually.hpp"
+#include "support/ScopedVariable.hpp"
+#include "support/TemporaryFolder.hpp"
 #include "tests/support/FakeScript.hpp"
 #include "tests/support/ScopedDescriptorLimit.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
 #include "velmiro_mcp/ports/OSAScriptPath.hpp"
 #include "velmiro_mcp/services/Subprocess.hpp"
@@ -25,11 +26,11 @@ using namespace velmiro;
 using namespace std::chrono_literals;
 using MCPStdio::JSONValue;
 using MCPStdio::Task;
-using velmiro::test::eventually;
+using velmiro::support::eventually;
+using velmiro::support::ScopedVariable;
+using velmiro::support::TemporaryFolder;
 using velmiro::test::ScopedDescriptorLimit;
-using velmiro::test::ScopedVariable;
 using velmiro::test::steps;
-using velmiro::test::TemporaryFolder;
 
 namespace {
 

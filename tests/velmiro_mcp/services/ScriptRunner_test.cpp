@@ -5,8 +5,8 @@
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "support/TemporaryFolder.hpp"
 #include "tests/support/FakeScript.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "velmiro_mcp/AppleTools/Scripts.hpp"
 
 #include <csignal>
@@ -17,8 +17,8 @@ using namespace velmiro;
 using namespace std::chrono_literals;
 using MCPStdio::JSONValue;
 using MCPStdio::MCPToolError;
+using velmiro::support::TemporaryFolder;
 using velmiro::test::steps;
-using velmiro::test::TemporaryFolder;
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "velmiro_mcp/platform/local/files/ParseCache.hpp"
 
-#include "tests/support/TemporaryFolder.hpp"
+#include "support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -55,7 +55,7 @@ protected:
         return found ? found->text : "(none)";
     }
 
-    velmiro::test::TemporaryFolder folder_;
+    velmiro::support::TemporaryFolder folder_;
     Cache cache_{10'000, &clockAhead};
     int parsed_ = 0;
 };

@@ -8,7 +8,7 @@
 
 namespace velmiro::host {
 
-/// Who answers.
+/// Who answers the questions.
 enum class Policy { askUser, allowAll, refuseAll };
 
 struct Options {
@@ -17,7 +17,7 @@ struct Options {
     bool help = false;
 };
 
-/// The command line is not one of ours; `what()` says why, in one line.
+/// The command line is wrong; `what()` says why, in one line.
 class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -25,7 +25,7 @@ public:
 
 extern const std::string_view usage;
 
-/// Reads the arguments behind the program's name. Throws UsageError.
+/// Reads the arguments after the program's name. Throws UsageError.
 Options parseCommandLine(std::span<const char* const> arguments);
 
 } // namespace velmiro::host

@@ -39,7 +39,7 @@ Connection::News Connection::receive() {
 
 void Connection::answer(bool allow) noexcept {
     const std::string_view reply = allow ? "{\"allow\":true}\n" : "{\"allow\":false}\n";
-    // Nothing was sent before, so these few bytes fit; whoever is gone gets none.
+    // It is the first thing sent, so these few bytes fit. An asker that has gone gets no reply.
     static_cast<void>(::send(socket_.get(), reply.data(), reply.size(), 0));
     socket_.close();
 }

@@ -9,25 +9,25 @@
 
 namespace velmiro::host {
 
-/// One asker: sends one question line, gets one reply line.
+/// The connection of one asker, which sends one question line and gets one reply line.
 class Connection {
 public:
     enum class News {
-        none,     ///< nothing that matters
+        none,     ///< nothing to act on
         question, ///< the question has just become complete
-        over,     ///< the asker has hung up, or what it sent is no question
+        over,     ///< the asker has hung up, or sent something other than a question
     };
 
     using Clock = std::chrono::steady_clock;
 
-    /// The socket does not block.
+    /// Takes ownership of a non-blocking socket.
     explicit Connection(MCPStdio::Descriptor socket) noexcept : socket_{std::move(socket)} {}
 
-    /// Reads a part of what has come. What follows the question is read and dropped, so that the
-    /// end behind it is seen.
+    /// Reads some of what has arrived. Input after the question is read and dropped, so that the
+    /// end of the stream is noticed.
     News receive();
 
-    /// Sends the reply, as far as there is somebody to take it, and closes the connection.
+    /// Sends the reply if the asker is still there, and closes the connection.
     void answer(bool allow) noexcept;
 
     [[nodiscard]] int descriptor() const noexcept { return socket_.get(); }
@@ -35,7 +35,7 @@ public:
     [[nodiscard]] bool isComplete() const noexcept { return isComplete_; }
     [[nodiscard]] Clock::time_point begin() const noexcept { return begin_; }
 
-    /// There is one once `receive` said so.
+    /// Returns the question; valid after `receive` has returned News::question.
     [[nodiscard]] const Question& question() const noexcept { return question_; }
 
 private:

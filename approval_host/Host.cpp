@@ -1,9 +1,9 @@
-// The one hazard here is an answer that reaches the wrong question. What is typed counts for the
-// question that stands on the screen, and only when it was typed while it stood there:
-//  - hang-ups are handled before typed input, so a y that came after the hang-up answers nothing;
-//  - before a question is shown, everything typed so far is dropped, also half a line;
-//  - behind a withdrawn question the screen rests for a second, long enough for a hand that was
-//    about to answer it.
+// The one hazard here is an answer that reaches the wrong question. Typed input answers the
+// question on the screen, and only if it was typed while that question was there:
+//  - Hang-ups are handled before typed input, so a y typed after a hang-up answers nothing.
+//  - Before a question is shown, all input typed so far is dropped, including an unfinished line.
+//  - After a withdrawn question the next one is held back for a second, long enough for a hand that
+//    was about to answer.
 
 #include "approval_host/Host.hpp"
 
@@ -24,14 +24,14 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto restAfterWithdrawal = 1s;
-/// How long to leave connections in the kernel's queue when there is no descriptor for them.
+/// How long connections are left in the kernel's queue when there is no descriptor for them.
 constexpr auto restWithoutDescriptors = 100ms;
-/// How long a question may take to come. A server sends its own in one write, but may be held up;
-/// where others wait for a descriptor, the patience is theirs.
+/// How long a question may take to arrive. A server sends its own in one write, but may be held up.
+/// The limit is shorter while other askers wait for a descriptor.
 constexpr auto patienceWithHalfQuestions = 5s;
 constexpr auto patienceWhileOthersWait = 1s;
 
-/// Where each stands among what is polled; the connections follow.
+/// The positions of what is polled; the connections follow.
 enum Watched : std::size_t { stopAt, listenerAt, typedAt, connectionsAt };
 
 bool isReady(int descriptor) {
@@ -93,7 +93,7 @@ std::vector<pollfd> Host::waitForNews() {
     for (const auto& connection : connections_) {
         watched.push_back({connection->descriptor(), POLLIN, 0});
     }
-    // Connections are in order of arrival, so the first half question is the next to be late.
+    // Connections are in order of arrival, so the first unfinished question is the next to be late.
     const auto half =
         std::ranges::find_if(connections_, [](const auto& each) { return !each->isComplete(); });
     std::optional<Clock::time_point> refuseAfter;
@@ -143,7 +143,8 @@ Host::Clock::duration Host::patienceWithHalf() const noexcept {
     return othersWait_ ? patienceWhileOthersWait : patienceWithHalfQuestions;
 }
 
-/// Gives up those whose line has not ended for too long: their descriptors may be all there are.
+/// Refuses askers that take too long to finish their line, because they hold descriptors that
+/// others need.
 void Host::refuseHalfQuestions() {
     const auto latest = Clock::now() - patienceWithHalf();
     for (const auto& connection : connections_) {
@@ -156,7 +157,7 @@ void Host::refuseHalfQuestions() {
 void Host::decide(Connection& connection) {
     const bool allow = policy_ == Policy::allowAll;
     print(decisionText(connection.question(), allow, style()));
-    // Nothing is allowed that could not be shown.
+    // What could not be shown is not allowed.
     connection.answer(allow && !ended_);
 }
 
@@ -175,7 +176,7 @@ void Host::forgetClosed() {
 }
 
 void Host::acceptAll() {
-    // A bound, so that a flood of askers does not keep the user's answers waiting.
+    // Bounded, so that a flood of askers does not delay the user's answers.
     for (int accepted = 0; accepted < SOMAXCONN; ++accepted) {
         MCPStdio::Descriptor socket{::accept(inputs_.listener, nullptr, nullptr)};
         if (socket) {
@@ -183,7 +184,7 @@ void Host::acceptAll() {
                 connections_.push_back(std::make_unique<Connection>(std::move(socket)));
             }
         } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-            // Whoever asks waits in the kernel's queue until a descriptor is free again.
+            // Askers wait in the kernel's queue until a descriptor is free again.
             acceptAfter_ = Clock::now() + restWithoutDescriptors;
             othersWait_ = true;
             return;
@@ -197,7 +198,7 @@ void Host::acceptAll() {
 void Host::showNext() {
     while (!ended_ && shown_ == nullptr && !queue_.empty() && !showAfter_) {
         Connection* const next = queue_.front();
-        // Looked at once more, so that a question without an asker never appears.
+        // Checked once more, so that a question whose asker has gone is never shown.
         if (next->receive() == Connection::News::over) {
             next->answer(false);
             forgetClosed();
@@ -244,7 +245,7 @@ void Host::dropTyped() {
         ::tcflush(inputs_.typed, TCIFLUSH);
         return;
     }
-    // A bound: whoever types without end does not answer by hand.
+    // Bounded: endless input is not typed by hand.
     for (int parts = 0; parts < 256 && !ended_ && isReady(inputs_.typed); ++parts) {
         readTyped();
     }

@@ -15,21 +15,21 @@
 
 namespace velmiro::host {
 
-/// Takes every connection at once, and has one question after the other answered. One thread runs
-/// all of it; nothing here blocks but `poll`, and writing to a terminal that is held.
+/// Accepts all connections immediately and has their questions answered one after another. Runs on
+/// one thread, which blocks only in `poll` and while writing to a terminal that is stopped.
 class Host {
 public:
-    /// What the host listens to; all stay the caller's.
+    /// The descriptors that the host reads; the caller owns them.
     struct Inputs {
-        int listener; ///< does not block
-        int typed;    ///< what the user types; not read when nobody is asked
-        int stop;     ///< readable once the program is to end
+        int listener; ///< non-blocking
+        int typed;    ///< the user's input; not read if a policy answers
+        int stop;     ///< readable once a stop is requested
     };
 
     Host(const Inputs& inputs, const Output& output, Policy policy);
 
-    /// Runs until the program is to end, the typed input ends or nobody can read the output. Then
-    /// every open question is answered no.
+    /// Runs until a stop is requested, the typed input ends, or the output can no longer be
+    /// written. Then every open question is answered no.
     void run();
 
 private:
@@ -58,11 +58,11 @@ private:
     bool ended_ = false;
     std::vector<std::unique_ptr<Connection>> connections_; ///< in order of arrival
     std::deque<Connection*> queue_; ///< those with a question, in order of arrival
-    Connection* shown_ = nullptr;   ///< the first of the queue while the user is asked
+    Connection* shown_ = nullptr;   ///< the front of the queue while the user is asked
     TypedLines typed_;
     std::optional<Clock::time_point> showAfter_;
     std::optional<Clock::time_point> acceptAfter_;
-    bool othersWait_ = false; ///< in the kernel's queue, for want of descriptors
+    bool othersWait_ = false; ///< in the kernel's queue, because there is no descriptor
 };
 
 } // namespace velmiro::host

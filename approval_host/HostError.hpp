@@ -13,7 +13,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// What the failed system call just before left in errno, in words.
+/// Returns the message for errno, as the system call just before left it.
 inline std::string systemReason() {
     return std::generic_category().message(errno);
 }

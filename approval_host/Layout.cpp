@@ -18,8 +18,8 @@ std::size_t cellsOf(char32_t scalar) {
     return lookOf(scalar) == Look::plain ? 2 : 0;
 }
 
-/// What remains of a row behind the indent. The last column stays free: some terminals go to the
-/// next row as soon as it is filled.
+/// Returns how many columns of a row are left after the indent. The last column stays free, because
+/// some terminals move to the next row as soon as it is filled.
 std::size_t roomOf(const Style& style) {
     if (style.columns == 0) {
         return 0;
@@ -45,10 +45,10 @@ std::string bold(std::string_view text, const Style& style) {
 
 std::vector<std::string_view> rowsOf(std::string_view text, std::size_t columns) {
     std::vector<std::string_view> rows;
-    std::string_view row = text; // begins where the row begins; how long it is, is found out
+    std::string_view row = text; // starts where the row starts; its length is not known yet
     std::string_view rest = text;
     std::size_t cells = 0;
-    std::size_t afterBlank = 0; // where the row could end, from its beginning
+    std::size_t afterBlank = 0; // the length of the row if it is broken at its last blank
     while (!rest.empty() && columns > 0) {
         std::string_view next = rest;
         const char32_t scalar = takeScalar(next);

@@ -6,18 +6,18 @@
 
 namespace velmiro::host {
 
-/// Collects the first line of a stream that comes in pieces, up to a length.
+/// Collects the first line of a stream that arrives in pieces, up to a maximum length.
 class LineBuffer {
 public:
     enum class State { incomplete, complete, tooLong };
 
     explicit LineBuffer(std::size_t longest) noexcept : longest_{longest} {}
 
-    /// Takes the next bytes. What follows the first line feed is dropped.
+    /// Appends the next bytes. What follows the first line feed is dropped.
     State add(std::string_view bytes);
 
-    /// The line without its line feed; whole once `add` said complete. The buffer is empty after
-    /// this and its memory is gone with the line.
+    /// Returns the line without its line feed; it is complete once `add` has returned
+    /// State::complete. Leaves the buffer empty, without memory of its own.
     [[nodiscard]] std::string take() noexcept;
 
 private:

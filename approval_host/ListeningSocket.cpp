@@ -1,8 +1,8 @@
-// Two hosts that start at once must not both believe that they listen. Whether a socket file is
-// dead is found out by connecting to it, and between that and taking its place another host may
-// have taken it. So all of it (look, remove, bind, listen) happens while the folder is locked with
-// flock; the lock is the folder's own, leaves no file behind and ends with its descriptor. A host
-// that listens holds no lock: its socket answers for it.
+// Two hosts that start at the same time must not both believe that they listen. The only way to
+// learn whether a socket file is dead is to connect to it, and before it is replaced another host
+// may have replaced it. Therefore all steps (check, remove, bind, listen) happen while the folder
+// is locked with flock. The lock needs no file of its own and ends with its descriptor. A host that
+// listens holds no lock: its socket accepts connections, which is proof enough.
 
 #include "approval_host/ListeningSocket.hpp"
 
@@ -24,7 +24,7 @@ namespace velmiro::host {
 
 namespace {
 
-/// The smallest path field among the systems has 104 bytes, one of them for the zero at the end.
+/// The shortest path field of the supported systems has 104 bytes, including the terminating zero.
 constexpr std::size_t longestPath = 103;
 
 class FileModeMask {
@@ -60,7 +60,7 @@ void makeFolder(const std::string& folder) {
     }
 }
 
-/// The folder, locked for as long as the descriptor is open.
+/// Returns a descriptor of the folder, which is locked as long as that is open.
 MCPStdio::Descriptor lockFolder(const std::string& folder) {
     MCPStdio::Descriptor locked{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     if (!locked) {
@@ -96,7 +96,7 @@ const sockaddr* general(const sockaddr_un& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-/// Removes what an ended host left at the path. Throws when anything else is there.
+/// Removes the socket file that an ended host left at the path. Throws if anything else is there.
 void clearPath(const std::string& path) {
     struct stat found{};
     if (::lstat(path.c_str(), &found) != 0) {
@@ -110,7 +110,7 @@ void clearPath(const std::string& path) {
     }
     const MCPStdio::Descriptor probe = newSocket();
     const sockaddr_un address = addressOf(path);
-    // EAGAIN: it listens, and so many wait to be accepted that one more does not fit.
+    // EAGAIN: a host listens there, and its queue of connections is full.
     if (::connect(probe.get(), general(address), sizeof address) == 0 || errno == EAGAIN ||
         errno == EINPROGRESS) {
         throw HostError{"another approval host is listening at " + path};
@@ -161,7 +161,7 @@ ListeningSocket::~ListeningSocket() {
             ::unlink(path_.c_str());
         }
     } catch (const HostError&) {
-        // The folder is gone or stays locked. A file left behind is replaced by the next host.
+        // The folder is gone, or stays locked. The next host replaces the file that is left behind.
         return;
     }
 }

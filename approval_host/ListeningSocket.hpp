@@ -8,23 +8,21 @@
 
 namespace velmiro::host {
 
-/// A local stream socket that listens at a path in the file system, and the file that stands for
-/// it.
+/// A local stream socket that listens at a path of the file system, and its socket file.
 ///
-/// The folder is made with mode 0700 when it is missing, its parents too; the file has mode 0600
-/// from its first moment. A file that an ended host left behind is replaced. The file is removed
-/// with this object, unless it is no longer the one made here.
+/// Missing folders are created with mode 0700. The file has mode 0600 from its first moment. A
+/// socket file that an ended host left behind is replaced. The destructor removes the file, unless
+/// another file has taken its place.
 class ListeningSocket {
 public:
-    /// Throws HostError when something listens there already, when a file that is no socket is in
-    /// the way (it is left alone), when the path has more than 103 bytes, or when the system says
-    /// no.
+    /// Throws HostError if a host already listens there, if a file that is not a socket is in the
+    /// way (it is left alone), if the path is longer than 103 bytes, or if a system call fails.
     explicit ListeningSocket(std::string path);
     ListeningSocket(const ListeningSocket&) = delete;
     ListeningSocket& operator=(const ListeningSocket&) = delete;
     ~ListeningSocket();
 
-    /// Does not block; `accept` gives EAGAIN when nobody waits.
+    /// Returns the non-blocking socket; `accept` fails with EAGAIN if no connection is waiting.
     [[nodiscard]] int descriptor() const noexcept { return socket_.get(); }
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
 

@@ -22,7 +22,7 @@ bool Output::write(std::string_view text) const {
             }
             continue;
         }
-        // A pipe that has room takes this much without blocking.
+        // A pipe that polls as writable accepts this much without blocking.
         const std::string_view part = text.substr(0, 512);
         const ssize_t written = ::write(descriptor_, part.data(), part.size());
         if (written < 0) {

@@ -6,17 +6,17 @@
 
 namespace velmiro::host {
 
-/// Where the host writes what the user is to see.
+/// Writes what the user sees.
 class Output {
 public:
-    /// Both descriptors stay the caller's. `stop` is readable once the program is to end.
+    /// The caller owns both descriptors. `stop` becomes readable when a stop is requested.
     Output(int descriptor, int stop) noexcept : descriptor_{descriptor}, stop_{stop} {}
 
-    /// Writes all of the text. False when nobody can read it any more, or when the program is to
-    /// end while the reader lets it wait.
+    /// Writes all of the text. Returns false if nobody can read it any more, or if a stop is
+    /// requested while the reader makes it wait.
     [[nodiscard]] bool write(std::string_view text) const;
 
-    /// Found out afresh: a terminal's window changes its size.
+    /// Determines the style afresh, because the window of a terminal can be resized.
     [[nodiscard]] Style style(bool answersAreSeen) const;
 
 private:

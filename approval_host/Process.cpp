@@ -19,7 +19,7 @@ std::atomic<int> signalled{-1};
 extern "C" void noteSignal(int /*signal*/) {
     const int before = errno;
     const char byte = 0;
-    // A full pipe says already what this byte would say.
+    // If the pipe is full, it is readable already.
     static_cast<void>(::write(signalled.load(), &byte, 1) == 1);
     errno = before;
 }
@@ -29,7 +29,7 @@ extern "C" void noteSignal(int /*signal*/) {
 void openStandardDescriptors() noexcept {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) {
-            // The lowest free number is given, and that is this one.
+            // `open` returns the lowest free number, which is this one.
             static_cast<void>(::open("/dev/null", O_RDWR));
         }
     }

@@ -3,19 +3,20 @@
 #include "MCPStdio/transport/Descriptor.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
 
-/// What the process arranges for itself before it listens.
+/// How the process prepares itself before it listens.
 namespace velmiro::host {
 
-/// Opens standard input, output and error on /dev/null where they are closed, so that no socket
-/// takes their place.
+/// Opens /dev/null as standard input, output and error where these are closed, so that no socket
+/// gets their numbers.
 void openStandardDescriptors() noexcept;
 
-/// Every waiting question is an open connection: as many as the system lets this user have.
+/// Every waiting question is an open connection, so the host needs as many descriptors as the user
+/// may have.
 using velmiro::raiseDescriptorLimit;
 
-/// Turns SIGINT, SIGTERM and SIGHUP into something to poll for; one that is ignored when the
-/// program starts (nohup, a background job) stays ignored. There is one object of this in a
-/// program, and it lives as long as the program runs.
+/// Makes SIGINT, SIGTERM and SIGHUP readable from a descriptor. A signal that is ignored when the
+/// program starts (nohup, a background job) stays ignored. A program has one object of this class,
+/// which lives until the program ends.
 class StopSignals {
 public:
     /// Throws HostError.
@@ -24,7 +25,7 @@ public:
     StopSignals& operator=(const StopSignals&) = delete;
     ~StopSignals();
 
-    /// Readable, and stays so, once such a signal came.
+    /// Becomes readable with the first such signal, and stays so.
     [[nodiscard]] int descriptor() const noexcept { return readEnd_.get(); }
 
 private:

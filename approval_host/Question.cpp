@@ -8,7 +8,7 @@ namespace velmiro::host {
 namespace {
 
 constexpr std::size_t longestTool = 64;
-/// Some six rows of a terminal: more is not read by anyone who is asked.
+/// About six rows of a terminal. Nobody who is asked reads more.
 constexpr std::size_t longestSummary = 500;
 
 std::optional<std::string_view> text(const MCPStdio::JSONValue& object, const char* key) {

@@ -6,14 +6,15 @@
 
 namespace velmiro::host {
 
-/// One question, as it is shown: both texts are visible in every character and bounded in length,
-/// whatever was sent. Nothing else of what was sent is kept.
+/// A question as it is shown. Whatever was sent, both texts consist of visible characters and are
+/// bounded in length. Nothing else of the sent line is kept.
 struct Question {
     std::string tool;
     std::string summary;
 };
 
-/// Reads a question line; nothing when it is not an object with the strings "summary" and "tool".
+/// Parses a question line. Returns nullopt unless it is an object with the strings "summary" and
+/// "tool".
 std::optional<Question> parseQuestion(std::string_view line);
 
 } // namespace velmiro::host

@@ -9,11 +9,11 @@ struct ScalarRange {
     char32_t last;
 };
 
-/// Whether one of the ranges, which are in ascending order, holds the scalar value.
+/// Returns whether one of the ranges, which are in ascending order, contains the scalar value.
 bool contains(std::span<const ScalarRange> ranges, char32_t scalar) noexcept;
 
-/// All that is drawn on the character before it: the nonspacing and enclosing marks of Unicode 14,
-/// and the Hangul vowels and final consonants that join a syllable.
+/// All characters that are drawn on the one before them: the nonspacing and enclosing marks of
+/// Unicode 14, and the Hangul vowels and final consonants that join a syllable.
 extern const std::span<const ScalarRange> markRanges;
 
 } // namespace velmiro::host

@@ -4,7 +4,7 @@ namespace velmiro::host {
 
 namespace {
 
-/// Longer lines are no answer; their rest need not be kept.
+/// Longer lines are not answers; the rest of them is not kept.
 constexpr std::size_t longestLine = 80;
 
 TypedLines::Answer meaning(std::string_view line) {

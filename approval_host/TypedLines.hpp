@@ -5,18 +5,18 @@
 
 namespace velmiro::host {
 
-/// What the user types, byte by byte, towards an answer.
+/// Turns the bytes that the user types into answers.
 class TypedLines {
 public:
     enum class Answer { none, yes, no, unclear };
 
-    /// Takes the bytes typed since the last call. Yes or no when a line among them says so: y, yes,
-    /// n or no, in upper or lower case, between blanks; what was typed behind it is dropped, for it
-    /// was typed before the next question could be seen. Unclear when there were lines and none
-    /// said so; none when no line ended.
+    /// Adds the bytes typed since the last call. Returns yes or no if a line among them is y, yes,
+    /// n or no, in upper or lower case, with or without blanks around it. What was typed after that
+    /// line is dropped, because the next question was not visible yet. Returns unclear if there
+    /// were lines but no answer, and none if no line ended.
     Answer add(std::string_view bytes);
 
-    /// Forgets a line that was begun.
+    /// Drops an unfinished line.
     void clear() noexcept;
 
 private:

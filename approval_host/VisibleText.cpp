@@ -12,7 +12,8 @@ namespace velmiro::host {
 namespace {
 
 constexpr int mostMarks = 4;
-/// Scripts that use joiners, and emoji, begin here; between the letters below one only hides.
+/// Emoji, and the scripts that use joiners, begin here. Between letters below it a joiner is only
+/// hidden.
 constexpr char32_t firstJoined = 0x0600;
 constexpr char32_t enclosingKeycap = 0x20E3;
 
@@ -22,7 +23,7 @@ void appendNumber(std::string& shown, char32_t scalar) {
     shown += text.data();
 }
 
-/// Adds one character after another, each as its neighbours allow.
+/// Appends characters one by one, each in the form that its neighbours allow.
 class Writer {
 public:
     void add(char32_t scalar, char32_t next) {
@@ -46,7 +47,7 @@ public:
     [[nodiscard]] std::string finish() && { return std::move(shown_); }
 
 private:
-    /// Whether what has no place of its own may stand here, behind `base_`.
+    /// Returns whether a character that is drawn on another one may follow `base_`.
     bool isWelcome(Look look, char32_t next) {
         if (base_ == 0) {
             return false;
@@ -65,7 +66,7 @@ private:
     }
 
     std::string shown_;
-    /// The character that a mark or a selector would belong to; 0 where there is none.
+    /// Returns the character that a mark or a selector would apply to; 0 if there is none.
     char32_t base_ = 0;
     int marks_ = 0;
     Look before_ = Look::hidden;
@@ -97,7 +98,7 @@ std::string neutralisedName(std::string_view name) {
     return shown;
 }
 
-/// Where the scalar value with this index begins.
+/// Returns the offset of the scalar value with this index.
 std::size_t offsetOf(std::string_view text, std::size_t index) {
     std::string_view rest = text;
     while (index-- > 0) {
@@ -106,7 +107,7 @@ std::size_t offsetOf(std::string_view text, std::size_t index) {
     return text.size() - rest.size();
 }
 
-/// 12345 as 12,345.
+/// Returns 12345 as 12,345.
 std::string grouped(std::size_t number) {
     std::string digits = std::to_string(number);
     for (std::size_t at = digits.size(); at > 3;) {

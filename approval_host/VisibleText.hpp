@@ -4,22 +4,23 @@
 #include <string>
 #include <string_view>
 
-/// Text from elsewhere, made so that what is seen is what is there.
+/// Text from elsewhere, changed so that everything in it can be seen.
 ///
-/// Control characters are shown as their pictures (␛ for escape); whatever else cannot be seen,
-/// reorders text or breaks lines is shown as its number (\u{202E}). So the result is one line, and
-/// no character in it moves the cursor. What emoji and scripts need is kept where they need it: a
-/// joiner between two characters that are not Latin, Greek or Cyrillic, a selector behind the
-/// character it is about, and up to four marks on one character.
+/// Control characters are shown as their pictures (␛ for escape). Any other character that is
+/// invisible, reorders text or breaks lines is shown as its number (\u{202E}). The result is a
+/// single line, and no character in it moves the cursor. What emoji and scripts need is kept where
+/// they need it: a joiner between two characters that are not Latin, Greek or Cyrillic, a selector
+/// after the character it applies to, and up to four marks on one character.
 namespace velmiro::host {
 
-/// The text in visible characters. Where it has more than `most` characters its middle is replaced
-/// by a note of how many are left out; both ends stay, since a summary begins with what and ends
-/// with when. Broken UTF-8 becomes U+FFFD.
+/// Returns the text in visible characters. If it has more than `most` characters, a note of how
+/// many are left out replaces its middle. Both ends are kept, since a summary begins with what and
+/// ends with when. Ill-formed UTF-8 becomes U+FFFD.
 std::string visibleText(std::string_view text, std::size_t most);
 
-/// The same for a name: everything is shown by its number but ASCII letters, digits, `_`, `-`,
-/// `.` and `/`. So it holds no blank, but in the note of what is left out, and no sentence.
+/// Returns a name in the same way, with every character shown by its number except ASCII letters,
+/// digits, `_`, `-`, `.` and `/`. The result is never a sentence: its only blanks are in the note
+/// of what is left out.
 std::string visibleName(std::string_view name, std::size_t most);
 
 } // namespace velmiro::host

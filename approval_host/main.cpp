@@ -36,7 +36,7 @@ int runHost(const Options& options, const StopSignals& signals) {
 
 int main(int count, char** arguments) {
     openStandardDescriptors();
-    // An asker or a reader that is gone is an error of the call, not the end of the program.
+    // If an asker or a reader has gone, the write fails; the program goes on.
     std::signal(SIGPIPE, SIG_IGN);
     raiseDescriptorLimit();
     try {

@@ -13,7 +13,7 @@
 namespace velmiro::bench {
 namespace {
 
-/// What a call moved: nothing when it would have had to wait.
+/// Returns how many bytes a call moved: 0 if it would have blocked.
 std::size_t moved(ssize_t count) {
     if (count < 0) {
         if (errno == EAGAIN || errno == EINTR) {

@@ -9,34 +9,34 @@
 
 namespace velmiro::bench {
 
-/// A request to be sent over and over, each time with an id of its own. All ids have as many
-/// digits, so that all replies are of one length.
+/// A request that is sent many times, with a new id each time. All ids have the same number of
+/// digits, so all replies have the same length.
 struct Request {
     static constexpr int firstID = 1'000'000;
 
-    std::string members; ///< what follows the id: ,"method":"ping"
+    std::string members; ///< the text after the id: ,"method":"ping"
 
-    /// One line, with an id.
+    /// Returns one line with this id.
     [[nodiscard]] std::string line(int id) const;
 
-    /// As many lines as asked for.
+    /// Returns `count` lines.
     [[nodiscard]] std::string lines(int count) const;
 };
 
-/// Sends lines, whose replies must be few enough to lie in the pipe meanwhile. Throws
-/// std::system_error when the server has ended.
+/// Sends lines. Their replies must fit into the pipe, since nothing is read meanwhile. Throws
+/// std::system_error if the server has ended.
 void send(Server& server, std::string_view lines);
 
-/// Sends lines and takes in the first line that comes back, without its end. Throws
-/// std::runtime_error when the server ends.
+/// Sends lines and returns the first reply, without its line feed. Throws std::runtime_error if the
+/// server ends.
 std::string firstReply(Server& server, std::string_view lines);
 
-/// Sends lines, reading while it writes, until `replies` is full. Gives the seconds from the first
-/// byte out to the last byte in. Throws std::runtime_error.
+/// Sends lines, and reads meanwhile, until `replies` is full. Returns the seconds from the first
+/// byte sent to the last byte received. Throws std::runtime_error.
 double exchange(Server& server, std::string_view lines, std::string& replies);
 
-/// Sends a line and waits for the reply, once for each element of `trips`: the seconds it took. All
-/// replies have the length of `reply`, which holds the last one afterwards.
+/// Sends a line and waits for its reply, once for each element of `trips`, which is set to the
+/// seconds it took. All replies have the length of `reply`, which is set to the last one.
 void roundTrips(Server& server, std::string_view line, std::string& reply,
                 std::vector<double>& trips);
 

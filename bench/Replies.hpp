@@ -9,22 +9,23 @@
 
 namespace velmiro::bench {
 
-/// What is to come back for a request.
+/// The expected reply to a request.
 struct Expected {
-    std::size_t length;                        ///< of each reply, with its line feed
-    std::optional<MCPStdio::JSONValue> result; ///< nothing: the limit's line, of which only the
-                                               ///< length matters
+    std::size_t length;                        ///< of each reply, including its line feed
+    std::optional<MCPStdio::JSONValue> result; ///< none for the limit, whose replies are only
+                                               ///< checked for their length
 };
 
-/// The result in a reply. Throws std::runtime_error when there is none.
+/// Returns the result in a reply. Throws std::runtime_error if there is none.
 MCPStdio::JSONValue resultOf(std::string_view reply);
 
-/// What a value that was looked up must be. Throw std::runtime_error when it is not.
+/// Return the elements of an array and the text of a string. Throw std::runtime_error if the value
+/// is missing or of another kind.
 std::span<const MCPStdio::JSONValue> elementsOf(const MCPStdio::JSONValue* array);
 std::string textOf(const MCPStdio::JSONValue* text);
 
-/// Holds for replies to `count` requests, in any order: each id once, each result as expected.
-/// Throws std::runtime_error when it does not.
+/// Checks the replies to `count` requests, which may be in any order: each id occurs once, and each
+/// result is the expected one. Throws std::runtime_error otherwise.
 void check(std::string_view replies, int count, const Expected& expected);
 
 } // namespace velmiro::bench

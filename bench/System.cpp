@@ -19,7 +19,7 @@ double read(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-/// What stands behind a word in one of the files the system keeps about a process.
+/// Returns the number after a word in a file of the process in /proc.
 double numberIn(pid_t process, const std::string& file, const std::string& name) {
     std::ifstream told{"/proc/" + std::to_string(process) + "/" + file};
     for (std::string word; told >> word;) {
@@ -40,7 +40,7 @@ int stayOnOneCPU() {
     if (::sched_getaffinity(0, sizeof allowed, &allowed) != 0) {
         throw std::system_error{errno, std::generic_category(), "sched_getaffinity"};
     }
-    int last = CPU_SETSIZE - 1; // the first one is the busiest with the system's own work
+    int last = CPU_SETSIZE - 1; // the first one does most of the system's own work
     while (last > 0 && !CPU_ISSET(last, &allowed)) {
         --last;
     }
@@ -74,7 +74,7 @@ double peakBytes(pid_t process) {
 }
 
 double residentBytes(pid_t process) {
-    // What `status` and `statm` tell of it are counters that lag by dozens of pages a thread.
+    // The counters in `status` and `statm` lag by dozens of pages per thread.
     return numberIn(process, "smaps_rollup", "Rss:") * 1024;
 }
 

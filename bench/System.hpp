@@ -5,32 +5,31 @@
 
 namespace velmiro::bench {
 
-/// Keeps this process, and the children it starts from now on, on one CPU of those it may use.
-/// Gives that CPU's number.
+/// Pins this process, and children it starts later, to one of the CPUs it may use. Returns the
+/// number of that CPU.
 int stayOnOneCPU();
 
-/// A clock that only goes forward, in seconds.
+/// Returns the seconds of a monotonic clock.
 double seconds();
 
-/// The CPU time this thread has used, in seconds. What other programs do at the same time is hardly
-/// seen in it.
+/// Returns the CPU seconds that this thread has used. Other programs have little effect on them.
 double threadSeconds();
 
-/// The CPU time a running process has used, in seconds, all its threads together.
+/// Returns the CPU seconds that all threads of a running process have used.
 double processSeconds(pid_t process);
 
-/// The most memory a running process has had at once, in bytes. What its parent had before the
-/// process's program was loaded does not count (it does in what `wait4` tells).
+/// Returns the high-water mark of a running process's resident memory, in bytes. Memory that its
+/// parent had before the program was loaded is not included, unlike in the result of `wait4`.
 double peakBytes(pid_t process);
 
-/// The memory a running process has now, in bytes: the pages of its own and of its files that are
-/// in memory.
+/// Returns the resident memory of a running process, in bytes: its own pages and those of its
+/// files.
 double residentBytes(pid_t process);
 
-/// How many threads a running process has now.
+/// Returns the number of threads of a running process.
 int threadsOf(pid_t process);
 
-/// The folder in which this program lies.
+/// Returns the folder that contains this program.
 std::filesystem::path programFolder();
 
 } // namespace velmiro::bench

@@ -13,13 +13,13 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-/// How many columns a text takes, when each character takes one.
+/// Returns the width of a text in columns, if each character takes one.
 std::size_t widthOf(const std::string& text) {
     return static_cast<std::size_t>(std::ranges::count_if(
         text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
 }
 
-/// Three digits, but never more than two of them behind the point: 0.96, 1.15, 21.4, 302.
+/// Returns a ratio with three digits, at most two of them after the point: 0.96, 1.15, 21.4, 302.
 std::string shortened(double ratio) {
     return decimal(ratio, ratio < 10 ? 2 : ratio < 100 ? 1 : 0);
 }
@@ -71,7 +71,7 @@ void printTable(const std::vector<std::string>& columns, const std::vector<Figur
         line.erase(line.find_last_not_of(' ') + 1);
         std::cout << "  " << line << '\n';
     }
-    std::cout << '\n' << std::flush; // tables appear as they are done, also in a pipe
+    std::cout << '\n' << std::flush; // each table appears when it is done, also in a pipe
 }
 
 JSONValue asJSON(const std::vector<Figure>& figures, Ratio ratio) {

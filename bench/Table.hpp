@@ -8,8 +8,8 @@
 
 namespace velmiro::bench {
 
-/// Prints ratios, if any, with medians of the absolute figures in brackets, and behind them how the
-/// figures did against their targets. Every contender of every figure is one of `columns`.
+/// Prints the ratios, if any, with the medians of the absolute figures in brackets, and the results
+/// of targets in the last column. Every contender of every figure is one of `columns`.
 void printTable(const std::vector<std::string>& columns, const std::vector<Figure>& figures,
                 Ratio ratio);
 

@@ -14,8 +14,8 @@ std::string asRatio(double ratio) {
     return decimal(ratio, 2);
 }
 
-/// The highest of the ratios of those contenders in a figure that are among these. Infinite when
-/// none is: a target that nobody was held against is not met.
+/// Returns the highest ratio of these contenders in a figure; infinite if none of them is in it,
+/// since a target that was not checked is not met.
 double highestRatio(const Figure& figure, const std::vector<std::string>& contenders, Ratio ratio) {
     double highest = 0;
     for (std::size_t i = 0; i < figure.costs.size(); ++i) {

@@ -9,19 +9,19 @@
 
 namespace velmiro::bench {
 
-/// The highest ratio of these contenders, a cost, is at most this.
+/// The highest cost ratio of these contenders is at most this.
 Target costAtMost(double ratio, std::vector<std::string> contenders);
 
-/// The first contender is at least so many times as fast as the fastest of these.
+/// The first contender is at least `times` times as fast as the fastest of these.
 Target leadAtLeast(double times, std::vector<std::string> rivals);
 
 /// The first contender's median is at most this.
 Target medianAtMost(double cost, std::function<std::string(double)> shown);
 
-/// How a figure with a target did: 1.15 ≤ 1.35 ✓
+/// Returns the result of a figure that has a target: 1.15 ≤ 1.35 ✓
 std::string verdict(const Figure& figure);
 
-/// How many of the figures that have a target met it: 14 of 17
+/// Returns how many of the figures with a target met it: 14 of 17
 std::string targetsMet(const std::vector<Figure>& figures);
 
 MCPStdio::JSONValue targetAsJSON(const Figure& figure);

@@ -7,16 +7,16 @@
 
 namespace velmiro::bench {
 
-/// What a program took for a question in one round, in seconds.
+/// The seconds that a program needed for a question in one round.
 struct Taken {
-    double first;   ///< with the start of a program that has kept nothing
-    double further; ///< the median of those after it
+    double first;   ///< from the start of a program that has kept nothing
+    double further; ///< the median of the later ones
 };
 
-/// Throws std::runtime_error unless `who` has found what the files were made to hold.
+/// Throws std::runtime_error unless `who` has found what the files were made to contain.
 void require(const Found& found, const Question& question, const std::string& who);
 
-/// Starts a server, asks once, then so many further times, and checks each answer.
+/// Starts a server, asks once and then `furtherCalls` times, and checks each answer.
 Taken askServer(const Question& question, std::size_t furtherCalls);
 
 } // namespace velmiro::bench

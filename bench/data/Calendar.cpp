@@ -1,6 +1,6 @@
-// The events of 31 days out of ten years' thousands, as khal lists them. Most are single, some
-// repeat; each file has its own description of the zone, as programs write it. khal keeps what it
-// has read in a database.
+// The events of 31 days among thousands in ten years, as khal lists them. Most are single, some are
+// recurring. Each file has its own VTIMEZONE, as programs write it. khal keeps what it has read in
+// a database.
 
 #include "bench/data/Case.hpp"
 #include "bench/data/Items.hpp"
@@ -15,11 +15,11 @@ using std::chrono::sys_days;
 namespace {
 
 constexpr int dayCount = 3'650;
-constexpr int weeklyOfHundred = 3; ///< so many events repeat twenty times
-constexpr int yearlyOfHundred = 1; ///< and so many for ever
+constexpr int weeklyOfHundred = 3; ///< that many in a hundred recur twenty times
+constexpr int yearlyOfHundred = 1; ///< that many recur without end
 constexpr int weeks = 20;
 constexpr sys_days firstDay{std::chrono::year{2021} / 1 / 1};
-// No change of the clock in these days, which khal counts by the calendar and the server in hours.
+// The clock does not change in these days: khal counts days by the calendar, the server in hours.
 constexpr sys_days listedFrom{std::chrono::year{2026} / 5 / 1};
 constexpr std::chrono::days listed{31};
 
@@ -30,13 +30,13 @@ constexpr const char* zone =
     "RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU\r\nTZNAME:CEST\r\nTZOFFSETFROM:+0100\r\n"
     "TZOFFSETTO:+0200\r\nEND:DAYLIGHT\r\nEND:VTIMEZONE\r\n";
 
-/// An event of an hour.
+/// Returns a property with the date and time of an event.
 std::string timed(const char* name, sys_days day, std::size_t hour) {
     return std::string{name} + ";TZID=Europe/Berlin:" + basicDate(day) + "T" +
            std::to_string(hour) + "0000\r\n";
 }
 
-/// As both programs are asked to write it.
+/// Returns an event as both programs are asked to print it.
 std::string shown(const std::string& title, sys_days day, std::size_t hour) {
     return title + " " + isoDate(day) + "T" + std::to_string(hour) + ":00";
 }
@@ -52,7 +52,7 @@ public:
         write(number, title, timed("DTSTART", day, hour) + timed("DTEND", day, hour + 1), zone);
     }
 
-    /// One occurrence is left out.
+    /// Adds a series with one exception.
     void addWeekly(int number, sys_days day) {
         const std::size_t hour = someHour();
         const std::string title = "Weekly " + std::to_string(number);
@@ -69,7 +69,7 @@ public:
               zone);
     }
 
-    /// A birthday, on a day that every year has.
+    /// Adds a birthday, on a day that every year has.
     void addYearly(int number) {
         using namespace std::chrono;
         const auto born = year{1950 + number % 50} / month{1 + unsigned(number) % 12} /

@@ -10,37 +10,38 @@
 #include <string_view>
 #include <vector>
 
-/// What is asked of a user's data, and the program that answers the same over the same files.
+/// The questions about a user's data, and the programs that answer the same ones over the same
+/// files.
 namespace velmiro::bench {
 
-/// What an answer names, one text for each thing found.
+/// The things that an answer contains, one text each.
 using Found = std::set<std::string>;
 
-/// A program of the same use, which is started for each question.
+/// Another program of the same use, which is started for each question.
 struct Rival {
     std::string name;
-    std::vector<std::string> command;              ///< asks the question
-    std::function<Found(const std::string&)> read; ///< finds what was found in its output
-    /// What it keeps between its runs; empty when that is nothing, or not to be taken away.
+    std::vector<std::string> command;              ///< that asks the question
+    std::function<Found(const std::string&)> read; ///< reads the findings from its output
+    /// The database it keeps between runs; empty if there is none, or it must not be removed.
     std::filesystem::path kept = {};
-    std::vector<std::string> makeKept = {}; ///< makes that, unless asking does
+    std::vector<std::string> makeKept = {}; ///< that makes it, unless asking does
 };
 
 struct Question {
     std::string title;
     std::string tool;
     MCPStdio::JSONValue arguments;
-    /// Finds what was found in the payload of the tool.
+    /// Reads the findings from the payload of the tool.
     std::function<Found(const MCPStdio::JSONValue&)> read;
     Rival rival;
     Found expected;
 };
 
-/// A kind of data: its maker writes the files of so many items into a home, and says what to ask of
-/// them.
+/// A kind of data. `make` writes the files of that many items into a home, and returns the
+/// questions about them.
 struct Case {
-    std::string_view name; ///< to choose it by
-    int items;             ///< of a user with much of it
+    std::string_view name; ///< that selects it
+    int items;             ///< of a user who has many
     std::vector<Question> (*make)(const Home& home, int items);
 };
 
@@ -50,10 +51,10 @@ std::vector<Question> makeContacts(const Home& home, int people);
 std::vector<Question> makeMail(const Home& home, int messages);
 std::vector<Question> makeNotes(const Home& home, int notes);
 
-/// The texts that the records in a list of a payload have under a key.
+/// Returns the texts at `key` in the records of a list in a payload.
 Found textsOf(const MCPStdio::JSONValue& payload, const char* list, const char* key);
 
-/// The lines of an output, each as far as a separator.
+/// Returns the lines of an output, each up to a separator.
 Found linesOf(const std::string& output, char separator = '\n');
 
 } // namespace velmiro::bench

@@ -7,12 +7,13 @@
 
 namespace velmiro::bench {
 
-/// A server that has just been started, and the calls it gets.
+/// A newly started server, and the calls it gets.
 class Conversation {
 public:
     Conversation();
 
-    /// Calls a tool and gives the payload of its answer. Throws std::runtime_error when it fails.
+    /// Calls a tool and returns the payload of its answer. Throws std::runtime_error if the call
+    /// fails.
     MCPStdio::JSONValue call(const std::string& tool, const MCPStdio::JSONValue& arguments);
 
 private:

@@ -25,7 +25,8 @@ public:
     /// Returns a folder of the server's data, such as Calendars/work, and creates it if needed.
     std::filesystem::path folder(const std::string& name) const;
 
-    /// Waits until the files are on disk, and no longer so young that programs read them again.
+    /// Waits until the files are on disk, and old enough that the server keeps what it parsed of
+    /// them.
     void settle() const;
 
 private:

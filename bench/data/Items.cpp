@@ -18,7 +18,7 @@ std::string dateText(const char* form, std::chrono::sys_days day) {
 } // namespace
 
 std::string itemName(int number) {
-    constexpr std::uint32_t scatter = 2'654'435'761U; // names in another order than they are made
+    constexpr std::uint32_t scatter = 2'654'435'761U; // the order of names is not that of creation
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "%08x-7a3c-4d21-9b5e-%012x",
                   static_cast<std::uint32_t>(number) * scatter, static_cast<unsigned>(number));

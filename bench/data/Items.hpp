@@ -5,13 +5,13 @@
 
 namespace velmiro::bench {
 
-/// A name as programs give it to what they store: a UUID with this number in it.
+/// Returns a name as programs give it to what they store: a UUID that contains this number.
 std::string itemName(int number);
 
-/// A number as a reader would write it: 10,000.
+/// Returns a number as a person would write it: 10,000.
 std::string counted(int number);
 
-/// 20260501, and 2026-05-01.
+/// Return 20260501, and 2026-05-01.
 std::string basicDate(std::chrono::sys_days day);
 std::string isoDate(std::chrono::sys_days day);
 

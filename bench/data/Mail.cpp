@@ -1,5 +1,5 @@
-// The inbox of a Maildir of thousands of messages, and one message of it, as notmuch tells of
-// them out of the database that `notmuch new` makes.
+// The inbox of a Maildir of thousands of messages, and one of these messages, as notmuch reports
+// them from the database that `notmuch new` makes.
 
 #include "bench/data/Case.hpp"
 #include "bench/data/Conversation.hpp"
@@ -21,7 +21,7 @@ namespace {
 constexpr int perDay = 20;
 constexpr int listedDays = 3;
 constexpr std::time_t dayLength = 86'400;
-/// All of the day's last message is listed for another hour.
+/// For another hour, all messages of the last day are listed.
 constexpr std::time_t newestAge = 120;
 constexpr int readOne = 7;
 
@@ -48,7 +48,8 @@ std::string header(int number, std::time_t received) {
            "\nMIME-Version: 1.0\n";
 }
 
-/// Most are text; every fifth has it as HTML too, every twentieth has a document of 40 KB with it.
+/// Most bodies are text. Every fifth has an HTML version as well, every twentieth a document of 40
+/// KB.
 std::string body(int number, const std::string& text, Words& words) {
     std::string plain = "Content-Type: text/plain; charset=utf-8\n"
                         "Content-Transfer-Encoding: 8bit\n\n" +
@@ -84,8 +85,8 @@ void setTime(const std::filesystem::path& file, std::time_t time) {
     }
 }
 
-/// Writes the messages, the newest first; a file is as old as its message, as a delivery leaves it.
-/// Gives the text of the one to be read.
+/// Writes the messages, the newest first. A file is as old as its message, as a delivery leaves it.
+/// Returns the text of the message that is read later.
 std::string writeMessages(const std::filesystem::path& maildir, int messages, std::time_t now) {
     Words words;
     std::string textToRead;
@@ -114,7 +115,8 @@ Found subjectAndText(const JSONValue* subject, const JSONValue* text) {
 }
 
 Found readShown(const std::string& output) {
-    // Lists of threads, of messages in a thread, and of a message with the answers to it.
+    // A list of threads; each is a list of messages, and each message is followed by a list of its
+    // answers.
     const JSONValue threads = JSONValue::parse(output);
     const JSONValue* message = &threads;
     while (message->kind() == JSONValue::Case::array) {
@@ -133,7 +135,7 @@ Found readThreads(const std::string& output) {
     return found;
 }
 
-/// The server's own number of a message.
+/// Returns the number that the server gives to a message.
 JSONValue identifierOf(const std::string& subject, const JSONValue& list) {
     Conversation asking;
     const JSONValue inbox = asking.call("mail_list", list);

@@ -1,4 +1,4 @@
-// A search in thousands of notes, as grep does it, which knows nothing of titles and marks.
+// A search in thousands of notes, as grep does it, which knows neither titles nor markup.
 
 #include "bench/data/Case.hpp"
 #include "bench/data/Items.hpp"
@@ -9,11 +9,11 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-constexpr int perRareOne = 250; ///< one of so many has the word
+constexpr int perRareOne = 250; ///< one in that many contains the word
 constexpr int folders = 10;
 constexpr const char* rareWord = "Quartermaine";
 
-/// Without the beginning that all of them have.
+/// Drops the beginning that all of them share.
 Found shortened(const Found& found, std::size_t beginning) {
     Found shorter;
     for (const std::string& text : found) {

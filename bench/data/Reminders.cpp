@@ -1,5 +1,5 @@
-// The open ones of thousands of reminders, as todoman lists them: most of what a list holds after
-// some years is done. todoman keeps what it has read in a database.
+// The open reminders among thousands, as todoman lists them: after some years most of a list is
+// completed. todoman keeps what it has read in a database.
 
 #include "bench/data/Case.hpp"
 #include "bench/data/Items.hpp"
@@ -12,7 +12,7 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-constexpr int perOpenOne = 40; ///< one of so many is open
+constexpr int perOpenOne = 40; ///< one in that many is open
 
 std::string settingsFor(const Home& home, const std::filesystem::path& folder,
                         const std::filesystem::path& database) {

@@ -1,5 +1,5 @@
-// Asks the server about a user's data, and programs that people use for the same about the same
-// files. All must find the same things, and what the files were made to hold.
+// Asks the server about a user's data, and other programs of the same use about the same files. All
+// must find the same things, which are those that the files were made to contain.
 
 #include "bench/Figures.hpp"
 #include "bench/Options.hpp"
@@ -29,7 +29,7 @@ constexpr std::array cases{
     Case{"notes", 5'000, makeNotes},
 };
 
-/// No turn takes this many seconds: something hangs, and SIGALRM ends us.
+/// A turn that takes this many seconds hangs; SIGALRM then ends the benchmark.
 constexpr unsigned tooLong = 600;
 constexpr std::size_t furtherCalls = 9;
 constexpr std::size_t furtherRuns = 3;
@@ -50,7 +50,7 @@ Taken askRival(const Question& question) {
     }
     const double first = run();
     if (rival.kept.empty()) {
-        return {first, first}; // the next run would do all of it again
+        return {first, first}; // every run does all the work again
     }
     if (!std::filesystem::exists(rival.kept)) {
         throw std::runtime_error{rival.name + " keeps nothing at " + rival.kept.string()};
@@ -67,8 +67,8 @@ std::string milliseconds(double cost) {
     return decimal(cost * 1e3, 1) + " ms";
 }
 
-/// Asks in turns. A rival's run with what it keeps is held against both a server that has just been
-/// started, which keeps nothing, and one that runs.
+/// Asks in turns. A rival's run with its database is compared both with a new server, which has
+/// kept nothing, and with one that is running.
 std::vector<Figure> ask(const Question& question, int rounds) {
     const auto figure = [&](const char* name) {
         return Figure{

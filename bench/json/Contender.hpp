@@ -11,7 +11,8 @@
 
 namespace velmiro::bench {
 
-/// A JSON library, made to do what is timed. A text is the same for as long as its address is.
+/// A JSON library and the work that is timed. A text does not change as long as its address is the
+/// same.
 class Contender {
 public:
     Contender() = default;
@@ -19,31 +20,31 @@ public:
     Contender& operator=(const Contender&) = delete;
     virtual ~Contender() = default;
 
-    /// As it stands at the head of a column.
+    /// Returns the head of its column.
     [[nodiscard]] virtual std::string name() const = 0;
 
-    /// Timed: makes the tree of a text and frees it.
+    /// Timed: parses a text into a tree, and frees the tree.
     virtual void read(std::string_view text) = 0;
-    /// The tree that `read` made, to be compared.
+    /// Returns the tree that `read` makes, to be compared.
     virtual MCPStdio::JSONValue tree(std::string_view text) = 0;
 
     [[nodiscard]] virtual bool canWrite() const = 0;
-    /// Makes the tree that is to be written; until another text is read.
+    /// Parses the tree that `write` writes, and keeps it until another text is read.
     virtual void keep(std::string_view text) = 0;
-    /// Timed: writes the kept tree to a new, compact text and frees that.
+    /// Timed: writes the kept tree as a new, compact text, and frees the text.
     virtual void write() = 0;
-    /// The text that `write` wrote, to be compared.
+    /// Returns the text that `write` makes, to be compared.
     virtual std::string written() = 0;
 };
 
-/// Nothing that leads to `object` is left out by the compiler.
+/// Keeps the compiler from dropping the work that leads to `object`.
 template <typename Object>
 void observe(const Object& object) {
     asm volatile("" : : "g"(&object) : "memory");
 }
 
-/// Makes a contender of a library that has: `name`, `Tree read(text)`, `JSONValue value(tree)`, and
-/// where it can write, `write(tree)`, which gives a text that `view` looks at.
+/// Makes a contender of a library that has `name`, `Tree read(text)`, `JSONValue value(tree)` and,
+/// if it can write, `write(tree)`, whose result `view` turns into a string_view.
 template <typename Library>
 class ContenderWith final : public Contender {
 public:
@@ -80,9 +81,9 @@ private:
 std::unique_ptr<Contender> mcpStdioContender();
 std::unique_ptr<Contender> nlohmannContender();
 std::unique_ptr<Contender> rapidJSONContender();
-/// simdjson's document alone: it can be read and written but not changed.
+/// simdjson's own document, which can be read and written but not changed.
 std::unique_ptr<Contender> simdjsonContender();
-/// The same, turned into a tree that owns its text and can be changed. It has no writer.
+/// The same, converted to a tree that owns its text and can be changed. It has no writer.
 std::unique_ptr<Contender> simdjsonTreeContender();
 
 } // namespace velmiro::bench

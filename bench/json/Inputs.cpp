@@ -14,7 +14,7 @@ constexpr std::string_view request =
     R"({"from":"2026-03-01","to":"2026-03-31","calendar":"Gym"}}})";
 static_assert(request.size() == 147);
 
-/// The same sequence everywhere; the distributions of the standard library are not.
+/// Makes the same sequence everywhere, unlike the distributions of the standard library.
 class Dice {
 public:
     std::size_t below(std::size_t bound) { return static_cast<std::size_t>(engine_() % bound); }

@@ -11,9 +11,9 @@ struct Input {
     std::string text;
 };
 
-/// What goes through a server, and what brings out the weak sides of a JSON library: a list of
-/// tools, indented event records, coordinates of 15 to 17 digits, text in many scripts, and one
-/// request of 147 bytes.
+/// Texts that pass through a server, and texts that bring out the weak sides of a JSON library: a
+/// list of tools, indented event records, coordinates of 15 to 17 digits, text in many scripts, and
+/// one request of 147 bytes.
 std::vector<Input> inputs();
 
 } // namespace velmiro::bench

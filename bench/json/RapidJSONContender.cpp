@@ -11,9 +11,9 @@ namespace {
 
 using MCPStdio::JSONValue;
 
-/// As strict as ours: numbers to the last bit, and UTF-8 checked while reading. Writing does not
-/// check it again, as ours does not. Its SSE2 option is off, as by default: only writing long
-/// strings gains by it.
+/// As strict as ours: numbers are exact to the last bit, and UTF-8 is checked while reading.
+/// Neither library checks it again while writing. The SSE2 option is off, as by default: only
+/// writing long strings gains from it.
 struct RapidJSON {
     using Tree = rapidjson::Document;
     static constexpr const char* name = "RapidJSON";

@@ -11,7 +11,7 @@ namespace {
 using MCPStdio::JSONValue;
 using simdjson::dom::element;
 
-/// At its best: one parser for all texts, and each text padded beforehand as it likes them.
+/// simdjson at its best: one parser for all texts, and each text padded beforehand as it prefers.
 class Parser {
 public:
     element read(std::string_view text) {
@@ -59,7 +59,7 @@ struct Simdjson : Parser {
     }
 };
 
-/// The tree an application would make of the standard library.
+/// The tree that an application would build with the standard library.
 struct Member;
 struct Node {
     using Array = std::vector<Node>;

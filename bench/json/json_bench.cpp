@@ -1,7 +1,7 @@
 // Reads and writes JSON with MCPStdio and with well-known libraries, in turns, in one run.
 //
-// A sample is the CPU time of one text, taken over as many texts as fill a few hundredths of a
-// second. A short sample can meet a short disturbance only, and the median leaves it out.
+// A sample is the CPU time of one text, averaged over as many texts as fill a few hundredths of a
+// second. A short sample meets at most a short disturbance, and the median leaves that out.
 
 #include "bench/Figures.hpp"
 #include "bench/Options.hpp"
@@ -27,7 +27,7 @@ using Contenders = std::vector<std::unique_ptr<Contender>>;
 
 enum class Work { reading, writing };
 
-/// Of fewer bytes the time of one is told, of others how many bytes went by in a second.
+/// Texts shorter than this are reported in time per text, longer ones in bytes per second.
 constexpr double shortText = 1000;
 
 void require(bool holds, const Contender& contender, const Input& input, const char* what) {
@@ -36,8 +36,8 @@ void require(bool holds, const Contender& contender, const Input& input, const c
     }
 }
 
-/// All read the same tree, from the text and from what the first contender writes; and what each of
-/// them writes is that tree.
+/// Checks that all contenders read the same tree, from the text and from what the first one writes,
+/// and that what each of them writes is that tree.
 void check(const Contenders& contenders, const Input& input) {
     const JSONValue expected = JSONValue::parse(input.text);
     contenders.front()->keep(input.text);
@@ -68,7 +68,7 @@ double secondsFor(int count, Contender& contender, Work work, std::string_view t
     return threadSeconds() - start;
 }
 
-/// How many texts make a sample.
+/// Returns how many texts make a sample.
 int sampleSize(Contender& contender, Work work, std::string_view text) {
     constexpr double enough = 0.03;
     int count = 1;
@@ -87,8 +87,8 @@ std::string shown(double cost, double bytes) {
                              : decimal(bytes / cost / 1e6, 0) + " MB/s";
 }
 
-/// Of trees that own their text and can be changed, ours is to be the fastest by far. What a
-/// request as short as most are costs is a matter of nanoseconds.
+/// Among trees that own their text and can be changed, ours has to be the fastest by far. A text as
+/// short as most requests has a target in nanoseconds.
 Target target(Work work, double bytes, const std::function<std::string(double)>& put) {
     if (work == Work::writing) {
         return leadAtLeast(1.2, {rapidJSONContender()->name()});
@@ -106,7 +106,8 @@ Figure measure(const Contenders& contenders, Work work, const Input& input, int 
             able.push_back(contender.get());
         }
     }
-    // Megabytes of the text that is read, or that ours is when it is written: the same for all.
+    // Speeds are in bytes of the text that is read or, for all contenders, of the text that ours
+    // writes.
     contenders.front()->keep(input.text);
     const auto bytes = static_cast<double>(
         work == Work::reading ? input.text.size() : contenders.front()->written().size());

@@ -1,4 +1,4 @@
-// How the time of a call grows with the data that it is about.
+// How the time of a call grows with the amount of data.
 
 #include "bench/System.hpp"
 #include "bench/data/Asking.hpp"
@@ -18,11 +18,11 @@
 namespace velmiro::bench {
 namespace {
 
-/// No turn takes this many seconds: something hangs, and SIGALRM ends us.
+/// A turn that takes this many seconds hangs; SIGALRM then ends the benchmark.
 constexpr unsigned tooLong = 100;
 constexpr std::size_t lookCount = 15;
 
-/// A kind of data, and its folder that has a file for each item.
+/// A kind of data, and the folder that contains one file for each item.
 struct Kind {
     std::vector<Question> (*make)(const Home& home, int items);
     const char* folder;
@@ -30,14 +30,15 @@ struct Kind {
     std::size_t furtherCalls;
 };
 
-/// Data of this kind.
+/// The data of one kind at one count.
 struct Data {
     Home home;
     std::filesystem::path folder;
     std::vector<Question> questions;
 };
 
-/// Lists a folder and looks at each file, in the fewest calls of the system. Gives the seconds.
+/// Lists a folder and reads the status of each file, in as few system calls as possible. Returns
+/// the seconds.
 double lookAtAll(const std::filesystem::path& path) {
     const double before = seconds();
     DIR* const folder = ::opendir(path.c_str());
@@ -52,7 +53,8 @@ double lookAtAll(const std::filesystem::path& path) {
     return seconds() - before;
 }
 
-/// Where this does not rise, growth is linear or better.
+/// Divides a series by the thousands of items. Where the result does not rise, growth is linear or
+/// better.
 Series perThousand(Series series) {
     series.name += ", per 1,000";
     for (Point& point : series.points) {
@@ -63,8 +65,8 @@ Series perThousand(Series series) {
     return series;
 }
 
-/// How much faster than linear a cost grows from a size to the next, at most, beyond what the looks
-/// do: the more files the system knows, the longer it takes to find one.
+/// Returns the highest step of growth beyond linear from one count to the next, relative to that of
+/// the looks, which take longer per file the more files the system knows.
 double excessGrowth(const Series& perThousand, const Series& looksPerThousand) {
     double highest = 0;
     for (std::size_t i = 1; i < perThousand.points.size(); ++i) {
@@ -81,7 +83,7 @@ double excessGrowth(const Series& perThousand, const Series& looksPerThousand) {
 }
 
 Target growsBy(double excess) {
-    constexpr double most = 1.25; // the caches of a machine have a say in what an item costs
+    constexpr double most = 1.25; // the cost of an item depends on the caches of the machine
     return {Target::Bound::atMost, most, [excess](const Figure&) { return excess; },
             [](double ratio) { return decimal(ratio, 2); }};
 }
@@ -121,7 +123,7 @@ Report ask(const std::list<Data>& all, const Kind& kind, std::size_t question, i
 }
 
 std::vector<Report> measure(const Kind& kind, int rounds) {
-    std::list<Data> all; // homes do not move
+    std::list<Data> all; // a home cannot be moved
     for (const int count : kind.counts) {
         ::alarm(tooLong);
         Data& data = all.emplace_back();

@@ -1,4 +1,4 @@
-// How a server answers while calls of it are pending, and what they take.
+// How a server answers while calls are pending, and what the pending calls cost.
 
 #include "bench/Load.hpp"
 #include "bench/Replies.hpp"
@@ -21,12 +21,12 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-/// No turn takes this many seconds: something hangs, and SIGALRM ends us.
+/// A turn that takes this many seconds hangs; SIGALRM then ends the benchmark.
 constexpr unsigned tooLong = 100;
 constexpr std::size_t warmUp = 500;
 constexpr std::size_t measuredTrips = 2'000;
 
-/// A way to wait.
+/// A way for a call to wait.
 struct Kind {
     const char* name;
     std::unique_ptr<PendingCalls> (*start)(int most);
@@ -34,8 +34,8 @@ struct Kind {
 constexpr Kind suspended{"suspended", startSuspended};
 constexpr Kind blocking{"blocking", startBlocking};
 
-/// Takes a figure for each series at each count, round by round; counts begin with the one that all
-/// are compared with. What there is too much of is left out of the series.
+/// Takes samples for each series at each count, round by round. All counts are compared with the
+/// first one. A count that needs more than the system gives is left out.
 void measure(Report& report, std::vector<Series> series, const Kind& kind,
              const std::vector<int>& counts, int rounds,
              std::vector<double> (*take)(const Kind&, int count)) {
@@ -80,8 +80,8 @@ std::vector<double> pingTrips(Server& server, std::size_t count) {
     return trips;
 }
 
-/// Half of the pings, and 99 in 100, took no longer; and what the end of the waiting took for each
-/// call.
+/// Returns the median and the 99th percentile of pings, and the time that the end of the waiting
+/// took for each call.
 std::vector<double> takePing(const Kind& kind, int count) {
     const auto calls = kind.start(count);
     calls->hold(count);
@@ -104,8 +104,8 @@ Memory memoryOf(Server& server) {
             static_cast<double>(threadsOf(process))};
 }
 
-/// What each call took of the memory of a server that has answered such a call before; how much of
-/// that are stacks; and how many threads there are.
+/// Returns how much resident memory each call added to a server that has answered such a call
+/// before, how much of it is stacks, and how many threads there are.
 std::vector<double> takeMemory(const Kind& kind, int count) {
     const auto calls = kind.start(count);
     calls->hold(1);

@@ -22,7 +22,7 @@ Request callOf(const char* tool, const JSONValue& arguments = JSONValue::object(
     return {R"(,"method":"tools/call","params":)" + parameters.jsonString()};
 }
 
-/// Replies with a text, to requests with ids that all have as many digits.
+/// Returns the expected reply with a text, for ids that all have the same number of digits.
 Expected replyWith(const std::string& text, bool isError) {
     auto result = JSONValue::object(
         {{"content", JSONValue::array(JSONValue::object({{"type", "text"}, {"text", text}}))},
@@ -32,7 +32,7 @@ Expected replyWith(const std::string& text, bool isError) {
     return {reply.jsonString().size() + 1, std::move(result)};
 }
 
-/// Sends lines and takes in so many replies, which it checks. Gives the seconds since `start`.
+/// Sends lines, reads `count` replies and checks them. Returns the seconds since `start`.
 double finish(Server& server, const std::string& lines, int count, const Expected& expected,
               double start) {
     std::string replies(expected.length * static_cast<std::size_t>(count), '\0');
@@ -54,7 +54,7 @@ public:
     }
 
     double letGo() override {
-        // The reply to the call that releases them is like theirs.
+        // The call that releases them gets the same reply as they do.
         const auto line = release_.line(Request::firstID + held_);
         return finish(server(), line, held_ + 1, released_, seconds());
     }
@@ -72,7 +72,7 @@ private:
     int held_ = 0;
 };
 
-/// A home, and in it the path of the socket at which the server's questions go on.
+/// A home, and the path of a socket in it for the server's questions.
 class HomeWithSocket {
 public:
     HomeWithSocket() { ::setenv("VELMIRO_APPROVAL_SOCKET", socket().c_str(), 1); }
@@ -83,7 +83,7 @@ private:
     Home home_;
 };
 
-/// Each question takes a descriptor on both sides.
+/// Raises the limit of descriptors: each question needs one on both sides.
 void allowDescriptors(int count) {
     constexpr rlim_t others = 100;
     rlimit limit{};
@@ -114,7 +114,7 @@ public:
 
     double letGo() override {
         const double start = seconds();
-        // Beside the reading, as a host does: one that does not read would be waited for.
+        // On another thread, as in a host: the server waits for a reader that does not read.
         auto refusing = std::async(std::launch::async, [this] { host_.refuseAll(); });
         const double taken = finish(server(), "", held_, denied_, start);
         refusing.get();
@@ -144,7 +144,7 @@ std::unique_ptr<PendingCalls> startSuspended(int) {
 }
 
 std::unique_ptr<PendingCalls> startBlocking(int most) {
-    allowDescriptors(most); // the server has our limits
+    allowDescriptors(most); // the server inherits our limits
     return std::make_unique<BlockingCalls>();
 }
 

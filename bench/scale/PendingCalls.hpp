@@ -9,28 +9,28 @@
 
 namespace velmiro::bench {
 
-/// The system does not give what so many calls need. That is no failure: they are left out.
+/// The system has too few resources for that many calls. The count is left out; this is no failure.
 class TooMany : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A server that has just been started, and calls of it that have no answer yet.
+/// A newly started server, and calls that it has not answered yet.
 class PendingCalls {
 public:
     explicit PendingCalls(const std::vector<std::string>& command) : server_{command} {}
     PendingCalls(const PendingCalls&) = delete;
     PendingCalls& operator=(const PendingCalls&) = delete;
-    /// Ends the server, whatever it waits for.
+    /// Kills the server.
     virtual ~PendingCalls();
 
     [[nodiscard]] Server& server() noexcept { return server_; }
 
-    /// Makes so many calls, and returns when all of them wait for something. To be called when none
-    /// does. Throws TooMany, std::runtime_error.
+    /// Makes `count` calls, and returns when all of them are waiting. No call may be waiting
+    /// before. Throws TooMany, std::runtime_error.
     virtual void hold(int count) = 0;
 
-    /// Ends what they wait for and checks that each is answered once, and rightly. Gives the
+    /// Releases the calls, and checks that each gets exactly one, correct answer. Returns the
     /// seconds until the last answer. Throws std::runtime_error.
     virtual double letGo() = 0;
 
@@ -38,12 +38,12 @@ private:
     Server server_;
 };
 
-/// A server for no more than so many calls at once, which hold no thread: each is a coroutine of
-/// pending_server.
+/// Starts a server for at most that many calls at once, none of which holds a thread: each is a
+/// coroutine of pending_server.
 std::unique_ptr<PendingCalls> startSuspended(int most);
 
-/// The same with calls that wait for an approval host which does not answer, each on a thread of
-/// velmiro_mcp's. Throws TooMany.
+/// Starts a server whose calls wait for an approval host that does not answer, each on a thread of
+/// velmiro_mcp. Throws TooMany.
 std::unique_ptr<PendingCalls> startBlocking(int most);
 
 } // namespace velmiro::bench

@@ -14,7 +14,7 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-/// A row in which the counts are the contenders.
+/// Returns a row whose contenders are the counts.
 Figure rowOf(const Series& series) {
     Figure row{series.name, series.unit, series.shown, {}, series.target};
     for (const Point& point : series.points) {

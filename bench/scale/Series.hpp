@@ -9,22 +9,22 @@
 #include <string>
 #include <vector>
 
-/// What is measured at growing counts, and how it is printed.
+/// Measurements at growing counts, and how they are printed.
 namespace velmiro::bench {
 
-/// What something costs with so many calls pending, or with so many items.
+/// The costs with that many pending calls, or that many items.
 struct Point {
     int count;
     std::vector<double> samples; ///< one a round
 };
 
-/// One row of a table. The first point is the one that all are compared with.
+/// A row of a table. All points are compared with the first one.
 struct Series {
     std::string name;
     const char* unit; ///< of the samples: "seconds", "bytes" or "threads"
     std::function<std::string(double cost)> shown;
     std::vector<Point> points = {};
-    std::optional<Target> target = std::nullopt; ///< columns are named as by `columnOf`
+    std::optional<Target> target = std::nullopt; ///< names columns as `columnOf` does
 };
 
 struct Report {
@@ -34,7 +34,7 @@ struct Report {
     std::vector<std::string> leftOut = {}; ///< what was not measured, and why
 };
 
-/// What can be chosen by name.
+/// A part of the benchmark that can be selected by name.
 struct Part {
     const char* name;
     std::vector<Report> (*measure)(int rounds);
@@ -45,7 +45,7 @@ std::vector<Report> measureMemory(int rounds);
 std::vector<Report> measureCalendar(int rounds);
 std::vector<Report> measureMail(int rounds);
 
-/// The head of a column, which is a contender of the figures that targets look at.
+/// Returns the head of a column, which is also the contender that targets name.
 std::string columnOf(int count);
 
 void print(const Report& report);

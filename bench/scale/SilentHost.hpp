@@ -9,18 +9,19 @@
 
 namespace velmiro::bench {
 
-/// An approval host that lets questions wait and then refuses them all. It works only while it is
-/// called. docs/approval-protocol.md tells what is said on its connections.
+/// An approval host that lets questions wait and refuses them all in the end. It works only while
+/// it is called. docs/approval-protocol.md describes what is sent.
 class SilentHost {
 public:
     /// Listens at a path. Throws std::system_error.
     explicit SilentHost(const std::filesystem::path& path);
 
-    /// Takes in questions until so many wait for an answer, or none came for that long. Gives how
-    /// many wait. Throws std::runtime_error for what is no question, and std::system_error.
+    /// Receives questions until `count` are waiting, or none has arrived for that long. Returns how
+    /// many are waiting. Throws std::runtime_error for anything but a question, and
+    /// std::system_error.
     std::size_t takeQuestions(std::size_t count, std::chrono::milliseconds patience);
 
-    /// Answers no to all that wait.
+    /// Answers no to all waiting questions.
     void refuseAll();
 
 private:

@@ -16,7 +16,8 @@ struct Mapping {
     [[nodiscard]] unsigned long size() const { return end - start; }
 };
 
-/// Whether a line begins the entry of a mapping: 7f2a00000000-7f2a00100000 rw-p 00000000 00:00 0
+/// Returns whether a line is the first of a mapping: 7f2a00000000-7f2a00100000 rw-p 00000000 00:00
+/// 0
 bool readMapping(const std::string& line, Mapping& mapping) {
     std::istringstream fields{line};
     char dash = 0;

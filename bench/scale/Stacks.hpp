@@ -4,9 +4,9 @@
 
 namespace velmiro::bench {
 
-/// The memory that the stacks of a process's threads have now, in bytes, but for its first thread.
-/// The system does not say which memory is a stack; those that DispatchQueue makes are told by
-/// their size and by the guard in front of them.
+/// Returns the resident memory of the stacks of a process's threads, except the first, in bytes.
+/// The system does not say which mappings are stacks; those that DispatchQueue makes are recognised
+/// by their size and the guard page before them.
 double residentStackBytes(pid_t process);
 
 } // namespace velmiro::bench

@@ -1,4 +1,4 @@
-// A server whose calls wait without a thread: `wait` goes on when `release` is called.
+// A server whose calls wait without a thread: a call of `wait` resumes when `release` is called.
 
 #include <MCPStdio/MCPServer.hpp>
 #include <MCPStdio/concurrency/Continuation.hpp>
@@ -13,7 +13,7 @@ using namespace MCPStdio;
 
 namespace {
 
-/// The calls that wait.
+/// The waiting calls.
 class Gate {
 public:
     void add(Continuation<bool> call) {
@@ -49,7 +49,7 @@ Task<MCPToolResult> waitAt(Gate& gate) {
     co_return MCPToolResult{"released", false};
 }
 
-/// Answers as those do that it releases.
+/// Gets the same reply as the calls that it releases.
 Task<MCPToolResult> release(Gate& gate) {
     gate.open();
     co_return MCPToolResult{"released", false};

@@ -1,5 +1,5 @@
-// How the server grows: with the calls that are pending, and with the data they are about. All of
-// it through real programs over real pipes, and every reply is checked.
+// How the server scales with pending calls and with the amount of data. Everything runs through
+// real programs and pipes, and every reply is checked.
 
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
@@ -50,7 +50,7 @@ void run(const Options& options) {
     std::cout << "Ratios are costs against the first column, lower is better; medians of "
               << options.rounds << " rounds.\n\n"
               << std::flush;
-    ::signal(SIGPIPE, SIG_IGN); // a server that ended is told by the call that fails
+    ::signal(SIGPIPE, SIG_IGN); // if a server has ended, the write fails instead
     ::setenv("TZ", "Europe/Berlin", 1);
     ::setenv("LC_ALL", "C.UTF-8", 1);
     auto measured = JSONValue::object();

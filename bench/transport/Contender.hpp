@@ -8,8 +8,8 @@
 
 namespace velmiro::bench {
 
-/// How much one measurement asks of a program. What it gives is always for one request, or for a
-/// hundred thousand of them.
+/// How much work one measurement gives to a program. Results are always for one request, or for a
+/// hundred thousand.
 struct Effort {
     int warmUp;
     int trips;
@@ -17,32 +17,32 @@ struct Effort {
     int starts;
 };
 
-/// A server, or what is held against it.
+/// A server, or the limit that servers are compared with.
 struct Program {
-    std::string name; ///< at the head of its column
+    std::string name; ///< the head of its column
     std::vector<std::string> command;
     Effort effort;
 };
 
-/// A program, one request and what it answers to that: all that a measurement needs.
+/// A program, one request and the expected reply.
 struct Contender {
     Program program;
     Request request;
     Expected expected;
 };
 
-/// One of those that are built beside this program.
+/// Returns one of the programs that are built in the folder of this one.
 Program builtProgram(const std::string& name);
 
-/// A program that is asked once, to know what it answers. Throws std::runtime_error when that is no
-/// result.
+/// Sends the request to the program once, to learn the expected reply. Throws std::runtime_error if
+/// that is not a result.
 Contender contenderOf(Program program, Request request);
 
-/// The limit with the same request, and a reply as long as the server's.
+/// Returns the limit with the same request, and replies as long as the server's.
 Contender limitFor(const Contender& server);
 
-/// Throw std::runtime_error when a program gives another result than this one, or does not say
-/// hello as the protocol has it.
+/// Throw std::runtime_error if a program answers with another result, or does not complete the
+/// protocol's handshake.
 void requireResult(const Contender& contender, const MCPStdio::JSONValue& result);
 void requireHandshake(const Program& program);
 

@@ -31,7 +31,7 @@ std::string megabytes(double cost) {
 
 constexpr double noTarget = 0;
 
-/// The target is what our servers may cost at most, the limit being 1: all that are in the row.
+/// The target is the highest cost of our servers in the row, relative to the limit.
 Figure figure(std::string name, const char* unit, std::string (*shown)(double), double target) {
     Figure made{std::move(name), unit, shown, {}};
     if (target != noTarget) {
@@ -51,7 +51,8 @@ std::vector<Figure> loadFigures(const std::string& what, double target, double c
             figure(what + ", peak memory", "bytes", megabytes, noTarget)};
 }
 
-/// The limit of the first server, and the servers, all with one request and the same result.
+/// Returns the limit for the first server, and the servers, all with one request and the same
+/// result.
 std::vector<Contender> field(const Request& request, const JSONValue& result,
                              const std::vector<Program>& servers) {
     std::vector<Contender> all;

@@ -7,15 +7,15 @@
 
 namespace velmiro::bench {
 
-/// What can be measured at once, as so many figures, which have no samples yet.
+/// What one run of a server measures: a sample for each figure. The figures have no samples yet.
 struct Measurement {
     std::vector<Figure> figures;
     std::vector<Contender> contenders;
     std::vector<double> (*take)(const Contender&);
 };
 
-/// All there is to measure of the limit, our servers, and the peers where there are any, which are
-/// to outlive this. Throws std::runtime_error when a server answers something else than it should.
+/// Returns all measurements of the limit, our servers and the peers, if any, which must outlive the
+/// result. Throws std::runtime_error if a server answers wrongly.
 std::vector<Measurement> measurements(const Peers* peers);
 
 } // namespace velmiro::bench

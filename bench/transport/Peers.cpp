@@ -16,7 +16,7 @@ struct Peer {
     Effort effort;
 };
 
-/// They are warm only when their code has been compiled. Slow ones get less to do, for a run to end
+/// They are warm only once their code is compiled. Slow ones get fewer requests, so that a run ends
 /// in minutes.
 constexpr std::array peers{
     Peer{"TypeScript SDK",

@@ -8,22 +8,23 @@
 
 namespace velmiro::bench {
 
-/// Servers as people write them today, to be held against ours: they lie in bench/peers and run on
-/// the Node.js of this machine.
+/// Servers as people write them today, to compare ours with. They are in bench/peers and run on the
+/// Node.js of this machine.
 class Peers {
 public:
-    /// Throws std::runtime_error when there is no Node.js.
+    /// Throws std::runtime_error if there is no Node.js.
     Peers();
 
     [[nodiscard]] const std::string& nodeVersion() const { return version_; }
 
-    /// Those with the tool of hello_server.
+    /// Returns those with the tool of hello_server.
     [[nodiscard]] std::vector<Program> withEcho() const;
-    /// Those that list other tools. They can be started until this is called again, or gone.
+    /// Returns those that list other tools. They can be started until this is called again, or the
+    /// object is destroyed.
     [[nodiscard]] std::vector<Program> withTools(const MCPStdio::JSONValue& tools) const;
 
 private:
-    std::string node_; ///< the program itself, whatever stands in its place on the search path
+    std::string node_; ///< the program itself, not a wrapper on the search path
     std::string version_;
     support::TemporaryFolder folder_; ///< for the list of tools
 };

@@ -16,13 +16,13 @@ std::string replyBuffer(const Contender& contender, int count) {
     return room;
 }
 
-/// A load of which all replies fit into memory that is there anyway.
+/// Returns a number of requests whose replies fit into the memory that is there anyway.
 int fitting(int count, const Contender& contender) {
     constexpr std::size_t room = std::size_t{32} << 20U;
     return std::min(count, static_cast<int>(room / contender.expected.length));
 }
 
-/// Sends as many requests, checks the replies, and gives the seconds it took.
+/// Sends `count` requests and checks the replies. Returns the seconds it took.
 double timedExchange(Server& server, const Contender& contender, int count) {
     std::string replies = replyBuffer(contender, count);
     const double taken = exchange(server, contender.request.lines(count), replies);
@@ -63,7 +63,7 @@ std::vector<double> takeLargeCalls(const Contender& contender) {
     for (double& call : calls) {
         call = timedExchange(server, contender, 1);
     }
-    calls.erase(calls.begin()); // it touches the memory that the others use again
+    calls.erase(calls.begin()); // its memory is new; the others reuse it
     return {median(std::move(calls)), peakBytes(server.process())};
 }
 

@@ -4,21 +4,23 @@
 
 #include <vector>
 
-/// What can be measured at once, of one contender. Each starts a server of its own, and checks what
-/// that answered behind the clock's back. All throw std::runtime_error.
+/// Samples of one contender. Each function starts a server of its own, and checks its answers while
+/// the clock is stopped. All throw std::runtime_error.
 namespace velmiro::bench {
 
-/// One request after the other: half of the trips, and 99 in 100, took no longer than this.
+/// Sends one request after another. Returns the median and the 99th percentile of the round trips.
 std::vector<double> takeRoundTrips(const Contender& contender);
 
-/// As many requests as the pipe holds are under way: seconds for each, and the server's CPU seconds
-/// for a hundred thousand of them, and its memory after them all.
+/// Keeps as many requests under way as the pipe holds. Returns the seconds per request, the
+/// server's CPU seconds per 100,000 requests, and its peak memory.
 std::vector<double> takePipelined(const Contender& contender);
 
-/// One large request after the other: seconds for each, and the server's memory after them all.
+/// Sends one large request after another. Returns the seconds per request, and the server's peak
+/// memory.
 std::vector<double> takeLargeCalls(const Contender& contender);
 
-/// From before the process was made to its first reply, and its memory then.
+/// Returns the seconds from before the start of the process to its first reply, and its peak memory
+/// then.
 std::vector<double> takeStart(const Contender& contender);
 
 } // namespace velmiro::bench

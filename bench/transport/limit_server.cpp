@@ -1,6 +1,6 @@
-// The least a program can do between two pipes that answers each line at once: it finds the lines
-// and writes one fixed reply for each, in one call, of as many bytes as its argument says. Only who
-// makes replies wait for others, and writes many in one call, can be faster.
+// The least that a program between two pipes can do if it answers each line immediately: find the
+// lines, and write a fixed reply for each with one system call. The argument is the length of the
+// reply. Only a program that delays replies, to write many with one call, can be faster.
 
 #include <array>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// Loads servers through pipes and holds them against the least a program can do, in turns, in one
-// run: ours, and on one CPU also those that people write today.
+// Compares servers over pipes, in turns and in one run, with the least that a program can do: ours
+// and, on one CPU, servers as people write them today.
 
 #include "bench/Figures.hpp"
 #include "bench/Options.hpp"
@@ -23,11 +23,11 @@ namespace {
 using namespace velmiro::bench;
 using MCPStdio::JSONValue;
 
-/// No measurement takes this many seconds: the server hangs, and SIGALRM ends us.
+/// A measurement that takes this many seconds hangs; SIGALRM then ends the benchmark.
 constexpr unsigned tooLong = 120;
 
-/// In turns, the rounds outermost: what disturbs the machine for a while meets a few samples of
-/// many figures, and not all of one.
+/// Measures in turns, with rounds as the outer loop: a disturbance then affects a few samples of
+/// many figures, instead of all samples of one.
 std::vector<Figure> measure(std::vector<Measurement> all, int rounds) {
     for (Measurement& measurement : all) {
         for (Figure& figure : measurement.figures) {
@@ -77,7 +77,7 @@ void introduce(std::optional<int> cpu, const std::optional<Peers>& peers, int ro
 }
 
 void run(const Options& options) {
-    ::signal(SIGPIPE, SIG_IGN); // a server that ended is told by the call that fails
+    ::signal(SIGPIPE, SIG_IGN); // if a server has ended, the write fails instead
     ::alarm(tooLong);
     std::vector<std::string> columns{"limit", "hello_server", "velmiro_mcp"};
     std::optional<int> cpu;
@@ -93,7 +93,7 @@ void run(const Options& options) {
     auto figures = measure(measurements(peers ? &*peers : nullptr), options.rounds);
     if (!options.pinned) {
         for (Figure& figure : figures) {
-            figure.target.reset(); // they are about the work, and here waiting is measured too
+            figure.target.reset(); // targets are about the work; here waiting is measured too
         }
     }
     printTable(columns, figures, Ratio::cost);

@@ -5,7 +5,7 @@
 
 namespace velmiro::demo {
 
-/// The session did not go as it should; `what()` says what was not so.
+/// The session did not go as it should; `what()` says why.
 class Failure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

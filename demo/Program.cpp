@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto patience = 10s; // a step takes milliseconds
-constexpr auto slice = 50ms;   // of a wait, until the next look at `interrupted`
+constexpr auto slice = 50ms;   // the part of a wait between two checks of `interrupted`
 std::atomic<bool> interrupted = false;
 
 extern "C" void interrupt(int /*signal*/) {

@@ -19,7 +19,7 @@ std::string textOf(const JSONValue& record, const char* name) {
     return std::string{member == nullptr ? "" : member->stringValue().value_or("")};
 }
 
-/// 2026-10-14T15:00:00+02:00 as "Wed 14 Oct"
+/// Returns 2026-10-14T15:00:00+02:00 as "Wed 14 Oct".
 std::string shortDay(const std::string& date) {
     static constexpr std::array<const char*, 7> weekdays{"Sun", "Mon", "Tue", "Wed",
                                                          "Thu", "Fri", "Sat"};

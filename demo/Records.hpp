@@ -4,20 +4,20 @@
 
 #include <string>
 
-/// What tools answered, as a person would like to see it.
+/// Formats the results of tools for a person.
 namespace velmiro::demo {
 
-/// The records of the tools that list, a line or more each; "(nothing)" where there are none.
+/// Return the records of a list, one or more lines each; "(nothing)" if there are none.
 std::string agenda(const MCPStdio::JSONValue& events);
 std::string checklist(const MCPStdio::JSONValue& reminders);
 std::string people(const MCPStdio::JSONValue& contacts);
 std::string noteList(const MCPStdio::JSONValue& notes);
 std::string inbox(const MCPStdio::JSONValue& messages);
 
-/// The lines of the first component of that name in a calendar file, moved in.
+/// Returns the lines of the first component with this name in a calendar file, indented.
 std::string componentOf(const std::string& file, const std::string& name);
 
-/// Every line of a text moved in.
+/// Returns a text with every line indented.
 std::string movedIn(const std::string& text);
 
 } // namespace velmiro::demo

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// 20261014
+/// Returns 20261014.
 std::string icsDay(int daysFromToday) {
     std::string day = isoDay(dayFromToday(daysFromToday));
     std::erase(day, '-');
@@ -26,7 +26,7 @@ std::string berlin(const std::string& property, int daysFromToday, const std::st
     return property + ";TZID=Europe/Berlin:" + icsDay(daysFromToday) + 'T' + time + '\n';
 }
 
-/// The text of a file, from lines with a bare line feed.
+/// Returns the text of a file, from lines that end with a line feed alone.
 std::string withLineEnds(const std::string& plain) {
     std::istringstream lines{plain};
     std::string text;
@@ -122,8 +122,8 @@ void SampleHome::fillCalendars() const {
                                            "DESCRIPTION:They bring the dog 🐕\\; ask for a table "
                                            "outside 🌳\n")));
     write("Calendars/work/displayname", "Work\n");
-    // Every week since three weeks ago; the second to come is moved by a day and two hours, the
-    // third is cancelled.
+    // Weekly since three weeks ago. The second coming occurrence is moved by a day and two hours,
+    // the third is cancelled.
     write("Calendars/work/planning.ics",
           calendarFile(event("planning",
                              "SUMMARY:Planning ☕\n" + berlin("DTSTART", -20, "090000") +
@@ -160,7 +160,8 @@ void SampleHome::fillContacts() const {
           card("UID:zoe\nN:Ünal;Zoë;;;\nFN:Zoë Ünal\nEMAIL:zoe@example.org\n"));
 }
 
-/// Notes and messages, which are as old as their files: each an hour older than the one before.
+/// Copies the notes and messages. Each is an hour older than the one before, by the time of its
+/// file.
 void SampleHome::copy(const std::string& samples) const {
     fs::copy(samples, data(), fs::copy_options::recursive);
     auto time = fs::file_time_type::clock::now();

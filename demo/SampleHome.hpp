@@ -9,17 +9,17 @@
 
 namespace velmiro::demo {
 
-/// A temporary home with some data of every kind, whose dates lie in the weeks around today. It is
-/// removed with this object.
+/// A temporary home with some data of every kind, dated in the weeks around today. It is removed on
+/// destruction.
 class SampleHome {
 public:
-    /// `samples` is the folder of the notes and messages to start with.
+    /// `samples` is the folder of the initial notes and messages.
     explicit SampleHome(const std::string& samples);
 
-    /// What a program needs in its environment to live in this home.
+    /// Returns the environment variables of a program whose home this is.
     [[nodiscard]] std::map<std::string, std::string> environment() const;
 
-    /// Every file of the user's data, by its path in their folder, and what is in it.
+    /// Returns the content of every file of the user's data, by its path in the data folder.
     [[nodiscard]] std::map<std::string, std::string> files() const;
 
 private:
@@ -33,9 +33,9 @@ private:
     support::TemporaryFolder folder_;
 };
 
-/// The day this many days from today, in the zone of the demo.
+/// Returns the day that many days from today, in the demo's time zone.
 std::chrono::year_month_day dayFromToday(int days);
-/// 2026-10-14
+/// Returns 2026-10-14.
 std::string isoDay(std::chrono::year_month_day day);
 
 } // namespace velmiro::demo

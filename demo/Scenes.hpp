@@ -2,7 +2,7 @@
 
 #include "demo/Stage.hpp"
 
-/// What the agent does with each kind of data, one scene after the other.
+/// What the agent does with each kind of data, scene by scene.
 namespace velmiro::demo {
 
 void calendarScene(Stage& stage);

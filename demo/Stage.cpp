@@ -130,7 +130,7 @@ std::string Stage::callWithQuestionThatFails(const char* tool, const JSONValue& 
     return reply.text;
 }
 
-/// Calls a tool, and lets the user answer its question.
+/// Calls a tool, and answers its question.
 bool Stage::ask(const char* tool, const JSONValue& arguments, const std::string& about,
                 bool played) {
     sendCall(tool, arguments);
@@ -139,7 +139,7 @@ bool Stage::ask(const char* tool, const JSONValue& arguments, const std::string&
     return answer(question, played);
 }
 
-/// Answers the host's question, in the user's words when it is the user's turn.
+/// Answers the host's question, with the user's own input if it is the user's turn.
 bool Stage::answer(std::string question, bool played) {
     const bool isUsersTurn = usersTurns_ > 0;
     usersTurns_ -= isUsersTurn ? 1 : 0;
@@ -148,7 +148,7 @@ bool Stage::answer(std::string question, bool played) {
             transcript_.ask(Speaker::host, trimmed(question) + ' ');
             const std::string typed = host_.readTypedLine();
             if (typed.empty() || ::isatty(STDIN_FILENO) == 0) {
-                std::cout << '\n'; // nobody has seen the end of the line
+                std::cout << '\n'; // the end of the line was not echoed
             }
             host_.write(typed.empty() ? "n\n" : typed);
         } else {

@@ -14,54 +14,54 @@ namespace velmiro::demo {
 
 using MCPStdio::JSONValue;
 
-/// Parts of a reply; a Failure where they are not what they should be.
+/// Return parts of a reply. Throw a Failure if they are missing or of another kind.
 const JSONValue& member(const JSONValue& value, const char* name);
 std::string text(const JSONValue& value);
 std::span<const JSONValue> elements(const JSONValue& value);
 
-/// What a tool answered.
+/// The answer of a tool.
 struct Reply {
     std::string text;
     bool isError = false;
 
-    /// The text as JSON; a Failure when it is an error.
+    /// Parses the text as JSON. Throws a Failure if the answer is an error.
     [[nodiscard]] JSONValue payload() const;
 };
 
-/// Where scenes play: the home, the server, the approval host and the user, and what is shown of
-/// them. Whatever does not go as it should is a Failure.
+/// The stage on which scenes play: the home, the server, the approval host and the user, and the
+/// transcript. Throws a Failure if anything does not go as it should.
 class Stage {
 public:
-    /// The user answers the first question when the session is interactive.
+    /// In an interactive session, the user answers the first question.
     Stage(const std::string& binaries, const std::string& samples, bool interactive);
 
     [[nodiscard]] const Transcript& transcript() const { return transcript_; }
     [[nodiscard]] const SampleHome& home() const { return home_; }
 
-    /// Whether the next question is the user's, not a played one.
+    /// Returns whether the user answers the next question, rather than the demo.
     [[nodiscard]] bool isUsersTurn() const { return usersTurns_ > 0; }
 
-    /// One request of the protocol; gives its result.
+    /// Sends a request of the protocol and returns its result.
     JSONValue request(const char* method, JSONValue parameters);
     void notify(const char* method) const;
 
-    /// Calls a tool and shows the call; the answer is for the scene to show.
+    /// Calls a tool and shows the call. The scene shows the answer.
     Reply call(const char* tool, const JSONValue& arguments);
 
-    /// Calls a tool that has to fail just so, and shows that.
+    /// Calls a tool that has to fail with exactly this error, and shows both.
     void fail(const char* tool, const JSONValue& arguments, const std::string& expected);
 
-    /// Calls a tool that asks the user, and shows all of it. The question must contain `about`; the
-    /// answer is `played` when it is not the user's turn. Gives the reply after a yes, nothing
-    /// after a no, which must have changed no file.
+    /// Calls a tool that asks the user, and shows the exchange. The question must contain `about`;
+    /// if it is not the user's turn, the answer is `played`. Returns the reply after a yes. Returns
+    /// nullopt after a no, and checks that no file has changed.
     std::optional<JSONValue> callWithQuestion(const char* tool, const JSONValue& arguments,
                                               const std::string& about, bool played);
 
-    /// The same for a call that fails after a yes; gives the error.
+    /// Calls a tool in the same way that fails after a yes. Returns the error.
     std::string callWithQuestionThatFails(const char* tool, const JSONValue& arguments,
                                           const std::string& about);
 
-    /// Closes the server's input, and gives its exit status.
+    /// Closes the server's input and returns its exit status.
     int end();
 
 private:
@@ -74,13 +74,13 @@ private:
 
     Transcript transcript_;
     SampleHome home_;
-    int usersTurns_; ///< how many questions the user still answers
+    int usersTurns_; ///< questions that the user still answers
     int requests_ = 0;
     Program host_;
     Program server_;
 };
 
-/// The files of `after` that are new or changed since `before`, by their paths.
+/// Returns the files of `after` that are new or changed since `before`, by path.
 std::map<std::string, std::string> changedFiles(const std::map<std::string, std::string>& before,
                                                 const std::map<std::string, std::string>& after);
 

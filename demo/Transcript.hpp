@@ -5,20 +5,20 @@
 
 namespace velmiro::demo {
 
-/// Prints who says what, for a person; in colour on a terminal that knows colour.
+/// Prints who says what, for a person; in colour if the terminal has colours.
 class Transcript {
 public:
     enum class Speaker { agent, server, host, user };
 
     Transcript();
 
-    /// What is going on, before it goes on.
+    /// Prints what comes next.
     void heading(std::string_view text) const;
     void note(std::string_view text) const;
 
-    /// Lines of one speaker, whose name stands before the first.
+    /// Prints lines of a speaker, with the speaker's name before the first.
     void say(Speaker speaker, std::string_view text) const;
-    /// The same without the end of the line: somebody types the rest.
+    /// Prints the same without a line break at the end: somebody types the rest.
     void ask(Speaker speaker, std::string_view text) const;
 
 private:

@@ -1,6 +1,6 @@
-// A whole session as an agent would have it, on sample data: the real server and the real approval
-// host, over real pipes and a real socket. What is printed is what they said. Every reply is
-// checked; the exit status is 1 when the session did not go as it should.
+// A whole session on sample data, as an agent would have it: the real server and the real approval
+// host, over real pipes and a real socket. It prints what they say. Every reply is checked; the
+// exit status is 1 if the session did not go as it should.
 
 #include "demo/Failure.hpp"
 #include "demo/Scenes.hpp"
@@ -68,7 +68,7 @@ int main(int count, char** values) {
         std::cerr << "usage: demo [--interactive]\n";
         return 2;
     }
-    // The demo reckons in the zone that its server lives in.
+    // The demo computes dates in the time zone of its server.
     ::setenv("TZ", "Europe/Berlin", 1);
     endWaitsOnSignals();
     try {

@@ -21,7 +21,7 @@ extern "C" char** environ; // NOLINT(readability-redundant-declaration): not eve
 namespace velmiro::support {
 namespace {
 
-/// Which of our descriptors become the child's standard streams. `posix_spawn` forks nothing of our
+/// Which of our descriptors become the child's standard streams. `posix_spawn` does not copy our
 /// memory, so a child starts as fast from a large process as from a small one.
 class Actions {
 public:
@@ -39,7 +39,7 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
-/// Has the child start with the default action of SIGPIPE, which we may ignore.
+/// Starts the child with the default action of SIGPIPE, which we may be ignoring.
 class Attributes {
 public:
     explicit Attributes(bool ignoreBrokenPipe) {
@@ -62,7 +62,7 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-/// A child inherits which signals are ignored, so this process ignores SIGPIPE while it is started.
+/// Ignores SIGPIPE in this process while a child is started, since the child inherits that.
 class ScopedBrokenPipe {
 public:
     explicit ScopedBrokenPipe(bool ignored) : ignored_{ignored} {
@@ -161,7 +161,7 @@ std::optional<std::string> ChildProcess::readThrough(std::initializer_list<std::
     std::size_t searched = 0;
     do {
         std::size_t end = std::string::npos;
-        std::size_t overlap = 0; // a mark may begin in what was searched
+        std::size_t overlap = 0; // the end of what was searched may be the start of a mark
         for (const std::string_view mark : marks) {
             const std::size_t found = buffered_.find(mark, searched);
             if (found != std::string::npos) {

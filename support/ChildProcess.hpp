@@ -13,8 +13,8 @@
 
 namespace velmiro::support {
 
-/// A program that runs as our child, its standard input and output connected to pipes of ours. One
-/// thread uses it; another one may write meanwhile.
+/// A program that runs as our child, with pipes of ours as standard input and output. Used by one
+/// thread, except that another one may write.
 class ChildProcess {
 public:
     struct Options {
@@ -44,33 +44,34 @@ public:
     void closeInput() noexcept { input_.close(); }
     void closeOutput() noexcept { output_.close(); }
 
-    /// Writes all of the text. Throws std::system_error if the child no longer reads; the caller
-    /// ignores SIGPIPE.
+    /// Writes all of the text. Throws std::system_error if the child no longer reads, provided that
+    /// the caller ignores SIGPIPE.
     void write(std::string_view text) const;
     void writeLine(const std::string& line) const { write(line + "\n"); }
 
-    /// Returns what the child prints next, up to and including the first of the marks. Returns
-    /// nullopt if its output ends before one, or none comes within the time; the text is then kept
-    /// for the next call.
+    /// Returns the child's next output, up to and including the first of the marks. Returns nullopt
+    /// if the output ends before a mark, or no mark arrives in time; what was read is kept for the
+    /// next call.
     std::optional<std::string> readThrough(std::initializer_list<std::string_view> marks,
                                            std::chrono::milliseconds limit = patience);
 
     /// Returns the next line without its line feed; nullopt as above.
     std::optional<std::string> readLine(std::chrono::milliseconds limit = patience);
 
-    /// Returns whether the end of the output was met.
+    /// Returns whether the end of the output has been reached.
     [[nodiscard]] bool outputHasEnded() const noexcept { return outputHasEnded_; }
 
-    /// Returns the wait status once the child has ended; nullopt if it does not within the time.
+    /// Returns the wait status once the child has ended; nullopt if it does not end in time.
     std::optional<int> waitForEnd(std::chrono::milliseconds limit = patience);
 
-    /// Waits as long as it takes, and returns the wait status.
+    /// Waits for the child to end, without a limit, and returns the wait status.
     int wait();
 
-    /// Sends a signal, unless the child was waited for: its number may be another's by now.
+    /// Sends a signal, unless the child was waited for: another process may have its number by
+    /// then.
     void signal(int number) const noexcept;
 
-    /// Return how many descriptors the child has open, and how many threads it has (Linux).
+    /// Return the numbers of the child's open descriptors and of its threads, on Linux.
     [[nodiscard]] std::size_t descriptorCount() const;
     [[nodiscard]] std::size_t threadCount() const;
 

@@ -5,7 +5,7 @@
 
 namespace velmiro::support {
 
-/// Returns true as soon as a condition holds; false if it does not within the time.
+/// Waits until a condition holds. Returns false if it does not within the time.
 template <typename Condition>
 bool eventually(Condition holds, std::chrono::milliseconds limit = std::chrono::seconds{30}) {
     const auto deadline = std::chrono::steady_clock::now() + limit;

@@ -11,7 +11,7 @@ namespace velmiro::support {
 
 Pipe makePipe(int flags) {
     std::array<int, 2> ends{};
-#ifdef SOCK_CLOEXEC // whoever has this flag has pipe2
+#ifdef SOCK_CLOEXEC // systems with this flag have pipe2
     const bool made = ::pipe2(ends.data(), O_CLOEXEC | (flags & O_NONBLOCK)) == 0;
 #else
     const bool made = ::pipe(ends.data()) == 0;

@@ -5,8 +5,8 @@
 
 namespace velmiro::support {
 
-/// Sets an environment variable, or removes it if the value is null, and restores what it was when
-/// destroyed. The C library reads TZ again both times.
+/// Sets an environment variable, or removes it if the value is null, and restores it on
+/// destruction. The C library reads TZ again each time.
 class ScopedVariable {
 public:
     ScopedVariable(std::string name, const char* value);

@@ -6,11 +6,12 @@
 
 namespace velmiro::support {
 
-/// A new folder, removed with everything in it when this object is destroyed.
+/// A new folder, which is removed with everything in it on destruction.
 class TemporaryFolder {
 public:
-    /// The path of a local socket has at most 103 bytes: a folder that is to hold one is made
-    /// in /tmp, since TMPDIR may be long. Throws std::system_error.
+    /// Creates the folder in `parent`. A folder that is to contain a local socket is best created
+    /// in /tmp: the path of a socket has at most 103 bytes, and TMPDIR may be long. Throws
+    /// std::system_error.
     explicit TemporaryFolder(
         const std::filesystem::path& parent = std::filesystem::temp_directory_path());
     TemporaryFolder(const TemporaryFolder&) = delete;
@@ -22,7 +23,7 @@ public:
     /// Returns the path of a file in it.
     [[nodiscard]] std::string operator/(std::string_view name) const;
 
-    /// Writes a file, and creates the folders it is in. Throws std::runtime_error.
+    /// Writes a file in it, and creates missing folders. Throws std::runtime_error.
     void write(const std::filesystem::path& name, std::string_view content) const;
 
 private:

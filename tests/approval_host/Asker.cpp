@@ -47,7 +47,7 @@ void Asker::send(std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t sent = ::send(socket_.get(), bytes.data(), bytes.size(), 0);
         if (sent <= 0) {
-            return; // the host has closed; its reply tells what it thought
+            return; // the host has closed the connection; its reply says why
         }
         bytes.remove_prefix(static_cast<std::size_t>(sent));
     }

@@ -10,19 +10,19 @@ namespace velmiro::host::test {
 
 using MCPStdio::Descriptor;
 
-/// One connection to a host, as a server would open it.
+/// One connection to a host, as a server opens it.
 class Asker {
 public:
-    /// Connects; `isConnected` says whether somebody listens there. Where the listener's queue is
-    /// full it waits, or is not connected.
+    /// Connects; `isConnected` tells whether that succeeded. If the listener's queue is full, waits
+    /// or fails.
     explicit Asker(const std::string& path, bool waits = true);
 
     [[nodiscard]] bool isConnected() const { return static_cast<bool>(socket_); }
     void send(std::string_view bytes);
     void ask(std::string_view tool, std::string_view summary);
-    /// Everything the host sends until it closes the connection.
+    /// Returns everything the host sends until it closes the connection.
     std::string reply();
-    /// Whether the host has sent something, or closed the connection, by now.
+    /// Returns whether the host has sent something or closed the connection.
     [[nodiscard]] bool isAnswered() const { return isAnsweredWithin(0); }
     [[nodiscard]] bool isAnsweredWithin(int milliseconds) const;
     void hangUp() { socket_.close(); }
@@ -39,7 +39,7 @@ struct TemporaryFolder : support::TemporaryFolder {
     TemporaryFolder() : support::TemporaryFolder{"/tmp"} {}
 };
 
-/// A socket bound at the path; it listens, or nobody does.
+/// Returns a socket bound to the path, which listens or leaves connections refused.
 Descriptor bindSocket(const std::string& path, bool listens);
 
 } // namespace velmiro::host::test

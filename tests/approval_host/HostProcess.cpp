@@ -38,8 +38,8 @@ Descriptor openTerminal(unsigned short columns) {
     return terminal;
 }
 
-/// Returns the command line that starts the host: the shell, and `setsid` before it for a host at a
-/// terminal, prepare the process and become the host.
+/// Returns the command line that starts the host. The shell prepares the process and then becomes
+/// the host; for a host at a terminal, `setsid` does so before.
 std::vector<std::string> commandFor(const Start& start) {
     std::string preparation = "umask 0; ";
     if (start.ignoredSignal) {

@@ -13,12 +13,12 @@ namespace {
 
 constexpr std::string_view prompt = "Allow? [y/n] ";
 
-/// A host that asks over pipes, and is ready.
+/// A host that asks over pipes and is listening.
 class Asking : public testing::Test {
 protected:
     Asking() : host{{.arguments = {"--socket", path}}} { host.waitFor("listening at " + path); }
 
-    /// Everything sent before this was called has been received by the host when it returns.
+    /// Returns when the host has received everything that was sent before.
     void waitUntilReceived() const {
         Asker probe{path};
         probe.send("nonsense\n");
@@ -151,7 +151,7 @@ TEST_F(Asking, NeverGivesAnAnswerToTheNextQuestionThatCameAfterTheHangUp) {
     Asker next{path};
     next.ask("notes_create", "second");
     waitUntilReceived();
-    host.hold(); // so that it sees both at once
+    host.hold(); // so that it sees both at the same time
     gone.hangUp();
     host.type("y\n");
     host.signal(SIGCONT);
@@ -172,7 +172,7 @@ TEST_F(Asking, DropsWhatWasTypedBeforeTheQuestionWasShown) {
     host.waitFor(prompt);
     std::string ahead = "n\n";
     for (int count = 0; count < 4000; ++count) {
-        ahead += "y\n"; // more than is read at a time
+        ahead += "y\n"; // more than one read returns
     }
     host.type(ahead);
     EXPECT_EQ(first.reply(), no);
@@ -200,7 +200,7 @@ TEST_F(Asking, ForgetsAWaitingQuestionSilentlyWhenItsAskerHangsUp) {
 }
 
 TEST_F(Asking, NeverShowsAQuestionWhoseAskerIsGoneAlready) {
-    host.hold(); // so that it sees question and hang-up at once
+    host.hold(); // so that it sees question and hang-up at the same time
     Asker gone{path};
     gone.ask("notes_create", "gone");
     gone.hangUp();

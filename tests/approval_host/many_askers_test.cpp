@@ -43,8 +43,8 @@ std::string notice(int waiting) {
            (waiting == 1 ? " more question waits)\n" : " more questions wait)\n");
 }
 
-/// Answers the questions from `first` on in turn yes and no, and checks that they are asked in
-/// order, each with what waits behind it, and that nobody is answered out of turn.
+/// Answers the questions from `first` on with yes and no in turn. Checks that they are asked in
+/// order, each with the number waiting after it, and that nobody is answered out of turn.
 void answerInOrder(HostProcess& host, Askers& askers, int first) {
     const int count = static_cast<int>(askers.size());
     for (int number = first; number < count; ++number) {
@@ -75,7 +75,7 @@ TEST(ManyAskers, AreAllTakenAtOnceAndAskedInOrder) {
     host.waitFor("listening at ");
     Askers askers = askMany(folder / "s", 1000);
     waitUntilReceived(folder / "s");
-    // The first was shown while the others came.
+    // The first was shown before the others arrived.
     host.waitFor("    number 0\n");
     host.waitFor(prompt);
     host.type("y\n");

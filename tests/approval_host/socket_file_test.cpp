@@ -35,7 +35,7 @@ bool allowsAt(const std::string& path) {
 TEST(SocketFile, LiesInFoldersThatOnlyTheirOwnerEntersWhateverTheMask) {
     const TemporaryFolder home;
     const std::string path = home / "a/b/approval.sock";
-    HostProcess host{listenAt(path)}; // starts with an empty file mode mask
+    HostProcess host{listenAt(path)}; // starts with a umask of 0
     host.waitFor("listening at " + path + "\n");
     EXPECT_EQ(modeOf(home / "a"), 0700U);
     EXPECT_EQ(modeOf(home / "a/b"), 0700U);
@@ -211,9 +211,9 @@ TEST(SocketFile, BelongsToExactlyOneOfManyHostsThatStartAtOnce) {
     const TemporaryFolder home;
     for (int round = 0; round < 10; ++round) {
         std::filesystem::remove(home / "s");
-        bindSocket(home / "s", false); // abandoned: all will want to replace it
+        bindSocket(home / "s", false); // abandoned, so all hosts try to replace it
         Descriptor lock{::open(home.path().c_str(), O_RDONLY | O_CLOEXEC)};
-        ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0); // so that none is ahead of the others
+        ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0); // so that no host gets ahead of the others
         std::vector<std::unique_ptr<HostProcess>> hosts(8);
         for (auto& host : hosts) {
             host = std::make_unique<HostProcess>(listenAt(home / "s"));

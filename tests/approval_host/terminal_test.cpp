@@ -11,7 +11,7 @@
 namespace velmiro::host::test {
 namespace {
 
-/// A host at a terminal of 40 columns that knows no bold, ready.
+/// A listening host at a terminal of 40 columns that cannot show bold.
 class AtTerminal : public testing::Test {
 protected:
     AtTerminal()
@@ -63,7 +63,7 @@ TEST_F(AtTerminal, DropsALineThatWasBegunForAWithdrawnQuestion) {
     Asker next{path};
     next.ask("notes_create", "second");
     host.type("y");
-    host.waitFor("y"); // the terminal has it
+    host.waitFor("y"); // the terminal has received it
     gone.hangUp();
     host.waitFor("Withdrawn: whoever asked is gone.\r\n");
     host.waitFor("    second\r\n");

@@ -66,7 +66,7 @@ TEST(Unattended, CanBeEndedWhileNobodyReadsWhatItPrints) {
     const TemporaryFolder folder;
     HostProcess host{{.arguments = {"--yes", "--socket", folder / "s"}}};
     host.waitFor("listening at ");
-    // Questions enough to fill any pipe; the first that is not answered is held up by it.
+    // Enough questions to fill any pipe; the full pipe delays the first one that is not answered.
     for (bool isHeld = false; !isHeld;) {
         Asker asker{folder / "s"};
         asker.ask("notes_create", std::string(400, 'x'));

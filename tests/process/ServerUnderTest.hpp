@@ -16,7 +16,8 @@ using support::eventually;
 using support::readFile;
 using support::TemporaryFolder;
 
-/// The variables a server of these tests gets: a home of its own, a known zone and language.
+/// Returns the environment of a server under test: a home of its own, a known time zone and
+/// language.
 inline std::map<std::string, std::string> environmentFor(const TemporaryFolder& home) {
     return {{"HOME", home.path().string()},
             {"TZ", "Europe/Berlin"},
@@ -28,7 +29,7 @@ inline ChildProcess::Options serverIn(const TemporaryFolder& home) {
     return {.arguments = {SERVER_BINARY}, .environment = environmentFor(home)};
 }
 
-/// The same file under another name, so that a program finds itself in another folder.
+/// Installs a program under another name, so that it finds itself in another folder.
 inline void install(const std::filesystem::path& program, const std::filesystem::path& as) {
     std::filesystem::create_directories(as.parent_path());
     std::error_code otherDisk;

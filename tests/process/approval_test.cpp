@@ -1,4 +1,4 @@
-// Questions to the user, through the real server and a host that behaves well or badly.
+// Questions to the user, through the real server and a host that behaves correctly or not.
 
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
@@ -29,7 +29,8 @@ protected:
         home.write(calendarsIn(home) / "Home" / "displayname", "Home");
     }
 
-    /// A host of this kind makes the answer a no, changes nothing and does the server no harm.
+    /// Checks that the answer of such a host is a no, that nothing changes, and that the server
+    /// takes no harm.
     void isANo(const ScriptedHost::Serve& serve) {
         const auto before = snapshot(calendarsIn(home));
         {

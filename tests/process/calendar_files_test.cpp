@@ -1,4 +1,4 @@
-// The calendar folder as strangers, other programs and accidents leave it.
+// Calendar folders as strangers, other programs and accidents leave them.
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "MCPStdio/text/UTF8.hpp"
@@ -29,7 +29,7 @@ std::string eventFile(const std::string& uid, const std::string& summary) {
 const std::string listAll =
     callLine(1, "calendar_list_events", R"({"start":"2026-10-14","days":1})");
 
-/// The text of a tool's answer, from its line.
+/// Returns the text of a tool's answer, from its line.
 std::string textOf(const std::optional<std::string>& line) {
     if (!line) {
         return "(no reply)";
@@ -150,7 +150,7 @@ TEST_F(CalendarFiles, WithoutHomeZoneOrLanguageTheServerWorks) {
     options.environment = {{"VELMIRO_ENABLED", "calendar"}};
     ChildProcess server{options};
     server.writeLine(callLine(1, "calendar_list_events", R"({"calendar":"no such calendar"})"));
-    // The account's own home is used: what it holds is not known here, that it answers is.
+    // The home of the account is used. Its content is unknown here, so only an answer is required.
     const std::string text = textOf(server.readLine());
     EXPECT_NE(text.find("no calendar named ‘no such calendar’"), std::string::npos) << text;
     server.writeLine(creation(2));
@@ -165,7 +165,8 @@ TEST_F(CalendarFiles, AChangeOfTheMachinesZoneIsSeenByTheNextCall) {
         GTEST_SKIP() << "this machine allows no mount namespace of its own";
     }
     write("good.ics", eventFile("good", "Good"));
-    // The server sees a folder of ours as /etc, in which the link is replaced as root would do it.
+    // The server sees a folder of ours as /etc. The link in it is replaced the way root would do
+    // it.
     const fs::path etc = home.path() / "etc";
     fs::create_directory(etc);
     fs::copy_file("/etc/passwd", etc / "passwd");
@@ -191,7 +192,7 @@ TEST_F(CalendarFiles, AServerKilledAtAnyMomentLeavesNoPartOfAnEvent) {
     std::atomic<bool> stop{false};
     std::atomic<int> partial{0};
     std::atomic<int> temporary{0};
-    // A reader of the folder, as another program would be, while all this happens.
+    // Meanwhile another program reads the folder.
     std::thread reader{[&] {
         while (!stop) {
             for (const auto& entry : fs::directory_iterator{folder}) {
@@ -226,7 +227,7 @@ TEST_F(CalendarFiles, AServerKilledAtAnyMomentLeavesNoPartOfAnEvent) {
     EXPECT_EQ(partial, 0);
     EXPECT_EQ(temporary, 0);
     {
-        ChildProcess server{serverIn(home)}; // the next creation cleans up
+        ChildProcess server{serverIn(home)}; // the next creation removes the leftovers
         server.writeLine(creation(1));
         ASSERT_TRUE(server.readLine());
     }

@@ -1,5 +1,5 @@
-// Completing a repeating reminder while the system fails: whatever call fails, and whenever, the
-// series is never gone, and what the agent reads is true.
+// Completing a recurring reminder while the system fails: whichever call fails, and whenever, the
+// series is never lost, and the agent reads the truth.
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
@@ -21,7 +21,7 @@ const std::string weekly = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//t//EN\r\
                            "UID:water\r\nDTSTAMP:20260901T080000Z\r\nDUE:20261014T080000Z\r\n"
                            "RRULE:FREQ=WEEKLY\r\nSUMMARY:Water\r\nEND:VTODO\r\nEND:VCALENDAR\r\n";
 
-/// What the agent reads, with whether it is an error.
+/// The text that the agent reads, and whether it is an error.
 struct Answer {
     std::string text;
     bool isError = false;
@@ -37,10 +37,10 @@ Answer answerOf(const std::optional<std::string>& line) {
             result["isError"]->boolValue() == true};
 }
 
-/// What is in the list's folder.
+/// The content of the list's folder.
 struct Contents {
-    std::string original; ///< the file that was asked about, empty when it is gone
-    int others = 0;       ///< visible files beside it, each the next of the series
+    std::string original; ///< the file of the completed reminder; empty if it is gone
+    int others = 0;       ///< other visible files, each the next occurrence of the series
     int hidden = 0;
 
     [[nodiscard]] bool isCompleted() const {
@@ -66,7 +66,7 @@ protected:
         return options;
     }
 
-    /// Each question about an event waits until this goes.
+    /// Allows every question, except one about an event, which waits until the asker hangs up.
     static void keepWaiting(int connection) {
         const bool isEvent = readQuestion(connection).find("calendar") != std::string::npos;
         answerWith(connection, isEvent ? "" : "{\"allow\":true}\n");
@@ -99,7 +99,7 @@ protected:
         return found;
     }
 
-    /// What must hold whatever failed.
+    /// Checks what must hold whichever call failed.
     void expectTruth(const Answer& answer) const {
         const Contents found = contents();
         if (!answer.isError) {
@@ -226,7 +226,7 @@ TEST_F(CompletionFaults, DescriptorsUsedUpByWaitingQuestionsNeverEndASeries) {
         for (int id = 1; id <= waiting; ++id) {
             server.writeLine(creation(id));
         }
-        // Those that no descriptor is left for are answered at once.
+        // Questions for which there is no descriptor left are answered immediately.
         std::size_t answered = 0;
         while (!eventually(
             [&] { return keeping.accepted() + answered >= static_cast<std::size_t>(waiting); },
@@ -277,7 +277,7 @@ TEST_F(CompletionFaults, WhatChangesWhileTheUserIsAskedIsSeenAfterTheYes) {
 
     EXPECT_EQ(completeWhile([&] { fs::remove(list / "water.ics"); }), "no reminder with id water");
 
-    // The identifier counts, whatever else is edited.
+    // The identifier decides, whatever else is edited.
     std::string renamed = weekly;
     renamed.replace(renamed.find("Water"), 5, "Plants");
     EXPECT_EQ(completeWhile([&] { home.write(list / "water.ics", renamed); }),

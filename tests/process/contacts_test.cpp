@@ -1,4 +1,4 @@
-// Searching people through the real server: many at once, and beside everything else.
+// Searching people through the real server, many times at once and while it does other work.
 
 #include "tests/process/ServerUnderTest.hpp"
 

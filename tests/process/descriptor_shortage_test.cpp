@@ -1,5 +1,5 @@
-// Every tool with hardly a descriptor to be had: what it answers is right, or an error. An empty
-// list would tell the agent that the day is free.
+// Every tool with hardly any descriptor left: its answer is right, or an error. An empty list would
+// tell the agent that the day is free.
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
@@ -43,7 +43,7 @@ protected:
     void SetUp() override {
         install(SERVER_BINARY, program);
         install(FAKE_OSASCRIPT, home.path() / "libexec/velmiro/osascript");
-        // The names of calendar and list are to be found in a file each, the zone in another.
+        // The names of the calendar and the list are in a file each, the time zone in another.
         home.write(data / "Calendars/w/displayname", "Work");
         home.write(data / "Calendars/w/lunch.ics",
                    component("VEVENT", "UID:lunch\r\nSUMMARY:Lunch\r\n"
@@ -82,8 +82,8 @@ protected:
     }
 };
 
-/// Below that a script waits a minute for descriptors that never come, and then fails: the tests of
-/// ScriptShortage show it with less patience.
+/// With fewer, a script waits a minute for descriptors and then fails. The tests of ScriptShortage
+/// show that with a shorter limit.
 constexpr int enoughForScripts = 10;
 
 class ScriptDescriptors : public DescriptorShortage {};
@@ -147,7 +147,7 @@ TEST_P(DescriptorShortage, WhatIsChangedIsChangedOrAnError) {
                      R"({"title":"Dentist","start":"2026-10-14","calendar":"work"})", "Calendars",
                      created);
     right += changes("reminders_create", R"({"title":"Call","list":"home"})", "Reminders", created);
-    // Each time the next of the series is added.
+    // Each time, the next occurrence of the series is added.
     right +=
         changes("reminders_complete", R"({"id":"milk"})", "Reminders", R"("completed" : true)");
     if (GetParam() >= 12) {
@@ -160,7 +160,7 @@ TEST_P(ScriptDescriptors, AreEnough) {
         GTEST_SKIP() << "the system's own osascript would run";
     }
     ChildProcess server{limitedServer(GetParam())};
-    // What stands in for osascript prints how it was called.
+    // The program in place of osascript prints how it was called.
     for (const auto& [tool, arguments] : std::map<std::string, std::string>{
              {"notes_search", R"({"query":"x"})"},
              {"notes_create", R"({"title":"x","body":"x"})"},

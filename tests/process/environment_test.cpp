@@ -1,5 +1,5 @@
-// Whatever the environment says of language and zone, the server answers, with a date that a user
-// can read.
+// Whatever language and time zone the environment names, the server answers, with a date that a
+// user can read.
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
@@ -15,7 +15,7 @@ using namespace velmiro::test;
 
 namespace {
 
-/// Values of all kinds: languages, almost languages, and bytes at random.
+/// Values of all kinds: languages, almost languages, and random bytes.
 std::vector<std::string> values() {
     std::vector<std::string> all{"English (United States)",
                                  "abcdefghijkl",
@@ -72,7 +72,7 @@ protected:
                           answerWith(connection, "{\"allow\":false}\n");
                       }};
 
-    /// The question about an event, as the user of a server with such variables reads it.
+    /// Returns the question about an event as the user of a server with these variables reads it.
     std::string questionWith(const std::map<std::string, std::string>& variables) {
         auto options = serverIn(home);
         options.environment.erase("LC_ALL");

@@ -1,4 +1,5 @@
-// The libraries that the server loads when it needs them: none before that, and none that ends it.
+// The libraries that the server loads on demand: none earlier, and none that is missing or broken
+// ends the server.
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
@@ -35,7 +36,7 @@ Answer answerOf(const std::optional<std::string>& line) {
             std::string{*(*(*result["content"])[0])["text"]->stringValue()}};
 }
 
-/// All that the process has mapped from files.
+/// Returns the mappings of the process.
 std::string mapsOf(const ChildProcess& process) {
     std::ifstream stream{"/proc/" + std::to_string(process.pid()) + "/maps"};
     return {std::istreambuf_iterator<char>{stream}, {}};
@@ -45,12 +46,13 @@ bool holds(const std::string& text, std::string_view part) {
     return text.find(part) != std::string::npos;
 }
 
-/// A calendar in which one event needs no library, one libical for its duration, and one ICU for
-/// its zone and its notes; the server finds its libraries in a folder of its own first.
+/// A calendar in which one event needs no library, one needs libical for its duration, and one
+/// needs ICU for its zone and its notes. The server looks for libraries in a folder of its own
+/// first.
 class Libraries : public testing::Test {
 protected:
     Libraries() {
-        std::signal(SIGPIPE, SIG_IGN); // a server that ended fails its test, not this program
+        std::signal(SIGPIPE, SIG_IGN); // a server that has ended fails its test, not this program
         write("Plain", "plain", "DTSTART:20261014T080000Z");
         write("Lasting", "lasting", "DTSTART:20261014T080000Z\r\nDURATION:PT1H");
         write("Zoned", "zoned", "DTSTART;TZID=W. Europe Standard Time:20261014T100000");
@@ -68,7 +70,7 @@ protected:
                        "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
     }
 
-    /// A server that finds a file that is no library in the place of this one.
+    /// Returns options for a server that finds a broken file instead of this library.
     ChildProcess::Options serverWithBroken(const std::string& library) const {
         home.write(folder / library, "no library");
         auto options = serverIn(home);

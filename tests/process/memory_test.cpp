@@ -1,5 +1,5 @@
-// Lines for which there is no memory. Not among the unit tests: the sanitizers need far more
-// address space than is left here.
+// Lines that are too large for the memory there is. Not a unit test: the sanitizers need far more
+// address space than this leaves.
 
 #include "tests/process/ServerUnderTest.hpp"
 
@@ -9,12 +9,12 @@ using namespace velmiro::test;
 
 namespace {
 
-constexpr int most = 180; // megabytes, of which some 70 are taken at the start
+constexpr int most = 180; // megabytes; about 70 are used at the start
 
 const std::string parseError =
     R"({"error":{"code":-32700,"message":"parse error"},"id":null,"jsonrpc":"2.0"})";
 
-/// A server that may map so many megabytes.
+/// Returns options for a server that may map that many megabytes.
 ChildProcess::Options limitedServer(const TemporaryFolder& home, int megabytes) {
     auto options = serverIn(home);
     options.arguments = {"/usr/bin/prlimit", "--as=" + std::to_string(megabytes << 20U),
@@ -37,7 +37,7 @@ TEST(Memory, ALineThatDoesNotFitIsAParseErrorAndTheNextIsRead) {
     ChildProcess server{limitedServer(home, most)};
     server.writeLine(ping(1));
     ASSERT_EQ(server.readLine(), pong(1));
-    // Text, separators that are none, and bytes that have to be repaired.
+    // Text, separators that are not line breaks, and bytes that have to be repaired.
     for (const std::string filling : {"x", "\xC3\xA9", "\xFF"}) {
         int parseErrors = 0;
         for (const std::size_t megabytes : {1U, 20U, 80U}) {

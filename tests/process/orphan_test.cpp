@@ -1,4 +1,4 @@
-// A host that is killed while a question of its server waits for the user.
+// A host that is killed while a question of its server is waiting for the user.
 
 #include "support/Pipe.hpp"
 #include "tests/process/ServerUnderTest.hpp"
@@ -20,7 +20,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// While this lives, who loses its parent becomes a child of this process, which can wait for it.
+/// While this lives, orphaned descendants become children of this process, which can then wait for
+/// them.
 class ScopedGuardianship {
 public:
     ScopedGuardianship() { ::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0); }
@@ -56,7 +57,8 @@ protected:
         options.arguments = {program.string()};
         return options;
     }
-    /// Has a parent start a server and send it a call; kills the parent when the condition holds.
+    /// Starts a server from a parent that sends it a call, and kills the parent when the condition
+    /// holds.
     template <typename Condition>
     void losesItsParent(const ChildProcess::Options& options, const std::string& call,
                         Condition when) {
@@ -96,7 +98,8 @@ protected:
         EXPECT_TRUE(snapshot(calendarsIn(home)).empty());
         answer.count_down();
     }
-    /// The wait status of the server, once it has ended by itself, leaving nobody behind.
+    /// Returns the wait status of the server once it has ended by itself and left no process
+    /// behind.
     std::optional<int> end() {
         int status = 0;
         if (!eventually([&] { return ::waitpid(pid, &status, WNOHANG) == pid; })) {

@@ -1,5 +1,5 @@
-// Scripts in a process that has run out of descriptors. Not among the unit tests, for there the
-// sanitizers run, which need some themselves.
+// Scripts in a process without free descriptors. Not unit tests: the sanitizers, under which those
+// run, need descriptors themselves.
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
@@ -79,7 +79,7 @@ TEST(ScriptShortage, AreAwaitedAlsoWhereThatTakesADescriptorNobodyHas) {
     });
     EXPECT_TRUE(eventually([&] { return std::filesystem::exists(ready); }));
     const ScopedDescriptorLimit none{3};
-    std::filesystem::create_directory(close); // which takes none
+    std::filesystem::create_directory(close); // which needs none
     EXPECT_EQ(call.wait_for(100ms), std::future_status::timeout);
     std::filesystem::create_directory(go);
     EXPECT_EQ(call.get(), JSONValue{1});

@@ -1,4 +1,5 @@
-// Notes and Mail through the real server, installed beside a program that stands in for osascript.
+// Notes and Mail through the real server, installed next to a program that runs in place of
+// osascript.
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
@@ -19,7 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What a tool answered: its text, and whether that reports a failure.
+/// The text of a tool's answer, and whether it reports a failure.
 struct Answer {
     int id = 0;
     std::string text;
@@ -62,7 +63,7 @@ protected:
         options.arguments = {program.string()};
         return options;
     }
-    /// The server, begun by a shell that does something before.
+    /// Returns options for a server that a shell starts after a command.
     [[nodiscard]] ChildProcess::Options serverAfter(const std::string& command) const {
         auto options = serverIn(home);
         options.arguments = {"/bin/sh", "-c", command + " \"$0\"", program.string()};
@@ -81,8 +82,8 @@ protected:
         child.writeLine(callLine(1, tool, arguments));
         return answerIn(child.readLine());
     }
-    /// What the interpreter was called with when this tool was, and what it made of that: the
-    /// tool's own script, and the arguments handed on.
+    /// Calls a tool and checks how it called the interpreter: with the tool's own script, and with
+    /// the arguments `before` and `handedOn`, of which the script receives the latter.
     void isRun(const std::string& tool, const std::string& arguments,
                const std::vector<std::string>& handedOn,
                const std::vector<std::string>& before = {}) const {
@@ -102,7 +103,7 @@ protected:
             JSONValue::object({{"command", command}, {"script", script}, {"arguments", received}});
         EXPECT_EQ(answer.text, expected.jsonString());
     }
-    /// Answers so many calls, each with the number that its script printed.
+    /// Checks that as many calls are answered, each with the number that its script printed.
     void areAnsweredByTheirNumbers(ChildProcess& child, int count) {
         std::set<int> answered;
         for (int i = 0; i < count; ++i) {
@@ -161,7 +162,7 @@ TEST_F(ScriptsThroughTheServer, RunOnlyAfterAYes) {
     const std::string denial = "The user did not allow this (do mark " + mark.string() +
                                "). Do not retry unless the user asks.";
     const fs::path socket = home.path() / "approval.sock";
-    EXPECT_EQ(call("notes_create", note).text, denial); // nobody there to ask
+    EXPECT_EQ(call("notes_create", note).text, denial); // there is no host to ask
     {
         const ScriptedHost host{socket, answering("{\"allow\":false}\n")};
         EXPECT_EQ(call("notes_create", note).text, denial);
@@ -213,7 +214,7 @@ TEST_F(ScriptsThroughTheServer, AThousandAtOnceAreAllRunAndHoldUpNothing) {
     for (int i = 1; i <= count; ++i) {
         child.writeLine(search(i, awaitThenPrint(i)));
     }
-    // Sixty-four run, each read by a thread; the others are in line without one.
+    // Sixty-four scripts run, each read by a thread; the others wait without one.
     EXPECT_TRUE(eventually([&] { return child.descriptorCount() >= idleDescriptors + 128; }));
     for (int i = 0; i < 100; ++i) {
         child.writeLine(ping(5000 + i));
@@ -244,7 +245,7 @@ TEST_F(ScriptsThroughTheServer, ShareFewProcessesAndThreads) {
     home.write(go, "");
     fs::permissions(home.path(),
                     fs::perms::owner_all | fs::perms::others_exec | fs::perms::others_read);
-    // Nobody else has this number.
+    // No other script has this number.
     ChildProcess child{
         serverAfter("exec prlimit --nproc=20 setpriv --reuid=31337 --regid=31337 --clear-groups")};
     for (int i = 1; i <= count; ++i) {
@@ -285,7 +286,7 @@ TEST_F(ScriptsThroughTheServer, DoNotOutliveTheServerAndLiveAsLongAsItDoes) {
         ChildProcess child{server()};
         child.writeLine(search(1, stubborn));
         ASSERT_TRUE(eventually([&] { return (script = childOf(child.pid())) != 0; }));
-        // Long enough for every thread without work to leave, also the one that was here first.
+        // Long enough for all idle threads to leave, including the first one.
         std::this_thread::sleep_for(2500ms);
         EXPECT_FALSE(hasEnded(script));
         child.signal(SIGKILL);

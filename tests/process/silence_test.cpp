@@ -1,4 +1,4 @@
-// The one test that waits the full 120 seconds, so that the limit of the real program is seen once.
+// The one test that waits the full 120 seconds, to show the limit of the real program once.
 
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"

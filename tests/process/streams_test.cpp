@@ -1,4 +1,4 @@
-// How the server meets its standard streams: whatever they are, it neither hangs nor loses a reply.
+// The server on unusual standard streams: whatever they are, it neither hangs nor loses a reply.
 
 #include "support/Pipe.hpp"
 #include "tests/process/ServerUnderTest.hpp"
@@ -23,7 +23,7 @@ bool endedWell(std::optional<int> status) {
     return status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0;
 }
 
-/// Runs a command line of the shell and gives its exit status.
+/// Runs a shell command and returns its exit status.
 int shell(const TemporaryFolder& home, const std::string& command) {
     ChildProcess::Options options{.arguments = {"/bin/sh", "-c", command},
                                   .environment = environmentFor(home)};
@@ -135,7 +135,7 @@ TEST(Streams, AClosedOutputEndsTheServerAlsoWhereTheSignalWasIgnored) {
 
 TEST(Streams, AKilledParentEndsAnIdleServerAtOnce) {
     const TemporaryFolder home;
-    auto output = makePipe(); // the server holds its end until it is gone
+    auto output = makePipe(); // the server keeps its end open until it has ended
     const pid_t parent = ::fork();
     if (parent == 0) {
         auto options = serverIn(home);

@@ -1,4 +1,4 @@
-// More questions than the system gives threads: they take turns, and hold up nothing else.
+// More questions than the system has threads for: they take turns, and delay nothing else.
 
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
@@ -16,12 +16,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A user who has no other processes: one to each run of these tests.
+/// Returns a user with no other processes, a new one for each run of these tests.
 std::string user() {
     return std::to_string(20'000 + ::getpid() % 40'000);
 }
 
-/// A program run by that user, who may have so many threads.
+/// Returns options that run a program as that user, with a limit on the number of threads.
 ChildProcess::Options limited(ChildProcess::Options options, int threads) {
     std::vector<std::string> before{"/usr/bin/setpriv",  "--reuid=" + user(),
                                     "--regid=" + user(), "--clear-groups",
@@ -30,7 +30,7 @@ ChildProcess::Options limited(ChildProcess::Options options, int threads) {
     return options;
 }
 
-/// Lets go whoever waits at a latch, now or when this goes, so that a failed test ends.
+/// Releases whoever waits at a latch, at the latest on destruction, so that a failed test ends.
 class CountedDownAtTheEnd {
 public:
     explicit CountedDownAtTheEnd(std::latch& latch) : latch_{latch} {}
@@ -57,7 +57,7 @@ protected:
         if (::geteuid() != 0 || ChildProcess{limited(nothing, 1)}.waitForEnd() != 0) {
             GTEST_SKIP() << "only root can become a user with no other processes";
         }
-        // Where that user may go, and a program to run there.
+        // That user needs a folder to enter, and a program there.
         fs::permissions(home.path(),
                         fs::perms::owner_all | fs::perms::others_exec | fs::perms::others_read);
         fs::copy_file(SERVER_BINARY, home.path() / "velmiro_mcp");
@@ -87,7 +87,7 @@ TEST_F(ThreadShortage, WaitingQuestionsHoldUpNothing) {
     for (int i = 1; i <= count; ++i) {
         server.writeLine(creation(i));
     }
-    // Every thread that there is asks, but for the few that read, watch and do the rest.
+    // Every available thread asks, except the few that read, watch and do the rest.
     EXPECT_TRUE(eventually([&] { return host.accepted() >= most - 10; })) << host.accepted();
     for (int i = 0; i < 100; ++i) {
         server.writeLine(ping(5000 + i));
@@ -108,7 +108,7 @@ TEST_F(ThreadShortage, WaitingQuestionsHoldUpNothing) {
         replies.insert(*reply);
     }
     EXPECT_EQ(replies.size(), std::size_t{count});
-    EXPECT_EQ(host.accepted(), std::size_t{count}); // each was asked, none was given up
+    EXPECT_EQ(host.accepted(), std::size_t{count}); // each question was asked, none was dropped
     server.closeInput();
     EXPECT_EQ(server.waitForEnd(), 0);
 }
@@ -117,7 +117,7 @@ TEST_F(ThreadShortage, OneThreadBesideTheReaderDoesAll) {
     ChildProcess server{limitedServer(2)};
     constexpr int count = 50;
     for (int i = 0; i < count; ++i) {
-        server.writeLine(creation(2 * i)); // nobody there to ask
+        server.writeLine(creation(2 * i)); // there is no host to ask
         server.writeLine(callLine(2 * i + 1, "contacts_search", R"({"query":"x"})"));
     }
     server.closeInput();

@@ -1,13 +1,18 @@
 // Golden transcripts: what a client writes and, byte for byte, what the server answers.
 //
-// A transcript begins with its intent as comments (#). `! NAME=VALUE` sets a variable of the
-// server,
-// `+ FILE` and the indented lines behind it put a file into its home, `? scripts` says that it
-// needs the stand-in for osascript, `> ` is a line to the server and `< ` one from it. The files
-// are a minute apart, the first of 5 January 2026, 08:00 UTC. All lines are sent at once; replies
-// may overtake one another, so they are compared as a whole, each once. Nobody is there to allow
-// anything, so the home must be the same afterwards. VELMIRO_REWRITE=1 in the environment writes
-// what came instead. What differs between platforms is in a folder of the platform's name.
+// A transcript begins with comments (#) that say what it shows. The other lines are:
+//
+//   ! NAME=VALUE   sets a variable of the server's environment
+//   + FILE         puts a file into its home, with the content of the indented lines that follow
+//   ? scripts      needs the program that runs scripts in place of osascript
+//   > LINE         is sent to the server
+//   < LINE         is expected from it
+//
+// The files are a minute apart; the first is of 5 January 2026, 08:00 UTC. All lines are sent at
+// once. Replies may overtake one another, so they are compared as a set, each once. Nobody is there
+// to allow anything, so the home must not have changed afterwards. With VELMIRO_REWRITE=1 in the
+// environment, the file is rewritten with the actual replies. Transcripts that differ between
+// platforms are in a folder with the platform's name.
 
 #include "tests/process/ServerUnderTest.hpp"
 
@@ -24,7 +29,7 @@ namespace fs = std::filesystem;
 namespace {
 
 struct Transcript {
-    std::vector<std::string> preamble; ///< all before the first line to the server
+    std::vector<std::string> preamble; ///< everything before the first line to the server
     std::vector<std::string> sent;
     std::vector<std::string> expected;
 };
@@ -44,7 +49,7 @@ Transcript read(const fs::path& file) {
     return transcript;
 }
 
-/// Does what a preamble says: files of the home, variables of the server.
+/// Writes the files and sets the variables of a preamble.
 void prepare(const Transcript& transcript, const TemporaryFolder& home,
              ChildProcess::Options& options) {
     std::string file;
@@ -73,7 +78,7 @@ void prepare(const Transcript& transcript, const TemporaryFolder& home,
     finish();
 }
 
-/// Why a transcript cannot be played on this machine; nothing when it can.
+/// Returns why a transcript cannot be played on this machine; empty if it can.
 std::string obstacle(const Transcript& transcript) {
     if (std::ranges::find(transcript.preamble, "? scripts") == transcript.preamble.end()) {
         return {};
@@ -89,7 +94,7 @@ std::string obstacle(const Transcript& transcript) {
 std::vector<std::string> run(const Transcript& transcript) {
     const TemporaryFolder home;
     auto options = serverIn(home);
-    const char* path = std::getenv("PATH"); // where Node.js may be
+    const char* path = std::getenv("PATH"); // Node.js may be there
     options.environment["PATH"] = path == nullptr ? "" : path;
     prepare(transcript, home, options);
     const auto before = snapshot(home.path());
@@ -107,7 +112,7 @@ std::vector<std::string> run(const Transcript& transcript) {
     return received;
 }
 
-/// The replies in the order in which the file has them, then what it does not have.
+/// Returns the replies in the order of the file, followed by those that are not in it.
 std::vector<std::string> inOrderOf(const std::vector<std::string>& expected,
                                    std::vector<std::string> received) {
     std::vector<std::string> ordered;

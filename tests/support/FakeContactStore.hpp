@@ -10,16 +10,16 @@
 
 namespace velmiro::test {
 
-/// A platform whose address book is in memory: it writes down every call, and can be told what to
-/// give and when to fail. Calls may come from several threads at once.
+/// A platform with an address book in memory. It records every call, and a test sets its results
+/// and failures. Calls may come from several threads at the same time.
 class FakeContacts {
 public:
     std::vector<std::string> journal;
     ContactsAuthorizationStatus access = ContactsAuthorizationStatus::authorized;
     std::vector<Contact> found;
-    std::string searchError; ///< when not empty, searching fails with this text
+    std::string searchError; ///< if not empty, searching fails with this text
 
-    /// What a tool is given. This object must outlive it.
+    /// Returns the platform to be given to a tool. This object must outlive it.
     ContactsPlatform platform() {
         return {[this] {
                     note("authorizationStatus");

@@ -12,8 +12,8 @@
 
 namespace velmiro::test {
 
-/// An event database in memory that writes down every call, and can be told what to give and when
-/// to fail. The journal outlives the database, which its store owns.
+/// An event database in memory. It records every call, and a test sets its results and failures.
+/// The journal outlives the database, which its store owns.
 class FakeEventDatabase final : public EventDatabase {
 public:
     struct Script {
@@ -22,15 +22,16 @@ public:
         std::vector<Calendar> eventCalendars{{"c1", "Home"}, {"c2", "Work"}};
         bool hasDefault = true;
         std::vector<Event> stored;
-        std::string saveError; ///< when not empty, saving fails with this text
+        std::string saveError; ///< if not empty, saving fails with this text
         NewEvent saved;        ///< the last one
 
         AuthorizationStatus reminderAccess = AuthorizationStatus::fullAccess;
         std::vector<Calendar> lists{{"l1", "Reminders"}, {"l2", "Work"}};
         bool hasDefaultList = true;
-        std::vector<Reminder> reminders; ///< what every fetch gives; looked up by identifier
-        NewReminder savedReminder;       ///< the last one
-        /// When set, does what the fetch's callback is for, in its own time and thread.
+        std::vector<Reminder>
+            reminders;             ///< the result of every fetch; also looked up by identifier
+        NewReminder savedReminder; ///< the last one
+        /// If set, receives the callback of a fetch, to call it at any time and on any thread.
         std::function<void(RemindersFound)> fetch;
 
         [[nodiscard]] bool changed() const {

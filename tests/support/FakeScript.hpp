@@ -6,7 +6,7 @@
 
 namespace velmiro::test {
 
-/// A script for fake_osascript: its steps, each a word and, after a space, its text.
+/// Returns a script for fake_osascript from its steps, each a word and, after a space, its text.
 inline std::string steps(std::initializer_list<std::string_view> list) {
     std::string script;
     for (const std::string_view step : list) {

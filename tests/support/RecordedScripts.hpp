@@ -9,11 +9,11 @@
 
 namespace velmiro::test {
 
-/// What scripted tools do: which questions they ask and which scripts they run, in this order. Told
-/// what the user and the scripts answer.
+/// Records which questions scripted tools ask and which scripts they run, in order. A test sets the
+/// answers of the user and the scripts.
 struct RecordedScripts {
     struct Call {
-        std::string question; ///< "tool: summary" where it is one
+        std::string question; ///< "tool: summary" if it is a question
         std::string script;
         std::vector<std::string> arguments;
         std::chrono::milliseconds timeout{0};
@@ -24,10 +24,10 @@ struct RecordedScripts {
     std::vector<Call> calls;
     bool allowed = true;
     MCPStdio::JSONValue output;
-    std::string error; ///< when not empty, running a script fails with this text
+    std::string error; ///< if not empty, running a script fails with this text
 
     static Call question(const std::string& text) { return {text, {}, {}, {}}; }
-    /// A run as all tools order it.
+    /// Returns a run with the timeout that all tools use.
     static Call run(std::string_view script, std::vector<std::string> arguments) {
         return {{}, std::string{script}, std::move(arguments), std::chrono::seconds{60}};
     }

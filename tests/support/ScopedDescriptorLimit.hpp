@@ -4,7 +4,7 @@
 
 namespace velmiro::test {
 
-/// Sets how many descriptors this process may have, and puts it back at the end.
+/// Sets this process's limit of descriptors, and restores it on destruction.
 class ScopedDescriptorLimit {
 public:
     explicit ScopedDescriptorLimit(rlim_t soft) {

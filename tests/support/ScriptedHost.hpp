@@ -14,8 +14,8 @@
 
 namespace velmiro::test {
 
-/// An approval host that does as a test says, right or wrong. It accepts every connection at once
-/// and hands each to `serve`, on a thread of its own, with the connection's descriptor, which is
+/// An approval host that behaves as a test wants, correctly or not. It accepts every connection
+/// immediately and calls `serve` on a thread of its own with the connection's descriptor, which is
 /// closed afterwards.
 class ScriptedHost {
 public:
@@ -24,10 +24,10 @@ public:
     ScriptedHost(const std::filesystem::path& path, Serve serve);
     ScriptedHost(const ScriptedHost&) = delete;
     ScriptedHost& operator=(const ScriptedHost&) = delete;
-    /// Stops listening, shuts down what is open and waits for all threads.
+    /// Stops listening, shuts down open connections and waits for all threads.
     ~ScriptedHost();
 
-    /// How many connections there have been.
+    /// Returns the number of connections so far.
     [[nodiscard]] std::size_t accepted() const { return accepted_; }
 
 private:
@@ -48,10 +48,10 @@ private:
     std::thread accepting_;
 };
 
-/// Reads one line of a connection, without its line feed.
+/// Reads one line from a connection; returns it without its line feed.
 std::string readQuestion(int connection);
 
-/// Writes all of a text, as far as the other end takes it.
+/// Writes all of a text, unless the other end stops reading.
 void answerWith(int connection, const std::string& text);
 
 } // namespace velmiro::test

@@ -1,16 +1,16 @@
-// A library that is loaded before the C library (LD_PRELOAD) and lets calls about files fail, as a
-// disk or a system at its limits would. Variables of the environment say what fails:
+// A library that is loaded before the C library (LD_PRELOAD) and makes calls on files fail, as a
+// disk or a system at its limits would. Environment variables select the failures:
 //
-//   FAIL_CALL    open, read, stat, rename, flush or unlink: a family of calls; none if absent
-//   FAIL_ERROR   the errno it fails with
-//   FAIL_SKIP    so many calls that succeed before
-//   FAIL_COUNT   so many calls fail, and those after them succeed
-//   FAIL_AT      start, or change (the default): from when on calls are counted; the change is the
-//                first exchange of two names, or the first rename to a name that is not hidden
-//   FAIL_PART    only calls on paths with this text in them count; all if absent
-//   NO_EXCHANGE  the errno with which the file system refuses to exchange names
+//   FAIL_CALL    a family of calls: open, read, stat, rename, flush or unlink; none if absent
+//   FAIL_ERROR   the errno of a failing call
+//   FAIL_SKIP    the number of calls that succeed first
+//   FAIL_COUNT   the number of calls that fail then; later ones succeed
+//   FAIL_AT      when counting begins: start, or change (the default), which is the first exchange
+//                of two names, or the first rename to a name that is not hidden
+//   FAIL_PART    a text; only calls on paths that contain it count, all if absent
+//   NO_EXCHANGE  the errno of a file system that cannot exchange names
 //
-// Only regular files are read in the sense of `read`, so that pipes and sockets go on.
+// Of the calls of `read`, only those on regular files fail: pipes and sockets keep working.
 
 #include <atomic>
 #include <cerrno>
@@ -41,7 +41,7 @@ std::string_view textIn(const char* variable) {
 std::atomic<bool> changed{false};
 std::atomic<int> counted{0};
 
-/// Whether a call of this family fails now, with errno set.
+/// Returns whether a call of this family fails now, with errno set.
 bool fails(std::string_view family, const char* path = nullptr) {
     if (textIn("FAIL_CALL") != family || (textIn("FAIL_AT") != "start" && !changed)) {
         return false;

@@ -1,11 +1,11 @@
-// Stands where osascript stands, and does what the test says.
+// A program that runs in place of osascript and does what a test asks for.
 //
-// The command line is parsed with getopt, as by osascript: an argument that begins with "-" is an
-// option until one is met that does not, or "--"; the lines of several -e make one script.
+// The command line is parsed with getopt, as by osascript: options end at the first argument that
+// does not begin with "-", or at "--". The texts of several -e options are the lines of one script.
 //
-// The script it is given is no JavaScript but a list of steps, separated by the character U+001E,
-// each a word and, after a space, its text. When the script is one of the program's own, the steps
-// are in its first argument, behind "do "; without them the child prints how it was called.
+// The script is not JavaScript but a list of steps separated by the character U+001E, each a word
+// and, after a space, its text. If the script is one of the program's own, the steps are in its
+// first argument, after "do "; without them the child prints how it was called.
 
 #include "MCPStdio/json/JSONValue.hpp"
 
@@ -29,7 +29,7 @@ using MCPStdio::JSONValue;
 
 namespace {
 
-/// Nothing a test forgot outlives it for long.
+/// The longest life of a child that a test forgot.
 constexpr std::chrono::seconds longest{100};
 
 void writeAll(int descriptor, std::string_view text) {
@@ -54,7 +54,7 @@ JSONValue list(const std::vector<std::string>& texts) {
     return array;
 }
 
-/// The descriptors that are open, without the one that looks at them.
+/// Prints the open descriptors. Checking them opens none.
 void printDescriptors() {
     std::set<int> open;
     for (int number = 0; number < 70'000; ++number) {
@@ -69,7 +69,7 @@ void printDescriptors() {
     print(array);
 }
 
-/// The signals that are blocked or ignored.
+/// Prints the signals that are blocked or ignored.
 void printSignals() {
     auto array = JSONValue::array();
     sigset_t blocked;
@@ -114,7 +114,7 @@ extern "C" void endWell(int /*signal*/) {
     ::_exit(0);
 }
 
-/// Somebody else who has the descriptors, too.
+/// Leaves a process behind that has inherited the descriptors.
 void leaveGrandchild(const std::string& awaited) {
     if (::fork() == 0) {
         awaitFile(awaited);
@@ -123,7 +123,7 @@ void leaveGrandchild(const std::string& awaited) {
     }
 }
 
-/// What the command line says.
+/// The parsed command line.
 struct Call {
     std::vector<std::string> command; ///< all of it
     std::string language;
@@ -139,8 +139,8 @@ struct Call {
 Call callOf(int count, char** values) {
     Call call{{values, values + count}, {}, {}, {}};
     ::opterr = 0;
-    // "+": glibc would look for options behind other arguments, too, which the Mac's getopt does
-    // not.
+    // "+" stops at the first argument, as the Mac's getopt does; glibc would look for options after
+    // it.
     for (int option = 0; (option = ::getopt(count, values, "+e:il:s:")) != -1;) {
         switch (option) {
         case 'e':

@@ -1,5 +1,5 @@
 #include "demo/Failure.hpp"
-#include "demo/Records.hpp"
+#include "demo/ResultTexts.hpp"
 #include "demo/Scenes.hpp"
 
 #include <algorithm>
@@ -45,7 +45,7 @@ void mailScene(Stage& stage) {
     for (const auto& [name, content] : changedFiles(before, stage.home().files())) {
         if (name.find("/cur/") != std::string::npos) {
             stage.transcript().note("One file is new, " + name + ":");
-            stage.transcript().note(movedIn(content));
+            stage.transcript().note(indented(content));
         }
     }
 

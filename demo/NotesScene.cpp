@@ -1,5 +1,5 @@
 #include "demo/Failure.hpp"
-#include "demo/Records.hpp"
+#include "demo/ResultTexts.hpp"
 #include "demo/Scenes.hpp"
 
 namespace velmiro::demo {
@@ -34,7 +34,7 @@ void notesScene(Stage& stage) {
     const auto changed = changedFiles(before, stage.home().files());
     require(changed.size() == 1, "there should be one new file");
     stage.transcript().note("One file is new, " + changed.begin()->first + ":");
-    stage.transcript().note(movedIn(changed.begin()->second));
+    stage.transcript().note(indented(changed.begin()->second));
 
     stage.transcript().heading("A folder that does not exist");
     stage.transcript().note("What the script reports is what the agent reads.");

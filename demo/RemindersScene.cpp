@@ -1,5 +1,5 @@
 #include "demo/Failure.hpp"
-#include "demo/Records.hpp"
+#include "demo/ResultTexts.hpp"
 #include "demo/Scenes.hpp"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "demo/Records.hpp"
+#include "demo/ResultTexts.hpp"
 
 #include <array>
 #include <chrono>
@@ -122,7 +122,7 @@ std::string people(const JSONValue& contacts) {
 std::string noteList(const JSONValue& notes) {
     return lines(notes, [](const JSONValue& record) {
         return textOf(record, "name") + "  [" + textOf(record, "folder") + "]\n" +
-               movedIn(textOf(record, "snippet"));
+               indented(textOf(record, "snippet"));
     });
 }
 
@@ -149,10 +149,10 @@ std::string componentOf(const std::string& file, const std::string& name) {
             break;
         }
     }
-    return movedIn(text);
+    return indented(text);
 }
 
-std::string movedIn(const std::string& text) {
+std::string indented(const std::string& text) {
     std::istringstream all{text};
     std::string moved;
     for (std::string line; std::getline(all, line);) {

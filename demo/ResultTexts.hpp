@@ -18,6 +18,6 @@ std::string inbox(const MCPStdio::JSONValue& messages);
 std::string componentOf(const std::string& file, const std::string& name);
 
 /// Returns a text with every line indented.
-std::string movedIn(const std::string& text);
+std::string indented(const std::string& text);
 
 } // namespace velmiro::demo

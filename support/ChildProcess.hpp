@@ -19,12 +19,12 @@ class ChildProcess {
 public:
     struct Options {
         std::vector<std::string> arguments;               ///< the program's path first
-        std::map<std::string, std::string> environment{}; ///< all of it, or changes to ours
-        bool inheritsEnvironment = false;                 ///< the above are changes to ours
-        int input = -1;                                   ///< the caller's; negative: a pipe
-        int output = -1;                                  ///< likewise
-        int error = 2;                                    ///< the caller's
-        bool ignoreBrokenPipe = false; ///< SIGPIPE is ignored; otherwise it ends the child
+        std::map<std::string, std::string> environment{}; ///< all variables, or changes to ours
+        bool inheritsEnvironment = false;                 ///< `environment` changes ours
+        int input = -1;                ///< a descriptor of the caller's; negative: a pipe is made
+        int output = -1;               ///< likewise
+        int error = 2;                 ///< a descriptor of the caller's
+        bool ignoreBrokenPipe = false; ///< otherwise SIGPIPE has its default action
     };
 
     static constexpr std::chrono::seconds patience{30};

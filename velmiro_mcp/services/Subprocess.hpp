@@ -27,12 +27,12 @@ public:
     /// Terminates a child that was not waited for, and waits for it.
     ~Subprocess();
 
-    /// Sets a deadline. A call that reads or waits when it passes asks a running child to end
-    /// (SIGTERM), which the child may ignore, and calls `passed`. This happens once.
+    /// Sets a deadline. Once it has passed, the current or next call that reads or waits sends
+    /// SIGTERM to a running child, which may ignore it, and calls `passed`. This happens once.
     void terminateAt(Clock::time_point deadline, std::function<void()> passed);
 
     /// Return all that is written until the child, and every process that inherited the pipe from
-    /// it, has closed it.
+    /// the child, has closed its end.
     std::string readOutputToEnd() { return readToEnd(output_); }
     std::string readErrorToEnd() { return readToEnd(error_); }
 

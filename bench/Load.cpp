@@ -14,7 +14,7 @@ namespace velmiro::bench {
 namespace {
 
 /// Returns how many bytes a call moved: 0 if it would have blocked.
-std::size_t moved(ssize_t count) {
+std::size_t bytesMoved(ssize_t count) {
     if (count < 0) {
         if (errno == EAGAIN || errno == EINTR) {
             return 0;
@@ -24,11 +24,11 @@ std::size_t moved(ssize_t count) {
     return static_cast<std::size_t>(count);
 }
 
-std::size_t movedIn(ssize_t count) {
+std::size_t bytesRead(ssize_t count) {
     if (count == 0) {
         throw std::runtime_error{"the server ended before all replies came"};
     }
-    return moved(count);
+    return bytesMoved(count);
 }
 
 void setBlocking(int descriptor, bool blocking) {
@@ -52,7 +52,7 @@ std::string Request::lines(int count) const {
 void send(Server& server, std::string_view lines) {
     setBlocking(server.requests(), true);
     while (!lines.empty()) {
-        lines.remove_prefix(moved(::write(server.requests(), lines.data(), lines.size())));
+        lines.remove_prefix(bytesMoved(::write(server.requests(), lines.data(), lines.size())));
     }
 }
 
@@ -62,7 +62,7 @@ std::string firstReply(Server& server, std::string_view lines) {
     std::string reply;
     std::array<char, 65'536> chunk{};
     while (!reply.ends_with('\n')) {
-        const auto count = movedIn(::read(server.replies(), chunk.data(), chunk.size()));
+        const auto count = bytesRead(::read(server.replies(), chunk.data(), chunk.size()));
         reply.append(chunk.data(), count);
     }
     reply.pop_back();
@@ -79,11 +79,11 @@ double exchange(Server& server, std::string_view lines, std::string& replies) {
             {{server.replies(), POLLIN, 0}, {server.requests(), POLLOUT, 0}}};
         ::poll(ends.data(), lines.empty() ? 1 : 2, -1);
         if (ends[0].revents != 0) {
-            received += movedIn(
+            received += bytesRead(
                 ::read(server.replies(), replies.data() + received, replies.size() - received));
         }
         if (ends[1].revents != 0) {
-            lines.remove_prefix(moved(::write(server.requests(), lines.data(), lines.size())));
+            lines.remove_prefix(bytesMoved(::write(server.requests(), lines.data(), lines.size())));
         }
     }
     return seconds() - start;
@@ -95,10 +95,10 @@ void roundTrips(Server& server, std::string_view line, std::string& reply,
     setBlocking(server.replies(), true);
     double before = seconds();
     for (double& trip : trips) {
-        moved(::write(server.requests(), line.data(), line.size()));
+        bytesMoved(::write(server.requests(), line.data(), line.size()));
         for (std::size_t received = 0; received < reply.size();) {
-            received +=
-                movedIn(::read(server.replies(), reply.data() + received, reply.size() - received));
+            received += bytesRead(
+                ::read(server.replies(), reply.data() + received, reply.size() - received));
         }
         const double now = seconds();
         trip = now - before;

@@ -2,7 +2,7 @@
 // recurring. Each file has its own VTIMEZONE, as programs write it. khal keeps what it has read in
 // a database.
 
-#include "bench/data/Case.hpp"
+#include "bench/data/Dataset.hpp"
 #include "bench/data/Items.hpp"
 
 #include <chrono>

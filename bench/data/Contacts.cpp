@@ -1,7 +1,7 @@
 // A search by name in an address book of thousands of people, as khard does it. khard keeps
 // nothing: it reads all cards each time.
 
-#include "bench/data/Case.hpp"
+#include "bench/data/Dataset.hpp"
 #include "bench/data/Items.hpp"
 
 #include <array>

@@ -1,9 +1,9 @@
 // The inbox of a Maildir of thousands of messages, and one of these messages, as notmuch reports
 // them from the database that `notmuch new` makes.
 
-#include "bench/data/Case.hpp"
-#include "bench/data/Conversation.hpp"
+#include "bench/data/Dataset.hpp"
 #include "bench/data/Items.hpp"
+#include "bench/data/ServerSession.hpp"
 
 #include <algorithm>
 #include <array>
@@ -137,7 +137,7 @@ Found readThreads(const std::string& output) {
 
 /// Returns the number that the server gives to a message.
 JSONValue identifierOf(const std::string& subject, const JSONValue& list) {
-    Conversation asking;
+    ServerSession asking;
     const JSONValue inbox = asking.call("mail_list", list);
     for (const JSONValue& message : elementsOf(inbox["messages"])) {
         if (textOf(message["subject"]) == subject) {

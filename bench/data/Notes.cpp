@@ -1,6 +1,6 @@
 // A search in thousands of notes, as grep does it, which knows neither titles nor markup.
 
-#include "bench/data/Case.hpp"
+#include "bench/data/Dataset.hpp"
 #include "bench/data/Items.hpp"
 
 namespace velmiro::bench {

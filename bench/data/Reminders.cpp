@@ -1,7 +1,7 @@
 // The open reminders among thousands, as todoman lists them: after some years most of a list is
 // completed. todoman keeps what it has read in a database.
 
-#include "bench/data/Case.hpp"
+#include "bench/data/Dataset.hpp"
 #include "bench/data/Items.hpp"
 
 #include <chrono>

@@ -5,8 +5,8 @@
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
 #include "bench/Table.hpp"
-#include "bench/data/Asking.hpp"
-#include "bench/data/Conversation.hpp"
+#include "bench/data/ServerSession.hpp"
+#include "bench/data/Timing.hpp"
 
 #include <algorithm>
 #include <array>
@@ -23,10 +23,10 @@ namespace {
 using namespace velmiro::bench;
 using MCPStdio::JSONValue;
 
-constexpr std::array cases{
-    Case{"calendar", 10'000, makeCalendar}, Case{"reminders", 10'000, makeReminders},
-    Case{"contacts", 20'000, makeContacts}, Case{"mail", 20'000, makeMail},
-    Case{"notes", 5'000, makeNotes},
+constexpr std::array datasets{
+    Dataset{"calendar", 10'000, makeCalendar}, Dataset{"reminders", 10'000, makeReminders},
+    Dataset{"contacts", 20'000, makeContacts}, Dataset{"mail", 20'000, makeMail},
+    Dataset{"notes", 5'000, makeNotes},
 };
 
 /// A turn that takes this many seconds hangs; SIGALRM then ends the benchmark.
@@ -34,7 +34,7 @@ constexpr unsigned tooLong = 600;
 constexpr std::size_t furtherCalls = 9;
 constexpr std::size_t furtherRuns = 3;
 
-Taken askRival(const Question& question) {
+Timing timeRival(const Question& question) {
     const Rival& rival = question.rival;
     double before = 0;
     const auto run = [&] {
@@ -43,17 +43,17 @@ Taken askRival(const Question& question) {
         require(rival.read(output), question, rival.name);
         return taken;
     };
-    std::filesystem::remove_all(rival.kept);
+    std::filesystem::remove_all(rival.cache);
     before = seconds();
-    if (!rival.makeKept.empty()) {
-        outputOf(rival.makeKept);
+    if (!rival.makeCache.empty()) {
+        outputOf(rival.makeCache);
     }
     const double first = run();
-    if (rival.kept.empty()) {
+    if (rival.cache.empty()) {
         return {first, first}; // every run does all the work again
     }
-    if (!std::filesystem::exists(rival.kept)) {
-        throw std::runtime_error{rival.name + " keeps nothing at " + rival.kept.string()};
+    if (!std::filesystem::exists(rival.cache)) {
+        throw std::runtime_error{rival.name + " keeps nothing at " + rival.cache.string()};
     }
     std::vector<double> further(furtherRuns);
     std::ranges::generate(further, [&] {
@@ -74,28 +74,28 @@ std::vector<Figure> ask(const Question& question, int rounds) {
         return Figure{
             name, "seconds", milliseconds, {{"velmiro_mcp", {}}, {question.rival.name, {}}}};
     };
-    Figure nothingKept = figure("nothing kept from before");
+    Figure withoutCache = figure("nothing kept from before");
     Figure newProcess = figure("a new server");
     Figure running = figure("a server that runs");
     inTurns(rounds, 2, [&](std::size_t contender) {
         ::alarm(tooLong);
         const auto [first, further] =
-            contender == 0 ? askServer(question, furtherCalls) : askRival(question);
-        nothingKept.costs[contender].samples.push_back(first);
+            contender == 0 ? timeServer(question, furtherCalls) : timeRival(question);
+        withoutCache.costs[contender].samples.push_back(first);
         newProcess.costs[contender].samples.push_back(contender == 0 ? first : further);
         running.costs[contender].samples.push_back(further);
     });
     ::alarm(0);
     std::vector<Figure> figures;
-    if (!question.rival.kept.empty()) {
-        figures.push_back(std::move(nothingKept));
+    if (!question.rival.cache.empty()) {
+        figures.push_back(std::move(withoutCache));
     }
     figures.push_back(std::move(newProcess));
     figures.push_back(std::move(running));
     return figures;
 }
 
-JSONValue run(const Case& chosen, int rounds) {
+JSONValue run(const Dataset& chosen, int rounds) {
     const Home home;
     const auto questions = chosen.make(home, chosen.items);
     home.settle();
@@ -110,14 +110,14 @@ JSONValue run(const Case& chosen, int rounds) {
     return measured;
 }
 
-std::vector<Case> casesNamed(const std::vector<std::string>& names) {
+std::vector<Dataset> datasetsNamed(const std::vector<std::string>& names) {
     if (names.empty()) {
-        return {cases.begin(), cases.end()};
+        return {datasets.begin(), datasets.end()};
     }
-    std::vector<Case> chosen;
+    std::vector<Dataset> chosen;
     for (const std::string& name : names) {
-        const auto* const found = std::ranges::find(cases, name, &Case::name);
-        if (found == cases.end()) {
+        const auto* const found = std::ranges::find(datasets, name, &Dataset::name);
+        if (found == datasets.end()) {
             throw std::runtime_error{"no data named " + name};
         }
         chosen.push_back(*found);
@@ -126,7 +126,7 @@ std::vector<Case> casesNamed(const std::vector<std::string>& names) {
 }
 
 void runAll(const Options& options) {
-    const auto chosen = casesNamed(options.names);
+    const auto chosen = datasetsNamed(options.names);
     std::cout << "data_bench: a user's data in files, which the system has in memory, as the "
                  "server and\nother programs answer of them. ";
     if (options.pinned) {
@@ -141,7 +141,7 @@ void runAll(const Options& options) {
     ::setenv("TZ", "Europe/Berlin", 1);
     ::setenv("LC_ALL", "C.UTF-8", 1);
     auto measured = JSONValue::object();
-    for (const Case& one : chosen) {
+    for (const Dataset& one : chosen) {
         measured.set(one.name, run(one, options.rounds));
     }
     if (options.json) {

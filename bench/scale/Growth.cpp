@@ -1,8 +1,8 @@
 // How the time of a call grows with the amount of data.
 
 #include "bench/System.hpp"
-#include "bench/data/Asking.hpp"
 #include "bench/data/Items.hpp"
+#include "bench/data/Timing.hpp"
 #include "bench/scale/Series.hpp"
 
 #include <algorithm>
@@ -22,15 +22,15 @@ namespace {
 constexpr unsigned tooLong = 100;
 constexpr std::size_t lookCount = 15;
 
-/// A kind of data, and the folder that contains one file for each item.
-struct Kind {
+/// A kind of data, and the counts of items at which it is measured.
+struct Scenario {
     std::vector<Question> (*make)(const Home& home, int items);
-    const char* folder;
+    const char* folder; ///< contains one file for each item
     std::vector<int> counts;
     std::size_t furtherCalls;
 };
 
-/// The data of one kind at one count.
+/// The data for one count.
 struct Data {
     Home home;
     std::filesystem::path folder;
@@ -66,7 +66,7 @@ Series perThousand(Series series) {
 }
 
 /// Returns the highest step of growth beyond linear from one count to the next, relative to that of
-/// the looks, which take longer per file the more files the system knows.
+/// looking at the files, which takes longer per file the more files the system knows.
 double excessGrowth(const Series& perThousand, const Series& looksPerThousand) {
     double highest = 0;
     for (std::size_t i = 1; i < perThousand.points.size(); ++i) {
@@ -88,20 +88,20 @@ Target growsBy(double excess) {
             [](double ratio) { return decimal(ratio, 2); }};
 }
 
-Report ask(const std::list<Data>& all, const Kind& kind, std::size_t question, int rounds) {
+Report ask(const std::list<Data>& all, const Scenario& scenario, std::size_t question, int rounds) {
     Series first{"first call of a new server", "seconds", milliseconds};
     Series further{"a further call", "seconds", milliseconds};
     Series looks{"looking at each file, alone", "seconds", milliseconds};
     for (Series* series : {&first, &further, &looks}) {
-        for (const int count : kind.counts) {
+        for (const int count : scenario.counts) {
             series->points.push_back({count, {}});
         }
     }
-    inTurns(rounds, kind.counts.size(), [&](std::size_t turn) {
+    inTurns(rounds, scenario.counts.size(), [&](std::size_t turn) {
         ::alarm(tooLong);
         const Data& data = *std::next(all.begin(), static_cast<std::ptrdiff_t>(turn));
         data.home.enter();
-        const Taken taken = askServer(data.questions[question], kind.furtherCalls);
+        const Timing taken = timeServer(data.questions[question], scenario.furtherCalls);
         first.points[turn].samples.push_back(taken.first);
         further.points[turn].samples.push_back(taken.further);
         std::vector<double> times(lookCount);
@@ -122,18 +122,18 @@ Report ask(const std::list<Data>& all, const Kind& kind, std::size_t question, i
     return report;
 }
 
-std::vector<Report> measure(const Kind& kind, int rounds) {
+std::vector<Report> measure(const Scenario& scenario, int rounds) {
     std::list<Data> all; // a home cannot be moved
-    for (const int count : kind.counts) {
+    for (const int count : scenario.counts) {
         ::alarm(tooLong);
         Data& data = all.emplace_back();
-        data.folder = data.home.folder(kind.folder);
-        data.questions = kind.make(data.home, count);
+        data.folder = data.home.folder(scenario.folder);
+        data.questions = scenario.make(data.home, count);
     }
     all.back().home.settle();
     std::vector<Report> reports;
     for (std::size_t question = 0; question < all.front().questions.size(); ++question) {
-        reports.push_back(ask(all, kind, question, rounds));
+        reports.push_back(ask(all, scenario, question, rounds));
     }
     ::alarm(0);
     return reports;

@@ -27,18 +27,18 @@ constexpr std::size_t warmUp = 500;
 constexpr std::size_t measuredTrips = 2'000;
 
 /// A way for a call to wait.
-struct Kind {
+struct WaitKind {
     const char* name;
     std::unique_ptr<PendingCalls> (*start)(int most);
 };
-constexpr Kind suspended{"suspended", startSuspended};
-constexpr Kind blocking{"blocking", startBlocking};
+constexpr WaitKind suspended{"suspended", startSuspended};
+constexpr WaitKind blocking{"blocking", startBlocking};
 
 /// Takes samples for each series at each count, round by round. All counts are compared with the
 /// first one. A count that needs more than the system gives is left out.
-void measure(Report& report, std::vector<Series> series, const Kind& kind,
+void measure(Report& report, std::vector<Series> series, const WaitKind& kind,
              const std::vector<int>& counts, int rounds,
-             std::vector<double> (*take)(const Kind&, int count)) {
+             std::vector<double> (*sample)(const WaitKind&, int count)) {
     for (Series& one : series) {
         one.name = std::string{kind.name} + ", " + one.name;
         for (const int count : counts) {
@@ -53,7 +53,7 @@ void measure(Report& report, std::vector<Series> series, const Kind& kind,
         }
         ::alarm(tooLong);
         try {
-            const auto taken = take(kind, count);
+            const auto taken = sample(kind, count);
             for (std::size_t i = 0; i < series.size(); ++i) {
                 series[i].points[turn].samples.push_back(taken[i]);
             }
@@ -82,12 +82,12 @@ std::vector<double> pingTrips(Server& server, std::size_t count) {
 
 /// Returns the median and the 99th percentile of pings, and the time that the end of the waiting
 /// took for each call.
-std::vector<double> takePing(const Kind& kind, int count) {
+std::vector<double> samplePing(const WaitKind& kind, int count) {
     const auto calls = kind.start(count);
     calls->hold(count);
     pingTrips(calls->server(), warmUp);
     auto trips = pingTrips(calls->server(), measuredTrips);
-    const double released = calls->letGo();
+    const double released = calls->release();
     std::ranges::sort(trips);
     return {trips[trips.size() / 2], trips[trips.size() * 99 / 100], released / std::max(count, 1)};
 }
@@ -106,15 +106,15 @@ Memory memoryOf(Server& server) {
 
 /// Returns how much resident memory each call added to a server that has answered such a call
 /// before, how much of it is stacks, and how many threads there are.
-std::vector<double> takeMemory(const Kind& kind, int count) {
+std::vector<double> sampleMemory(const WaitKind& kind, int count) {
     const auto calls = kind.start(count);
     calls->hold(1);
-    calls->letGo();
+    calls->release();
     pingTrips(calls->server(), warmUp);
     const Memory before = memoryOf(calls->server());
     calls->hold(count);
     const Memory after = memoryOf(calls->server());
-    calls->letGo();
+    calls->release();
     return {(after.resident - before.resident) / count, (after.stacks - before.stacks) / count,
             after.threads};
 }
@@ -147,7 +147,7 @@ Target atMost(double limit, std::vector<int> counts, std::string (*shown)(double
 std::vector<Report> measurePing(int rounds) {
     Report pings{"ping, one after the other, while tools/calls are pending", Ratio::cost};
     Report ends{"from the end of the waiting to the last reply, for each call", Ratio::cost};
-    for (const Kind& kind : {suspended, blocking}) {
+    for (const WaitKind& kind : {suspended, blocking}) {
         const std::vector<int> counts{0, 1, 100, 1'000, 10'000};
         std::vector<std::string> columns;
         std::ranges::transform(counts, std::back_inserter(columns), columnOf);
@@ -156,7 +156,7 @@ std::vector<Report> measurePing(int rounds) {
                 {{"half of the pings", "seconds", microseconds, {}, costAtMost(slower, columns)},
                  {"99 in 100 pings", "seconds", microseconds},
                  {"release", "seconds", microseconds}},
-                kind, counts, rounds, takePing);
+                kind, counts, rounds, samplePing);
         Series release = std::move(pings.series.back());
         pings.series.pop_back();
         std::erase_if(release.points, [](const Point& point) { return point.count == 0; });
@@ -174,8 +174,8 @@ std::vector<Report> measureMemory(int rounds) {
                 {"threads of the server", "threads", number}};
     };
     measure(report, series(atMost(small, {1'000, 10'000}, bytes)), suspended,
-            {1, 100, 1'000, 10'000}, rounds, takeMemory);
-    measure(report, series(std::nullopt), blocking, {1, 100, 1'000}, rounds, takeMemory);
+            {1, 100, 1'000, 10'000}, rounds, sampleMemory);
+    measure(report, series(std::nullopt), blocking, {1, 100, 1'000}, rounds, sampleMemory);
     return {std::move(report)};
 }
 

@@ -53,7 +53,7 @@ public:
         }
     }
 
-    double letGo() override {
+    double release() override {
         // The call that releases them gets the same reply as they do.
         const auto line = release_.line(Request::firstID + held_);
         return finish(server(), line, held_ + 1, released_, seconds());
@@ -112,7 +112,7 @@ public:
         }
     }
 
-    double letGo() override {
+    double release() override {
         const double start = seconds();
         // On another thread, as in a host: the server waits for a reader that does not read.
         auto refusing = std::async(std::launch::async, [this] { host_.refuseAll(); });

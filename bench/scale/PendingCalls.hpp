@@ -32,7 +32,7 @@ public:
 
     /// Releases the calls, and checks that each gets exactly one, correct answer. Returns the
     /// seconds until the last answer. Throws std::runtime_error.
-    virtual double letGo() = 0;
+    virtual double release() = 0;
 
 private:
     Server server_;

@@ -1,7 +1,7 @@
 #include "bench/transport/Measurements.hpp"
 
 #include "bench/Targets.hpp"
-#include "bench/transport/Takes.hpp"
+#include "bench/transport/Samples.hpp"
 
 #include <stdexcept>
 #include <string>
@@ -119,22 +119,22 @@ std::vector<Measurement> measurements(const Peers* peers) {
     const std::string large(std::size_t{16} << 20U, 'm');
 
     std::vector<Measurement> all{
-        {tripFigures("ping", 1.35), pings, takeRoundTrips},
-        {loadFigures("ping", 2.2, 2.5), pings, takePipelined},
+        {tripFigures("ping", 1.35), pings, sampleRoundTrips},
+        {loadFigures("ping", 2.2, 2.5), pings, samplePipelined},
         {loadFigures("tools/list of hello_server", noTarget, noTarget),
-         field(toolsList, listed(toolsOf(hello)), echoing), takePipelined},
+         field(toolsList, listed(toolsOf(hello)), echoing), samplePipelined},
         {loadFigures("tools/list of velmiro_mcp", 1.6, noTarget),
-         field(toolsList, listed(eleven), listing), takePipelined},
-        {tripFigures("echo", noTarget), echoes, takeRoundTrips},
-        {loadFigures("echo", 3.5, noTarget), echoes, takePipelined},
+         field(toolsList, listed(eleven), listing), samplePipelined},
+        {tripFigures("echo", noTarget), echoes, sampleRoundTrips},
+        {loadFigures("echo", 3.5, noTarget), echoes, samplePipelined},
         {{figure("echo of 16 MiB", "seconds", milliseconds, 2),
           figure("peak memory after four of them", "bytes", megabytes, 3.5)},
          field(echoOf(large), echoed(large), echoing),
-         takeLargeCalls},
+         sampleLargeCalls},
         {{figure("start to first reply", "seconds", milliseconds, 1.8),
           figure("peak memory after one ping", "bytes", megabytes, 2.5)},
          pings,
-         takeStart},
+         sampleStart},
     };
     return all;
 }

@@ -11,7 +11,7 @@ namespace velmiro::bench {
 struct Measurement {
     std::vector<Figure> figures;
     std::vector<Contender> contenders;
-    std::vector<double> (*take)(const Contender&);
+    std::vector<double> (*sample)(const Contender&);
 };
 
 /// Returns all measurements of the limit, our servers and the peers, if any, which must outlive the

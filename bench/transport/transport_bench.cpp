@@ -42,7 +42,7 @@ std::vector<Figure> measure(std::vector<Measurement> all, int rounds) {
             for (std::size_t i = 0; i < count; ++i) {
                 const std::size_t turn = (static_cast<std::size_t>(round) + i) % count;
                 ::alarm(tooLong);
-                const auto costs = measurement.take(measurement.contenders[turn]);
+                const auto costs = measurement.sample(measurement.contenders[turn]);
                 for (std::size_t j = 0; j < costs.size(); ++j) {
                     measurement.figures[j].costs[turn].samples.push_back(costs[j]);
                 }

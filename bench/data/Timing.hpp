@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/data/Case.hpp"
+#include "bench/data/Dataset.hpp"
 
 #include <cstddef>
 #include <string>
@@ -8,7 +8,7 @@
 namespace velmiro::bench {
 
 /// The seconds that a program needed for a question in one round.
-struct Taken {
+struct Timing {
     double first;   ///< from the start of a program that has kept nothing
     double further; ///< the median of the later ones
 };
@@ -17,6 +17,6 @@ struct Taken {
 void require(const Found& found, const Question& question, const std::string& who);
 
 /// Starts a server, asks once and then `furtherCalls` times, and checks each answer.
-Taken askServer(const Question& question, std::size_t furtherCalls);
+Timing timeServer(const Question& question, std::size_t furtherCalls);
 
 } // namespace velmiro::bench

@@ -1,4 +1,4 @@
-#include "bench/transport/Takes.hpp"
+#include "bench/transport/Samples.hpp"
 
 #include "bench/Figures.hpp"
 #include "bench/Server.hpp"
@@ -36,7 +36,7 @@ void warmUp(Server& server, const Contender& contender) {
 
 } // namespace
 
-std::vector<double> takeRoundTrips(const Contender& contender) {
+std::vector<double> sampleRoundTrips(const Contender& contender) {
     Server server{contender.program.command};
     warmUp(server, contender);
     std::string reply = replyBuffer(contender, 1);
@@ -47,7 +47,7 @@ std::vector<double> takeRoundTrips(const Contender& contender) {
     return {trips[trips.size() / 2], trips[trips.size() * 99 / 100]};
 }
 
-std::vector<double> takePipelined(const Contender& contender) {
+std::vector<double> samplePipelined(const Contender& contender) {
     Server server{contender.program.command};
     warmUp(server, contender);
     const int count = fitting(contender.program.effort.pipelined, contender);
@@ -57,7 +57,7 @@ std::vector<double> takePipelined(const Contender& contender) {
             peakBytes(server.process())};
 }
 
-std::vector<double> takeLargeCalls(const Contender& contender) {
+std::vector<double> sampleLargeCalls(const Contender& contender) {
     Server server{contender.program.command};
     std::vector<double> calls(4);
     for (double& call : calls) {
@@ -67,7 +67,7 @@ std::vector<double> takeLargeCalls(const Contender& contender) {
     return {median(std::move(calls)), peakBytes(server.process())};
 }
 
-std::vector<double> takeStart(const Contender& contender) {
+std::vector<double> sampleStart(const Contender& contender) {
     const std::string line = contender.request.lines(1);
     std::vector<double> starts(static_cast<std::size_t>(contender.program.effort.starts));
     double peak = 0;

@@ -23,8 +23,8 @@ struct Rival {
     std::vector<std::string> command;              ///< that asks the question
     std::function<Found(const std::string&)> read; ///< reads the findings from its output
     /// The database it keeps between runs; empty if there is none, or it must not be removed.
-    std::filesystem::path kept = {};
-    std::vector<std::string> makeKept = {}; ///< that makes it, unless asking does
+    std::filesystem::path cache = {};
+    std::vector<std::string> makeCache = {}; ///< that makes it, unless asking does
 };
 
 struct Question {
@@ -39,7 +39,7 @@ struct Question {
 
 /// A kind of data. `make` writes the files of that many items into a home, and returns the
 /// questions about them.
-struct Case {
+struct Dataset {
     std::string_view name; ///< that selects it
     int items;             ///< of a user who has many
     std::vector<Question> (*make)(const Home& home, int items);

@@ -8,9 +8,9 @@
 namespace velmiro::bench {
 
 /// A newly started server, and the calls it gets.
-class Conversation {
+class ServerSession {
 public:
-    Conversation();
+    ServerSession();
 
     /// Calls a tool and returns the payload of its answer. Throws std::runtime_error if the call
     /// fails.

@@ -1,4 +1,4 @@
-#include "bench/data/Case.hpp"
+#include "bench/data/Dataset.hpp"
 
 #include <sstream>
 

@@ -1,8 +1,8 @@
-#include "bench/data/Asking.hpp"
+#include "bench/data/Timing.hpp"
 
 #include "bench/Figures.hpp"
 #include "bench/System.hpp"
-#include "bench/data/Conversation.hpp"
+#include "bench/data/ServerSession.hpp"
 
 #include <algorithm>
 #include <iterator>
@@ -24,9 +24,9 @@ void require(const Found& found, const Question& question, const std::string& wh
                              "that is missing, is " + wrong.front()};
 }
 
-Taken askServer(const Question& question, std::size_t furtherCalls) {
+Timing timeServer(const Question& question, std::size_t furtherCalls) {
     double before = seconds();
-    Conversation server;
+    ServerSession server;
     const auto call = [&] {
         const JSONValue payload = server.call(question.tool, question.arguments);
         const double taken = seconds() - before;

@@ -1,4 +1,4 @@
-#include "bench/data/Conversation.hpp"
+#include "bench/data/ServerSession.hpp"
 
 #include "bench/Load.hpp"
 #include "bench/Replies.hpp"
@@ -10,9 +10,9 @@ namespace velmiro::bench {
 
 using MCPStdio::JSONValue;
 
-Conversation::Conversation() : server_{{programFolder() / "velmiro_mcp"}} {}
+ServerSession::ServerSession() : server_{{programFolder() / "velmiro_mcp"}} {}
 
-JSONValue Conversation::call(const std::string& tool, const JSONValue& arguments) {
+JSONValue ServerSession::call(const std::string& tool, const JSONValue& arguments) {
     const auto parameters = JSONValue::object({{"name", tool}, {"arguments", arguments}});
     const Request request{R"(,"method":"tools/call","params":)" + parameters.jsonString()};
     const JSONValue result = resultOf(firstReply(server_, request.lines(1)));

@@ -12,12 +12,15 @@
 #include "velmiro_mcp/platform/local/files/Files.hpp"
 #include "velmiro_mcp/platform/local/files/LocalFolders.hpp"
 #include "velmiro_mcp/platform/local/files/Random.hpp"
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
 #include "velmiro_mcp/platform/local/files/Vdir.hpp"
 
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
+
+#include <unistd.h>
 
 namespace velmiro::local {
 namespace {
@@ -35,12 +38,12 @@ std::string nameOf(EntityType type, const std::string& title) {
     return (type == EntityType::event ? "the calendar ‘" : "the list ‘") + title + "’";
 }
 
-PlatformError cannotWrite(const std::string& what, int error) {
-    return PlatformError{what + " cannot be written: " + std::generic_category().message(error)};
+PlatformError cannotWrite(const std::string& what, const std::error_code& error) {
+    return PlatformError{what + " cannot be written: " + error.message()};
 }
 
-PlatformError cannotRead(const std::string& what, int error) {
-    return PlatformError{what + " cannot be read: " + std::generic_category().message(error)};
+PlatformError cannotRead(const std::string& what, const std::error_code& error) {
+    return PlatformError{what + " cannot be read: " + error.message()};
 }
 
 /// Does what reads `what`, and has its failure speak of that.
@@ -49,7 +52,7 @@ auto reading(const std::string& what, const Read& read) {
     try {
         return read();
     } catch (const std::system_error& error) {
-        throw cannotRead(what, error.code().value());
+        throw cannotRead(what, error.code());
     }
 }
 
@@ -62,11 +65,11 @@ template <typename TextFor>
 std::string addItem(EntityType type, const Collection& collection, const TextFor& textFor) {
     for (;;) {
         std::string uid = randomUUID();
-        const int error = createFile(collection.path, uid + ".ics", textFor(uid));
-        if (error == 0) {
+        const std::error_code error = createFile(collection.path, uid + ".ics", textFor(uid));
+        if (!error) {
             return uid;
         }
-        if (error != EEXIST) {
+        if (error != std::errc::file_exists) {
             throw cannotWrite(nameOf(type, collection.title), error);
         }
     }
@@ -241,7 +244,7 @@ private:
                 return visit(Place{collection, item}, file);
             };
             const std::string name = nameOf(type, collection.title);
-            if (collection.error != 0) {
+            if (collection.error) {
                 throw cannotRead(name, collection.error);
             }
             if (!reading(name, [&] { return files_.visit(collection, visitFile); })) {
@@ -253,7 +256,8 @@ private:
     static Collection collectionOf(EntityType type, const Calendar& calendar) {
         auto collection = collectionIfThere(type, calendar);
         if (!collection) {
-            throw cannotWrite(nameOf(type, calendar.title), ENOENT);
+            throw cannotWrite(nameOf(type, calendar.title),
+                              std::make_error_code(std::errc::no_such_file_or_directory));
         }
         return *std::move(collection);
     }
@@ -325,7 +329,7 @@ private:
         // to be: better twice than not at all.
         const std::string next = place.collection.path + "/" + change.nextUID + ".ics";
         if (change.next) {
-            if (const int error =
+            if (const std::error_code error =
                     createFile(place.collection.path, change.nextUID + ".ics", *change.next)) {
                 throw cannotWrite(name, error);
             }
@@ -336,7 +340,7 @@ private:
         }
         const bool isDone = replacement.end == Replacement::End::done;
         if (!isDone && change.next && unlink(next.c_str()) != 0 && errno != ENOENT) {
-            throw PlatformError{cannotWrite(name, errno).what() +
+            throw PlatformError{cannotWrite(name, lastError()).what() +
                                 std::string{". The reminder is not completed, but the next one of "
                                             "its series was added"}};
         }

@@ -1,8 +1,8 @@
 #include "velmiro_mcp/ports/ProgramStart.hpp"
 
+#include "MCPStdio/transport/Descriptor.hpp"
 #include "velmiro_mcp/base/ArgumentPointers.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
-#include "velmiro_mcp/platform/local/files/Files.hpp"
 
 #include <algorithm>
 #include <array>
@@ -124,18 +124,18 @@ pid_t startProgram(const std::string& path, std::vector<std::string> arguments, 
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         fail(errno);
     }
-    const local::FileDescriptor reading{ends[0]};
+    const MCPStdio::Descriptor reading{ends[0]};
     pid_t child = -1;
     {
-        const local::FileDescriptor report{ends[1]};
+        const MCPStdio::Descriptor report{ends[1]};
         child = startInOurMemory(
-            {path.c_str(), pointers.data(), output, error, report.number(), ::getpid()});
+            {path.c_str(), pointers.data(), output, error, report.get(), ::getpid()});
         if (child < 0) {
             fail(errno);
         }
     }
     int why = 0;
-    if (::read(reading.number(), &why, sizeof why) == sizeof why) {
+    if (::read(reading.get(), &why, sizeof why) == sizeof why) {
         ::waitpid(child, nullptr, 0);
         fail(why);
     }

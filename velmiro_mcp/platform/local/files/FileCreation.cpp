@@ -1,11 +1,14 @@
 #include "velmiro_mcp/platform/local/files/FileCreation.hpp"
 
 #include "velmiro_mcp/platform/local/files/HiddenFiles.hpp"
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
 
 #include <cerrno>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 // A file gets its name by link(2), which never replaces, when all of it is on the disk. Until then
 // it has no name at all (O_TMPFILE), or a hidden one where the file system cannot do that.
@@ -15,65 +18,71 @@ namespace {
 
 constexpr mode_t onlyTheUser = S_IRUSR | S_IWUSR;
 
-/// Gives the new name its place on the disk; where that fails, takes it back. A file that cannot be
-/// taken back is there for everybody to see, so it is made.
-int settle(const FileDescriptor& folder, const std::string& name) {
-    if (flushFolder(folder.number())) {
-        return 0;
-    }
-    const int error = errno;
-    return unlinkat(folder.number(), name.c_str(), 0) == 0 ? error : 0;
+/// Flushes the new name to disk; takes it back if that fails. A name that cannot be taken back is
+/// there for everybody to see, so the file counts as created.
+std::error_code settle(const Descriptor& folder, const std::string& name) {
+    const std::error_code error = flushFolder(folder);
+    const bool isTakenBack = error && unlinkat(folder.get(), name.c_str(), 0) == 0;
+    return isTakenBack ? error : std::error_code{};
 }
 
-int createNameless(const FileDescriptor& folder, const std::string& name,
-                   std::string_view contents) {
-    const FileDescriptor file{
-        openat(folder.number(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, onlyTheUser)};
+std::error_code createNameless(const Descriptor& folder, const std::string& name,
+                               std::string_view contents) {
+    const Descriptor file{openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, onlyTheUser)};
     if (!file) {
-        return errno;
+        return lastError();
     }
-    if (const int error = writeAll(file.number(), contents)) {
+    if (const std::error_code error = writeAll(file, contents)) {
         return error;
     }
-    const std::string self = "/proc/self/fd/" + std::to_string(file.number());
-    if (linkat(AT_FDCWD, self.c_str(), folder.number(), name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
-        return errno;
+    const std::string self = "/proc/self/fd/" + std::to_string(file.get());
+    if (linkat(AT_FDCWD, self.c_str(), folder.get(), name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+        return lastError();
     }
     return settle(folder, name);
 }
 
-int createHidden(const FileDescriptor& folder, const std::string& name, std::string_view contents) {
+/// nullopt if another process took the hidden file for a leftover and removed it.
+std::optional<std::error_code> tryHidden(const Descriptor& folder, const std::string& name,
+                                         std::string_view contents) {
     const HiddenFile hidden{folder, contents, onlyTheUser};
-    int error = hidden.error();
-    if (error == 0 &&
-        linkat(folder.number(), hidden.name().c_str(), folder.number(), name.c_str(), 0) != 0) {
-        error = errno == ENOENT ? EAGAIN : errno;
+    if (hidden.error()) {
+        return hidden.error();
     }
-    return error == 0 ? settle(folder, name) : error;
+    if (linkat(folder.get(), hidden.name().c_str(), folder.get(), name.c_str(), 0) != 0) {
+        return errno == ENOENT ? std::nullopt : std::optional{lastError()};
+    }
+    return settle(folder, name);
+}
+
+std::error_code createHidden(const Descriptor& folder, const std::string& name,
+                             std::string_view contents) {
+    constexpr int tries = 10;
+    for (int attempt = 0; attempt < tries; ++attempt) {
+        if (const auto outcome = tryHidden(folder, name, contents)) {
+            return *outcome;
+        }
+    }
+    return std::make_error_code(std::errc::resource_unavailable_try_again);
 }
 
 } // namespace
 
-int createFile(const std::string& folder, const std::string& name, std::string_view contents,
-               Staging staging) {
-    const FileDescriptor opened{open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+std::error_code createFile(const std::string& folder, const std::string& name,
+                           std::string_view contents, Staging staging) {
+    const Descriptor opened{open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     if (!opened) {
-        return errno;
+        return lastError();
     }
     removeLeftovers(opened);
-    if (staging == Staging::nameless) {
-        return createNameless(opened, name, contents);
-    }
-    int error = EAGAIN;
-    for (int attempt = 0; attempt < 10 && error == EAGAIN; ++attempt) {
-        error = createHidden(opened, name, contents);
-    }
-    return error;
+    return staging == Staging::nameless ? createNameless(opened, name, contents)
+                                        : createHidden(opened, name, contents);
 }
 
-int createFile(const std::string& folder, const std::string& name, std::string_view contents) {
-    const int error = createFile(folder, name, contents, Staging::nameless);
-    switch (error) {
+std::error_code createFile(const std::string& folder, const std::string& name,
+                           std::string_view contents) {
+    const std::error_code error = createFile(folder, name, contents, Staging::nameless);
+    switch (error.value()) {
     case 0:
     case EEXIST:
     case ENOSPC:

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace velmiro::local {
 
@@ -13,13 +14,14 @@ enum class Staging {
 
 /// Adds a file to a folder: whole or not at all, to the disk, and never in the place of another.
 ///
-/// Gives back zero, or the number of the error (EEXIST when the name is taken); then there is no
+/// Gives back why it could not, `std::errc::file_exists` when the name is taken; then there is no
 /// new file. Killed at any moment, it leaves the whole file, or none, and at most a hidden file,
 /// which the next call removes.
-int createFile(const std::string& folder, const std::string& name, std::string_view contents);
+std::error_code createFile(const std::string& folder, const std::string& name,
+                           std::string_view contents);
 
 /// The same in one of the two ways only.
-int createFile(const std::string& folder, const std::string& name, std::string_view contents,
-               Staging staging);
+std::error_code createFile(const std::string& folder, const std::string& name,
+                           std::string_view contents, Staging staging);
 
 } // namespace velmiro::local

@@ -3,6 +3,7 @@
 #include "velmiro_mcp/platform/local/files/FileVersion.hpp"
 #include "velmiro_mcp/platform/local/files/HiddenFiles.hpp"
 #include "velmiro_mcp/platform/local/files/ReadLease.hpp"
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
 
 #include <cerrno>
 #include <cstdlib>
@@ -15,6 +16,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 // The new version is written under a hidden name and then changes places with the old one, in one
 // step (RENAME_EXCHANGE). Only then is it known what the old one was: when it is not the file that
@@ -39,50 +41,55 @@ Replacement done() {
     return {};
 }
 
-Replacement outrun() {
-    return {End::outrun, 0, {}};
+Replacement conflict() {
+    return {End::conflict, {}, {}};
 }
 
-Replacement failed(int error) {
+Replacement failed(const std::error_code& error) {
     return {End::failed, error, {}};
 }
 
-/// A file in its folder, and the hidden name beside it.
-struct Place {
-    const FileDescriptor& folder;
+Replacement failed(std::errc error) {
+    return failed(std::make_error_code(error));
+}
+
+/// The name of a file in its folder, and the hidden name of its other version.
+struct NamePair {
+    const Descriptor& folder;
     std::string name;
     std::string aside;
 
-    /// Zero, or the number of the error.
-    [[nodiscard]] int swap() const {
-        return renameat2(folder.number(), aside.c_str(), folder.number(), name.c_str(),
+    [[nodiscard]] std::error_code swap() const {
+        return renameat2(folder.get(), aside.c_str(), folder.get(), name.c_str(),
                          RENAME_EXCHANGE) == 0
-                   ? 0
-                   : errno;
+                   ? std::error_code{}
+                   : lastError();
     }
 
     /// Throws std::system_error when it cannot be told.
     [[nodiscard]] bool hasAside(const FileVersion& version) const {
-        return version.standsAs(folder, aside);
+        return version.isUnchangedAt(folder, aside);
     }
 
     /// Another machine that shares the folder may take us for dead and clean up; it only takes one
     /// of our own versions.
     [[nodiscard]] bool isAsideTaken() const {
         struct stat about{};
-        return fstatat(folder.number(), aside.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0 &&
+        return fstatat(folder.get(), aside.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0 &&
                errno == ENOENT;
     }
 
-    void removeAside() const { unlinkat(folder.number(), aside.c_str(), 0); }
+    void removeAside() const { unlinkat(folder.get(), aside.c_str(), 0); }
 
-    [[nodiscard]] Replacement unknown(int error) const { return {End::unknown, error, aside}; }
+    [[nodiscard]] Replacement unknown(const std::error_code& error) const {
+        return {End::unknown, error, aside};
+    }
 };
 
 /// The version aside; none when it cannot be read.
-std::optional<FileVersion> versionAside(const Place& place) {
+std::optional<FileVersion> versionAside(const NamePair& names) {
     try {
-        return std::optional<FileVersion>{std::in_place, place.folder, place.aside};
+        return FileVersion{names.folder, names.aside};
     } catch (const std::system_error&) {
         return std::nullopt;
     }
@@ -91,145 +98,152 @@ std::optional<FileVersion> versionAside(const Place& place) {
 /// Puts back what came `out` when `placed` was put in, whatever another program writes meanwhile.
 /// `out` is none when it could not be read: it goes back all the same. Gives back `reason` when
 /// all is as it was.
-Replacement putBack(const Place& place, const FileVersion& ours, std::optional<FileVersion> out,
+Replacement putBack(const NamePair& names, const FileVersion& ours, std::optional<FileVersion> out,
                     const Replacement& reason) {
-    if (const int error = place.swap()) {
-        return place.unknown(error);
+    if (const std::error_code error = names.swap()) {
+        return names.unknown(error);
     }
-    if (place.hasAside(ours)) {
-        place.removeAside();
+    if (names.hasAside(ours)) {
+        names.removeAside();
         return reason;
     }
     // Another program's newer version came out. It goes back too, and then the one before it has
     // been replaced by its writer, not by us.
     for (;;) {
-        FileVersion newer{place.folder, place.aside};
-        if (const int error = out ? place.swap() : EIO) {
-            return place.unknown(error);
+        FileVersion newer{names.folder, names.aside};
+        if (!out) {
+            return names.unknown(std::make_error_code(std::errc::io_error));
         }
-        if (place.hasAside(*out)) {
-            place.removeAside();
-            return outrun();
+        if (const std::error_code error = names.swap()) {
+            return names.unknown(error);
         }
-        out.emplace(std::move(newer));
+        if (names.hasAside(*out)) {
+            names.removeAside();
+            return conflict();
+        }
+        out = std::move(newer);
     }
 }
 
 /// The first swap failed. That it was not done may be said of a disk far away without being true.
-Replacement notSwapped(const Place& place, const FileVersion& ours, int error) {
-    if (!place.hasAside(ours)) {
-        return place.unknown(error);
+Replacement notSwapped(const NamePair& names, const FileVersion& ours,
+                       const std::error_code& error) {
+    if (!names.hasAside(ours)) {
+        return names.unknown(error);
     }
-    place.removeAside();
-    return error == ENOENT ? outrun() : failed(error);
+    names.removeAside();
+    return error == std::errc::no_such_file_or_directory ? conflict() : failed(error);
 }
 
-Replacement replaceBySwap(const Place& place, const FileVersion& old, const FileVersion& ours,
+Replacement replaceBySwap(const NamePair& names, const FileVersion& old, const FileVersion& ours,
                           const ReadLease& lease) {
-    Replacement reason = outrun();
+    Replacement reason = conflict();
     try {
-        const bool isOld = place.hasAside(old) || place.isAsideTaken();
-        if (isOld && !flushFolder(place.folder.number())) {
-            reason = failed(errno);
-        } else if (isOld && !lease.isAwaited()) {
-            place.removeAside();
-            return done();
+        if (names.hasAside(old) || names.isAsideTaken()) {
+            if (const std::error_code error = flushFolder(names.folder)) {
+                reason = failed(error);
+            } else if (!lease.isBeingBroken()) {
+                names.removeAside();
+                return done();
+            }
         }
     } catch (const std::system_error& error) {
-        reason = failed(error.code().value());
+        reason = failed(error.code());
     }
-    return putBack(place, ours, versionAside(place), reason);
+    return putBack(names, ours, versionAside(names), reason);
 }
 
-Replacement replaceByRename(const Place& place, const FileVersion& ours) {
-    if (renameat(place.folder.number(), place.aside.c_str(), place.folder.number(),
-                 place.name.c_str()) != 0) {
-        return notSwapped(place, ours, errno);
+Replacement replaceByRename(const NamePair& names, const FileVersion& ours) {
+    if (renameat(names.folder.get(), names.aside.c_str(), names.folder.get(), names.name.c_str()) !=
+        0) {
+        return notSwapped(names, ours, lastError());
     }
     // The old version is gone by now, so what cannot be flushed cannot be taken back.
-    return flushFolder(place.folder.number()) ? done() : Replacement{End::unknown, errno, {}};
+    const std::error_code error = flushFolder(names.folder);
+    return error ? Replacement{End::unknown, error, {}} : done();
 }
 
-bool cannotSwap(int error) {
-    return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+bool cannotSwap(const std::error_code& error) {
+    return error == std::errc::invalid_argument || error == std::errc::function_not_supported ||
+           error == std::errc::operation_not_supported;
 }
 
-Replacement replaceIn(const Place& place, const FileVersion& old, const FileVersion& ours,
+Replacement replaceIn(const NamePair& names, const FileVersion& old, const FileVersion& ours,
                       const ReadLease& lease, Replacing how) {
     try {
         if (how == Replacing::byRename) {
-            return replaceByRename(place, ours);
+            return replaceByRename(names, ours);
         }
-        const int error = place.swap();
+        const std::error_code error = names.swap();
         if (cannotSwap(error)) {
-            return replaceByRename(place, ours);
+            return replaceByRename(names, ours);
         }
-        return error == 0 ? replaceBySwap(place, old, ours, lease) : notSwapped(place, ours, error);
+        return error ? notSwapped(names, ours, error) : replaceBySwap(names, old, ours, lease);
     } catch (const std::system_error& error) {
-        return place.unknown(error.code().value());
+        return names.unknown(error.code());
     }
 }
 
-/// Zero, or EBUSY when somebody else keeps the folder locked for longer than `patience`.
-int lockFolder(const FileDescriptor& folder, std::chrono::milliseconds patience) {
+/// False when another program keeps the folder locked for longer than `patience`.
+bool lockFolder(const Descriptor& folder, std::chrono::milliseconds patience) {
     constexpr std::chrono::milliseconds pause{1};
     const auto end = std::chrono::steady_clock::now() + patience;
-    while (flock(folder.number(), LOCK_EX | LOCK_NB) != 0) {
+    while (flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK) {
-            return 0; // no locks on this file system: go without
+            return true; // no locks on this file system: go without
         }
         if (std::chrono::steady_clock::now() >= end) {
-            return EBUSY;
+            return false;
         }
         std::this_thread::sleep_for(pause);
     }
-    return 0;
+    return true;
 }
 
 /// The end when a call fails before anything was changed.
-Replacement unchanged(int error) {
-    const bool isNoFileNow = error == ENOENT || error == ELOOP;
-    return isNoFileNow ? outrun() : failed(error);
+Replacement unchanged(const std::error_code& error) {
+    const bool isNoFileNow = error == std::errc::no_such_file_or_directory ||
+                             error == std::errc::too_many_symbolic_link_levels;
+    return isNoFileNow ? conflict() : failed(error);
 }
 
-Replacement replaceIn(const FileDescriptor& folder, const std::string& name,
-                      std::string_view expected, std::string_view contents, Replacing how,
+Replacement replaceIn(const Descriptor& folder, const std::string& name, std::string_view expected,
+                      std::string_view contents, Replacing how,
                       std::chrono::milliseconds patience) {
     struct stat about{};
-    if (fstatat(folder.number(), name.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0) {
-        return unchanged(errno);
+    if (fstatat(folder.get(), name.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0) {
+        return unchanged(lastError());
     }
     // A file that may not be written is not to be replaced, though its folder would allow it.
-    if (faccessat(folder.number(), name.c_str(), W_OK, AT_EACCESS) != 0) {
-        return unchanged(errno);
+    if (faccessat(folder.get(), name.c_str(), W_OK, AT_EACCESS) != 0) {
+        return unchanged(lastError());
     }
     removeLeftovers(folder);
     const HiddenFile fresh{folder, contents, S_IRUSR | S_IWUSR};
-    if (fresh.error() != 0) {
+    if (fresh.error()) {
         return failed(fresh.error());
     }
-    if (fchmod(fresh.number(), about.st_mode & 07777) != 0) {
-        return failed(errno);
+    if (fchmod(fresh.descriptor(), about.st_mode & 07777) != 0) {
+        return failed(lastError());
     }
     // Only now, for the disk has taken the new version already: nobody waits for that.
-    if (const int error = lockFolder(folder, patience)) {
-        return failed(error);
+    if (!lockFolder(folder, patience)) {
+        return failed(std::errc::device_or_resource_busy);
     }
     const FileVersion old{folder, name};
     const FileVersion ours{folder, fresh.name()};
-    const ReadLease lease{old.number(), patience};
+    const ReadLease lease{old.descriptor(), patience};
     if (lease.isRefused()) {
-        return failed(EBUSY);
+        return failed(std::errc::device_or_resource_busy);
     }
-    if (old.contents() != expected || !old.standsAs(folder, name)) {
-        return outrun();
+    if (old.contents() != expected || !old.isUnchangedAt(folder, name)) {
+        return conflict();
     }
-    const Place place{folder, name, asideName(expected, contents)};
-    if (renameat(folder.number(), fresh.name().c_str(), folder.number(), place.aside.c_str()) !=
-        0) {
-        return unchanged(errno);
+    const NamePair names{folder, name, asideName(expected, contents)};
+    if (renameat(folder.get(), fresh.name().c_str(), folder.get(), names.aside.c_str()) != 0) {
+        return unchanged(lastError());
     }
-    return replaceIn(place, old, ours, lease, how);
+    return replaceIn(names, old, ours, lease, how);
 }
 
 } // namespace
@@ -240,18 +254,18 @@ Replacement replaceFile(const std::string& path, std::string_view expected,
     const std::unique_ptr<char, decltype(&std::free)> resolved{realpath(path.c_str(), nullptr),
                                                                &std::free};
     if (!resolved) {
-        return unchanged(errno);
+        return unchanged(lastError());
     }
     const std::string real = resolved.get();
-    const FileDescriptor folder{open(parentOf(real).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const Descriptor folder{open(parentOf(real).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     if (!folder) {
-        return unchanged(errno);
+        return unchanged(lastError());
     }
     const std::string name = real.substr(real.find_last_of('/') + 1);
     try {
         return replaceIn(folder, name, expected, contents, how, patience);
     } catch (const std::system_error& error) {
-        return unchanged(error.code().value());
+        return unchanged(error.code());
     }
 }
 

@@ -3,20 +3,21 @@
 #include <chrono>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace velmiro::local {
 
 /// How a replacement ended.
 struct Replacement {
     enum class End {
-        done,    ///< the new version is in place, on the disk
-        outrun,  ///< the file held something else, or was gone; that is as it was
-        failed,  ///< the file is as it was; `error` says why
-        unknown, ///< it cannot be told which version is in place; `error` says why
+        done,     ///< the new version is in place, on the disk
+        conflict, ///< the file held something else, or was gone; that is as it was
+        failed,   ///< the file is as it was; `error` says why
+        unknown,  ///< it cannot be told which version is in place; `error` says why
     };
 
     End end = End::done;
-    int error = 0;
+    std::error_code error;
     std::string kept; ///< of an unknown end: the name, in the file's folder, of the other version
 
     friend bool operator==(const Replacement&, const Replacement&) = default;

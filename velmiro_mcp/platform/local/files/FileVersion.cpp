@@ -1,5 +1,7 @@
 #include "velmiro_mcp/platform/local/files/FileVersion.hpp"
 
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
+
 #include <cerrno>
 #include <new>
 #include <system_error>
@@ -11,39 +13,35 @@
 namespace velmiro::local {
 namespace {
 
-[[noreturn]] void fail(int error) {
-    throw std::system_error{error, std::generic_category()};
-}
-
-std::string contentsOf(const FileDescriptor& file) {
+std::string contentsOf(const Descriptor& file) {
     try {
         if (auto contents = readOpenFile(file, largestItem)) {
             return *std::move(contents);
         }
     } catch (const std::bad_alloc&) {
-        fail(ENOMEM);
+        throw std::system_error{std::make_error_code(std::errc::not_enough_memory)};
     }
-    fail(EINVAL);
+    throw std::system_error{std::make_error_code(std::errc::invalid_argument)};
 }
 
 } // namespace
 
-FileVersion::FileVersion(const FileDescriptor& folder, const std::string& name)
-    : file_{openForReading(folder.number(), name, O_NOFOLLOW)} {
+FileVersion::FileVersion(const Descriptor& folder, const std::string& name)
+    : file_{openForReading(folder.get(), name, O_NOFOLLOW)} {
     struct stat about{};
-    if (!file_ || fstat(file_.number(), &about) != 0) {
-        fail(errno);
+    if (!file_ || fstat(file_.get(), &about) != 0) {
+        throwLastError();
     }
     device_ = about.st_dev;
     inode_ = about.st_ino;
     contents_ = contentsOf(file_);
 }
 
-bool FileVersion::standsAs(const FileDescriptor& folder, const std::string& name) const {
+bool FileVersion::isUnchangedAt(const Descriptor& folder, const std::string& name) const {
     struct stat about{};
-    if (fstatat(folder.number(), name.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (fstatat(folder.get(), name.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0) {
         if (errno != ENOENT) {
-            fail(errno);
+            throwLastError();
         }
         return false;
     }

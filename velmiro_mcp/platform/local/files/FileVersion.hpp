@@ -14,17 +14,17 @@ class FileVersion {
 public:
     /// The version that a name in a folder leads to; a symbolic link is not followed. Throws
     /// std::system_error when it cannot be read, or is no regular file of a size that items have.
-    FileVersion(const FileDescriptor& folder, const std::string& name);
+    FileVersion(const Descriptor& folder, const std::string& name);
 
     [[nodiscard]] const std::string& contents() const noexcept { return contents_; }
-    [[nodiscard]] int number() const noexcept { return file_.number(); }
+    [[nodiscard]] int descriptor() const noexcept { return file_.get(); }
 
     /// Whether the name is that of this very file, and nobody has written into it since. False when
     /// there is no such name. Throws std::system_error when that cannot be told.
-    [[nodiscard]] bool standsAs(const FileDescriptor& folder, const std::string& name) const;
+    [[nodiscard]] bool isUnchangedAt(const Descriptor& folder, const std::string& name) const;
 
 private:
-    FileDescriptor file_;
+    Descriptor file_;
     dev_t device_ = 0;
     ino_t inode_ = 0;
     std::string contents_;

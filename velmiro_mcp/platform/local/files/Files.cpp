@@ -1,5 +1,7 @@
 #include "velmiro_mcp/platform/local/files/Files.hpp"
 
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -11,6 +13,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace velmiro::local {
 namespace {
@@ -26,32 +29,67 @@ FileStamp stampOf(const struct stat& about) {
 
 constexpr int openingFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
-[[noreturn]] void fail(int error) {
-    throw std::system_error{error, std::generic_category()};
-}
-
-/// For an error by which nothing is there; throws any other.
-void heedAbsence(int error) {
+/// Throws the last error unless it means that nothing is there.
+void throwUnlessAbsent() {
+    const std::error_code error = lastError();
     if (!isAboutTheFile(error)) {
-        fail(error);
+        throw std::system_error{error};
     }
 }
 
 std::optional<FileStamp> stampFrom(int result, const struct stat& about) {
     if (result != 0) {
-        heedAbsence(errno);
+        throwUnlessAbsent();
         return std::nullopt;
     }
     return stampOf(about);
 }
 
-std::optional<std::string> readOpened(const FileDescriptor& file, std::size_t largest,
-                                      FileStamp* stamp) {
-    if (!file) {
-        heedAbsence(errno);
+std::string readToEnd(const Descriptor& file, std::size_t expected) {
+    // One byte more than expected shows the end without a growing file being followed for ever.
+    std::string contents(expected + 1, '\0');
+    std::size_t length = 0;
+    while (length < contents.size()) {
+        const ssize_t count = pread(file.get(), contents.data() + length, contents.size() - length,
+                                    static_cast<off_t>(length));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            throwLastError();
+        }
+        if (count == 0) {
+            break;
+        }
+        length += static_cast<std::size_t>(count);
+    }
+    contents.resize(length);
+    return contents;
+}
+
+std::optional<StampedContents> readOpenStamped(const Descriptor& file, std::size_t largest) {
+    struct stat about{};
+    if (fstat(file.get(), &about) != 0) {
+        throwLastError();
+    }
+    const auto size = static_cast<std::size_t>(about.st_size);
+    if (!S_ISREG(about.st_mode) || size > largest) {
         return std::nullopt;
     }
-    return readOpenFile(file, largest, stamp);
+    return StampedContents{stampOf(about), readToEnd(file, size)};
+}
+
+/// The same of a file that was just opened; none when it could not be, as it is not there.
+std::optional<StampedContents> readOpened(const Descriptor& file, std::size_t largest) {
+    if (!file) {
+        throwUnlessAbsent();
+        return std::nullopt;
+    }
+    return readOpenStamped(file, largest);
+}
+
+std::optional<std::string> bytesOf(std::optional<StampedContents> read) {
+    return read ? std::optional{std::move(read->bytes)} : std::nullopt;
 }
 
 bool isFolderWith(const std::string& path, int rights) {
@@ -59,25 +97,25 @@ bool isFolderWith(const std::string& path, int rights) {
     const bool allowed = stat(path.c_str(), &about) == 0 &&
                          faccessat(AT_FDCWD, path.c_str(), rights, AT_EACCESS) == 0;
     if (!allowed) {
-        heedAbsence(errno);
+        throwUnlessAbsent();
     }
     return allowed && S_ISDIR(about.st_mode);
 }
 
 } // namespace
 
-bool isAboutTheFile(int error) {
+bool isAboutTheFile(const std::error_code& error) {
     constexpr std::array reasons{ENOENT, ENOTDIR, EACCES, EPERM,       ELOOP,
                                  ENXIO,  ENODEV,  EROFS,  ENAMETOOLONG};
-    return std::ranges::find(reasons, error) != reasons.end();
+    return std::ranges::find(reasons, error.value()) != reasons.end();
 }
 
 OpenFolder::OpenFolder(std::string path)
     : path_{std::move(path)},
       descriptor_{open(path_.c_str(), openingFolder)} {
     // Of a folder that may be read but not entered the names are to be had, and no file.
-    if (!descriptor_ || faccessat(number(), ".", R_OK | X_OK, AT_EACCESS) != 0) {
-        fail(errno);
+    if (!descriptor_ || faccessat(descriptor(), ".", R_OK | X_OK, AT_EACCESS) != 0) {
+        throwLastError();
     }
 }
 
@@ -87,7 +125,7 @@ std::optional<OpenFolder> openFolderIfThere(const std::string& path) {
     } catch (const std::system_error& error) {
         struct stat about{};
         const bool isLink = lstat(path.c_str(), &about) == 0 && S_ISLNK(about.st_mode);
-        if (error.code().value() == ENOENT && !isLink) {
+        if (error.code() == std::errc::no_such_file_or_directory && !isLink) {
             return std::nullopt;
         }
         throw;
@@ -95,12 +133,12 @@ std::optional<OpenFolder> openFolderIfThere(const std::string& path) {
 }
 
 std::vector<std::string> OpenFolder::visibleNames() const {
-    const int again = openat(number(), ".", openingFolder); // it is read from its beginning
+    const int again = openat(descriptor(), ".", openingFolder); // it is read from its beginning
     const auto closeListing = [](DIR* listing) { closedir(listing); };
     const std::unique_ptr<DIR, decltype(closeListing)> listing{
         again < 0 ? nullptr : fdopendir(again), closeListing};
     if (!listing) {
-        fail(errno);
+        throwLastError();
     }
     std::vector<std::string> names;
     for (;;) {
@@ -115,7 +153,7 @@ std::vector<std::string> OpenFolder::visibleNames() const {
         }
     }
     if (errno != 0) {
-        fail(errno);
+        throwLastError();
     }
     std::ranges::sort(names);
     return names;
@@ -128,67 +166,36 @@ std::optional<FileStamp> stampOf(const std::string& path) {
 
 std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& name) {
     struct stat about{};
-    return stampFrom(fstatat(folder.number(), name.c_str(), &about, 0), about);
+    return stampFrom(fstatat(folder.descriptor(), name.c_str(), &about, 0), about);
 }
 
-int openForReading(int folder, const std::string& name, int flags) {
+Descriptor openForReading(int folder, const std::string& name, int flags) {
     // O_NONBLOCK: opening a pipe that nobody writes would wait for ever.
     const int all = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags;
     for (;;) {
-        const int file = openat(folder, name.c_str(), all);
-        if (file >= 0 || errno != EINTR) {
+        Descriptor file{openat(folder, name.c_str(), all)};
+        if (file || errno != EINTR) {
             return file;
         }
     }
 }
 
-std::optional<std::string> readOpenFile(const FileDescriptor& file, std::size_t largest,
-                                        FileStamp* stamp) {
-    struct stat about{};
-    if (fstat(file.number(), &about) != 0) {
-        fail(errno);
-    }
-    if (!S_ISREG(about.st_mode) || static_cast<std::size_t>(about.st_size) > largest) {
-        return std::nullopt;
-    }
-    if (stamp != nullptr) {
-        *stamp = stampOf(about);
-    }
-    // One byte more than expected shows the end without a growing file being followed for ever.
-    std::string contents(static_cast<std::size_t>(about.st_size) + 1, '\0');
-    std::size_t length = 0;
-    while (length < contents.size()) {
-        const ssize_t count = pread(file.number(), contents.data() + length,
-                                    contents.size() - length, static_cast<off_t>(length));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            fail(errno);
-        }
-        if (count == 0) {
-            break;
-        }
-        length += static_cast<std::size_t>(count);
-    }
-    contents.resize(length);
-    return contents;
+std::optional<std::string> readOpenFile(const Descriptor& file, std::size_t largest) {
+    return bytesOf(readOpenStamped(file, largest));
 }
 
-std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
-                                           FileStamp* stamp) {
-    return readOpened(FileDescriptor{openForReading(AT_FDCWD, path)}, largest, stamp);
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest) {
+    return bytesOf(readOpened(openForReading(AT_FDCWD, path), largest));
 }
 
-std::optional<std::string> readRegularFile(const OpenFolder& folder, const std::string& name,
-                                           std::size_t largest, FileStamp* stamp) {
-    return readOpened(FileDescriptor{openForReading(folder.number(), name)}, largest, stamp);
-}
-
-std::optional<std::string> readRegularFile(const FileDescriptor& folder, const std::string& name,
+std::optional<std::string> readRegularFile(const Descriptor& folder, const std::string& name,
                                            std::size_t largest) {
-    return readOpened(FileDescriptor{openForReading(folder.number(), name, O_NOFOLLOW)}, largest,
-                      nullptr);
+    return bytesOf(readOpened(openForReading(folder.get(), name, O_NOFOLLOW), largest));
+}
+
+std::optional<StampedContents> readStamped(const OpenFolder& folder, const std::string& name,
+                                           std::size_t largest) {
+    return readOpened(openForReading(folder.descriptor(), name), largest);
 }
 
 bool isFolder(const std::string& path) {
@@ -214,20 +221,21 @@ bool makeFolders(const std::string& path) {
     if (mkdir(path.c_str(), S_IRWXU) != 0) {
         return isFolder(path); // another process made it at the same time
     }
-    return flushFolder(parent);
+    return !flushFolder(parent);
 }
 
-bool flushFolder(const std::string& path) {
-    const FileDescriptor folder{open(path.c_str(), openingFolder)};
-    return folder && flushFolder(folder.number());
+std::error_code flushFolder(const Descriptor& folder) {
+    const bool isDone = fsync(folder.get()) == 0 || errno == EINVAL || errno == ENOTSUP;
+    return isDone ? std::error_code{} : lastError();
+}
+
+std::error_code flushFolder(const std::string& path) {
+    const Descriptor folder{open(path.c_str(), openingFolder)};
+    return folder ? flushFolder(folder) : lastError();
 }
 
 std::string parentOf(const std::string& path) {
     return path.substr(0, std::max<std::size_t>(path.find_last_of('/'), 1));
-}
-
-bool flushFolder(int folder) {
-    return fsync(folder) == 0 || errno == EINVAL || errno == ENOTSUP;
 }
 
 } // namespace velmiro::local

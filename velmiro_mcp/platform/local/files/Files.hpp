@@ -1,36 +1,20 @@
 #pragma once
 
+#include "MCPStdio/transport/Descriptor.hpp"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
-
-#include <unistd.h>
 
 namespace velmiro::local {
 
 /// Larger files are not read: ten thousand events do not fill a third of this.
 inline constexpr std::size_t largestItem = 32UL << 20;
 
-/// An open file or folder; closed with its owner.
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int number = -1) noexcept : number_{number} {}
-    FileDescriptor(FileDescriptor&& other) noexcept : number_{other.number_} { other.number_ = -1; }
-    FileDescriptor& operator=(FileDescriptor&&) = delete;
-    ~FileDescriptor() {
-        if (number_ >= 0) {
-            close(number_);
-        }
-    }
-
-    [[nodiscard]] int number() const noexcept { return number_; }
-    explicit operator bool() const noexcept { return number_ >= 0; }
-
-private:
-    int number_;
-};
+using MCPStdio::Descriptor;
 
 /// A folder, opened once for all that is asked of it: the way there need not be gone for each file.
 class OpenFolder {
@@ -46,11 +30,11 @@ public:
     [[nodiscard]] std::vector<std::string> visibleNames() const;
 
     /// For calls that take a folder.
-    [[nodiscard]] int number() const noexcept { return descriptor_.number(); }
+    [[nodiscard]] int descriptor() const noexcept { return descriptor_.get(); }
 
 private:
     std::string path_;
-    FileDescriptor descriptor_;
+    Descriptor descriptor_;
 };
 
 /// None when there is nothing of that name, not even a link that leads nowhere. Throws
@@ -75,7 +59,7 @@ struct FileStamp {
 // for an absence it would make a full calendar an empty one.
 
 /// Whether an error of a look at a file says something of that file, not of the machine.
-bool isAboutTheFile(int error);
+bool isAboutTheFile(const std::error_code& error);
 
 /// The stamp of the file or folder that a path, or a name in a folder, leads to; none when there is
 /// none.
@@ -83,23 +67,28 @@ std::optional<FileStamp> stampOf(const std::string& path);
 std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& name);
 
 /// Opens a file found from a folder (AT_FDCWD for a path) for reading, without waiting for anybody,
-/// with further flags of open(2). Negative, with errno set, when it cannot be opened.
-int openForReading(int folder, const std::string& name, int flags = 0);
+/// with further flags of open(2). None, with errno set, when it cannot be opened.
+Descriptor openForReading(int folder, const std::string& name, int flags = 0);
 
 /// The contents of an open regular file of at most `largest` bytes, from its beginning; none when
-/// it is anything else. With `stamp`, also its stamp from before the first byte was read.
-std::optional<std::string> readOpenFile(const FileDescriptor& file, std::size_t largest,
-                                        FileStamp* stamp = nullptr);
+/// it is anything else.
+std::optional<std::string> readOpenFile(const Descriptor& file, std::size_t largest);
 
-/// The same of the file that a path, or a name in a folder, leads to; none also when it is gone or
-/// closed to the user.
-std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest,
-                                           FileStamp* stamp = nullptr);
-std::optional<std::string> readRegularFile(const OpenFolder& folder, const std::string& name,
-                                           std::size_t largest, FileStamp* stamp);
+/// The same of the file that a path leads to; none also when it is gone or closed to the user.
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest);
 
-/// The same, but a symbolic link is not followed.
-std::optional<std::string> readRegularFile(const FileDescriptor& folder, const std::string& name,
+/// The same of a name in a folder; a symbolic link is not followed.
+std::optional<std::string> readRegularFile(const Descriptor& folder, const std::string& name,
+                                           std::size_t largest);
+
+/// The contents of a file, and its stamp from before the first byte was read.
+struct StampedContents {
+    FileStamp stamp;
+    std::string bytes;
+};
+
+/// The same as `readRegularFile`, of what a name in a folder leads to.
+std::optional<StampedContents> readStamped(const OpenFolder& folder, const std::string& name,
                                            std::size_t largest);
 
 bool isFolder(const std::string& path);
@@ -110,15 +99,13 @@ bool isReadableFolder(const std::string& path);
 /// Whether it may write there as well.
 bool isWritableFolder(const std::string& path);
 
-/// Makes a folder that only the user can enter, and those above it that are missing, and has them
-/// last.
-/// False, with errno set, when there is none afterwards.
+/// Makes a folder that only the user can enter, and those above it that are missing, and flushes
+/// them to disk. False when that failed.
 bool makeFolders(const std::string& path);
 
-/// Makes what was done to the names in a folder last. False, with errno set, when it failed; a file
-/// system that cannot be asked for it counts as done.
-bool flushFolder(int folder);
-bool flushFolder(const std::string& path);
+/// Flushes the entries of a folder to disk, where the file system can be asked for that.
+std::error_code flushFolder(const Descriptor& folder);
+std::error_code flushFolder(const std::string& path);
 
 /// The folder in which something with an absolute path lies; of the root, the root.
 std::string parentOf(const std::string& path);

@@ -1,6 +1,7 @@
 #include "velmiro_mcp/platform/local/files/HiddenFiles.hpp"
 
 #include "velmiro_mcp/platform/local/files/Random.hpp"
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
 
 #include <array>
 #include <cerrno>
@@ -13,6 +14,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <unistd.h>
 
 namespace velmiro::local {
 namespace {
@@ -32,10 +34,10 @@ std::string digest(std::string_view contents) {
     return text.data();
 }
 
-bool isUnlocked(const FileDescriptor& folder, const std::string& name) {
-    const FileDescriptor file{
-        openat(folder.number(), name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC)};
-    return file && flock(file.number(), LOCK_EX | LOCK_NB) == 0;
+bool isUnlocked(const Descriptor& folder, const std::string& name) {
+    const Descriptor file{
+        openat(folder.get(), name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC)};
+    return file && flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 bool isOfDeadMaker(const std::string& name) {
@@ -43,7 +45,7 @@ bool isOfDeadMaker(const std::string& name) {
     return maker > 0 && kill(maker, 0) != 0 && errno == ESRCH;
 }
 
-bool holdsWhatItsNameSays(const FileDescriptor& folder, const std::string& name) {
+bool holdsWhatItsNameSays(const Descriptor& folder, const std::string& name) {
     try {
         const auto contents = readRegularFile(folder, name, largestItem);
         return contents && name.find(digest(*contents)) != std::string::npos;
@@ -52,7 +54,7 @@ bool holdsWhatItsNameSays(const FileDescriptor& folder, const std::string& name)
     }
 }
 
-bool isLeftover(const FileDescriptor& folder, const std::string& name) {
+bool isLeftover(const Descriptor& folder, const std::string& name) {
     if (!name.ends_with(ending)) {
         return false;
     }
@@ -65,33 +67,33 @@ bool isLeftover(const FileDescriptor& folder, const std::string& name) {
 
 } // namespace
 
-int writeAll(int file, std::string_view contents) {
+std::error_code writeAll(const Descriptor& file, std::string_view contents) {
     while (!contents.empty()) {
-        const ssize_t count = write(file, contents.data(), contents.size());
+        const ssize_t count = write(file.get(), contents.data(), contents.size());
         if (count < 0 && errno != EINTR) {
-            return errno;
+            return lastError();
         }
         contents.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
     }
-    return fsync(file) == 0 ? 0 : errno;
+    return fsync(file.get()) == 0 ? std::error_code{} : lastError();
 }
 
-HiddenFile::HiddenFile(const FileDescriptor& folder, std::string_view contents, mode_t mode)
+HiddenFile::HiddenFile(const Descriptor& folder, std::string_view contents, mode_t mode)
     : folder_{folder},
       name_{std::string{newPrefix} + randomUUID() + std::string{ending}},
-      file_{openat(folder.number(), name_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode)},
-      error_{file_ ? 0 : errno} {
-    if (error_ == 0) {
+      file_{openat(folder.get(), name_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode)},
+      error_{file_ ? std::error_code{} : lastError()} {
+    if (!error_) {
         // Another process may take the file for a leftover in the moment before it is locked; then
         // whatever is done with its name finds it gone.
-        flock(file_.number(), LOCK_EX | LOCK_NB);
-        error_ = writeAll(file_.number(), contents);
+        flock(file_.get(), LOCK_EX | LOCK_NB);
+        error_ = writeAll(file_, contents);
     }
 }
 
 HiddenFile::~HiddenFile() {
     if (file_) {
-        unlinkat(folder_.number(), name_.c_str(), 0);
+        unlinkat(folder_.get(), name_.c_str(), 0);
     }
 }
 
@@ -100,15 +102,15 @@ std::string asideName(std::string_view oneVersion, std::string_view otherVersion
            digest(otherVersion) + "-" + randomUUID() + std::string{ending};
 }
 
-void removeLeftovers(const FileDescriptor& folder) {
-    const int copy = openat(folder.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+void removeLeftovers(const Descriptor& folder) {
+    const int copy = openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     DIR* const listing = copy < 0 ? nullptr : fdopendir(copy);
     if (listing == nullptr) {
         return;
     }
     while (const dirent* entry = readdir(listing)) {
         if (const std::string name = &entry->d_name[0]; isLeftover(folder, name)) {
-            unlinkat(folder.number(), name.c_str(), 0);
+            unlinkat(folder.get(), name.c_str(), 0);
         }
     }
     closedir(listing);

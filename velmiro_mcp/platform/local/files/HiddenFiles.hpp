@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include <sys/types.h>
 
@@ -17,34 +18,34 @@
 /// leave, stays.
 namespace velmiro::local {
 
-/// Writes all of it, to the disk. Zero, or the number of the error.
-int writeAll(int file, std::string_view contents);
+/// Writes all of it, to the disk.
+std::error_code writeAll(const Descriptor& file, std::string_view contents);
 
 /// A new hidden file with all of `contents` on the disk. It goes with this object, unless it was
 /// given another name.
 class HiddenFile {
 public:
-    HiddenFile(const FileDescriptor& folder, std::string_view contents, mode_t mode);
+    HiddenFile(const Descriptor& folder, std::string_view contents, mode_t mode);
     HiddenFile(const HiddenFile&) = delete;
     HiddenFile& operator=(const HiddenFile&) = delete;
     ~HiddenFile();
 
-    /// Zero, or the number of the error for which it is not all there.
-    [[nodiscard]] int error() const { return error_; }
+    /// Why it is not all there, if it is not.
+    [[nodiscard]] std::error_code error() const { return error_; }
     [[nodiscard]] const std::string& name() const { return name_; }
-    [[nodiscard]] int number() const { return file_.number(); }
+    [[nodiscard]] int descriptor() const { return file_.get(); }
 
 private:
-    const FileDescriptor& folder_;
+    const Descriptor& folder_;
     std::string name_;
-    FileDescriptor file_;
-    int error_;
+    Descriptor file_;
+    std::error_code error_;
 };
 
 /// The name, in its folder, of a file set aside that is either of two versions.
 std::string asideName(std::string_view oneVersion, std::string_view otherVersion);
 
 /// Removes what makers that died have left.
-void removeLeftovers(const FileDescriptor& folder);
+void removeLeftovers(const Descriptor& folder);
 
 } // namespace velmiro::local

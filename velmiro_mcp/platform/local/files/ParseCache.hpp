@@ -58,7 +58,7 @@ public:
               next_{entries_.end()} {}
 
         /// What `parse` makes of the file's bytes, or made of them before. Null when the file is
-        /// none that `readRegularFile` reads, which says too what is thrown.
+        /// none that `readStamped` reads, which says too what is thrown.
         template <typename Parse>
         std::shared_ptr<const Parsed> read(const std::string& name, std::size_t largest,
                                            const Parse& parse) {
@@ -112,15 +112,14 @@ private:
             }
             forget(reader.entries_, known);
         }
-        FileStamp stamp;
-        auto bytes = readRegularFile(reader.folder_, name, largest, &stamp);
-        if (!bytes) {
+        auto file = readStamped(reader.folder_, name, largest);
+        if (!file) {
             return nullptr;
         }
-        auto parsed = std::make_shared<const Parsed>(parse(*std::move(bytes)));
-        if (isSettled(stamp, now)) {
+        auto parsed = std::make_shared<const Parsed>(parse(std::move(file->bytes)));
+        if (isSettled(file->stamp, now)) {
             const std::size_t memory = memoryOf(*parsed) + name.size() + memoryOfEntry;
-            keep(reader.entries_, name, {stamp, parsed, memory, now});
+            keep(reader.entries_, name, {file->stamp, parsed, memory, now});
         }
         return parsed;
     }

@@ -20,7 +20,7 @@ ReadLease::~ReadLease() {
 
 ReadLease::State ReadLease::take(int file, std::chrono::milliseconds patience) {
     // The kernel tells the holder of somebody who waits by SIGIO, which would end this process.
-    // SIGURG is ignored by default; `isAwaited` asks instead.
+    // SIGURG is ignored by default; `isBeingBroken` asks instead.
     if (fcntl(file, F_SETSIG, SIGURG) != 0) {
         return State::unavailable;
     }
@@ -38,7 +38,7 @@ ReadLease::State ReadLease::take(int file, std::chrono::milliseconds patience) {
     return State::held;
 }
 
-bool ReadLease::isAwaited() const noexcept {
+bool ReadLease::isBeingBroken() const noexcept {
     return state_ == State::held && fcntl(file_, F_GETLEASE) != F_RDLCK;
 }
 

@@ -23,7 +23,7 @@ public:
     [[nodiscard]] bool isRefused() const noexcept { return state_ == State::refused; }
 
     /// Whether somebody waits to open the file for writing.
-    [[nodiscard]] bool isAwaited() const noexcept;
+    [[nodiscard]] bool isBeingBroken() const noexcept;
 
 private:
     enum class State { held, refused, unavailable };

@@ -1,11 +1,14 @@
 #include "velmiro_mcp/platform/local/files/Vdir.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
 
 #include <cerrno>
+#include <cstdio>
 #include <system_error>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace velmiro::local {
 namespace {
@@ -16,22 +19,19 @@ bool exists(const std::string& path) {
     if (lstat(path.c_str(), &about) == 0) {
         return true;
     }
-    if (!isAboutTheFile(errno)) {
-        throw std::system_error{errno, std::generic_category()};
+    const std::error_code error = lastError();
+    if (!isAboutTheFile(error)) {
+        throw std::system_error{error};
     }
     return false;
 }
 
-/// Zero, or the number of the error for which nothing is known of what a path leads to.
-int lookAt(const std::string& path) {
-    struct stat about{};
-    return stat(path.c_str(), &about) == 0 ? 0 : errno;
-}
-
 /// Whether it is a symbolic link to what is not there.
 bool leadsNowhere(const std::string& path) {
-    const int error = lookAt(path);
-    return (error == ENOENT || error == ELOOP) && exists(path);
+    struct stat about{};
+    const bool leadsToNothing =
+        stat(path.c_str(), &about) != 0 && (errno == ENOENT || errno == ELOOP);
+    return leadsToNothing && exists(path);
 }
 
 std::string trimmed(const std::string& text) {
@@ -89,15 +89,16 @@ std::optional<Collection> Vdir::collection(const std::string& folder) const {
     }
     // One look decides, two at a link: files come and go in the meantime.
     struct stat about{};
-    int error = lstat(path.c_str(), &about) == 0 ? 0 : errno;
-    const bool isLink = error == 0 && S_ISLNK(about.st_mode);
+    bool isFound = lstat(path.c_str(), &about) == 0;
+    const bool isLink = isFound && S_ISLNK(about.st_mode);
     if (isLink) {
-        error = stat(path.c_str(), &about) == 0 ? 0 : errno;
+        isFound = stat(path.c_str(), &about) == 0;
     }
-    if (error != 0 && !isAboutTheFile(error)) {
-        throw std::system_error{error, std::generic_category()};
-    }
-    if (error != 0) {
+    if (!isFound) {
+        const std::error_code error = lastError();
+        if (!isAboutTheFile(error)) {
+            throw std::system_error{error};
+        }
         return isLink ? std::optional{Collection{folder, path, MCPStdio::repairUTF8(folder), error}}
                       : std::nullopt;
     }

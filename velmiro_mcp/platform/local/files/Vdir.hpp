@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 /// The vdir layout: a root folder, in it one folder per collection, in that one file per item.
@@ -13,8 +14,8 @@ namespace velmiro::local {
 struct Collection {
     std::string folder; ///< its name in the root, as the file system has it
     std::string path;
-    std::string title; ///< the text of its file `displayname`, else its folder's name
-    int error = 0;     ///< why there is no looking at it: no rights, or a link that leads nowhere
+    std::string title;       ///< the text of its file `displayname`, else its folder's name
+    std::error_code error{}; ///< why it cannot be looked at: no rights, or a link to nothing
 };
 
 /// A root of collections. Nothing is kept; every question is answered from the folders. What cannot

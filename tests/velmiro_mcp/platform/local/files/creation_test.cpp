@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <regex>
+#include <system_error>
 #include <thread>
 
 #include <fcntl.h>
@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Both, LocalFileCreation,
 
 TEST_P(LocalFileCreation, MakesTheWholeFileForTheUserAlone) {
     const std::string contents(300'000, 'x');
-    ASSERT_EQ(createFile(folder_.path(), "a.ics", contents, GetParam()), 0);
+    ASSERT_EQ(createFile(folder_.path(), "a.ics", contents, GetParam()), std::error_code{});
     EXPECT_EQ(readFile(folder_.path() + "/a.ics"), contents);
     EXPECT_EQ(namesIn(folder_.path()), (Texts{"a.ics"}));
     struct stat about{};
@@ -131,16 +131,18 @@ TEST_P(LocalFileCreation, MakesTheWholeFileForTheUserAlone) {
 TEST_P(LocalFileCreation, NeverReplacesAFileNorALink) {
     writeFile(folder_.path() + "/a.ics", "old");
     std::filesystem::create_symlink("/nowhere", folder_.path() + "/b.ics");
-    EXPECT_EQ(createFile(folder_.path(), "a.ics", "new", GetParam()), EEXIST);
-    EXPECT_EQ(createFile(folder_.path(), "b.ics", "new", GetParam()), EEXIST);
+    EXPECT_EQ(createFile(folder_.path(), "a.ics", "new", GetParam()), std::errc::file_exists);
+    EXPECT_EQ(createFile(folder_.path(), "b.ics", "new", GetParam()), std::errc::file_exists);
     EXPECT_EQ(readFile(folder_.path() + "/a.ics"), "old");
     EXPECT_EQ(namesIn(folder_.path()), (Texts{"a.ics", "b.ics"}));
 }
 
 TEST_P(LocalFileCreation, SaysWhyItCouldNot) {
-    EXPECT_EQ(createFile(folder_.path() + "/none", "a.ics", "x", GetParam()), ENOENT);
+    EXPECT_EQ(createFile(folder_.path() + "/none", "a.ics", "x", GetParam()),
+              std::errc::no_such_file_or_directory);
     writeFile(folder_.path() + "/file", "");
-    EXPECT_EQ(createFile(folder_.path() + "/file", "a.ics", "x", GetParam()), ENOTDIR);
+    EXPECT_EQ(createFile(folder_.path() + "/file", "a.ics", "x", GetParam()),
+              std::errc::not_a_directory);
 }
 
 TEST_P(LocalFileCreation, AFileThatDoesNotFitLeavesNothing) {
@@ -149,10 +151,11 @@ TEST_P(LocalFileCreation, AFileThatDoesNotFitLeavesNothing) {
     const rlimit small{1000, before.rlim_max};
     const auto disposition = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const int error = createFile(folder_.path(), "a.ics", std::string(5000, 'x'), GetParam());
+    const std::error_code error =
+        createFile(folder_.path(), "a.ics", std::string(5000, 'x'), GetParam());
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     std::signal(SIGXFSZ, disposition);
-    EXPECT_EQ(error, EFBIG);
+    EXPECT_EQ(error, std::errc::file_too_large);
     EXPECT_EQ(namesIn(folder_.path()), Texts{});
 }
 
@@ -167,7 +170,7 @@ TEST_P(LocalFileCreation, RemovesWhatADeadMakerLeftAndNothingElse) {
         open((folder_.path() + "/.velmiro-new-alive.tmp").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_GE(alive, 0);
     ASSERT_EQ(flock(alive, LOCK_EX), 0);
-    ASSERT_EQ(createFile(folder_.path(), "a.ics", "x", GetParam()), 0);
+    ASSERT_EQ(createFile(folder_.path(), "a.ics", "x", GetParam()), std::error_code{});
     EXPECT_EQ(namesIn(folder_.path()),
               (Texts{".velmiro-new-alive.tmp", ".velmiro-x", ".x.tmp", "a.ics", "velmiro-x.tmp"}));
     close(alive);
@@ -181,7 +184,7 @@ TEST_P(LocalFileCreation, ManyAtOnceDoNotDisturbEachOther) {
         makers.emplace_back([&, maker] {
             for (int number = 0; number < each; ++number) {
                 const std::string name = std::to_string(maker * each + number) + ".ics";
-                EXPECT_EQ(createFile(folder_.path(), name, name, GetParam()), 0);
+                EXPECT_EQ(createFile(folder_.path(), name, name, GetParam()), std::error_code{});
             }
         });
     }
@@ -214,7 +217,7 @@ TEST_P(LocalFileCreation, AMakerKilledAtAnyMomentLeavesNoPartOfAFile) {
             }
         }
     }
-    ASSERT_EQ(createFile(folder_.path(), "last.ics", contents, GetParam()), 0);
+    ASSERT_EQ(createFile(folder_.path(), "last.ics", contents, GetParam()), std::error_code{});
     for (const std::string& name : namesIn(folder_.path())) {
         EXPECT_TRUE(name.ends_with(".ics")) << name;
     }
@@ -222,8 +225,8 @@ TEST_P(LocalFileCreation, AMakerKilledAtAnyMomentLeavesNoPartOfAFile) {
 
 TEST(LocalFileCreationByDefault, MakesTheFileAndReplacesNone) {
     const TemporaryFolder folder;
-    ASSERT_EQ(createFile(folder.path(), "a.ics", "x"), 0);
-    EXPECT_EQ(createFile(folder.path(), "a.ics", "y"), EEXIST);
+    ASSERT_EQ(createFile(folder.path(), "a.ics", "x"), std::error_code{});
+    EXPECT_EQ(createFile(folder.path(), "a.ics", "y"), std::errc::file_exists);
     EXPECT_EQ(readFile(folder.path() + "/a.ics"), "x");
 }
 

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
@@ -19,6 +18,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <thread>
 
 namespace velmiro::local {
@@ -30,10 +30,10 @@ using Texts = std::vector<std::string>;
 using End = Replacement::End;
 
 const Replacement done{};
-const Replacement outrun{End::outrun, 0, {}};
+const Replacement conflict{End::conflict, {}, {}};
 
-Replacement failed(int error) {
-    return {End::failed, error, {}};
+Replacement failed(std::errc error) {
+    return {End::failed, std::make_error_code(error), {}};
 }
 
 class LocalFileReplacement : public testing::TestWithParam<Replacing> {
@@ -66,13 +66,13 @@ TEST_P(LocalFileReplacement, PutsTheNewVersionInPlaceAndLeavesNothingElse) {
 
 TEST_P(LocalFileReplacement, LeavesWhatIsNotWhatWasRead) {
     writeFile(path("a.ics"), "other");
-    EXPECT_EQ(replace("a.ics", "old", "new"), outrun);
+    EXPECT_EQ(replace("a.ics", "old", "new"), conflict);
     EXPECT_EQ(readFile(path("a.ics")), "other");
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
 }
 
 TEST_P(LocalFileReplacement, MakesNoFileWhereThereIsNone) {
-    EXPECT_EQ(replace("a.ics", "old", "new"), outrun);
+    EXPECT_EQ(replace("a.ics", "old", "new"), conflict);
     EXPECT_EQ(namesIn(folder_.path()), Texts{});
 }
 
@@ -105,7 +105,7 @@ TEST_P(LocalFileReplacement, WhatDoesNotFitChangesNothing) {
     const Replacement end = replace("a.ics", "old", std::string(5000, 'x'));
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     std::signal(SIGXFSZ, disposition);
-    EXPECT_EQ(end, failed(EFBIG));
+    EXPECT_EQ(end, failed(std::errc::file_too_large));
     EXPECT_EQ(readFile(path("a.ics")), "old");
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
 }
@@ -113,17 +113,18 @@ TEST_P(LocalFileReplacement, WhatDoesNotFitChangesNothing) {
 TEST_P(LocalFileReplacement, WaitsForWhoeverLocksTheFolderButNotForEver) {
     writeFile(path("a.ics"), "old");
     const auto holder = [this] {
-        FileDescriptor folder{open(folder_.path().c_str(), O_RDONLY | O_CLOEXEC)};
-        EXPECT_EQ(flock(folder.number(), LOCK_EX), 0);
+        Descriptor folder{open(folder_.path().c_str(), O_RDONLY | O_CLOEXEC)};
+        EXPECT_EQ(flock(folder.get(), LOCK_EX), 0);
         return folder;
     };
     {
-        const FileDescriptor forgotten = holder();
-        EXPECT_EQ(replaceFile(path("a.ics"), "old", "new", GetParam(), 20ms), failed(EBUSY));
+        const Descriptor forgotten = holder();
+        EXPECT_EQ(replaceFile(path("a.ics"), "old", "new", GetParam(), 20ms),
+                  failed(std::errc::device_or_resource_busy));
         EXPECT_EQ(readFile(path("a.ics")), "old");
         EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
     }
-    std::optional<FileDescriptor> busy{holder()};
+    std::optional<Descriptor> busy{holder()};
     std::thread soon{[&busy] {
         std::this_thread::sleep_for(50ms);
         busy.reset();
@@ -135,16 +136,17 @@ TEST_P(LocalFileReplacement, WaitsForWhoeverLocksTheFolderButNotForEver) {
 
 TEST_P(LocalFileReplacement, WaitsForWhoeverHasTheFileOpenForWritingButNotForEver) {
     writeFile(path("a.ics"), "old");
-    std::optional<FileDescriptor> editor{open(path("a.ics").c_str(), O_WRONLY | O_CLOEXEC)};
-    EXPECT_EQ(replaceFile(path("a.ics"), "old", "new", GetParam(), 20ms), failed(EBUSY));
+    std::optional<Descriptor> editor{open(path("a.ics").c_str(), O_WRONLY | O_CLOEXEC)};
+    EXPECT_EQ(replaceFile(path("a.ics"), "old", "new", GetParam(), 20ms),
+              failed(std::errc::device_or_resource_busy));
     EXPECT_EQ(readFile(path("a.ics")), "old");
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
     std::thread soon{[&editor] {
         std::this_thread::sleep_for(50ms);
-        EXPECT_EQ(pwrite(editor->number(), "odd", 3, 0), 3);
+        EXPECT_EQ(pwrite(editor->get(), "odd", 3, 0), 3);
         editor.reset();
     }};
-    EXPECT_EQ(replace("a.ics", "old", "new"), outrun);
+    EXPECT_EQ(replace("a.ics", "old", "new"), conflict);
     soon.join();
     EXPECT_EQ(readFile(path("a.ics")), "odd");
 }
@@ -240,7 +242,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
         seen = version;
         if (!current.ends_with("+")) {
             const Replacement end = replaceFile(file, current, current + "+");
-            ASSERT_TRUE(end == done || end == outrun) << end.error;
+            ASSERT_TRUE(end == done || end == conflict) << end.error;
             (end == done ? marked : refused) += 1;
         }
     }
@@ -279,7 +281,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatWritesInPlaceInALoop) {
         const std::string current = readFile(file);
         if (!current.empty() && !current.ends_with("+")) {
             const Replacement end = replaceFile(file, current, current + "+");
-            ASSERT_TRUE(end == done || end == outrun) << end.error;
+            ASSERT_TRUE(end == done || end == conflict) << end.error;
             marked += end == done ? 1 : 0;
         }
     }
@@ -303,7 +305,7 @@ TEST(LocalFileReplacement, OfTwoThatChangeTheSameVersionOneWins) {
                 const std::string current = readFile(file);
                 const Replacement end =
                     replaceFile(file, current, std::to_string(std::stoi(current) + 1));
-                ASSERT_TRUE(end == done || end == outrun) << end.error;
+                ASSERT_TRUE(end == done || end == conflict) << end.error;
                 count += end == done ? 1 : 0;
             }
         });

@@ -105,9 +105,9 @@ public:
         script_->savedReminder = reminder;
         return "new-id";
     }
-    bool completeReminder(const std::string& identifier, const std::string& place) override {
+    bool completeReminder(const std::string& identifier, const std::string& storedAt) override {
         script_->journal.push_back("completeReminder " + identifier +
-                                   (place.empty() ? "" : " at " + place));
+                                   (storedAt.empty() ? "" : " at " + storedAt));
         if (!script_->saveError.empty()) {
             throw PlatformError{script_->saveError};
         }

@@ -56,7 +56,7 @@ Task<MCPToolResult> completeReminder(EventStore& store, Ask ask, JSONValue argum
     if (!allowed) {
         co_return denial(asked.title);
     }
-    auto completing = store.completeReminder(identifier, asked.place);
+    auto completing = store.completeReminder(identifier, asked.storedAt);
     co_await std::move(completing);
     const auto payload = JSONValue::object({{"completed", true}});
     co_return MCPToolResult::json(payload);

@@ -63,7 +63,7 @@ struct Reminder {
     int priority = 0; ///< 0 none, 1 high … 9 low
     std::optional<Instant> due;
     std::optional<std::string> notes;
-    std::string place{}; ///< where it is stored; meaningful only to the database; may be empty
+    std::string storedAt{}; ///< meaningful only to the database; may be empty
 };
 
 /// A reminder to create.
@@ -133,9 +133,10 @@ public:
 
     /// Marks a reminder as completed now, even if it already is, and commits it. Returns false if
     /// there is no such reminder (any more). Throws PlatformError if there are several, if it is no
-    /// longer at `place` (unless that is empty), and if it cannot be stored; then nothing was
-    /// changed, unless the error says that this is unknown.
-    virtual bool completeReminder(const std::string& identifier, const std::string& place = {}) = 0;
+    /// longer stored at `storedAt` (unless that is empty), and if it cannot be stored; then nothing
+    /// was changed, unless the error says that this is unknown.
+    virtual bool completeReminder(const std::string& identifier,
+                                  const std::string& storedAt = {}) = 0;
 };
 
 /// Returns the database of the user who runs the program. Opening it does not access it yet.

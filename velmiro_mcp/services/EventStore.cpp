@@ -265,14 +265,14 @@ Task<EventStore::ReminderTitle> EventStore::reminderTitle(std::string identifier
     if (!reminder) {
         throw noReminder(identifier);
     }
-    ReminderTitle found{reminder->title.value_or(""), reminder->place};
+    ReminderTitle found{reminder->title.value_or(""), reminder->storedAt};
     co_return found;
 }
 
-Task<void> EventStore::completeReminder(std::string identifier, std::string place) {
+Task<void> EventStore::completeReminder(std::string identifier, std::string storedAt) {
     const auto turn = co_await actor_.enter();
     checkAccess(EntityType::reminder);
-    if (!store_->completeReminder(identifier, place)) {
+    if (!store_->completeReminder(identifier, storedAt)) {
         throw noReminder(identifier);
     }
 }

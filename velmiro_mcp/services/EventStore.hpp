@@ -56,8 +56,8 @@ public:
 
     /// A reminder as the user is asked about it, before it is completed.
     struct ReminderTitle {
-        std::string title; ///< empty if the reminder has none
-        std::string place; ///< the database's own word for where it is
+        std::string title;    ///< empty if the reminder has none
+        std::string storedAt; ///< meaningful only to the database
     };
 
     /// Throws if there is no such reminder, or if there are several.
@@ -65,7 +65,7 @@ public:
 
     /// Marks a reminder as completed, even if it already is. Throws if there is none, if there are
     /// several, and if it is no longer stored where it was when the user was asked.
-    MCPStdio::Task<void> completeReminder(std::string identifier, std::string place = {});
+    MCPStdio::Task<void> completeReminder(std::string identifier, std::string storedAt = {});
 
 private:
     void checkAccess(EntityType type);

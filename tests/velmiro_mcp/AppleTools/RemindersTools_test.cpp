@@ -191,8 +191,8 @@ TEST_F(RemindersTools, CompleteLooksUpThenAsksThenChanges) {
 }
 
 TEST_F(RemindersTools, CompleteSaysWhereTheOneAskedAboutWas) {
-    database->reminders[0].place = "here";
-    meanwhile = [this] { database->reminders[0].place = "there"; };
+    database->reminders[0].storedAt = "here";
+    meanwhile = [this] { database->reminders[0].storedAt = "there"; };
     EXPECT_EQ(journalOf(complete, R"({"id":"a"})").back(), "completeReminder a at here");
 }
 

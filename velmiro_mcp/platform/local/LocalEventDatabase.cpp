@@ -76,14 +76,14 @@ std::string addItem(EntityType type, const Collection& collection, const TextFor
 }
 
 /// Where an item is, as long as nobody moves it.
-std::string placeOf(const Collection& collection, const std::string& item) {
+std::string storedAt(const Collection& collection, const std::string& item) {
     return collection.folder + "/" + item;
 }
 
-Reminder recordOf(const StoredReminder& reminder, const std::string& list, const std::string& place,
-                  UserClock& clock) {
+Reminder recordOf(const StoredReminder& reminder, const std::string& list,
+                  const std::string& storedAt, UserClock& clock) {
     return {reminder.identifier, reminder.title,           list,           reminder.completed,
-            reminder.priority,   dueDate(reminder, clock), reminder.notes, place};
+            reminder.priority,   dueDate(reminder, clock), reminder.notes, storedAt};
 }
 
 bool isWanted(const ReminderQuery& query, const StoredReminder& reminder, UserClock& clock) {
@@ -143,17 +143,18 @@ public:
     void fetchReminders(const ReminderQuery& query, RemindersFound found) override {
         std::vector<Reminder> reminders;
         UserClock clock;
-        forEachFile(
-            EntityType::reminder, query.list, [&](const Place& place, const FilePointer& file) {
-                for (const StoredReminder& reminder : file->reminders) {
-                    if (reminders.size() < query.most && reminder.isListed() &&
-                        isWanted(query, reminder, clock)) {
-                        reminders.push_back(recordOf(reminder, place.collection.title,
-                                                     placeOf(place.collection, place.item), clock));
-                    }
-                }
-                return reminders.size() < query.most;
-            });
+        forEachFile(EntityType::reminder, query.list,
+                    [&](const Place& place, const FilePointer& file) {
+                        for (const StoredReminder& reminder : file->reminders) {
+                            if (reminders.size() < query.most && reminder.isListed() &&
+                                isWanted(query, reminder, clock)) {
+                                reminders.push_back(recordOf(reminder, place.collection.title,
+                                                             storedAt(place.collection, place.item),
+                                                             clock));
+                            }
+                        }
+                        return reminders.size() < query.most;
+                    });
         found(std::move(reminders));
     }
 
@@ -164,7 +165,7 @@ public:
         }
         UserClock clock;
         return recordOf(found->file->reminders[found->index], found->collection.title,
-                        placeOf(found->collection, found->item), clock);
+                        local::storedAt(found->collection, found->item), clock);
     }
 
     std::string saveReminder(const NewReminder& reminder, const Calendar& list) override {
@@ -174,7 +175,7 @@ public:
         });
     }
 
-    bool completeReminder(const std::string& identifier, const std::string& place) override {
+    bool completeReminder(const std::string& identifier, const std::string& storedAt) override {
         // Whoever changes the file in the same moment goes first, but not for ever.
         constexpr int tries = 100;
         for (int attempt = 0; attempt < tries; ++attempt) {
@@ -182,7 +183,7 @@ public:
             if (!found) {
                 return false;
             }
-            if (!place.empty() && placeOf(found->collection, found->item) != place) {
+            if (!storedAt.empty() && local::storedAt(found->collection, found->item) != storedAt) {
                 throw severalReminders();
             }
             if (complete(*found, identifier)) {

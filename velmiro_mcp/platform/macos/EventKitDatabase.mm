@@ -159,8 +159,8 @@ public:
         });
     }
 
-    /// The framework's identifiers name one reminder each, so its place says no more.
-    bool completeReminder(const std::string& identifier, const std::string& /*place*/) override {
+    /// The framework's identifiers name one reminder each, so where it is stored says no more.
+    bool completeReminder(const std::string& identifier, const std::string& /*storedAt*/) override {
         return saved([&](Problem& problem) {
             EKReminder* const found = reminderFor(identifier);
             if (found != nil) {

@@ -150,9 +150,9 @@ TEST_F(LocalCompletion, ACompletedOneIsSavedAgain) {
 }
 
 TEST_F(LocalCompletion, AnIdentifierThatNamesTwoChangesNeither) {
-    const auto failure = [&](const std::string& place) {
+    const auto failure = [&](const std::string& storedAt) {
         try {
-            database->completeReminder("a", place);
+            database->completeReminder("a", storedAt);
         } catch (const PlatformError& error) {
             return std::string{error.what()};
         }
@@ -173,7 +173,7 @@ TEST_F(LocalCompletion, AnIdentifierThatNamesTwoChangesNeither) {
     }
     EXPECT_EQ(failure("Work/a.ics"), several) << "it has been moved since";
     EXPECT_EQ(readFile(path()), one);
-    EXPECT_EQ(failure(database->reminder("a")->place), "(no failure)");
+    EXPECT_EQ(failure(database->reminder("a")->storedAt), "(no failure)");
     // One without UID is called by its file, and another can have just that as its UID.
     const std::string twice = "BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:Home/a.ics\nEND:VTODO\n"
                               "BEGIN:VTODO\nEND:VTODO\nEND:VCALENDAR\n";

@@ -19,6 +19,9 @@ set(SUPPORT_FOLDER_LIBRARIES)
 
 # What the others stand on.
 set(PLATFORM_PARTS
+    platform/local/CalendarErrors.cpp
+    platform/local/CalendarFolders.cpp
+    platform/local/FoundReminder.cpp
     platform/local/LocalContactStore.cpp
     platform/local/LocalEventDatabase.cpp
     platform/local/calendars/CalendarFile.cpp

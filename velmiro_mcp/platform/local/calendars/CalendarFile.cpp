@@ -124,12 +124,12 @@ private:
 };
 
 void collectReminders(const std::vector<Component>& components, const Component* calendar,
-                      std::vector<ReminderPlace>& places) {
+                      std::vector<ReminderComponent>& found) {
     for (const Component& component : components) {
         if (component.is("VCALENDAR")) {
-            collectReminders(component.parts, &component, places);
+            collectReminders(component.parts, &component, found);
         } else if (component.is("VTODO") && component.complete) {
-            places.push_back({&component, calendar});
+            found.push_back({&component, calendar});
         }
     }
 }
@@ -167,10 +167,10 @@ CalendarFile readCalendarFile(std::string bytes, const std::string& name, ZoneCa
     return file;
 }
 
-std::vector<ReminderPlace> reminderPlaces(const std::vector<Component>& components) {
-    std::vector<ReminderPlace> places;
-    collectReminders(components, nullptr, places);
-    return places;
+std::vector<ReminderComponent> reminderComponents(const std::vector<Component>& components) {
+    std::vector<ReminderComponent> found;
+    collectReminders(components, nullptr, found);
+    return found;
 }
 
 std::size_t memoryOf(const CalendarFile& file) {

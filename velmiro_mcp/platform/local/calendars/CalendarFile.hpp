@@ -24,13 +24,13 @@ struct CalendarFile {
 CalendarFile readCalendarFile(std::string bytes, const std::string& name, ZoneCatalogue& zones);
 
 /// A VTODO, and the VCALENDAR that it lies in, if any.
-struct ReminderPlace {
+struct ReminderComponent {
     const Component* reminder;
     const Component* calendar;
 };
 
 /// The VTODOs that `readCalendarFile` reads, in its order. The components must stay where they are.
-std::vector<ReminderPlace> reminderPlaces(const std::vector<Component>& components);
+std::vector<ReminderComponent> reminderComponents(const std::vector<Component>& components);
 
 std::size_t memoryOf(const CalendarFile& file);
 

@@ -81,13 +81,13 @@ std::string movedOn(const ContentLine& written, Moment moment, seconds shift) {
 } // namespace
 
 std::optional<NextReminder> nextReminder(const std::string& bytes, const std::string& text,
-                                         const ReminderPlace& place, Instant now,
+                                         const ReminderComponent& source, Instant now,
                                          ZoneCatalogue& catalogue) {
-    const Component& reminder = *place.reminder;
+    const Component& reminder = *source.reminder;
     WorkBudget budget{stepsOfSeries};
     FileZones zones{catalogue, budget};
-    if (place.calendar != nullptr) {
-        zones.learn(place.calendar->parts);
+    if (source.calendar != nullptr) {
+        zones.learn(source.calendar->parts);
     }
     const ZoneFinder finder = zones.finder();
     const auto begins = readMoment(reminder, "DTSTART", finder);
@@ -128,7 +128,7 @@ std::optional<NextReminder> nextReminder(const std::string& bytes, const std::st
                            "RRULE:" + withRestOfCount(reminder.line("RRULE")->value, times));
     }
     FileLines lines{bytes};
-    keepOnly(lines, text, reminder, place.calendar);
+    keepOnly(lines, text, reminder, source.calendar);
     setProperties(lines, text, reminder, properties);
     return NextReminder{uid, lines.text()};
 }

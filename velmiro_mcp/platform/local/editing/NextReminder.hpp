@@ -16,9 +16,9 @@ struct NextReminder {
 /// The next one after the time that `reminder` says of itself (DTSTART, or DUE where it has none),
 /// even when that has passed too. It has the same lines, with the dates moved on and what remains
 /// of COUNT; the marks of progress are taken off. Nothing when the reminder does not repeat or has
-/// come to its end. `bytes` are the file's, `text` the unfolded text that `place` points into.
+/// come to its end. `bytes` are the file's, `text` the unfolded text that `source` points into.
 std::optional<NextReminder> nextReminder(const std::string& bytes, const std::string& text,
-                                         const ReminderPlace& place, Instant now,
+                                         const ReminderComponent& source, Instant now,
                                          ZoneCatalogue& zones);
 
 } // namespace velmiro::local

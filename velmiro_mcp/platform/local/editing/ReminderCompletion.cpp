@@ -3,7 +3,6 @@
 #include "velmiro_mcp/platform/local/calendars/Versions.hpp"
 #include "velmiro_mcp/platform/local/editing/ComponentLines.hpp"
 #include "velmiro_mcp/platform/local/editing/NewItemText.hpp"
-#include "velmiro_mcp/platform/local/editing/NextReminder.hpp"
 
 #include <algorithm>
 #include <cstdint>
@@ -44,7 +43,7 @@ Completion completed(const std::string& bytes, std::size_t index, Instant now,
                      ZoneCatalogue& zones) {
     const std::string text = unfoldedText(bytes);
     const std::vector<Component> components = readComponents(text);
-    const ReminderPlace place = reminderPlaces(components).at(index);
+    const ReminderComponent source = reminderComponents(components).at(index);
     const std::string time = momentText(inUTC(now));
 
     Completion result;
@@ -54,16 +53,15 @@ Completion completed(const std::string& bytes, std::size_t index, Instant now,
         {"COMPLETED", "COMPLETED:" + time},
         {"PERCENT-COMPLETE", "PERCENT-COMPLETE:100"},
         {"LAST-MODIFIED", "LAST-MODIFIED:" + time},
-        {"SEQUENCE", "SEQUENCE:" + nextSequence(*place.reminder)},
+        {"SEQUENCE", "SEQUENCE:" + nextSequence(*source.reminder)},
     };
-    if (readReminder(*place.reminder, [](std::string_view) { return nullptr; }).isOpen()) {
-        if (auto next = nextReminder(bytes, text, place, now, zones)) {
-            result.next = std::move(next->text);
-            result.nextUID = std::move(next->uid);
+    if (readReminder(*source.reminder, [](std::string_view) { return nullptr; }).isOpen()) {
+        result.next = nextReminder(bytes, text, source, now, zones);
+        if (result.next) {
             properties.emplace("RRULE", "");
         }
     }
-    setProperties(lines, text, *place.reminder, properties);
+    setProperties(lines, text, *source.reminder, properties);
     result.text = lines.text();
     if (!differsInOne(bytes, result.text, index, zones)) {
         throw PlatformError{"the file of this reminder cannot be changed without changing more; "

@@ -1,19 +1,17 @@
 #pragma once
 
-#include "velmiro_mcp/platform/local/calendars/CalendarFile.hpp"
+#include "velmiro_mcp/platform/local/editing/NextReminder.hpp"
 
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace velmiro::local {
 
 /// What completing a reminder makes of its file.
 struct Completion {
-    std::string text;                ///< the file with the reminder completed
-    std::optional<std::string> next; ///< of a reminder that repeats: a file with the next one
-    std::string nextUID;             ///< the UID of that
+    std::string text;                 ///< the file with the reminder completed
+    std::optional<NextReminder> next; ///< of a reminder that repeats
 };
 
 /// Completes the reminder that is the `index`-th of a file, at `now`: STATUS, COMPLETED,

@@ -39,14 +39,14 @@ set(PLATFORM_PARTS
     platform/local/contacts/VCard.cpp
     platform/local/contacts/VCardLines.cpp
     platform/local/contacts/VCards.cpp
-    platform/local/editing/ComponentLines.cpp
+    platform/local/editing/ComponentEdits.cpp
+    platform/local/editing/ContentLineWriter.cpp
     platform/local/editing/EventText.cpp
-    platform/local/editing/FileLines.cpp
+    platform/local/editing/LineEdits.cpp
     platform/local/editing/NewItemText.cpp
     platform/local/editing/NextReminder.cpp
     platform/local/editing/ReminderCompletion.cpp
     platform/local/editing/ReminderText.cpp
-    platform/local/editing/TextLines.cpp
     platform/local/files/FileCreation.cpp
     platform/local/files/FileReplacement.cpp
     platform/local/files/FileVersion.cpp

@@ -19,15 +19,15 @@ ContactCache& sharedCache() {
 
 /// A search keeps one processor busy. More of them at once than there are processors would all
 /// take longer, and leave less to everything else.
-class Turn {
+class Permit {
 public:
-    Turn() { turns().acquire(); }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-    ~Turn() { turns().release(); }
+    Permit() { permits().acquire(); }
+    Permit(const Permit&) = delete;
+    Permit& operator=(const Permit&) = delete;
+    ~Permit() { permits().release(); }
 
 private:
-    static std::counting_semaphore<>& turns() {
+    static std::counting_semaphore<>& permits() {
         static auto* const all = new std::counting_semaphore<>{
             std::max<std::ptrdiff_t>(std::thread::hardware_concurrency(), 1)};
         return *all;
@@ -39,7 +39,7 @@ class LocalContactStore final : public ContactStore {
 public:
     std::vector<Contact> contactsMatchingName(const std::string& query) override {
         const NameQuery asked{query};
-        const Turn turn;
+        const Permit permit;
         return ContactFolders{dataFolder("Contacts"), sharedCache()}.matching(asked);
     }
 };

@@ -1,6 +1,6 @@
 #include "velmiro_mcp/platform/local/editing/NewItemText.hpp"
 
-#include "velmiro_mcp/platform/local/editing/TextLines.hpp"
+#include "velmiro_mcp/platform/local/editing/ContentLineWriter.hpp"
 #include "velmiro_mcp/platform/local/icalendar/CalendarValues.hpp"
 #include "velmiro_mcp/platform/local/time/Zone.hpp"
 

@@ -1,7 +1,7 @@
 #include "velmiro_mcp/platform/local/editing/NextReminder.hpp"
 
 #include "velmiro_mcp/platform/local/calendars/Series.hpp"
-#include "velmiro_mcp/platform/local/editing/ComponentLines.hpp"
+#include "velmiro_mcp/platform/local/editing/ComponentEdits.hpp"
 #include "velmiro_mcp/platform/local/editing/NewItemText.hpp"
 #include "velmiro_mcp/platform/local/files/Random.hpp"
 #include "velmiro_mcp/platform/local/icalendar/RuleText.hpp"
@@ -18,7 +18,7 @@ using std::chrono::hours;
 using std::chrono::seconds;
 
 /// The first occurrence of a series after its start.
-std::optional<Instant> secondOccurrence(const StoredEvent& series, UserClock& clock) {
+std::optional<Instant> firstAfterStart(const StoredEvent& series, UserClock& clock) {
     const Instant start = clock.instantOf(series.start);
     // The farther the look, the more of a dense series it would work out.
     for (const hours reach : {hours{1}, hours{days{1}}, hours{days{7}}, hours{days{62}},
@@ -46,7 +46,7 @@ std::optional<std::int64_t> countOf(std::string_view part) {
 }
 
 /// The rule with what is left of its COUNT at `next`, which lies that many of its times on.
-std::string withRestOfCount(std::string_view text, std::int64_t times) {
+std::string withRemainingCount(std::string_view text, std::int64_t used) {
     std::string rest;
     while (!text.empty()) {
         const auto part = text.substr(0, text.find(';'));
@@ -54,7 +54,7 @@ std::string withRestOfCount(std::string_view text, std::int64_t times) {
         rest += rest.empty() ? "" : ";";
         const auto count = countOf(part);
         if (count) {
-            rest += "COUNT=" + std::to_string(std::max<std::int64_t>(*count - times, 1));
+            rest += "COUNT=" + std::to_string(std::max<std::int64_t>(*count - used, 1));
         } else {
             rest += part;
         }
@@ -62,14 +62,14 @@ std::string withRestOfCount(std::string_view text, std::int64_t times) {
     return rest;
 }
 
-std::int64_t timesBetween(const RecurrenceRule& rule, CivilTime start, CivilTime next) {
+std::int64_t occurrencesBefore(const RecurrenceRule& rule, CivilTime start, CivilTime next) {
     WorkBudget budget{stepsOfSeries};
-    const auto times = recurrences(rule, start, start, next, budget);
-    return std::max<std::int64_t>(static_cast<std::int64_t>(times.size()) - 1, 1);
+    const auto found = recurrences(rule, start, start, next, budget);
+    return std::max<std::int64_t>(static_cast<std::int64_t>(found.size()) - 1, 1);
 }
 
 /// The line with the moment moved on, in the form it has.
-std::string movedOn(const ContentLine& written, Moment moment, seconds shift) {
+std::string shifted(const ContentLine& written, Moment moment, seconds shift) {
     const ContentLine line = dateLine(written);
     moment.civil += shift;
     if (moment.isDate) {
@@ -98,7 +98,7 @@ std::optional<NextReminder> nextReminder(const std::string& bytes, const std::st
         return std::nullopt;
     }
     UserClock clock;
-    const auto next = secondOccurrence(series, clock);
+    const auto next = firstAfterStart(series, clock);
     if (!next) {
         return std::nullopt;
     }
@@ -117,20 +117,20 @@ std::optional<NextReminder> nextReminder(const std::string& bytes, const std::st
         {"SEQUENCE", ""},
     };
     if (begins) {
-        properties.emplace("DTSTART", movedOn(*reminder.line("DTSTART"), *begins, shift));
+        properties.emplace("DTSTART", shifted(*reminder.line("DTSTART"), *begins, shift));
     }
     if (due) {
-        properties.emplace("DUE", movedOn(*reminder.line("DUE"), *due, shift));
+        properties.emplace("DUE", shifted(*reminder.line("DUE"), *due, shift));
     }
     if (const RecurrenceRule& rule = series.rules.front(); rule.count) {
-        const auto times = timesBetween(rule, start->civil, nextTime);
+        const auto used = occurrencesBefore(rule, start->civil, nextTime);
         properties.emplace("RRULE",
-                           "RRULE:" + withRestOfCount(reminder.line("RRULE")->value, times));
+                           "RRULE:" + withRemainingCount(reminder.line("RRULE")->value, used));
     }
-    FileLines lines{bytes};
-    keepOnly(lines, text, reminder, source.calendar);
-    setProperties(lines, text, reminder, properties);
-    return NextReminder{uid, lines.text()};
+    LineEdits edits{bytes};
+    keepOnly(edits, text, reminder, source.calendar);
+    setProperties(edits, text, reminder, properties);
+    return NextReminder{uid, edits.text()};
 }
 
 } // namespace velmiro::local

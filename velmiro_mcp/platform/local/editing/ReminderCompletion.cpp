@@ -1,7 +1,7 @@
 #include "velmiro_mcp/platform/local/editing/ReminderCompletion.hpp"
 
 #include "velmiro_mcp/platform/local/calendars/Versions.hpp"
-#include "velmiro_mcp/platform/local/editing/ComponentLines.hpp"
+#include "velmiro_mcp/platform/local/editing/ComponentEdits.hpp"
 #include "velmiro_mcp/platform/local/editing/NewItemText.hpp"
 
 #include <algorithm>
@@ -47,7 +47,7 @@ Completion completed(const std::string& bytes, std::size_t index, Instant now,
     const std::string time = momentText(inUTC(now));
 
     Completion result;
-    FileLines lines{bytes};
+    LineEdits edits{bytes};
     std::map<std::string, std::string> properties{
         {"STATUS", "STATUS:COMPLETED"},
         {"COMPLETED", "COMPLETED:" + time},
@@ -61,8 +61,8 @@ Completion completed(const std::string& bytes, std::size_t index, Instant now,
             properties.emplace("RRULE", "");
         }
     }
-    setProperties(lines, text, *source.reminder, properties);
-    result.text = lines.text();
+    setProperties(edits, text, *source.reminder, properties);
+    result.text = edits.text();
     if (!differsInOne(bytes, result.text, index, zones)) {
         throw PlatformError{"the file of this reminder cannot be changed without changing more; "
                             "nothing was saved"};

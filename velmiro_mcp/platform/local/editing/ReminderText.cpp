@@ -1,8 +1,8 @@
 #include "velmiro_mcp/platform/local/editing/ReminderText.hpp"
 
 #include "velmiro_mcp/platform/local/calendars/CalendarFile.hpp"
+#include "velmiro_mcp/platform/local/editing/ContentLineWriter.hpp"
 #include "velmiro_mcp/platform/local/editing/NewItemText.hpp"
-#include "velmiro_mcp/platform/local/editing/TextLines.hpp"
 
 namespace velmiro::local {
 namespace {

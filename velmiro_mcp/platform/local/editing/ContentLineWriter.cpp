@@ -1,4 +1,4 @@
-#include "velmiro_mcp/platform/local/editing/TextLines.hpp"
+#include "velmiro_mcp/platform/local/editing/ContentLineWriter.hpp"
 
 #include <algorithm>
 #include <cstddef>

@@ -11,10 +11,10 @@ namespace velmiro::local {
 /// A calendar file as the lines that somebody wrote, to change some of them and leave every other
 /// byte as it is. A line is what unfolding makes one, with its folds and its line break; so line
 /// numbers are those of the unfolded text.
-class FileLines {
+class LineEdits {
 public:
     /// The bytes must outlive the object.
-    explicit FileLines(std::string_view bytes);
+    explicit LineEdits(std::string_view bytes);
 
     [[nodiscard]] std::size_t count() const { return lines_.size(); }
 
@@ -38,16 +38,16 @@ private:
     std::map<std::size_t, std::string> inserted_;
 };
 
-/// Numbers of lines in an unfolded text. The places asked for must ascend.
+/// Numbers of lines in an unfolded text. The positions asked for must ascend.
 class LineCounter {
 public:
     explicit LineCounter(std::string_view text) : text_{text} {}
 
-    /// The number of the line in which `place`, a part of the text, begins.
-    std::size_t lineOf(const char* place);
+    /// The number of the line in which `position`, a part of the text, is.
+    std::size_t lineOf(const char* position);
 
 private:
-    std::string_view text_; ///< from the last place on
+    std::string_view text_; ///< from the last position on
     std::size_t line_ = 0;
 };
 

@@ -1,4 +1,4 @@
-#include "velmiro_mcp/platform/local/editing/FileLines.hpp"
+#include "velmiro_mcp/platform/local/editing/LineEdits.hpp"
 
 #include <algorithm>
 
@@ -20,32 +20,32 @@ std::size_t lineSize(std::string_view text) {
 
 } // namespace
 
-FileLines::FileLines(std::string_view bytes) {
+LineEdits::LineEdits(std::string_view bytes) {
     while (!bytes.empty()) {
         lines_.push_back(bytes.substr(0, lineSize(bytes)));
         bytes.remove_prefix(lines_.back().size());
     }
 }
 
-std::string_view FileLines::breakOf(std::size_t line) const {
+std::string_view LineEdits::breakOf(std::size_t line) const {
     return lines_[line].ends_with("\r\n") ? "\r\n" : "\n";
 }
 
-void FileLines::replace(std::size_t line, const std::string& text) {
+void LineEdits::replace(std::size_t line, const std::string& text) {
     replaced_[line] = text + std::string{breakOf(line)};
 }
 
-void FileLines::insertBefore(std::size_t line, const std::string& text) {
+void LineEdits::insertBefore(std::size_t line, const std::string& text) {
     inserted_[line] += text;
 }
 
-void FileLines::remove(std::size_t first, std::size_t end) {
+void LineEdits::remove(std::size_t first, std::size_t end) {
     for (std::size_t line = first; line < end; ++line) {
         replaced_[line].clear();
     }
 }
 
-std::string FileLines::text() const {
+std::string LineEdits::text() const {
     std::string text;
     for (std::size_t line = 0; line < lines_.size(); ++line) {
         if (const auto before = inserted_.find(line); before != inserted_.end()) {
@@ -57,8 +57,8 @@ std::string FileLines::text() const {
     return text;
 }
 
-std::size_t LineCounter::lineOf(const char* place) {
-    const auto passed = static_cast<std::size_t>(place - text_.data());
+std::size_t LineCounter::lineOf(const char* position) {
+    const auto passed = static_cast<std::size_t>(position - text_.data());
     line_ += static_cast<std::size_t>(std::ranges::count(text_.substr(0, passed), '\n'));
     text_.remove_prefix(passed);
     return line_;

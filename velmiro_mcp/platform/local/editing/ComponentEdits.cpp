@@ -1,4 +1,4 @@
-#include "velmiro_mcp/platform/local/editing/ComponentLines.hpp"
+#include "velmiro_mcp/platform/local/editing/ComponentEdits.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -18,7 +18,7 @@ const char* endOfProperties(const Component& component) {
 
 } // namespace
 
-void setProperties(FileLines& lines, std::string_view text, const Component& component,
+void setProperties(LineEdits& edits, std::string_view text, const Component& component,
                    const std::map<std::string, std::string>& properties) {
     LineCounter counter{text};
     const std::size_t first = counter.lineOf(component.text.data());
@@ -31,25 +31,25 @@ void setProperties(FileLines& lines, std::string_view text, const Component& com
         }
         const std::size_t number = counter.lineOf(line.name.data());
         if (!wanted->second.empty() && placed.insert(wanted->first).second) {
-            lines.replace(number, wanted->second);
+            edits.replace(number, wanted->second);
         } else {
-            lines.remove(number, number + 1);
+            edits.remove(number, number + 1);
         }
     }
     const std::size_t end = LineCounter{text}.lineOf(endOfProperties(component));
-    const std::string lineBreak{lines.breakOf(first - 1)};
+    const std::string lineBreak{edits.breakOf(first - 1)};
     for (const auto& [name, line] : properties) {
         if (!line.empty() && !placed.contains(name)) {
-            lines.insertBefore(end, line + lineBreak);
+            edits.insertBefore(end, line + lineBreak);
         }
     }
 }
 
-void keepOnly(FileLines& lines, std::string_view text, const Component& component,
+void keepOnly(LineEdits& edits, std::string_view text, const Component& component,
               const Component* calendar) {
     const Component& kept = calendar != nullptr ? *calendar : component;
     LineCounter counter{text};
-    lines.remove(0, counter.lineOf(kept.text.data()) - 1);
+    edits.remove(0, counter.lineOf(kept.text.data()) - 1);
     if (calendar != nullptr) {
         for (const Component& part : calendar->parts) {
             if (&part != &component && !part.is("VTIMEZONE")) {
@@ -57,11 +57,11 @@ void keepOnly(FileLines& lines, std::string_view text, const Component& componen
                 // Of a part without END it is not known where it ends, but not behind the whole.
                 const bool isWhole = part.complete && endOf(part) < endOf(kept);
                 const std::size_t last = counter.lineOf(isWhole ? endOf(part) : endOf(kept));
-                lines.remove(first, isWhole ? last + 1 : last);
+                edits.remove(first, isWhole ? last + 1 : last);
             }
         }
     }
-    lines.remove(counter.lineOf(endOf(kept)) + 1, lines.count());
+    edits.remove(counter.lineOf(endOf(kept)) + 1, edits.count());
 }
 
 } // namespace velmiro::local

@@ -10,16 +10,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// A file gets its name by link(2), which never replaces, when all of it is on the disk. Until then
-// it has no name at all (O_TMPFILE), or a hidden one where the file system cannot do that.
+// A file gets its name from link(2), which never replaces, once all of it is on the disk. Until
+// then it has no name (O_TMPFILE), or a hidden one if the file system does not support that.
 
 namespace velmiro::local {
 namespace {
 
 constexpr mode_t onlyTheUser = S_IRUSR | S_IWUSR;
 
-/// Flushes the new name to disk; takes it back if that fails. A name that cannot be taken back is
-/// there for everybody to see, so the file counts as created.
+/// Flushes the new name to disk, and removes it if that fails. If it cannot be removed either, all
+/// programs see the file, so it counts as created.
 std::error_code settle(const Descriptor& folder, const std::string& name) {
     const std::error_code error = flushFolder(folder);
     const bool isTakenBack = error && unlinkat(folder.get(), name.c_str(), 0) == 0;
@@ -42,7 +42,7 @@ std::error_code createNameless(const Descriptor& folder, const std::string& name
     return settle(folder, name);
 }
 
-/// nullopt if another process took the hidden file for a leftover and removed it.
+/// Returns nullopt if another process took the hidden file for a leftover and removed it.
 std::optional<std::error_code> tryHidden(const Descriptor& folder, const std::string& name,
                                          std::string_view contents) {
     const HiddenFile hidden{folder, contents, onlyTheUser};
@@ -90,7 +90,7 @@ std::error_code createFile(const std::string& folder, const std::string& name,
     case EACCES:
     case EROFS:
         return error;
-    default: // no files without names here, or no /proc to name them through
+    default: // the file system has no files without names, or there is no /proc to name them
         return createFile(folder, name, contents, Staging::hidden);
     }
 }

@@ -6,21 +6,21 @@
 
 namespace velmiro::local {
 
-/// How a file comes to be before it has its name.
+/// Where a new file is written before it gets its name.
 enum class Staging {
-    nameless, ///< as a file without any name, which ends with this process
-    hidden,   ///< as a hidden file, where the file system has no files without names
+    nameless, ///< to a file without a name, which the kernel removes if this process dies
+    hidden,   ///< to a hidden file, for file systems that have no files without names
 };
 
-/// Adds a file to a folder: whole or not at all, to the disk, and never in the place of another.
+/// Creates a file in a folder: whole or not at all, flushed to disk, and never replacing another.
 ///
-/// Gives back why it could not, `std::errc::file_exists` when the name is taken; then there is no
-/// new file. Killed at any moment, it leaves the whole file, or none, and at most a hidden file,
+/// Returns `std::errc::file_exists` if the name is taken, or any other error; then there is no new
+/// file. If the process is killed, the whole file is there or none, and at most a hidden file,
 /// which the next call removes.
 std::error_code createFile(const std::string& folder, const std::string& name,
                            std::string_view contents);
 
-/// The same in one of the two ways only.
+/// Does the same with the given staging only; without it, the file system decides.
 std::error_code createFile(const std::string& folder, const std::string& name,
                            std::string_view contents, Staging staging);
 

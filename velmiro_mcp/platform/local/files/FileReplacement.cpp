@@ -18,19 +18,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The new version is written under a hidden name and then changes places with the old one, in one
-// step (RENAME_EXCHANGE). Only then is it known what the old one was: when it is not the file that
-// was read, another program has been faster, and its version goes back to its place. It may be
-// replaced there once more in the meantime, so putting back is the same step again, until what
-// comes out is what was put in before.
+// The new version is written under a hidden name, and then the two names are exchanged in one step
+// (RENAME_EXCHANGE). Only then is the old version known for certain: if it is not the file that was
+// read, another program was faster, and its version is restored. That program may replace the file
+// again in the meantime, so restoring is another exchange, repeated until what comes out is what
+// went in before.
 //
-// Every call after the swap may fail, and then nothing is known about what it was to look at. So
-// both versions are held open from before the swap on, and a file is removed only when it is known
-// to be one of them; when that cannot be told, everything stays where it is.
+// Every call after the exchange may fail and leave its question unanswered. So both versions are
+// held open from before the exchange, and a file is removed only if it is known to be one of them.
+// In any doubt, everything stays where it is.
 //
-// For the moment of a conflict the wrong version is to be seen. A look before the swap makes that
-// rare, a lock on the folder keeps this program's own processes out of it, and a lease on the old
-// file keeps out programs that write in place.
+// During a conflict, other programs briefly see the wrong version. A check before the exchange
+// makes that rare, a lock on the folder excludes this program's other processes, and a lease on the
+// old file excludes programs that write in place.
 
 namespace velmiro::local {
 namespace {
@@ -53,7 +53,7 @@ Replacement failed(std::errc error) {
     return failed(std::make_error_code(error));
 }
 
-/// The name of a file in its folder, and the hidden name of its other version.
+/// The name of a file in its folder, and the hidden name where its other version is.
 struct NamePair {
     const Descriptor& folder;
     std::string name;
@@ -66,13 +66,13 @@ struct NamePair {
                    : lastError();
     }
 
-    /// Throws std::system_error when it cannot be told.
+    /// Throws std::system_error if that is unknown.
     [[nodiscard]] bool hasAside(const FileVersion& version) const {
         return version.isUnchangedAt(folder, aside);
     }
 
-    /// Another machine that shares the folder may take us for dead and clean up; it only takes one
-    /// of our own versions.
+    /// Another machine that shares the folder may think this process dead and clean up. It removes
+    /// only versions of ours.
     [[nodiscard]] bool isAsideTaken() const {
         struct stat about{};
         return fstatat(folder.get(), aside.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0 &&
@@ -86,7 +86,7 @@ struct NamePair {
     }
 };
 
-/// The version aside; none when it cannot be read.
+/// Returns the version under the hidden name; nullopt if it cannot be read.
 std::optional<FileVersion> versionAside(const NamePair& names) {
     try {
         return FileVersion{names.folder, names.aside};
@@ -95,9 +95,9 @@ std::optional<FileVersion> versionAside(const NamePair& names) {
     }
 }
 
-/// Puts back what came `out` when `placed` was put in, whatever another program writes meanwhile.
-/// `out` is none when it could not be read: it goes back all the same. Gives back `reason` when
-/// all is as it was.
+/// Restores the version that came `out` when `ours` went in, whatever another program writes in the
+/// meantime; also if `out` is nullopt because it could not be read. Returns `reason` if the file is
+/// as it was before.
 Replacement putBack(const NamePair& names, const FileVersion& ours, std::optional<FileVersion> out,
                     const Replacement& reason) {
     if (const std::error_code error = names.swap()) {
@@ -107,8 +107,8 @@ Replacement putBack(const NamePair& names, const FileVersion& ours, std::optiona
         names.removeAside();
         return reason;
     }
-    // Another program's newer version came out. It goes back too, and then the one before it has
-    // been replaced by its writer, not by us.
+    // Another program's newer version came out. It is restored as well; the version before it was
+    // then replaced by that program, not by us.
     for (;;) {
         FileVersion newer{names.folder, names.aside};
         if (!out) {
@@ -125,7 +125,7 @@ Replacement putBack(const NamePair& names, const FileVersion& ours, std::optiona
     }
 }
 
-/// The first swap failed. That it was not done may be said of a disk far away without being true.
+/// Handles a failed first swap. A network file system may report a failure for a swap that it did.
 Replacement notSwapped(const NamePair& names, const FileVersion& ours,
                        const std::error_code& error) {
     if (!names.hasAside(ours)) {
@@ -158,7 +158,7 @@ Replacement replaceByRename(const NamePair& names, const FileVersion& ours) {
         0) {
         return notSwapped(names, ours, lastError());
     }
-    // The old version is gone by now, so what cannot be flushed cannot be taken back.
+    // The old version is gone by now, so a failed flush cannot be undone.
     const std::error_code error = flushFolder(names.folder);
     return error ? Replacement{End::unknown, error, {}} : done();
 }
@@ -184,13 +184,13 @@ Replacement replaceIn(const NamePair& names, const FileVersion& old, const FileV
     }
 }
 
-/// False when another program keeps the folder locked for longer than `patience`.
+/// Returns false if another program keeps the folder locked for longer than `patience`.
 bool lockFolder(const Descriptor& folder, std::chrono::milliseconds patience) {
     constexpr std::chrono::milliseconds pause{1};
     const auto end = std::chrono::steady_clock::now() + patience;
     while (flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK) {
-            return true; // no locks on this file system: go without
+            return true; // the file system has no locks: continue without
         }
         if (std::chrono::steady_clock::now() >= end) {
             return false;
@@ -200,7 +200,7 @@ bool lockFolder(const Descriptor& folder, std::chrono::milliseconds patience) {
     return true;
 }
 
-/// The end when a call fails before anything was changed.
+/// Returns how a replacement ends if a call fails before anything was changed.
 Replacement unchanged(const std::error_code& error) {
     const bool isNoFileNow = error == std::errc::no_such_file_or_directory ||
                              error == std::errc::too_many_symbolic_link_levels;
@@ -214,7 +214,7 @@ Replacement replaceIn(const Descriptor& folder, const std::string& name, std::st
     if (fstatat(folder.get(), name.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0) {
         return unchanged(lastError());
     }
-    // A file that may not be written is not to be replaced, though its folder would allow it.
+    // A read-only file must not be replaced, although its folder would allow it.
     if (faccessat(folder.get(), name.c_str(), W_OK, AT_EACCESS) != 0) {
         return unchanged(lastError());
     }
@@ -226,7 +226,7 @@ Replacement replaceIn(const Descriptor& folder, const std::string& name, std::st
     if (fchmod(fresh.descriptor(), about.st_mode & 07777) != 0) {
         return failed(lastError());
     }
-    // Only now, for the disk has taken the new version already: nobody waits for that.
+    // Only now, as writing the new version to disk is slow: no other process waits for that.
     if (!lockFolder(folder, patience)) {
         return failed(std::errc::device_or_resource_busy);
     }

@@ -8,19 +8,20 @@
 
 namespace velmiro::local {
 
-/// One version of a file, held open: under whatever name it stands, and when no descriptor can be
-/// had any more, it can be recognised and read again.
+/// One version of a file, held open: it can be recognised and read again under any name, even if no
+/// more descriptors are available.
 class FileVersion {
 public:
-    /// The version that a name in a folder leads to; a symbolic link is not followed. Throws
-    /// std::system_error when it cannot be read, or is no regular file of a size that items have.
+    /// Opens and reads the file of this name without following a symbolic link. Throws
+    /// std::system_error if it cannot be read, is not a regular file, or is larger than
+    /// `largestItem`.
     FileVersion(const Descriptor& folder, const std::string& name);
 
     [[nodiscard]] const std::string& contents() const noexcept { return contents_; }
     [[nodiscard]] int descriptor() const noexcept { return file_.get(); }
 
-    /// Whether the name is that of this very file, and nobody has written into it since. False when
-    /// there is no such name. Throws std::system_error when that cannot be told.
+    /// Returns whether the name is that of this very file, not written to since; false if there is
+    /// no such name. Throws std::system_error if that is unknown.
     [[nodiscard]] bool isUnchangedAt(const Descriptor& folder, const std::string& name) const;
 
 private:

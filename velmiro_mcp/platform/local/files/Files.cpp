@@ -29,7 +29,7 @@ FileStamp stampOf(const struct stat& about) {
 
 constexpr int openingFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
-/// Throws the last error unless it means that nothing is there.
+/// Throws the last error unless it means that the file is not there.
 void throwUnlessAbsent() {
     const std::error_code error = lastError();
     if (!isAboutTheFile(error)) {
@@ -46,7 +46,7 @@ std::optional<FileStamp> stampFrom(int result, const struct stat& about) {
 }
 
 std::string readToEnd(const Descriptor& file, std::size_t expected) {
-    // One byte more than expected shows the end without a growing file being followed for ever.
+    // One byte more than expected detects the end; a growing file is not followed for ever.
     std::string contents(expected + 1, '\0');
     std::size_t length = 0;
     while (length < contents.size()) {
@@ -79,7 +79,7 @@ std::optional<StampedContents> readOpenStamped(const Descriptor& file, std::size
     return StampedContents{stampOf(about), readToEnd(file, size)};
 }
 
-/// The same of a file that was just opened; none when it could not be, as it is not there.
+/// Reads the result of opening a file; nullopt if that failed because the file is not there.
 std::optional<StampedContents> readOpened(const Descriptor& file, std::size_t largest) {
     if (!file) {
         throwUnlessAbsent();
@@ -113,7 +113,7 @@ bool isAboutTheFile(const std::error_code& error) {
 OpenFolder::OpenFolder(std::string path)
     : path_{std::move(path)},
       descriptor_{open(path_.c_str(), openingFolder)} {
-    // Of a folder that may be read but not entered the names are to be had, and no file.
+    // A folder that may be read but not entered yields names, but no files.
     if (!descriptor_ || faccessat(descriptor(), ".", R_OK | X_OK, AT_EACCESS) != 0) {
         throwLastError();
     }
@@ -133,7 +133,7 @@ std::optional<OpenFolder> openFolderIfThere(const std::string& path) {
 }
 
 std::vector<std::string> OpenFolder::visibleNames() const {
-    const int again = openat(descriptor(), ".", openingFolder); // it is read from its beginning
+    const int again = openat(descriptor(), ".", openingFolder); // to read from the beginning
     const auto closeListing = [](DIR* listing) { closedir(listing); };
     const std::unique_ptr<DIR, decltype(closeListing)> listing{
         again < 0 ? nullptr : fdopendir(again), closeListing};
@@ -170,7 +170,7 @@ std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& na
 }
 
 Descriptor openForReading(int folder, const std::string& name, int flags) {
-    // O_NONBLOCK: opening a pipe that nobody writes would wait for ever.
+    // O_NONBLOCK: opening a pipe without a writer would block for ever.
     const int all = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags;
     for (;;) {
         Descriptor file{openat(folder, name.c_str(), all)};

@@ -11,25 +11,25 @@
 
 namespace velmiro::local {
 
-/// Larger files are not read: ten thousand events do not fill a third of this.
+/// Larger files are not read. Ten thousand events fill less than a third of this.
 inline constexpr std::size_t largestItem = 32UL << 20;
 
 using MCPStdio::Descriptor;
 
-/// A folder, opened once for all that is asked of it: the way there need not be gone for each file.
+/// A folder, opened once for all its files, so that its path is not resolved for each of them.
 class OpenFolder {
 public:
-    /// Throws std::system_error when it cannot be opened, or what it holds may not be looked at.
+    /// Throws std::system_error if it cannot be opened, read or entered.
     explicit OpenFolder(std::string path);
 
-    /// As it was given.
+    /// Returns the path as it was given.
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
 
-    /// The names in it, byte by byte in order, without those that begin with a dot. Throws
-    /// std::system_error when they cannot be read.
+    /// Returns the names in it, except those that begin with a dot, in byte order. Throws
+    /// std::system_error if they cannot be read.
     [[nodiscard]] std::vector<std::string> visibleNames() const;
 
-    /// For calls that take a folder.
+    /// Returns the descriptor for system calls that accept a folder.
     [[nodiscard]] int descriptor() const noexcept { return descriptor_.get(); }
 
 private:
@@ -37,77 +37,78 @@ private:
     Descriptor descriptor_;
 };
 
-/// None when there is nothing of that name, not even a link that leads nowhere. Throws
-/// std::system_error when there is, and it cannot be opened.
+/// Returns nullopt if the name does not exist. Throws std::system_error if it does, even as a
+/// dangling link, and cannot be opened as a folder.
 std::optional<OpenFolder> openFolderIfThere(const std::string& path);
 
-/// What changes when a file's contents do: another file in its place has another number, and the
-/// system sets the time of change whenever one is written, whatever its writer wishes.
+/// Differs whenever a file's contents do: a file that replaces it has another number, and the
+/// system sets the time of change at every write, which no program can prevent.
 struct FileStamp {
     std::uint64_t device = 0;
-    std::uint64_t number = 0;
+    std::uint64_t number = 0; ///< of the inode
     std::int64_t size = 0;
     std::int64_t modified = 0; ///< nanoseconds since 1970
-    std::int64_t changed = 0;  ///< likewise; a rename or a change of permissions counts too
+    std::int64_t changed = 0;  ///< likewise; also set by a rename or a change of permissions
 
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 
-// A look at a file ends in one of three ways: it is there, it is not (gone, closed to the user, no
-// such thing as was asked for), or the machine could not look (no descriptors or memory left, a
-// failing disk). The last says nothing of the file, so it is thrown, as std::system_error: taken
-// for an absence it would make a full calendar an empty one.
+// Access to a file ends in one of three ways: it is there; it is not (gone, no permission, or not
+// of the kind asked for); or the machine failed (no descriptors or memory left, a failing disk).
+// The last says nothing about the file, so the functions below throw std::system_error: taken for
+// an absence, it would make a full calendar look empty.
 
-/// Whether an error of a look at a file says something of that file, not of the machine.
+/// Returns whether an error is about the file itself, not about the machine.
 bool isAboutTheFile(const std::error_code& error);
 
-/// The stamp of the file or folder that a path, or a name in a folder, leads to; none when there is
-/// none.
+/// Returns the stamp of the file or folder at a path, or of a name in a folder, following links;
+/// nullopt if there is none.
 std::optional<FileStamp> stampOf(const std::string& path);
 std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& name);
 
-/// Opens a file found from a folder (AT_FDCWD for a path) for reading, without waiting for anybody,
-/// with further flags of open(2). None, with errno set, when it cannot be opened.
+/// Opens a file for reading, by its name in a folder or by its path (AT_FDCWD), with further flags
+/// of open(2). Does not wait for a writer. Returns none, with errno set, if it cannot be opened.
 Descriptor openForReading(int folder, const std::string& name, int flags = 0);
 
-/// The contents of an open regular file of at most `largest` bytes, from its beginning; none when
-/// it is anything else.
+/// Returns the contents of an open file from its beginning; nullopt if it is not a regular file or
+/// has more than `largest` bytes.
 std::optional<std::string> readOpenFile(const Descriptor& file, std::size_t largest);
 
-/// The same of the file that a path leads to; none also when it is gone or closed to the user.
+/// Returns the contents of the file at a path, following links; nullopt also if it is gone or the
+/// user may not read it.
 std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest);
 
-/// The same of a name in a folder; a symbolic link is not followed.
+/// Does the same for a name in a folder, without following a symbolic link.
 std::optional<std::string> readRegularFile(const Descriptor& folder, const std::string& name,
                                            std::size_t largest);
 
-/// The contents of a file, and its stamp from before the first byte was read.
+/// The contents of a file, with its stamp from before the first byte was read.
 struct StampedContents {
     FileStamp stamp;
     std::string bytes;
 };
 
-/// The same as `readRegularFile`, of what a name in a folder leads to.
+/// Does the same as `readRegularFile` for a name in a folder, following links.
 std::optional<StampedContents> readStamped(const OpenFolder& folder, const std::string& name,
                                            std::size_t largest);
 
 bool isFolder(const std::string& path);
 
-/// Whether this process may read and enter the folder.
+/// Returns whether it is a folder that this process may read and enter.
 bool isReadableFolder(const std::string& path);
 
-/// Whether it may write there as well.
+/// Returns whether it may also write there.
 bool isWritableFolder(const std::string& path);
 
-/// Makes a folder that only the user can enter, and those above it that are missing, and flushes
-/// them to disk. False when that failed.
+/// Creates a folder that only the user can enter, and any missing ones above it, and flushes them
+/// to disk. Returns false if that fails.
 bool makeFolders(const std::string& path);
 
-/// Flushes the entries of a folder to disk, where the file system can be asked for that.
+/// Flushes the folder's entries to disk. Succeeds if the file system does not support that.
 std::error_code flushFolder(const Descriptor& folder);
 std::error_code flushFolder(const std::string& path);
 
-/// The folder in which something with an absolute path lies; of the root, the root.
+/// Returns the folder that holds the file with this absolute path; for the root, the root.
 std::string parentOf(const std::string& path);
 
 } // namespace velmiro::local

@@ -23,7 +23,7 @@ constexpr std::string_view newPrefix = ".velmiro-new-";
 constexpr std::string_view asidePrefix = ".velmiro-aside-";
 constexpr std::string_view ending = ".tmp";
 
-/// FNV-1a. It tells versions of a file apart and need not withstand anybody.
+/// FNV-1a: it distinguishes versions of a file and need not resist an attacker.
 std::string digest(std::string_view contents) {
     std::uint64_t hash = 0xcbf29ce484222325;
     for (const char letter : contents) {
@@ -84,8 +84,8 @@ HiddenFile::HiddenFile(const Descriptor& folder, std::string_view contents, mode
       file_{openat(folder.get(), name_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode)},
       error_{file_ ? std::error_code{} : lastError()} {
     if (!error_) {
-        // Another process may take the file for a leftover in the moment before it is locked; then
-        // whatever is done with its name finds it gone.
+        // Before it is locked, another process may take it for a leftover and remove it. Then
+        // linking or renaming it fails with ENOENT.
         flock(file_.get(), LOCK_EX | LOCK_NB);
         error_ = writeAll(file_, contents);
     }

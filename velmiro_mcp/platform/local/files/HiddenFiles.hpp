@@ -8,29 +8,29 @@
 
 #include <sys/types.h>
 
-/// The hidden files that a change passes through where it cannot do without: readers of calendar
-/// folders pass over names that begin with a dot.
+/// The hidden files that some changes need for a moment. Readers of calendar folders ignore names
+/// that begin with a dot.
 ///
-/// A new file's maker holds a lock on it, which the kernel takes back when the maker dies: one that
-/// can be locked is a leftover. A file set aside during a swap may be another program's. So it is a
-/// leftover only when the process that its name tells of is no more, and it holds one of the two
-/// versions that its name tells of; a third one, which a crash in the very moment of a conflict can
-/// leave, stays.
+/// The creator of a new file holds a lock on it, which the kernel releases if the creator dies: a
+/// file that can be locked is a leftover. A file set aside during a swap may be another program's.
+/// So it is a leftover only if the process in its name no longer exists, and if it holds one of the
+/// two versions in its name. A third version, which a crash during a conflict can leave, stays.
 namespace velmiro::local {
 
-/// Writes all of it, to the disk.
+/// Writes all of `contents` and flushes it to disk.
 std::error_code writeAll(const Descriptor& file, std::string_view contents);
 
-/// A new hidden file with all of `contents` on the disk. It goes with this object, unless it was
-/// given another name.
+/// A new hidden file with all of `contents` on the disk. Its name is removed with this object; to
+/// keep the file, link or rename it.
 class HiddenFile {
 public:
+    /// The folder must outlive this object.
     HiddenFile(const Descriptor& folder, std::string_view contents, mode_t mode);
     HiddenFile(const HiddenFile&) = delete;
     HiddenFile& operator=(const HiddenFile&) = delete;
     ~HiddenFile();
 
-    /// Why it is not all there, if it is not.
+    /// Returns why the file is missing or incomplete, if it is.
     [[nodiscard]] std::error_code error() const { return error_; }
     [[nodiscard]] const std::string& name() const { return name_; }
     [[nodiscard]] int descriptor() const { return file_.get(); }
@@ -42,10 +42,10 @@ private:
     std::error_code error_;
 };
 
-/// The name, in its folder, of a file set aside that is either of two versions.
+/// Returns a new name for setting aside a file that is one of two versions.
 std::string asideName(std::string_view oneVersion, std::string_view otherVersion);
 
-/// Removes what makers that died have left.
+/// Removes what processes that died have left in a folder.
 void removeLeftovers(const Descriptor& folder);
 
 } // namespace velmiro::local

@@ -5,11 +5,11 @@
 
 namespace velmiro::local {
 
-/// Where programs keep what is theirs among the user's files, without a slash at the end; worked
-/// out afresh each time.
+/// Returns the folder for programs' own files in the user's home, without a trailing slash. Reads
+/// the environment at each call.
 std::string supportFolder();
 
-/// One of the folders that this program keeps its user's things in, such as Calendars; it need not
+/// Returns the path of one of the folders with the user's data, such as Calendars. It need not
 /// exist.
 std::string dataFolder(std::string_view name);
 

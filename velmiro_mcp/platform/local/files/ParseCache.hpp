@@ -15,17 +15,18 @@
 
 namespace velmiro::local {
 
-/// What files were read into, kept for as long as the files stay as they are.
+/// Keeps the result of parsing a file until the file changes.
 ///
-/// A file is known by its path and its stamp. A stamp proves something only when it is old: within
-/// one tick of the file system's clock two versions can have the same. So what was changed less
+/// A file is identified by its path and its stamp. A stamp proves nothing while it is young: within
+/// one tick of the file system's clock, two versions can have the same. So a file that changed less
 /// than two seconds before it was read is read again the next time.
 ///
-/// A function `std::size_t memoryOf(const Parsed&)`, found beside the type, says what one takes.
-/// When the bound is reached, what nobody asked for within a minute goes; where everything was
-/// asked for, the rest is read anew each time, so that a folder too large costs its excess only.
+/// A function `std::size_t memoryOf(const Parsed&)`, found by argument-dependent lookup, returns
+/// the size of one result. When the bound is reached, results that nobody has used for a minute are
+/// dropped. If all are in use, further files are parsed each time, so that a folder too large for
+/// the cache costs only its excess.
 ///
-/// Any thread may call at any time; one file is not read by two of them at once.
+/// Thread-safe; no file is read by two threads at once.
 template <typename Parsed>
 class ParseCache {
     using Time = std::chrono::system_clock::time_point;
@@ -45,20 +46,20 @@ public:
         : mostMemory_{mostMemory},
           now_{now} {}
 
-    /// Reads the files of one folder, for one caller. Ten thousand that did not change are to cost
-    /// little more than the looks at them, so who asks in the order of names has each entry found
-    /// behind the last one; any other order is right too.
+    /// Reads the files of one folder, for one caller. Ten thousand unchanged files should cost
+    /// little more than their stamps. So for a caller that asks in the order of names, each entry
+    /// is found right after the last one; any other order works too.
     class Reader {
     public:
-        /// The cache must outlive this object, and so must the folder.
+        /// The cache and the folder must outlive this object.
         Reader(ParseCache& cache, const OpenFolder& folder)
             : cache_{cache},
               folder_{folder},
               entries_{cache.entriesOf(folder)},
               next_{entries_.end()} {}
 
-        /// What `parse` makes of the file's bytes, or made of them before. Null when the file is
-        /// none that `readStamped` reads, which says too what is thrown.
+        /// Returns what `parse` returns for the file's bytes, or returned for them before; null if
+        /// `readStamped` returns none. Throws what that throws.
         template <typename Parse>
         std::shared_ptr<const Parsed> read(const std::string& name, std::size_t largest,
                                            const Parse& parse) {
@@ -71,12 +72,12 @@ public:
 
         ParseCache& cache_;
         const OpenFolder& folder_;
-        Entries& entries_;                ///< to be touched by the cache only
-        typename Entries::iterator next_; ///< where the next name is looked for first
-        std::uint64_t removals_ = 0;      ///< those that `next_` has seen; after others it is void
+        Entries& entries_;                ///< guarded by the cache's mutex
+        typename Entries::iterator next_; ///< where to look first for the next name
+        std::uint64_t removals_ = 0;      ///< as of `next_`, which a further removal may invalidate
     };
 
-    /// Forgets everything.
+    /// Drops everything.
     void clear() {
         const MCPStdio::MutexLock lock{mutex_};
         for (auto& [path, entries] : folders_) {
@@ -92,7 +93,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t memoryOfEntry = sizeof(Entry) + 96; // and what the tree adds
+    static constexpr std::size_t memoryOfEntry = sizeof(Entry) + 96; // and the tree's overhead
 
     Entries& entriesOf(const OpenFolder& folder) {
         const MCPStdio::MutexLock lock{mutex_};
@@ -154,7 +155,7 @@ private:
     void forgetUnread(Time now) MCPSTDIO_REQUIRES(mutex_) {
         constexpr std::chrono::minutes patience{1};
         if (now < lastCleaning_ + patience / 10) {
-            return; // one look at everything is not had for each file
+            return; // visiting all entries for each file would cost too much
         }
         lastCleaning_ = now;
         for (auto& [path, entries] : folders_) {
@@ -177,8 +178,7 @@ private:
     const std::size_t mostMemory_;
     const Clock now_;
     MCPStdio::Mutex mutex_;
-    std::unordered_map<std::string, Entries>
-        folders_ MCPSTDIO_GUARDED_BY(mutex_); ///< by their paths
+    std::unordered_map<std::string, Entries> folders_ MCPSTDIO_GUARDED_BY(mutex_); ///< by path
     std::size_t memory_ MCPSTDIO_GUARDED_BY(mutex_) = 0;
     Time lastCleaning_ MCPSTDIO_GUARDED_BY(mutex_);
     std::uint64_t removals_ MCPSTDIO_GUARDED_BY(mutex_) = 0;

@@ -13,7 +13,7 @@ std::string randomUUID() {
         byte = static_cast<unsigned char>(source());
     }
     bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40); // version 4: random
-    bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80); // the variant it belongs to
+    bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80); // the variant of RFC 9562
     constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
     for (std::size_t index = 0; index < bytes.size(); ++index) {

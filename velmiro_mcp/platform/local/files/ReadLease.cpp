@@ -19,8 +19,8 @@ ReadLease::~ReadLease() {
 }
 
 ReadLease::State ReadLease::take(int file, std::chrono::milliseconds patience) {
-    // The kernel tells the holder of somebody who waits by SIGIO, which would end this process.
-    // SIGURG is ignored by default; `isBeingBroken` asks instead.
+    // The kernel notifies the holder of a waiting program by SIGIO, which would kill this process.
+    // SIGURG is ignored by default; `isBeingBroken` polls instead.
     if (fcntl(file, F_SETSIG, SIGURG) != 0) {
         return State::unavailable;
     }

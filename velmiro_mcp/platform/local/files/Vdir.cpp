@@ -13,7 +13,7 @@
 namespace velmiro::local {
 namespace {
 
-/// Whether there is something of that name, be it a link that leads nowhere.
+/// Returns whether the name exists, even as a dangling link.
 bool exists(const std::string& path) {
     struct stat about{};
     if (lstat(path.c_str(), &about) == 0) {
@@ -26,7 +26,7 @@ bool exists(const std::string& path) {
     return false;
 }
 
-/// Whether it is a symbolic link to what is not there.
+/// Returns whether it is a dangling symbolic link.
 bool leadsNowhere(const std::string& path) {
     struct stat about{};
     const bool leadsToNothing =
@@ -60,7 +60,7 @@ bool Vdir::isAccessible() const {
         }
         return isWritableFolder(path) || leadsNowhere(path);
     } catch (const std::system_error&) {
-        return true; // it was not the user's rights that were in the way
+        return true; // the user's rights were not the reason
     }
 }
 
@@ -68,8 +68,8 @@ void Vdir::makeIfMissing(const std::string& firstCollection) const {
     if (exists(path_) || !makeFolders(parentOf(path_))) {
         return;
     }
-    // Made under another name and then renamed: whoever comes between never sees a root without its
-    // collection, which would mean that the user wants none.
+    // Created under another name and then renamed: no program sees a root without a collection,
+    // which would mean that the user wants none.
     const std::string prepared = parentOf(path_) + "/.velmiro-new";
     const std::string collection = prepared + "/" + firstCollection;
     if (!makeFolders(collection) || exists(path_) || rename(prepared.c_str(), path_.c_str()) != 0) {
@@ -87,7 +87,7 @@ std::optional<Collection> Vdir::collection(const std::string& folder) const {
     if (!isName) {
         return std::nullopt;
     }
-    // One look decides, two at a link: files come and go in the meantime.
+    // One call decides, two for a link: files come and go between calls.
     struct stat about{};
     bool isFound = lstat(path.c_str(), &about) == 0;
     const bool isLink = isFound && S_ISLNK(about.st_mode);

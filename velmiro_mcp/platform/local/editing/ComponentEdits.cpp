@@ -11,7 +11,7 @@ const char* endOf(const Component& component) {
     return component.text.data() + component.text.size();
 }
 
-/// Where a property that is not there yet belongs.
+/// Returns where to insert a new property.
 const char* endOfProperties(const Component& component) {
     return component.parts.empty() ? endOf(component) : component.parts.front().name.data();
 }
@@ -54,7 +54,7 @@ void keepOnly(LineEdits& edits, std::string_view text, const Component& componen
         for (const Component& part : calendar->parts) {
             if (&part != &component && !part.is("VTIMEZONE")) {
                 const std::size_t first = counter.lineOf(part.text.data()) - 1;
-                // Of a part without END it is not known where it ends, but not behind the whole.
+                // A part without END ends at an unknown line, but not after the whole.
                 const bool isWhole = part.complete && endOf(part) < endOf(kept);
                 const std::size_t last = counter.lineOf(isWhole ? endOf(part) : endOf(kept));
                 edits.remove(first, isWhole ? last + 1 : last);

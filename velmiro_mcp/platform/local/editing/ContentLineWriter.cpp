@@ -25,7 +25,7 @@ void appendLine(std::string& text, std::string_view name, std::string_view value
         while (length > 0 && continuesCharacter(rest[length])) {
             --length;
         }
-        length = length == 0 ? room : length; // no character is so long; then it is not text
+        length = length == 0 ? room : length; // longer than any UTF-8 sequence: not text
         text += rest.substr(0, length);
         text += "\r\n ";
         rest.remove_prefix(length);

@@ -8,7 +8,7 @@
 namespace velmiro::local {
 namespace {
 
-/// An event as the format can hold it.
+/// An event in the form that the file can hold.
 struct Draft {
     std::string title;
     std::string location;

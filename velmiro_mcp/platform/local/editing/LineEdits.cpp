@@ -5,7 +5,7 @@
 namespace velmiro::local {
 namespace {
 
-/// Where the line that begins `text` ends: behind the first break that no blank follows.
+/// Returns the size of the first line: up to the first line break not followed by a blank.
 std::size_t lineSize(std::string_view text) {
     std::size_t end = 0;
     do {

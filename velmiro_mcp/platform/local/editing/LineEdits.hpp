@@ -8,28 +8,28 @@
 
 namespace velmiro::local {
 
-/// A calendar file as the lines that somebody wrote, to change some of them and leave every other
-/// byte as it is. A line is what unfolding makes one, with its folds and its line break; so line
-/// numbers are those of the unfolded text.
+/// Edits some lines of a calendar file and leaves every other byte as it is. A line is a content
+/// line with its folds and its line break, so line numbers are those of the unfolded text.
 class LineEdits {
 public:
-    /// The bytes must outlive the object.
+    /// The bytes must outlive this object.
     explicit LineEdits(std::string_view bytes);
 
     [[nodiscard]] std::size_t count() const { return lines_.size(); }
 
-    /// The line break that a line ends with; of the last line that has none, LF.
+    /// Returns the line break at the end of a line; LF for a last line without one.
     [[nodiscard]] std::string_view breakOf(std::size_t line) const;
 
-    /// Puts a line, given without its break, in the place of another, whose break it takes.
+    /// Replaces a line with one given without its line break, and keeps the old line break.
     void replace(std::size_t line, const std::string& text);
 
-    /// Puts text before a line, behind what was put there already.
+    /// Inserts text before a line, after any text inserted there earlier.
     void insertBefore(std::size_t line, const std::string& text);
 
     /// Removes the lines from `first` up to but not including `end`.
     void remove(std::size_t first, std::size_t end);
 
+    /// Returns the edited file.
     [[nodiscard]] std::string text() const;
 
 private:
@@ -38,12 +38,12 @@ private:
     std::map<std::size_t, std::string> inserted_;
 };
 
-/// Numbers of lines in an unfolded text. The positions asked for must ascend.
+/// Counts the lines of an unfolded text. The positions asked for must ascend.
 class LineCounter {
 public:
     explicit LineCounter(std::string_view text) : text_{text} {}
 
-    /// The number of the line in which `position`, a part of the text, is.
+    /// Returns the number of the line that holds `position`, a pointer into the text.
     std::size_t lineOf(const char* position);
 
 private:

@@ -7,24 +7,26 @@
 #include <optional>
 #include <string>
 
-/// What the texts of new events and new reminders share.
+/// The parts that the texts of new events and new reminders share.
 namespace velmiro::local {
 
-/// The text with plain line ends, "" for none. Throws PlatformError when the format cannot hold it;
-/// `what` names it: "the title of the event".
+/// Returns the text with LF line breaks, "" for nullopt. Throws PlatformError if the format cannot
+/// hold it; `what` names it in the error: "the title of the event".
 std::string storable(const std::optional<std::string>& text, const std::string& what);
 
-/// To the second.
+/// Returns the instant as a time in UTC, rounded down to the second.
 Moment inUTC(Instant instant);
 
-/// Throws PlatformError when the moment lies outside the years 1 to 9999, which have four digits.
+/// Throws PlatformError if the moment is outside the years 1 to 9999, which have four digits.
 void requireWritable(const Moment& moment);
 
-/// The lines of a file up to those that are the item's own, and the last ones.
+/// Returns the file's first lines, up to the item's own properties.
 std::string itemBeginning(const char* component, const std::string& uid, Instant now);
+
+/// Returns the file's last lines.
 std::string itemEnd(const char* component);
 
-/// The error for an item that did not read back as it was asked for.
+/// Returns the error for an item that did not read back as given.
 PlatformError cannotHold(const std::string& item);
 
 } // namespace velmiro::local

@@ -17,10 +17,10 @@ using std::chrono::days;
 using std::chrono::hours;
 using std::chrono::seconds;
 
-/// The first occurrence of a series after its start.
+/// Returns the first occurrence of a series after its start.
 std::optional<Instant> firstAfterStart(const StoredEvent& series, UserClock& clock) {
     const Instant start = clock.instantOf(series.start);
-    // The farther the look, the more of a dense series it would work out.
+    // Short reaches first: a long one computes far too many occurrences of a dense series.
     for (const hours reach : {hours{1}, hours{days{1}}, hours{days{7}}, hours{days{62}},
                               hours{days{400}}, hours{days{4'400}}, hours{days{40'000}}}) {
         WorkBudget budget{stepsOfSeries};
@@ -39,13 +39,13 @@ std::optional<Instant> firstAfterStart(const StoredEvent& series, UserClock& clo
     return std::nullopt;
 }
 
-/// The number of a COUNT part, in whatever way it is written.
+/// Returns the number of a COUNT part, however it is written.
 std::optional<std::int64_t> countOf(std::string_view part) {
     const auto rule = readRule("FREQ=DAILY;" + std::string{part});
     return rule ? rule->count : std::nullopt;
 }
 
-/// The rule with what is left of its COUNT at `next`, which lies that many of its times on.
+/// Returns the rule with its COUNT, if it has one, reduced by the occurrences already used.
 std::string withRemainingCount(std::string_view text, std::int64_t used) {
     std::string rest;
     while (!text.empty()) {
@@ -62,13 +62,15 @@ std::string withRemainingCount(std::string_view text, std::int64_t used) {
     return rest;
 }
 
+/// Returns how many occurrences the rule has from `start` up to but not including `next`; at
+/// least 1.
 std::int64_t occurrencesBefore(const RecurrenceRule& rule, CivilTime start, CivilTime next) {
     WorkBudget budget{stepsOfSeries};
     const auto found = recurrences(rule, start, start, next, budget);
     return std::max<std::int64_t>(static_cast<std::int64_t>(found.size()) - 1, 1);
 }
 
-/// The line with the moment moved on, in the form it has.
+/// Returns the line with its moment shifted, in the same form.
 std::string shifted(const ContentLine& written, Moment moment, seconds shift) {
     const ContentLine line = dateLine(written);
     moment.civil += shift;

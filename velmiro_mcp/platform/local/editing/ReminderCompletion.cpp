@@ -11,8 +11,8 @@
 namespace velmiro::local {
 namespace {
 
-/// The SEQUENCE after the one that a reminder has. Never a lower one, even of a number beyond the
-/// format's: then another version in the file would count, and not the completed one.
+/// Returns the SEQUENCE after the reminder's own. Never returns a lower one, even for a number
+/// beyond the format's range: another version in the file would then supersede the completed one.
 std::string nextSequence(const Component& reminder) {
     const std::int64_t sequence = sequenceOf(reminder);
     return std::to_string(sequence >= INT32_MAX ? sequence
@@ -26,7 +26,7 @@ bool isSame(const StoredReminder& left, const StoredReminder& right) {
            left.isSuperseded == right.isSuperseded;
 }
 
-/// Whether the new text has the same items, but for the one that is completed now.
+/// Returns whether the new text has the same items, except that one is now completed.
 bool differsInOne(const std::string& before, const std::string& after, std::size_t index,
                   ZoneCatalogue& zones) {
     CalendarFile expected = readCalendarFile(before, "", zones);

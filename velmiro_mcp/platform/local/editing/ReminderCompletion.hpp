@@ -8,19 +8,19 @@
 
 namespace velmiro::local {
 
-/// What completing a reminder makes of its file.
+/// The result of completing a reminder.
 struct Completion {
     std::string text;                 ///< the file with the reminder completed
-    std::optional<NextReminder> next; ///< of a reminder that repeats
+    std::optional<NextReminder> next; ///< if the reminder recurs
 };
 
-/// Completes the reminder that is the `index`-th of a file, at `now`: STATUS, COMPLETED,
-/// PERCENT-COMPLETE, LAST-MODIFIED and SEQUENCE are set, and every other line stays as it is, byte
-/// for byte. An open one that repeats loses its RRULE, and what it repeats as next is a reminder of
-/// its own with a new UID, which carries the RRULE on.
+/// Completes the `index`-th reminder of a file, at `now`: sets STATUS, COMPLETED, PERCENT-COMPLETE,
+/// LAST-MODIFIED and SEQUENCE, and leaves every other line as it is, byte for byte. An open
+/// reminder that recurs loses its RRULE; the next occurrence becomes a new reminder with a new UID,
+/// which keeps the RRULE.
 ///
-/// The result is read back. Throws PlatformError when it would change anything else, which no file
-/// that this program can read has done yet.
+/// Reads the result back. Throws PlatformError if anything else would change, which has not
+/// happened yet with any file that this program can read.
 Completion completed(const std::string& bytes, std::size_t index, Instant now,
                      ZoneCatalogue& zones);
 

@@ -7,7 +7,7 @@
 namespace velmiro::local {
 namespace {
 
-/// A reminder as the format can hold it.
+/// A reminder in the form that the file can hold.
 struct Draft {
     std::string title;
     std::string notes;

@@ -7,8 +7,8 @@
 
 namespace velmiro::local {
 
-/// The text of a calendar file (RFC 5545) that holds one new reminder; the date it is due at is
-/// written in UTC. What holds for `eventFileText` holds here too.
+/// Returns the text of a calendar file (RFC 5545) that holds one new reminder, its due date in UTC.
+/// Reads it back and throws as `eventFileText` does.
 std::string reminderFileText(const NewReminder& reminder, const std::string& uid, Instant now);
 
 } // namespace velmiro::local

@@ -9,10 +9,10 @@
 #include <string_view>
 #include <vector>
 
-/// What the tests of the local platform share.
+/// Helpers for the tests of the local platform.
 namespace velmiro::local {
 
-/// An environment variable that has another value for as long as this object lives.
+/// Gives an environment variable another value, or none, while this object lives.
 class EnvironmentGuard {
 public:
     EnvironmentGuard(std::string name, const std::optional<std::string>& value);
@@ -25,7 +25,7 @@ private:
     std::optional<std::string> before_;
 };
 
-/// The machine's time zone, as long as this object lives.
+/// Sets the machine's time zone while this object lives.
 class ZoneGuard {
 public:
     explicit ZoneGuard(const std::string& zone);
@@ -37,7 +37,7 @@ private:
     std::optional<EnvironmentGuard> variable_;
 };
 
-/// A folder that goes with this object.
+/// A folder that is removed with this object.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -51,21 +51,21 @@ private:
     std::string path_;
 };
 
-/// A user's home with calendars in it, and the user of this process while it lives.
+/// A home folder with calendars, used by this process while this object lives.
 class TemporaryHome {
 public:
     [[nodiscard]] const std::string& path() const { return folder_.path(); }
     [[nodiscard]] std::string calendars() const;
     [[nodiscard]] std::string reminders() const;
 
-    /// Writes a file into a calendar, which is made when it is missing.
+    /// Writes a file into a calendar, which is created if it is missing.
     void write(const std::string& calendar, const std::string& file, std::string_view contents);
 
-    /// The same for a list of reminders.
+    /// Writes a file into a reminder list likewise.
     void writeReminder(const std::string& list, const std::string& file,
                        std::string_view contents) const;
 
-    /// Lets others enter the folders above the calendars.
+    /// Lets other users enter the folders above the calendars.
     void openTheWay() const;
 
 private:
@@ -73,7 +73,7 @@ private:
     EnvironmentGuard home_{"HOME", folder_.path()};
 };
 
-/// Acts as a user without any rights for as long as it lives, where this process may.
+/// Acts as a user without any rights while this object lives, if this process is allowed to.
 class Nobody {
 public:
     Nobody();
@@ -90,25 +90,25 @@ private:
 void writeFile(const std::string& path, std::string_view contents);
 std::string readFile(const std::string& path);
 
-/// All names in a folder, also the hidden ones, in order.
+/// Returns all names in a folder, including hidden ones, in order.
 std::vector<std::string> namesIn(const std::string& folder);
 
-/// A date as the agent writes it.
+/// Returns the instant of a date as the agent writes it.
 Instant at(std::string_view date);
 
-/// A file that holds one VEVENT with these lines, and before it whatever else is given.
+/// Returns a file with one VEVENT of these lines, after the components in `before`.
 std::string eventFile(std::string_view lines, std::string_view before = "");
 
-/// The same for one VTODO.
+/// Returns the same with one VTODO.
 std::string reminderFile(std::string_view lines, std::string_view before = "");
 
-/// The reminders that a query gives, in its order.
+/// Returns the reminders that a query finds, in its order.
 std::vector<Reminder> fetched(EventDatabase& database, const ReminderQuery& query = {});
 
-/// The events from `start` to `end`, each as "start..end title", by start.
+/// Returns the events from `start` to `end`, each as "start..end title", sorted by start.
 std::vector<std::string> listed(std::string_view start, std::string_view end);
 
-/// The same for a home that holds only one file.
+/// Returns the same for a home that holds only this file.
 std::vector<std::string> listedFrom(std::string_view file, std::string_view start,
                                     std::string_view end);
 

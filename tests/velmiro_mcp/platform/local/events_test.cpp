@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
-// When one event takes place, and which events a range holds.
+// When a single event takes place, and which events are in a range.
 
 namespace velmiro::local {
 namespace {
 
 using Texts = std::vector<std::string>;
 
-/// The one event of a file with these lines, asked for in September 2026.
+/// Returns the events of September 2026 from a file with these lines.
 Texts september(const std::string& lines) {
     return listedFrom(eventFile(lines + "SUMMARY:e\r\n"), "2026-09-01", "2026-10-01");
 }

@@ -5,13 +5,13 @@
 #include <array>
 #include <cstdio>
 
-// khal reads the same folders; what is written here is read there.
+// khal reads the same folders: it reads events as this program wrote them.
 
 namespace velmiro::local {
 namespace {
 
 std::string outputOf(const std::string& command) {
-    // The shell's own search is wanted here, as for a user. NOLINTNEXTLINE
+    // Searches PATH in a shell, as a user would. NOLINTNEXTLINE
     FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
     if (pipe == nullptr) {
         return {};

@@ -1,4 +1,4 @@
-// Reminders in folders of files: what is read of a VTODO, what is listed, what is written.
+// Reminders in folders of files: how a VTODO is read, which are listed, and how one is written.
 
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
 #include "velmiro_mcp/ports/PlatformError.hpp"

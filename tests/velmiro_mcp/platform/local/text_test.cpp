@@ -14,7 +14,7 @@
 namespace velmiro::local {
 namespace {
 
-/// Another language for as long as this object lives.
+/// Sets the user's language while this object lives.
 class LanguageGuard {
 public:
     explicit LanguageGuard(const std::optional<std::string>& language)
@@ -157,7 +157,7 @@ TEST(LocalText, TheZoneIsLookedAtAfreshEachTime) {
         return text.substr(text.size() - 5);
     };
     EXPECT_EQ(timeIn("Europe/Berlin"), "14:00");
-    EXPECT_EQ(timeIn("Africa/Cairo"), "15:00"); // where ICU's own data do not know the summer time
+    EXPECT_EQ(timeIn("Africa/Cairo"), "15:00"); // ICU's own data lack its summer time
     EXPECT_EQ(timeIn("Pacific/Apia"), "01:00");
     EXPECT_EQ(timeIn("America/St_Johns"), "09:30");
     EXPECT_EQ(timeIn("<-03>3"), "09:00");

@@ -1,4 +1,4 @@
-// Completing a reminder: the lines concerned change, every other byte of the file stays.
+// Completing a reminder changes the lines concerned and leaves every other byte of the file.
 
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
 #include "velmiro_mcp/ports/PlatformError.hpp"
@@ -28,7 +28,7 @@ class LocalCompletion : public testing::Test {
 protected:
     [[nodiscard]] std::string path() const { return home.reminders() + "/Home/a.ics"; }
 
-    /// The file after one of its reminders was completed, with every time of now as NOW.
+    /// Returns the file after completing one of its reminders, with NOW for each current time.
     std::string completed(std::string_view file, const std::string& identifier = "a") {
         home.writeReminder("Home", "a.ics", file);
         EXPECT_TRUE(database->completeReminder(identifier));
@@ -37,7 +37,7 @@ protected:
     static std::string withoutNow(const std::string& text) {
         return std::regex_replace(text, std::regex{"20[0-9]{6}T[0-9]{6}Z(?=\r?\n)"}, "NOW");
     }
-    /// The other file of the list, of the reminder that comes next.
+    /// Returns the other file of the list: the next reminder of the series.
     std::string next() {
         for (const std::string& name : namesIn(home.reminders() + "/Home")) {
             if (name != "a.ics") {
@@ -46,7 +46,7 @@ protected:
         }
         return "";
     }
-    /// What a repeating reminder with these lines is next: its DTSTART, DUE and RRULE lines.
+    /// Returns the DTSTART, DUE and RRULE lines of the reminder after one with these lines.
     Texts nextLines(const std::string& lines) {
         completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\n" + lines + "END:VTODO\nEND:VCALENDAR\n");
         std::istringstream text{next()};
@@ -89,7 +89,7 @@ TEST_F(LocalCompletion, ChangesTheLinesThatAreThereInTheirPlaces) {
 }
 
 TEST_F(LocalCompletion, LeavesEveryOtherByteAsItIs) {
-    // Strange folds, mixed line ends, blanks at ends, bytes that are no text, lines without colon,
+    // Strange folds, mixed line breaks, trailing blanks, invalid UTF-8, lines without a colon,
     // properties of the same name in other components, no line break at the end.
     const std::string before =
         "\xEF\xBB\xBF"
@@ -174,7 +174,7 @@ TEST_F(LocalCompletion, AnIdentifierThatNamesTwoChangesNeither) {
     EXPECT_EQ(failure("Work/a.ics"), several) << "it has been moved since";
     EXPECT_EQ(readFile(path()), one);
     EXPECT_EQ(failure(database->reminder("a")->storedAt), "(no failure)");
-    // One without UID is called by its file, and another can have just that as its UID.
+    // A reminder without UID is named after its file, and another can have that name as its UID.
     const std::string twice = "BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:Home/a.ics\nEND:VTODO\n"
                               "BEGIN:VTODO\nEND:VTODO\nEND:VCALENDAR\n";
     home.writeReminder("Home", "a.ics", twice);
@@ -283,7 +283,8 @@ TEST_F(LocalCompletion, ARuleWrittenToExhaustTheReaderEnds) {
 }
 
 TEST_F(LocalCompletion, AnUnwritableFileIsAnErrorAndStays) {
-    const bool isRoot = geteuid() == 0; // who may write everything, and so becomes somebody else
+    // Root may write everything, so it becomes another user.
+    const bool isRoot = geteuid() == 0;
     const uid_t somebody = isRoot ? 65'534 : geteuid();
     const std::string before = reminderFile("DUE:20261014T130000Z\r\nRRULE:FREQ=DAILY\r\n");
     home.writeReminder("Home", "a.ics", before);
@@ -305,14 +306,14 @@ TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
                "\nEND:VTODO\nEND:VCALENDAR\n";
     };
     home.writeReminder("Home", "a.ics", version(0));
-    // Who always comes between is in the way for ever. So the writer slows down at each refusal and
-    // speeds up at each success: it comes between often, but not always, whatever the machine.
+    // A writer that always interferes would block completion for ever. So it slows down after each
+    // refusal and speeds up after each success: it interferes often, not always, on any machine.
     constexpr std::int64_t shortest = 20'000; // nanoseconds
     std::atomic<std::int64_t> pause = 5 * shortest;
     std::atomic<bool> stop = false;
     std::atomic<bool> lost = false;
     std::atomic<int> written = 0;
-    // For a moment an older version may stand in the place of the one just written, but not longer.
+    // An older version may briefly appear in place of the one just written.
     const auto comesToStand = [&](int number) {
         const std::string title = "SUMMARY:version " + std::to_string(number) + "\n";
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{20};
@@ -360,8 +361,8 @@ TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
 }
 
 TEST_F(LocalCompletion, ManyDamagedFilesAreChangedRightOrNotAtAll) {
-    // Bytes are cut, doubled and overwritten; whatever is completed reads back completed, and all
-    // the lines that were not concerned are there as they were.
+    // Bytes are removed, duplicated and overwritten. A completed reminder reads back as completed,
+    // and no reminder is lost; after an error the file is unchanged.
     const std::string whole = "BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nUID:a\r\nSTATUS:NEEDS-ACTION\r\n"
                               "DUE:20261014T130000Z\r\nRRULE:FREQ=DAILY\r\nBEGIN:VALARM\r\n"
                               "TRIGGER:-PT1H\r\nEND:VALARM\r\nEND:VTODO\r\nBEGIN:VTODO\r\n"

@@ -24,7 +24,7 @@ NewEvent allDay(std::string_view start, std::string_view end) {
     return {"day", at(start), at(end), true, {}, {}};
 }
 
-/// The dates of an all-day event, as 20261014..20261015.
+/// Returns the dates of an all-day event, as 20261014..20261015.
 std::string datesOf(const NewEvent& event) {
     const std::string text = textOf(event);
     const std::string start = "DTSTART;VALUE=DATE:";
@@ -64,7 +64,7 @@ TEST(LocalEventText, LinesHaveAtMost75BytesAndCutNoCharacter) {
         ASSERT_NE(length, std::string_view::npos);
         EXPECT_LE(length, 75U);
         const auto line = rest.substr(0, length);
-        // A line that began inside a character would begin with a byte 10xxxxxx.
+        // A line that began inside a UTF-8 sequence would begin with a byte 10xxxxxx.
         EXPECT_NE(static_cast<unsigned char>(line[line[0] == ' ' ? 1 : 0]) & 0xC0, 0x80);
         joined += line[0] == ' ' ? std::string{line.substr(1)} : "\n" + std::string{line};
         rest.remove_prefix(length + 2);
@@ -156,7 +156,7 @@ TEST(LocalEventText, ADayIsADayAlsoWhenTheClocksChange) {
 
 TEST(LocalEventText, TimesOfAnAllDayEventGiveTheNearestWholeDaysFromItsFirstDay) {
     const ZoneGuard zone{"Europe/Berlin"};
-    // The day that the user was asked about is the one at the start, however late in it.
+    // The user was asked about the day of the start, however late in that day it is.
     EXPECT_EQ(datesOf(allDay("2026-10-14T15:00", "2026-10-15T15:00")), "20261014..20261015");
     EXPECT_EQ(datesOf(allDay("2026-10-14T23:59", "2026-10-15T00:10")), "20261014..20261015");
     EXPECT_EQ(datesOf(allDay("2026-10-14T09:00", "2026-10-14T09:01")), "20261014..20261015");

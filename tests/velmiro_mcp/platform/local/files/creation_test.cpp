@@ -18,7 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// A new event is one whole new file, or none.
+// A new event is one new file: whole, or not there.
 
 namespace velmiro::local {
 namespace {

@@ -1,4 +1,4 @@
-// What is kept of a file, and that it is never what the file no longer says.
+// The cache of parsed files never returns what a file no longer holds.
 
 #include "velmiro_mcp/platform/local/files/ParseCache.hpp"
 
@@ -26,7 +26,7 @@ std::size_t memoryOf(const Letters& letters) {
     return letters.text.size();
 }
 
-/// Files that this test writes would have to rest for two seconds; to this clock all are old.
+/// Only files older than two seconds are cached; to this clock, all of the test's files are.
 std::chrono::hours ahead{1};
 std::chrono::system_clock::time_point clockAhead() {
     return std::chrono::system_clock::now() + ahead;
@@ -40,7 +40,7 @@ protected:
 
     void write(const std::string& name, std::string_view text) const { folder_.write(name, text); }
 
-    /// What the cache gives, "(none)" for nothing; counts how often it had to parse.
+    /// Returns the cache's answer, "(none)" for null. Counts how often it had to parse.
     std::string read(const std::string& name) {
         const OpenFolder folder{folder_.path()};
         Cache::Reader reader{cache_, folder};
@@ -103,7 +103,7 @@ TEST_F(ParseCacheTest, SeesAnEditOfEqualSizeWhoseTimeIsPutBack) {
     ASSERT_EQ(stat(path("a").c_str(), &about), 0);
     write("a", "two");
     const timespec times[2] = {about.st_atim, about.st_mtim};
-    // The time of change is the system's and cannot be put back; wait until it differs.
+    // The time of change is set by the system and cannot be put back: wait until it differs.
     struct stat after{};
     do {
         ASSERT_EQ(utimensat(AT_FDCWD, path("a").c_str(), times, 0), 0);
@@ -133,7 +133,7 @@ TEST_F(ParseCacheTest, SeesTheOtherFileThatALinkIsTurnedTo) {
 }
 
 TEST_F(ParseCacheTest, ReadsAFileAnewThatWasChangedAMomentAgo) {
-    // Within a tick of the clock, an edit of equal size leaves the stamp as it was.
+    // Within a tick of the clock, an edit of equal size leaves the stamp unchanged.
     Cache cache{10'000};
     const OpenFolder folder{folder_.path()};
     Cache::Reader reader{cache, folder};

@@ -1,4 +1,4 @@
-// A changed file in the place of the old one, whatever other programs do meanwhile.
+// Replacing a file with a changed version, whatever other programs do at the same time.
 
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
 
@@ -211,7 +211,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
     constexpr int versions = 10'000;
     std::atomic<bool> finished = false;
     std::atomic<int> lost = 0;
-    // For a moment an older version may stand in the place of the one just written, but not longer.
+    // An older version may briefly appear in place of the one just written.
     const auto comesToStand = [&](int version) {
         const auto end = std::chrono::steady_clock::now() + 20s;
         while (std::stoi(readFile(file)) != version) {
@@ -229,8 +229,8 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
         }
         finished = true;
     }};
-    // Each version that the writer places may get a mark. Whatever stands there never goes back to
-    // a version before the one that was marked or seen last.
+    // Each of the writer's versions may get a mark. The file never goes back to a version before
+    // the one that was marked or seen last.
     int seen = 0;
     int marked = 0;
     int refused = 0;
@@ -261,8 +261,8 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatWritesInPlaceInALoop) {
     constexpr int versions = 500;
     std::atomic<bool> finished = false;
     std::atomic<int> lost = 0;
-    // As an editor does it: open, cut off, write, close. What it reads next is what it wrote, with
-    // or without a mark.
+    // Like an editor: open, truncate, write, close. It then reads what it wrote, with or without a
+    // mark.
     std::thread writer{[&] {
         for (int version = 1; version <= versions && lost == 0; ++version) {
             writeFile(file, std::to_string(version));
@@ -270,7 +270,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatWritesInPlaceInALoop) {
             lost = found == std::to_string(version) || found == std::to_string(version) + "+"
                        ? 0
                        : version;
-            // About as long as a replacement takes, so that the two meet at all its steps.
+            // Up to the duration of a replacement, so that the two meet at each of its steps.
             std::this_thread::sleep_for(std::chrono::microseconds{version * 37 % 3000});
         }
         finished = true;
@@ -296,7 +296,7 @@ TEST(LocalFileReplacement, OfTwoThatChangeTheSameVersionOneWins) {
     const TemporaryFolder folder;
     const std::string file = folder.path() + "/a.ics";
     writeFile(file, "0");
-    // Each adds one to what it read, and tries again when it was too late: no addition is lost.
+    // Each adds one to the number it read, and tries again after a conflict: no addition is lost.
     constexpr int each = 300;
     std::vector<std::thread> changers;
     for (int changer = 0; changer < 3; ++changer) {

@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// Folders of calendars: which there are, what they are called, and what in them is passed over.
+// Folders of calendars: which there are, their titles, and which files in them are skipped.
 
 namespace velmiro::local {
 namespace {
@@ -29,7 +29,7 @@ Texts titles() {
     return found;
 }
 
-/// What the error that a call throws says.
+/// Returns the text of the error that a call throws.
 template <typename Call>
 std::string failureOf(const Call& call) {
     try {

@@ -6,7 +6,7 @@
 #include <string>
 #include <system_error>
 
-/// What the agent reads when calendars or reminder lists cannot be read or written.
+/// The errors that the agent receives if calendars or reminder lists cannot be read or written.
 namespace velmiro::local {
 
 /// Returns how errors name all calendars, or all lists.

@@ -1,10 +1,10 @@
-# The local platform: calendar folders on disk, whose durations libical reads, and cards; text with ICU.
-# Of both libraries only the headers are needed here: the program loads them when it needs them.
+# The local platform: folders of calendar files and of vCards. libical parses durations, ICU handles
+# text; only their headers are needed here, as the program loads both libraries on first use.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ICAL REQUIRED libical>=3.0.16)
 pkg_check_modules(ICU REQUIRED icu-uc icu-i18n)
 
-# What serves each port.
+# The implementation of each port.
 set(PLATFORM_FILES
     platform/local/LocalDateText.cpp
     platform/local/LocalText.cpp
@@ -13,11 +13,11 @@ set(PLATFORM_FILES
     platform/local/Ports.cpp
     platform/local/ProgramStart.cpp)
 
-# The port that the approval host needs as well.
+# The port that the approval host also needs.
 set(SUPPORT_FOLDER_FILES platform/local/SupportFolder.cpp platform/local/files/LocalFolders.cpp)
 set(SUPPORT_FOLDER_LIBRARIES)
 
-# What the others stand on.
+# The parts that they use.
 set(PLATFORM_PARTS
     platform/local/CalendarErrors.cpp
     platform/local/CalendarFolders.cpp

@@ -10,15 +10,15 @@
 namespace velmiro::local {
 namespace {
 
-/// What the files say, for all stores of this process; never destroyed.
+/// Returns the cache shared by all stores of this process. It is never destroyed.
 ContactCache& sharedCache() {
     constexpr std::size_t mostMemory = 256UL << 20;
     static auto* const cache = new ContactCache{mostMemory};
     return *cache;
 }
 
-/// A search keeps one processor busy. More of them at once than there are processors would all
-/// take longer, and leave less to everything else.
+/// Limits concurrent searches to the number of processors. A search keeps one of them busy; more
+/// would all take longer and slow down everything else.
 class Permit {
 public:
     Permit() { permits().acquire(); }
@@ -34,7 +34,7 @@ private:
     }
 };
 
-/// Files of cards. What a folder holds is looked up anew each time; see ParseCache for the files.
+/// Contacts as folders of vCard files. Each search reads the folders; ParseCache keeps the files.
 class LocalContactStore final : public ContactStore {
 public:
     std::vector<Contact> contactsMatchingName(const std::string& query) override {

@@ -15,8 +15,8 @@ namespace {
 
 using std::chrono::seconds;
 
-/// The user's zone at `instant`, as a zone of that one offset: ICU's own notion of the machine's
-/// zone is made once, and cannot read a zone file without a name.
+/// Returns the user's zone at `instant`, as a zone of that one offset. ICU reads the machine's zone
+/// only once, and cannot read a zone file without a name.
 std::u16string zoneAt(Instant instant) {
     const auto civil = local::UserClock::civil(instant, nullptr).time_since_epoch();
     const seconds offset = civil - std::chrono::floor<seconds>(instant).time_since_epoch();

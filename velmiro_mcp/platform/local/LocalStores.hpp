@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-/// What this platform has behind the ports: the user's own folders.
+/// The stores of this platform: the user's own folders.
 namespace velmiro::local {
 
 std::unique_ptr<EventDatabase> openCalendarFolders();

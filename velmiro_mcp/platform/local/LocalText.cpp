@@ -21,8 +21,8 @@ struct CloseBreaks {
     void operator()(UBreakIterator* breaks) const { local::icuCommon().ubrk_close(breaks); }
 };
 
-/// Whether each of these bytes is a character of its own, whatever follows but a combining one. CR
-/// is not: with LF it makes one character.
+/// Returns whether each byte is a character of its own, unless a combining mark follows. CR is not:
+/// CR LF is one character.
 bool isPlain(std::string_view text) {
     return local::isASCII(text) && text.find('\r') == std::string_view::npos;
 }
@@ -31,7 +31,8 @@ char loweredASCII(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-/// What ASCII says alone; nothing where it depends on the language, as it does for I and i.
+/// Compares two ASCII texts; nullopt if they are not ASCII, or if the result depends on the
+/// language, as it does for I and i.
 std::optional<bool> equalInASCII(std::string_view left, std::string_view right) {
     if (!local::isASCII(left) || !local::isASCII(right)) {
         return std::nullopt;
@@ -44,7 +45,7 @@ std::optional<bool> equalInASCII(std::string_view left, std::string_view right) 
     return depends ? std::nullopt : std::optional{true};
 }
 
-/// Small letters as the user's language has them: in Turkish, I and İ are those of ı and i.
+/// Lowercases by the rules of the user's language: in Turkish, I becomes ı, and İ becomes i.
 std::u16string lowered(const std::u16string& text, const std::string& locale) {
     return local::fromICU(text.size(), [&](char16_t* into, std::int32_t size, UErrorCode* status) {
         return local::icuCommon().u_strToLower(into, size, text.data(), local::lengthOf(text),
@@ -88,8 +89,8 @@ bool equalIgnoringCase(std::string_view left, std::string_view right) {
     if (const auto known = equalInASCII(left, right)) {
         return *known;
     }
-    // Canonical caseless matching: the letters count and their marks, in whatever order or form
-    // they are encoded, and nothing is ignored as a collation ignores punctuation or controls.
+    // Canonical caseless matching: letters and their marks count, in any order and encoding.
+    // Nothing is ignored, while a collation ignores punctuation and controls.
     const std::string locale = local::userLocale();
     const std::u16string wideLeft = lowered(local::utf16(left), locale);
     const std::u16string wideRight = lowered(local::utf16(right), locale);

@@ -2,7 +2,7 @@
 
 namespace velmiro {
 
-/// Nothing here comes to a program by its main thread: whatever changed is found when it is read.
+/// Needs no main queue: this platform sees changes when it reads the files.
 void runBesideMainQueue(const std::function<void()>& work) {
     work();
 }

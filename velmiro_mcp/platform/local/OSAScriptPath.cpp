@@ -4,7 +4,7 @@
 
 namespace velmiro {
 
-/// What stands in for the system's own program is installed beside this one.
+/// The stand-in for the system's program is installed next to this program's folder.
 std::string osascriptPath() {
     namespace fs = std::filesystem;
     const fs::path ofTheSystem = "/usr/bin/osascript";
@@ -14,7 +14,7 @@ std::string osascriptPath() {
     }
     const fs::path here = fs::read_symlink("/proc/self/exe", problem);
     if (problem) {
-        return ofTheSystem; // whose absence is then what is reported
+        return ofTheSystem; // the error is then that it does not exist
     }
     return here.parent_path().parent_path() / "libexec/velmiro/osascript";
 }

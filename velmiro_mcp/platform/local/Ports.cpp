@@ -3,9 +3,9 @@
 
 #include "velmiro_mcp/platform/local/LocalStores.hpp"
 
-// The ports that this platform serves from the user's folders. They stand apart from what serves
-// them, so that the tests of another platform can lay that under their stand-ins for a system's
-// databases.
+// The ports that this platform implements over the user's folders. They are apart from that
+// implementation, so that the tests of another platform can use it in their stand-ins for a
+// system's databases.
 
 namespace velmiro {
 

@@ -16,12 +16,12 @@
 #include <system_error>
 #include <unistd.h>
 
-// `posix_spawn` would do, were it not for the soft limit of descriptors: it cannot set one, to set
-// ours around it would starve the other threads, and to set the child's afterwards comes too late.
-// `fork` copies the tables of all our memory first, the stacks of waiting threads included: 0.5 ms
-// for a small process, 15 ms beside a thousand threads. `vfork` takes 0.05 ms always, for the child
-// borrows our memory while this thread, and no other, waits until it has become the program. What
-// the child does until then are single system calls.
+// `posix_spawn` would do, but it cannot set the soft limit of descriptors: setting ours around the
+// call would starve the other threads, and setting the child's afterwards would be too late. `fork`
+// first copies the page tables of all our memory, including the stacks of waiting threads: 0.5 ms
+// for a small process, 15 ms with a thousand threads. `vfork` always takes 0.05 ms: the child
+// borrows our memory while this thread, and no other, waits until the child has become the program.
+// Until then, the child only makes system calls.
 
 namespace velmiro {
 namespace {
@@ -31,7 +31,7 @@ struct Program {
     char* const* arguments;
     int output;
     int error;
-    int report;   ///< where to write errno if it does not become the program
+    int report;   ///< receives errno if the program cannot be started
     pid_t parent; ///< this process
 };
 
@@ -39,20 +39,20 @@ void resetSignals() noexcept {
     struct sigaction byDefault{};
     byDefault.sa_handler = SIG_DFL;
     for (int signal = 1; signal < NSIG; ++signal) {
-        ::sigaction(signal, &byDefault, nullptr); // refused for those that nobody can change
+        ::sigaction(signal, &byDefault, nullptr); // fails for those that cannot be changed
     }
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// Has every descriptor from 3 on closed when this process becomes another program: also those that
-/// a library, or another thread a moment ago, opened without saying so.
+/// Marks every descriptor from 3 on close-on-exec, including those that a library, or another
+/// thread a moment ago, opened without that flag.
 void keepStandardDescriptorsOnly() noexcept {
     if (::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) == 0) {
         return;
     }
-    // A kernel before 5.11. Limits of a thousand million are met with; nobody has as many open.
+    // A kernel before 5.11. Limits of a billion exist; no process has that many open.
     constexpr rlim_t most = 65'536;
     rlimit limit{};
     ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -61,11 +61,11 @@ void keepStandardDescriptorsOnly() noexcept {
     }
 }
 
-/// Has this process killed when the thread that started it ends. That thread waits for it, so it
-/// ends with its process only.
+/// Asks the kernel to kill this process when the thread that started it ends. That thread waits for
+/// it, so it ends only with its process.
 void endWith(pid_t parent) noexcept {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent) { // it has ended before
+    if (::getppid() != parent) { // it has already ended
         ::_exit(127);
     }
 }
@@ -83,8 +83,8 @@ void endWith(pid_t parent) noexcept {
     ::_exit(127);
 }
 
-/// The child is not to run a handler of ours in our memory: nothing reaches it before its signals
-/// are reset.
+/// Blocks all signals, as the child must not run a handler of ours in our memory: none reaches it
+/// before its signals are reset.
 class SignalsBlocked {
 public:
     SignalsBlocked() noexcept {
@@ -118,7 +118,7 @@ pid_t startInOurMemory(const Program& program) {
 } // namespace
 
 pid_t startProgram(const std::string& path, std::vector<std::string> arguments, int output,
-                   int error, std::chrono::seconds /*longest: it ends at once*/) {
+                   int error, std::chrono::seconds /*longest: it ends immediately*/) {
     const auto pointers = pointersTo(arguments);
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {

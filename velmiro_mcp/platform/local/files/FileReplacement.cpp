@@ -66,13 +66,14 @@ struct NamePair {
                    : lastError();
     }
 
-    /// Throws std::system_error if that is unknown.
+    /// Returns whether the hidden name holds this version. Throws std::system_error if it cannot be
+    /// read.
     [[nodiscard]] bool hasAside(const FileVersion& version) const {
         return version.isUnchangedAt(folder, aside);
     }
 
-    /// Another machine that shares the folder may think this process dead and clean up. It removes
-    /// only versions of ours.
+    /// Returns whether the hidden name is gone. Another machine that shares the folder may think
+    /// this process dead and clean up, but it removes only versions of ours.
     [[nodiscard]] bool isAsideTaken() const {
         struct stat about{};
         return fstatat(folder.get(), aside.c_str(), &about, AT_SYMLINK_NOFOLLOW) != 0 &&
@@ -125,7 +126,7 @@ Replacement putBack(const NamePair& names, const FileVersion& ours, std::optiona
     }
 }
 
-/// Handles a failed first swap. A network file system may report a failure for a swap that it did.
+/// Handles a failed first swap. A network file system may report failure although it was done.
 Replacement notSwapped(const NamePair& names, const FileVersion& ours,
                        const std::error_code& error) {
     if (!names.hasAside(ours)) {

@@ -13,7 +13,7 @@ struct Replacement {
         done,     ///< the file has the new version, flushed to disk
         conflict, ///< the file held something else, or was gone; it is unchanged
         failed,   ///< the file is unchanged; `error` is the reason
-        unknown,  ///< the file has the old version or the new one; `error` is the reason
+        unknown,  ///< it is unknown which version the file has; `error` is the reason
     };
 
     End end = End::done;

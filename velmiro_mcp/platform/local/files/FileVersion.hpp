@@ -21,7 +21,7 @@ public:
     [[nodiscard]] int descriptor() const noexcept { return file_.get(); }
 
     /// Returns whether the name is that of this very file, not written to since; false if there is
-    /// no such name. Throws std::system_error if that is unknown.
+    /// no such name. Throws std::system_error if it cannot be read.
     [[nodiscard]] bool isUnchangedAt(const Descriptor& folder, const std::string& name) const;
 
 private:

@@ -94,7 +94,7 @@ TEST_F(LocalEvents, ADayThatBeginsAtOneBeginsAtOne) {
               (Texts{"2026-04-24T01:00:00+03:00..2026-04-25T00:00:00+03:00 (none)"}));
 }
 
-TEST_F(LocalEvents, ADayThatTheIslandSkippedHasNoLength) {
+TEST_F(LocalEvents, ADaySkippedByItsZoneHasNoLength) {
     const ZoneGuard apia{"Pacific/Apia"}; // 30 December 2011 did not take place there
     EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20111230\r\n"), "2011-12-29", "2012-01-01"),
               (Texts{"2011-12-31T00:00:00+14:00..2011-12-31T00:00:00+14:00 (none)"}));

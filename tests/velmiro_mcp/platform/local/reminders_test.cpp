@@ -74,7 +74,7 @@ TEST_F(LocalReminders, PriorityIsZeroToNineAndAnythingElseNone) {
     }
 }
 
-TEST_F(LocalReminders, CompletedIsToldInThreeWays) {
+TEST_F(LocalReminders, CompletedIsRecognisedInEveryForm) {
     for (const char* done : {"STATUS:COMPLETED", "status:completed", "COMPLETED:20261014T130000Z",
                              "PERCENT-COMPLETE:100"}) {
         EXPECT_TRUE(read(std::string{done} + "\r\n").completed) << done;
@@ -102,7 +102,7 @@ TEST_F(LocalReminders, WithoutDueOrDurationNothingIsDue) {
     EXPECT_EQ(due("DUE:20260230\r\n"), "none") << "no such day";
 }
 
-TEST_F(LocalReminders, AZoneThatIsNoneOfTheSystemsIsTheOneThatTheFileDescribes) {
+TEST_F(LocalReminders, AZoneUnknownToTheSystemIsReadFromTheFile) {
     const auto described = [](const std::string& name) {
         return "BEGIN:VTIMEZONE\r\nTZID:" + name +
                "\r\nBEGIN:STANDARD\r\nDTSTART:19700101T000000\r\nTZOFFSETFROM:+0500\r\n"

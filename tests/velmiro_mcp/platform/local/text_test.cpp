@@ -42,7 +42,7 @@ TEST(LocalText, FirstCharactersAreThoseThatTheUserSees) {
     EXPECT_EQ(firstCharacters("ab\u0301", 1), "a");
 }
 
-TEST(LocalText, AMarkBehindTheLastCharacterBelongsToIt) {
+TEST(LocalText, ACombiningMarkAfterTheLastCharacterBelongsToIt) {
     EXPECT_EQ(firstCharacters("ab\u0301c", 2), "ab\u0301");
     EXPECT_EQ(firstCharacters(std::string(500, 'x') + "\u0301", 500),
               std::string(500, 'x') + "\u0301");
@@ -67,7 +67,7 @@ TEST(LocalText, NamesThatDifferInMoreThanCaseAreNotTheSame) {
     EXPECT_FALSE(equalIgnoringCase("", "\u200B"));
 }
 
-TEST(LocalText, TheLettersIAreTheUsersLanguages) {
+TEST(LocalText, TheLetterIFollowsTheUsersLanguage) {
     {
         const LanguageGuard turkish{"tr_TR.UTF-8"};
         EXPECT_TRUE(equalIgnoringCase("İş", "iş"));
@@ -82,12 +82,12 @@ TEST(LocalText, TheLettersIAreTheUsersLanguages) {
     EXPECT_TRUE(equalIgnoringCase("\u212A", "k")); // the sign of Kelvin
 }
 
-TEST(LocalText, ATextThatGrowsInItsSmallLettersIsComparedWhole) {
+TEST(LocalText, ATextThatGrowsInLowercaseIsComparedWhole) {
     EXPECT_TRUE(equalIgnoringCase("İİİ", "i\u0307i\u0307i\u0307"));
     EXPECT_FALSE(equalIgnoringCase("İİİ", "i\u0307i\u0307i"));
 }
 
-TEST(LocalText, TheLanguageIsTheOneForTimes) {
+TEST(LocalText, TheLanguageIsTheLocaleForTimes) {
     const LanguageGuard german{"de_DE.UTF-8@euro"};
     EXPECT_EQ(userLocale(), "de_DE");
     const EnvironmentGuard time{"LC_TIME", "fr_FR.UTF-8"};
@@ -96,7 +96,7 @@ TEST(LocalText, TheLanguageIsTheOneForTimes) {
     EXPECT_EQ(userLocale(), "nl_NL");
 }
 
-TEST(LocalText, OnlyWhatHasTheFormOfALanguageReachesTheLibrary) {
+TEST(LocalText, OnlyAWellFormedLanguageReachesTheLibrary) {
     for (const char* language : {"de", "DE", "yue", "de_DE", "de-DE", "sr_Latn", "sr_Latn_RS",
                                  "es_419", "en_GB.UTF-8@x"}) {
         const LanguageGuard guard{language};
@@ -148,7 +148,7 @@ TEST(LocalText, DatesAreInTheUsersLanguage) {
     EXPECT_FALSE(textIn("\x01/../..").empty());
 }
 
-TEST(LocalText, TheZoneIsLookedAtAfreshEachTime) {
+TEST(LocalText, TheZoneIsReadAtEachCall) {
     const LanguageGuard language{"en_GB.UTF-8"};
     const Instant noon = at("2026-07-14T12:00:00Z");
     const auto timeIn = [&](const char* name) {

@@ -40,12 +40,12 @@ bool isUnlocked(const Descriptor& folder, const std::string& name) {
     return file && flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
-bool isOfDeadMaker(const std::string& name) {
-    const pid_t maker = std::atoi(name.c_str() + asidePrefix.size());
-    return maker > 0 && kill(maker, 0) != 0 && errno == ESRCH;
+bool isOfDeadProcess(const std::string& name) {
+    const pid_t process = std::atoi(name.c_str() + asidePrefix.size());
+    return process > 0 && kill(process, 0) != 0 && errno == ESRCH;
 }
 
-bool holdsWhatItsNameSays(const Descriptor& folder, const std::string& name) {
+bool holdsVersionInName(const Descriptor& folder, const std::string& name) {
     try {
         const auto contents = readRegularFile(folder, name, largestItem);
         return contents && name.find(digest(*contents)) != std::string::npos;
@@ -61,8 +61,8 @@ bool isLeftover(const Descriptor& folder, const std::string& name) {
     if (name.starts_with(newPrefix)) {
         return isUnlocked(folder, name);
     }
-    return name.starts_with(asidePrefix) && isOfDeadMaker(name) &&
-           holdsWhatItsNameSays(folder, name);
+    return name.starts_with(asidePrefix) && isOfDeadProcess(name) &&
+           holdsVersionInName(folder, name);
 }
 
 } // namespace

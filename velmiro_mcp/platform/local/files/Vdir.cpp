@@ -27,7 +27,7 @@ bool exists(const std::string& path) {
 }
 
 /// Returns whether it is a dangling symbolic link.
-bool leadsNowhere(const std::string& path) {
+bool isDanglingLink(const std::string& path) {
     struct stat about{};
     const bool leadsToNothing =
         stat(path.c_str(), &about) != 0 && (errno == ENOENT || errno == ELOOP);
@@ -58,7 +58,7 @@ bool Vdir::isAccessible() const {
         while (!exists(path)) {
             path = parentOf(path);
         }
-        return isWritableFolder(path) || leadsNowhere(path);
+        return isWritableFolder(path) || isDanglingLink(path);
     } catch (const std::system_error&) {
         return true; // the user's rights were not the reason
     }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 /// The vdir layout: a root folder with one folder per collection, and in that one file per item.

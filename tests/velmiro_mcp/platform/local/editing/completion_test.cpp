@@ -190,7 +190,7 @@ TEST_F(LocalCompletion, AFileThatTwoLinksLeadToIsOneReminder) {
     EXPECT_NE(readFile(path()).find("STATUS:COMPLETED"), std::string::npos);
 }
 
-TEST_F(LocalCompletion, ASequenceTooLargeOrNoNumberIsNoMatter) {
+TEST_F(LocalCompletion, ASequenceTooLargeOrNotANumberDoesNoHarm) {
     const auto sequence = [&](const std::string& given) {
         const std::string text =
             completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nSEQUENCE:" + given +
@@ -204,7 +204,7 @@ TEST_F(LocalCompletion, ASequenceTooLargeOrNoNumberIsNoMatter) {
     EXPECT_EQ(sequence(""), "1");
 }
 
-TEST_F(LocalCompletion, ARepeatingOneIsDoneAndTheNextIsAReminderOfItsOwn) {
+TEST_F(LocalCompletion, ARecurringOneIsDoneAndTheNextIsANewReminder) {
     const std::string before = "BEGIN:VCALENDAR\r\nPRODID:-//Somebody//EN\r\n"
                                "BEGIN:VTIMEZONE\r\nTZID:Here\r\nBEGIN:STANDARD\r\n"
                                "DTSTART:19700101T000000\r\nTZOFFSETFROM:+0100\r\n"
@@ -252,7 +252,7 @@ TEST_F(LocalCompletion, TheNextOneFollowsTheRule) {
               (Texts{"DUE:20261016T130000Z", "RRULE:FREQ=DAILY"}));
 }
 
-TEST_F(LocalCompletion, CountAndUntilComeToTheirEnd) {
+TEST_F(LocalCompletion, CountAndUntilEndTheSeries) {
     EXPECT_EQ(nextLines("DUE:20261014T130000Z\nRRULE:FREQ=DAILY;COUNT=3;INTERVAL=1\n"),
               (Texts{"DUE:20261015T130000Z", "RRULE:FREQ=DAILY;COUNT=2;INTERVAL=1"}));
     EXPECT_EQ(nextLines("DUE:20261014T130000Z\nRRULE:FREQ=DAILY;COUNT=3\n"
@@ -314,7 +314,7 @@ TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
     std::atomic<bool> lost = false;
     std::atomic<int> written = 0;
     // An older version may briefly appear in place of the one just written.
-    const auto comesToStand = [&](int number) {
+    const auto appears = [&](int number) {
         const std::string title = "SUMMARY:version " + std::to_string(number) + "\n";
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{20};
         while (readFile(path()).find(title) == std::string::npos) {
@@ -330,7 +330,7 @@ TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
         while (!stop && !lost) {
             writeFile(aside, version(++written));
             fs::rename(aside, path());
-            lost = !comesToStand(written);
+            lost = !appears(written);
             std::this_thread::sleep_for(std::chrono::nanoseconds{pause});
         }
     }};
@@ -360,7 +360,7 @@ TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
     EXPECT_EQ(namesIn(home.reminders() + "/Home"), Texts{"a.ics"});
 }
 
-TEST_F(LocalCompletion, ManyDamagedFilesAreChangedRightOrNotAtAll) {
+TEST_F(LocalCompletion, DamagedFilesAreChangedCorrectlyOrNotAtAll) {
     // Bytes are removed, duplicated and overwritten. A completed reminder reads back as completed,
     // and no reminder is lost; after an error the file is unchanged.
     const std::string whole = "BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nUID:a\r\nSTATUS:NEEDS-ACTION\r\n"
@@ -376,16 +376,16 @@ TEST_F(LocalCompletion, ManyDamagedFilesAreChangedRightOrNotAtAll) {
     for (int round = 0; round < 200; ++round) {
         std::string text = whole;
         for (int edit = 0; edit < 3; ++edit) {
-            const std::size_t place = number(text.size());
+            const std::size_t position = number(text.size());
             switch (number(3)) {
             case 0:
-                text.erase(place, number(12));
+                text.erase(position, number(12));
                 break;
             case 1:
-                text.insert(place, text.substr(number(text.size()), number(40)));
+                text.insert(position, text.substr(number(text.size()), number(40)));
                 break;
             default:
-                text[place] = "\r\n :;\0\xFFx"[number(8)];
+                text[position] = "\r\n :;\0\xFFx"[number(8)];
             }
         }
         home.writeReminder("Home", "a.ics", text);

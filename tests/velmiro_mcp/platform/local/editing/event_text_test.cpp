@@ -101,7 +101,7 @@ TEST(LocalEventText, TitlesWithBlanksLineEndsAndEmojiAreReadBackAsTheyWere) {
     }
 }
 
-TEST(LocalEventText, EveryLineEndIsTheFormatsOwn) {
+TEST(LocalEventText, EveryLineBreakBecomesTheFormatsOwn) {
     EXPECT_NE(textOf(timed("a\r\nb\rc\nd")).find("SUMMARY:a\\nb\\nc\\nd\r\n"), std::string::npos);
 }
 

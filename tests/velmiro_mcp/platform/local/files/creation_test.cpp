@@ -78,7 +78,7 @@ TEST_F(LocalCreation, TextThatCannotBeStoredMakesNoFile) {
     EXPECT_EQ(namesIn(folder()), (Texts{"displayname"}));
 }
 
-TEST_F(LocalCreation, ACalendarThatIsGoneIsSaidToBe) {
+TEST_F(LocalCreation, ACalendarThatIsGoneIsReported) {
     try {
         database_->saveEvent(dentist(), {"Gone", "Old"});
         FAIL();
@@ -88,7 +88,7 @@ TEST_F(LocalCreation, ACalendarThatIsGoneIsSaidToBe) {
     }
 }
 
-TEST_F(LocalCreation, ACalendarThatCannotBeWrittenIsSaidToBeAndWhy) {
+TEST_F(LocalCreation, ACalendarThatCannotBeWrittenIsReportedWithTheReason) {
     std::filesystem::create_directory_symlink("/proc/self", home_.calendars() + "/Strange");
     try {
         database_->saveEvent(dentist(), {"Strange", "Strange"});
@@ -137,7 +137,7 @@ TEST_P(LocalFileCreation, NeverReplacesAFileNorALink) {
     EXPECT_EQ(namesIn(folder_.path()), (Texts{"a.ics", "b.ics"}));
 }
 
-TEST_P(LocalFileCreation, SaysWhyItCouldNot) {
+TEST_P(LocalFileCreation, ReturnsTheReasonOfAFailure) {
     EXPECT_EQ(createFile(folder_.path() + "/none", "a.ics", "x", GetParam()),
               std::errc::no_such_file_or_directory);
     writeFile(folder_.path() + "/file", "");

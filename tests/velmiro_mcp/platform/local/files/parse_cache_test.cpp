@@ -122,7 +122,7 @@ TEST_F(ParseCacheTest, SeesADeletionAndAReturn) {
     EXPECT_EQ(read("a"), "one");
 }
 
-TEST_F(ParseCacheTest, SeesTheOtherFileThatALinkIsTurnedTo) {
+TEST_F(ParseCacheTest, SeesTheNewTargetOfALink) {
     write("one", "one");
     write("two", "two");
     fs::create_symlink(path("one"), path("a"));
@@ -152,7 +152,7 @@ TEST_F(ParseCacheTest, ReadsAFileAnewThatWasChangedAMomentAgo) {
     EXPECT_EQ(parsed, 200);
 }
 
-TEST_F(ParseCacheTest, GivesNothingForWhatIsNoFileOrTooLarge) {
+TEST_F(ParseCacheTest, ReturnsNullIfItIsNotAFileOrTooLarge) {
     write("large", std::string(1001, 'x'));
     ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
     EXPECT_EQ(read("large"), "(none)");
@@ -177,7 +177,7 @@ TEST_F(ParseCacheTest, StaysWithinItsBoundAndStillReadsEverything) {
     EXPECT_GT(parsed_, 200) << "what does not is read anew";
 }
 
-TEST_F(ParseCacheTest, LetsGoOfWhatNobodyAsksForAnyMore) {
+TEST_F(ParseCacheTest, DropsWhatNobodyUsesAnyLonger) {
     for (int file = 0; file < 12; ++file) {
         write("old" + std::to_string(file), std::string(500, 'o'));
         read("old" + std::to_string(file));
@@ -210,7 +210,7 @@ TEST_F(ParseCacheTest, FindsFilesInWhateverOrderAReaderAsksForThem) {
     EXPECT_EQ(parsed_, 4);
 }
 
-TEST_F(ParseCacheTest, AReaderGoesOnWhenWhatItWasAboutToFindIsForgotten) {
+TEST_F(ParseCacheTest, AReaderContinuesWhenItsNextEntryIsDropped) {
     for (const char* name : {"a", "b", "c"}) {
         write(name, name);
         read(name);

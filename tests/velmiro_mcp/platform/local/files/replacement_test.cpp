@@ -64,7 +64,7 @@ TEST_P(LocalFileReplacement, PutsTheNewVersionInPlaceAndLeavesNothingElse) {
     EXPECT_EQ(namesIn(folder_.path()), Texts{"a.ics"});
 }
 
-TEST_P(LocalFileReplacement, LeavesWhatIsNotWhatWasRead) {
+TEST_P(LocalFileReplacement, LeavesAVersionThatIsNotTheOneRead) {
     writeFile(path("a.ics"), "other");
     EXPECT_EQ(replace("a.ics", "old", "new"), conflict);
     EXPECT_EQ(readFile(path("a.ics")), "other");
@@ -95,7 +95,7 @@ TEST_P(LocalFileReplacement, ReplacesWhatALinkLeadsToAndKeepsTheLink) {
     EXPECT_EQ(namesIn(path("elsewhere")), Texts{"real.ics"});
 }
 
-TEST_P(LocalFileReplacement, WhatDoesNotFitChangesNothing) {
+TEST_P(LocalFileReplacement, AVersionThatDoesNotFitChangesNothing) {
     writeFile(path("a.ics"), "old");
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
@@ -212,7 +212,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
     std::atomic<bool> finished = false;
     std::atomic<int> lost = 0;
     // An older version may briefly appear in place of the one just written.
-    const auto comesToStand = [&](int version) {
+    const auto appears = [&](int version) {
         const auto end = std::chrono::steady_clock::now() + 20s;
         while (std::stoi(readFile(file)) != version) {
             if (std::chrono::steady_clock::now() > end) {
@@ -225,7 +225,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
         for (int version = 1; version <= versions && lost == 0; ++version) {
             writeFile(folder.path() + "/other", std::to_string(version));
             fs::rename(folder.path() + "/other", file);
-            lost = comesToStand(version) ? 0 : version;
+            lost = appears(version) ? 0 : version;
         }
         finished = true;
     }};
@@ -292,7 +292,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatWritesInPlaceInALoop) {
     EXPECT_EQ(namesIn(folder.path()), Texts{"a.ics"});
 }
 
-TEST(LocalFileReplacement, OfTwoThatChangeTheSameVersionOneWins) {
+TEST(LocalFileReplacement, OneOfTwoChangesToTheSameVersionWins) {
     const TemporaryFolder folder;
     const std::string file = folder.path() + "/a.ics";
     writeFile(file, "0");

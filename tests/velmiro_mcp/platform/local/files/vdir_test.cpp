@@ -88,7 +88,7 @@ TEST(LocalCalendars, AreInTheOrderOfTheirFoldersByteByByte) {
     EXPECT_EQ(titles(), (Texts{"10", "9", "B", "a", "b", "Ä"}));
 }
 
-TEST(LocalCalendars, HaveTheTitleThatTheirFolderSays) {
+TEST(LocalCalendars, HaveTheTitleInTheirFolder) {
     TemporaryHome home;
     home.write("a", "displayname", "  Work – Büro\r\n");
     home.write("b", "displayname", " \n");
@@ -101,7 +101,7 @@ TEST(LocalCalendars, HaveTheTitleThatTheirFolderSays) {
     EXPECT_EQ(titles(), (Texts{"Work – Büro", "b", "Gr\uFFFD\uFFFDe", "d", "e", "f\uFFFD"}));
 }
 
-TEST(LocalCalendars, WithANameThatIsNoTextCanBeUsed) {
+TEST(LocalCalendars, WithANameThatIsNotUTF8CanBeUsed) {
     TemporaryHome home;
     home.write("f\xFF", "x.ics", simple("here"));
     const auto database = openEventDatabase();
@@ -124,7 +124,7 @@ TEST(LocalCalendars, AreFoldersAndLinksToFoldersThatAreNotHidden) {
     EXPECT_EQ(septemberTitles(), (Texts{"linked", "real"}));
 }
 
-TEST(LocalCalendars, ALinkThatLeadsNowhereIsAnErrorUnlessAnotherCalendarIsAskedFor) {
+TEST(LocalCalendars, ADanglingLinkIsAnErrorUnlessAnotherCalendarIsAskedFor) {
     TemporaryHome home;
     home.write("Real", "a.ics", simple("real"));
     for (const std::string target : {"/nowhere", "Lost"}) { // gone, or its own target
@@ -149,7 +149,7 @@ TEST(LocalCalendars, ALinkThatLeadsNowhereIsAnErrorUnlessAnotherCalendarIsAskedF
     }
 }
 
-TEST(LocalCalendars, ARootThatIsALinkThatLeadsNowhereIsAnErrorNotAWantOfRights) {
+TEST(LocalCalendars, ADanglingLinkAsTheRootIsAnErrorNotADenial) {
     const TemporaryHome home;
     std::filesystem::create_directories(home.calendars());
     std::filesystem::remove(home.calendars());
@@ -304,7 +304,7 @@ TEST(LocalFolders, TheHomeOfTheAccountStandsInForAnUnusableHome) {
     }
 }
 
-TEST(LocalFolders, TheFolderLiesInTheHome) {
+TEST(LocalFolders, TheFolderIsInTheHome) {
     const EnvironmentGuard home{"HOME", "/home/someone/"};
     EXPECT_EQ(applicationSupportDirectory(), "/home/someone/Library/Application Support");
 }

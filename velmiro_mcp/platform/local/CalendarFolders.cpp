@@ -57,9 +57,6 @@ void CalendarFolders::forEachFile(EntityType type, const Calendar* calendar, con
     }
     for (const Collection& collection : wanted) {
         const std::string name = nameOf(type, collection.title);
-        if (collection.error) {
-            throw cannotRead(name, collection.error);
-        }
         const auto visitFile = [&](const std::string& item,
                                    const std::shared_ptr<const CalendarFile>& contents) {
             return visit({collection, item, contents});

@@ -99,7 +99,7 @@ std::optional<Collection> Vdir::collection(const std::string& folder) const {
         if (!isAboutTheFile(error)) {
             throw std::system_error{error};
         }
-        return isLink ? std::optional{Collection{folder, path, MCPStdio::repairUTF8(folder), error}}
+        return isLink ? std::optional{Collection{folder, path, MCPStdio::repairUTF8(folder)}}
                       : std::nullopt;
     }
     if (!S_ISDIR(about.st_mode)) {

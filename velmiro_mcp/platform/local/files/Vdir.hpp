@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -15,8 +14,7 @@ namespace velmiro::local {
 struct Collection {
     std::string folder; ///< its name in the root, as the file system has it
     std::string path;
-    std::string title;       ///< the text of its file `displayname`, else its folder's name
-    std::error_code error{}; ///< why it cannot be read: no rights, or a dangling link
+    std::string title; ///< the text of its file `displayname`, else its folder's name
 };
 
 /// A root of collections. Keeps no state: each call reads the folders. Throws std::system_error if
@@ -34,7 +32,8 @@ public:
     void makeIfMissing(const std::string& firstCollection) const;
 
     /// Returns all collections, in byte order of their folders' names. A symbolic link to a folder
-    /// counts, and so does a dangling one. Throws std::system_error if the root cannot be read.
+    /// counts, and so does a dangling one, which cannot be opened. Throws std::system_error if the
+    /// root cannot be read.
     [[nodiscard]] std::vector<Collection> collections() const;
 
     /// Returns nullopt if there is no such collection (any more).

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <fcntl.h>
 #include <filesystem>
 #include <map>
 #include <regex>
@@ -298,6 +299,26 @@ TEST_F(LocalCompletion, AnUnwritableFileIsAnErrorAndStays) {
     ASSERT_EQ(seteuid(getuid()), 0);
     EXPECT_EQ(readFile(path()), before);
     EXPECT_EQ(namesIn(home.reminders() + "/Home"), Texts{"a.ics"}) << "nor is there a next one";
+}
+
+TEST_F(LocalCompletion, AnEditThatIsBeingWrittenIsAwaitedAndCompletedToo) {
+    const std::string file = reminderFile("DUE:20261014T130000Z\r\nRRULE:FREQ=DAILY\r\n");
+    home.writeReminder("Home", "a.ics", file);
+    // The attempt on the version before the edit has already added the next one of its series.
+    const int editor = open(path().c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(editor, 0);
+    std::thread soon{[&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds{100});
+        EXPECT_EQ(pwrite(editor, "20261101", 8, static_cast<off_t>(file.find("20261014"))), 8);
+        close(editor);
+    }};
+    EXPECT_TRUE(database->completeReminder("todo@example.org"));
+    soon.join();
+    const std::string done = readFile(path());
+    EXPECT_NE(done.find("STATUS:COMPLETED"), std::string::npos) << done;
+    EXPECT_NE(done.find("DUE:20261101T130000Z"), std::string::npos) << done;
+    EXPECT_NE(next().find("DUE:20261102T130000Z"), std::string::npos) << next();
+    EXPECT_EQ(namesIn(home.reminders() + "/Home").size(), 2U) << "one next reminder, not two";
 }
 
 TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {

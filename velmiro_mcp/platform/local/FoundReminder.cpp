@@ -9,6 +9,8 @@
 
 #include <cerrno>
 #include <chrono>
+#include <system_error>
+#include <utility>
 
 #include <unistd.h>
 
@@ -46,7 +48,7 @@ bool isSameFile(const FoundReminder& found, const CalendarFolders::File& file) {
 }
 
 /// The file of the next reminder of a series. It is created before the reminder is completed, and
-/// removed only if that is known to have failed: better twice than not at all.
+/// removed only if that is known to have failed: better the series twice than not at all.
 class NextFile {
 public:
     NextFile(const Collection& collection, std::string list, const NextReminder& next)
@@ -86,7 +88,7 @@ Instant now() {
 
 enum class Attempt {
     completed,
-    conflict, ///< another program has changed the file since it was found; nothing was saved
+    conflict, ///< another program changed the file after it was found; nothing was saved
 };
 
 Attempt tryToComplete(const FoundReminder& found, const std::string& identifier,

@@ -34,7 +34,7 @@ private:
     }
 };
 
-/// Contacts as folders of vCard files. Each search reads the folders; ParseCache keeps the files.
+/// Contacts as folders of vCard files. Each search reads the folders; ParseCache keeps the cards.
 class LocalContactStore final : public ContactStore {
 public:
     std::vector<Contact> contactsMatchingName(const std::string& query) override {

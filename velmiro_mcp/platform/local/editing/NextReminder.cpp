@@ -62,8 +62,7 @@ std::string withRemainingCount(std::string_view text, std::int64_t used) {
     return rest;
 }
 
-/// Returns how many occurrences the rule has from `start` up to but not including `next`; at
-/// least 1.
+/// Returns how many occurrences the rule has before `next`, the start included; at least 1.
 std::int64_t occurrencesBefore(const RecurrenceRule& rule, CivilTime start, CivilTime next) {
     WorkBudget budget{stepsOfSeries};
     const auto found = recurrences(rule, start, start, next, budget);

@@ -14,9 +14,9 @@ enum class Staging {
 
 /// Creates a file in a folder: whole or not at all, flushed to disk, and never replacing another.
 ///
-/// Returns `std::errc::file_exists` if the name is taken, or any other error; then there is no new
-/// file. If the process is killed, the whole file is there or none, and at most a hidden file,
-/// which the next call removes.
+/// Returns `std::errc::file_exists` if the name is taken. After any error there is no new file. If
+/// the process is killed, the whole file is there or none, and at most a hidden file, which the
+/// next call removes.
 std::error_code createFile(const std::string& folder, const std::string& name,
                            std::string_view contents);
 

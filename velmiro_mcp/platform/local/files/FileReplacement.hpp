@@ -34,8 +34,9 @@ enum class Replacing {
 /// file open for writing, for longer than this has forgotten it.
 constexpr std::chrono::seconds folderPatience{30};
 
-/// Replaces a file that holds `expected` with `contents`: whole or not at all, flushed to disk, and
-/// never any other version. Keeps the file's mode. Replaces the target of a symbolic link.
+/// Replaces a file that holds `expected` with one that holds `contents`: whole or not at all, and
+/// flushed to disk. Never replaces any other version. Keeps the file's mode. Follows a symbolic
+/// link and replaces its target.
 ///
 /// Fails with EBUSY if another program keeps the folder locked (flock), or the file open for
 /// writing, for longer than `patience`. Removes only versions known to be one of the two given; if

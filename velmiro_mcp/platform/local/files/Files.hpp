@@ -37,8 +37,8 @@ private:
     Descriptor descriptor_;
 };
 
-/// Returns nullopt if the name does not exist. Throws std::system_error if it does, even as a
-/// dangling link, and cannot be opened as a folder.
+/// Opens a folder; nullopt if the name does not exist. Throws std::system_error if it does, even as
+/// a dangling link, but cannot be opened as a folder.
 std::optional<OpenFolder> openFolderIfThere(const std::string& path);
 
 /// Differs whenever a file's contents do: a file that replaces it has another number, and the

@@ -5,7 +5,7 @@
 
 namespace velmiro::local {
 
-/// Returns the error that the last system call that failed left in errno.
+/// Returns the error that the last failed system call left in errno.
 inline std::error_code lastError() noexcept {
     return {errno, std::generic_category()};
 }

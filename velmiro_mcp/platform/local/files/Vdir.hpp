@@ -36,7 +36,7 @@ public:
     /// root cannot be read.
     [[nodiscard]] std::vector<Collection> collections() const;
 
-    /// Returns nullopt if there is no such collection (any more).
+    /// Returns the collection in a folder of the root; nullopt if there is none (any more).
     [[nodiscard]] std::optional<Collection> collection(const std::string& folder) const;
 
     /// Returns the names of a collection's files with that ending, in byte order.

@@ -66,7 +66,9 @@ ScriptedHost::~ScriptedHost() {
     ending_ = true;
     ::shutdown(listener_.get(), SHUT_RDWR);
     const Descriptor last = makeSocket(); // on macOS a shutdown does not wake a thread in `accept`
-    static_cast<void>(::connect(last.get(), address(), sizeof address_));
+    if (last) {
+        static_cast<void>(::connect(last.get(), address(), sizeof address_));
+    }
     accepting_.join();
     {
         const std::lock_guard lock{mutex_};

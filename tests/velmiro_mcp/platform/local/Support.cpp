@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,53 +12,6 @@
 #include <unistd.h>
 
 namespace velmiro::local {
-namespace {
-
-std::optional<std::string> environment(const std::string& name) {
-    const char* const value = std::getenv(name.c_str());
-    return value != nullptr ? std::optional<std::string>{value} : std::nullopt;
-}
-
-void setEnvironment(const std::string& name, const std::optional<std::string>& value) {
-    if (value) {
-        setenv(name.c_str(), value->c_str(), 1);
-    } else {
-        unsetenv(name.c_str());
-    }
-}
-
-} // namespace
-
-EnvironmentGuard::EnvironmentGuard(std::string name, const std::optional<std::string>& value)
-    : name_{std::move(name)},
-      before_{environment(name_)} {
-    setEnvironment(name_, value);
-}
-
-EnvironmentGuard::~EnvironmentGuard() {
-    setEnvironment(name_, before_);
-}
-
-ZoneGuard::ZoneGuard(const std::string& zone) {
-    variable_.emplace("TZ", zone);
-    tzset();
-}
-
-ZoneGuard::~ZoneGuard() {
-    variable_.reset();
-    tzset();
-}
-
-TemporaryFolder::TemporaryFolder() : path_{testing::TempDir() + "velmiro-XXXXXX"} {
-    if (mkdtemp(path_.data()) == nullptr) {
-        ADD_FAILURE() << "no temporary folder";
-    }
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
 
 std::string TemporaryHome::calendars() const {
     return path() + "/Library/Application Support/Velmiro/Calendars";

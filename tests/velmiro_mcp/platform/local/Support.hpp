@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/ScopedVariable.hpp"
+#include "support/TemporaryFolder.hpp"
 #include "velmiro_mcp/base/Instant.hpp"
 #include "velmiro_mcp/ports/EventDatabase.hpp"
 
@@ -12,49 +14,13 @@
 /// Helpers for the tests of the local platform.
 namespace velmiro::local {
 
-/// Gives an environment variable another value, or none, while this object lives.
-class EnvironmentGuard {
-public:
-    EnvironmentGuard(std::string name, const std::optional<std::string>& value);
-    EnvironmentGuard(const EnvironmentGuard&) = delete;
-    EnvironmentGuard& operator=(const EnvironmentGuard&) = delete;
-    ~EnvironmentGuard();
-
-private:
-    std::string name_;
-    std::optional<std::string> before_;
-};
-
-/// Sets the machine's time zone while this object lives.
-class ZoneGuard {
-public:
-    explicit ZoneGuard(const std::string& zone);
-    ZoneGuard(const ZoneGuard&) = delete;
-    ZoneGuard& operator=(const ZoneGuard&) = delete;
-    ~ZoneGuard();
-
-private:
-    std::optional<EnvironmentGuard> variable_;
-};
-
-/// A folder that is removed with this object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder();
-
-    [[nodiscard]] const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
+using support::ScopedVariable;
+using support::TemporaryFolder;
 
 /// A home folder with calendars, used by this process while this object lives.
 class TemporaryHome {
 public:
-    [[nodiscard]] const std::string& path() const { return folder_.path(); }
+    [[nodiscard]] const std::string& path() const { return folder_.path().native(); }
     [[nodiscard]] std::string calendars() const;
     [[nodiscard]] std::string reminders() const;
 
@@ -70,7 +36,7 @@ public:
 
 private:
     TemporaryFolder folder_;
-    EnvironmentGuard home_{"HOME", folder_.path()};
+    ScopedVariable home_{"HOME", folder_.path().c_str()};
 };
 
 /// Acts as a user without any rights while this object lives, if this process is allowed to.

@@ -16,7 +16,7 @@ Texts september(const std::string& lines) {
 
 class LocalEvents : public testing::Test {
 protected:
-    ZoneGuard zone_{"Europe/Berlin"};
+    ScopedVariable zone_{"TZ", "Europe/Berlin"};
 };
 
 TEST_F(LocalEvents, AnAllDayEventEndsAtTheMidnightAfterItsLastDay) {
@@ -83,19 +83,19 @@ TEST_F(LocalEvents, AFloatingTimeIsTheUsersWhereverTheUserIs) {
     const auto file = eventFile("DTSTART:20260909T100000\r\nDTEND:20260909T110000\r\n");
     EXPECT_EQ(listedFrom(file, "2026-09-09", "2026-09-10"),
               (Texts{"2026-09-09T10:00:00+02:00..2026-09-09T11:00:00+02:00 (none)"}));
-    const ZoneGuard apia{"Pacific/Apia"};
+    const ScopedVariable apia{"TZ", "Pacific/Apia"};
     EXPECT_EQ(listedFrom(file, "2026-09-09", "2026-09-10"),
               (Texts{"2026-09-09T10:00:00+13:00..2026-09-09T11:00:00+13:00 (none)"}));
 }
 
 TEST_F(LocalEvents, ADayThatBeginsAtOneBeginsAtOne) {
-    const ZoneGuard cairo{"Africa/Cairo"}; // the clocks go from 0 to 1 on 24 April 2026
+    const ScopedVariable cairo{"TZ", "Africa/Cairo"}; // the clocks go from 0 to 1 on 24 April 2026
     EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20260424\r\n"), "2026-04-24", "2026-04-25"),
               (Texts{"2026-04-24T01:00:00+03:00..2026-04-25T00:00:00+03:00 (none)"}));
 }
 
 TEST_F(LocalEvents, ADaySkippedByItsZoneHasNoLength) {
-    const ZoneGuard apia{"Pacific/Apia"}; // 30 December 2011 did not take place there
+    const ScopedVariable apia{"TZ", "Pacific/Apia"}; // 30 December 2011 did not take place there
     EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20111230\r\n"), "2011-12-29", "2012-01-01"),
               (Texts{"2011-12-31T00:00:00+14:00..2011-12-31T00:00:00+14:00 (none)"}));
 }

@@ -29,7 +29,7 @@ TEST(LocalEventsInKhal, AreReadAsTheyWereWritten) {
     if (!outputOf("khal --version").starts_with("khal")) {
         GTEST_SKIP() << "khal is not installed";
     }
-    const ZoneGuard zone{"Europe/Berlin"};
+    const ScopedVariable zone{"TZ", "Europe/Berlin"};
     TemporaryHome home;
     home.write("Work", "displayname", "Work");
     const auto database = openEventDatabase();

@@ -42,7 +42,7 @@ protected:
     }
     Calendar list(std::size_t index) { return database->calendars(EntityType::reminder).at(index); }
 
-    ZoneGuard zone{"Europe/Berlin"};
+    ScopedVariable zone{"TZ", "Europe/Berlin"};
     TemporaryHome home;
     std::unique_ptr<EventDatabase> database = openEventDatabase();
 };
@@ -266,7 +266,7 @@ TEST_F(LocalReminders, WhatAnotherProgramChangesIsSeenByTheNextCall) {
 
 TEST_F(LocalReminders, AChangeOfTheUsersZoneIsSeenByTheNextCall) {
     EXPECT_EQ(due("DUE;VALUE=DATE:20261014\r\n"), "2026-10-14T00:00:00+02:00");
-    const ZoneGuard other{"Asia/Tokyo"};
+    const ScopedVariable other{"TZ", "Asia/Tokyo"};
     EXPECT_EQ(dateText(*fetched(*database).front().due), "2026-10-14T00:00:00+09:00");
 }
 

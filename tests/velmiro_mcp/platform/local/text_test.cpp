@@ -17,13 +17,12 @@ namespace {
 /// Sets the user's language while this object lives.
 class LanguageGuard {
 public:
-    explicit LanguageGuard(const std::optional<std::string>& language)
-        : language_{"LANG", language} {}
+    explicit LanguageGuard(const char* language) : language_{"LANG", language} {}
 
 private:
-    EnvironmentGuard all_{"LC_ALL", std::nullopt};
-    EnvironmentGuard time_{"LC_TIME", std::nullopt};
-    EnvironmentGuard language_;
+    ScopedVariable all_{"LC_ALL", nullptr};
+    ScopedVariable time_{"LC_TIME", nullptr};
+    ScopedVariable language_;
 };
 
 TEST(LocalText, FirstCharactersAreThoseThatTheUserSees) {
@@ -90,9 +89,9 @@ TEST(LocalText, ATextThatGrowsInLowercaseIsComparedWhole) {
 TEST(LocalText, TheLanguageIsTheLocaleForTimes) {
     const LanguageGuard german{"de_DE.UTF-8@euro"};
     EXPECT_EQ(userLocale(), "de_DE");
-    const EnvironmentGuard time{"LC_TIME", "fr_FR.UTF-8"};
+    const ScopedVariable time{"LC_TIME", "fr_FR.UTF-8"};
     EXPECT_EQ(userLocale(), "fr_FR");
-    const EnvironmentGuard all{"LC_ALL", "nl_NL"};
+    const ScopedVariable all{"LC_ALL", "nl_NL"};
     EXPECT_EQ(userLocale(), "nl_NL");
 }
 
@@ -116,11 +115,8 @@ TEST(LocalText, OnlyAWellFormedLanguageReachesTheLibrary) {
 }
 
 TEST(LocalText, WithoutALanguageDatesAreEnglish) {
-    const ZoneGuard zone{"UTC"};
-    for (const auto& language :
-         {std::optional<std::string>{}, std::optional<std::string>{""},
-          std::optional<std::string>{"C"}, std::optional<std::string>{"C.UTF-8"},
-          std::optional<std::string>{"POSIX"}}) {
+    const ScopedVariable zone{"TZ", "UTC"};
+    for (const char* language : {static_cast<const char*>(nullptr), "", "C", "C.UTF-8", "POSIX"}) {
         const LanguageGuard guard{language};
         const std::string text = localizedDateTime(at("2026-10-14T15:00:00Z"));
         EXPECT_NE(text.find("14 Oct 2026"), std::string::npos) << text;
@@ -129,7 +125,7 @@ TEST(LocalText, WithoutALanguageDatesAreEnglish) {
 }
 
 TEST(LocalText, ADateHasNoTime) {
-    const ZoneGuard zone{"UTC"};
+    const ScopedVariable zone{"TZ", "UTC"};
     const LanguageGuard language{"en_GB.UTF-8"};
     const std::string text = localizedDate(at("2026-10-14T15:37:00Z"));
     EXPECT_NE(text.find("2026"), std::string::npos) << text;
@@ -137,7 +133,7 @@ TEST(LocalText, ADateHasNoTime) {
 }
 
 TEST(LocalText, DatesAreInTheUsersLanguage) {
-    const ZoneGuard zone{"UTC"};
+    const ScopedVariable zone{"TZ", "UTC"};
     const auto textIn = [](const char* language) {
         const LanguageGuard guard{language};
         return localizedDateTime(at("2026-10-14T15:00:00Z"));
@@ -152,7 +148,7 @@ TEST(LocalText, TheZoneIsReadAtEachCall) {
     const LanguageGuard language{"en_GB.UTF-8"};
     const Instant noon = at("2026-07-14T12:00:00Z");
     const auto timeIn = [&](const char* name) {
-        const ZoneGuard zone{name};
+        const ScopedVariable zone{"TZ", name};
         const std::string text = localizedDateTime(noon);
         return text.substr(text.size() - 5);
     };
@@ -165,8 +161,8 @@ TEST(LocalText, TheZoneIsReadAtEachCall) {
 
 TEST(LocalText, AZoneFileWithoutANameIsAZone) {
     const TemporaryFolder folder;
-    std::filesystem::copy_file("/usr/share/zoneinfo/Asia/Tokyo", folder.path() + "/localtime");
-    const ZoneGuard zone{":" + folder.path() + "/localtime"};
+    std::filesystem::copy_file("/usr/share/zoneinfo/Asia/Tokyo", folder / "localtime");
+    const ScopedVariable zone{"TZ", (":" + folder / "localtime").c_str()};
     const LanguageGuard language{"en_GB.UTF-8"};
     EXPECT_NE(localizedDateTime(at("2026-07-14T12:00:00Z")).find("21:00"), std::string::npos);
 }

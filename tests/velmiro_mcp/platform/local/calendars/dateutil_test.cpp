@@ -136,8 +136,8 @@ std::string ours(const Case& one, ZoneCatalogue& zones) {
 
 TEST(DateUtil, FindsTheOccurrencesOfTwoThousandSeriesThatWeFind) {
     const TemporaryFolder folder;
-    const std::string questions = folder.path() + "/questions";
-    const std::string answers = folder.path() + "/answers";
+    const std::string questions = folder / "questions";
+    const std::string answers = folder / "answers";
     std::vector<Case> cases;
     CaseMaker make{2'026};
     std::ofstream file{questions};

@@ -186,7 +186,7 @@ TEST(LocalFile, DamagedFilesGiveValidTextAndNeverEndTheProgram) {
                  "RRULE:FREQ=MONTHLY;BYDAY=2MO,-1FR;BYSETPOS=1;UNTIL=20271231T000000Z\r\n"
                  "RDATE;VALUE=PERIOD:20260910T080000Z/PT1H,20260911T080000Z/20260911T090000Z\r\n"
                  "EXDATE:20260909T080000Z\r\nRECURRENCE-ID:20260909T080000Z\r\nEND:VEVENT\r\n");
-    const ZoneGuard zone{"Europe/Berlin"};
+    const ScopedVariable zone{"TZ", "Europe/Berlin"};
     std::mt19937 random{3};
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();

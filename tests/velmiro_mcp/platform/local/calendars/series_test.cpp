@@ -11,7 +11,7 @@ using Texts = std::vector<std::string>;
 
 class LocalSeries : public testing::Test {
 protected:
-    ZoneGuard zone_{"Europe/Berlin"};
+    ScopedVariable zone_{"TZ", "Europe/Berlin"};
 };
 
 /// Returns a series from 7 September 2026 (a Monday), 10:00 to 11:00 in Berlin, with more lines.
@@ -144,7 +144,7 @@ TEST_F(LocalSeries, ARemovedTimeAtWhichNoOccurrenceStartsRemovesNothing) {
 }
 
 TEST_F(LocalSeries, ATimeWithoutAZoneThatNamesAnOccurrenceIsOnTheClockOfTheSeries) {
-    const ZoneGuard elsewhere{"America/New_York"};
+    const ScopedVariable elsewhere{"TZ", "America/New_York"};
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=4\r\nEXDATE:20260908T100000\r\n"
                           "RDATE:20260912T100000\r\n",
                           change("RECURRENCE-ID:20260909T100000\r\n"
@@ -244,7 +244,7 @@ TEST_F(LocalSeries, TheEndOfAnAllDaySeriesMayBeADateOrItsMidnightInUTC) {
 }
 
 TEST_F(LocalSeries, AMidnightInUTCIsTheDateAlsoWhereThatIsTheEveningBefore) {
-    const ZoneGuard zone{"America/New_York"};
+    const ScopedVariable zone{"TZ", "America/New_York"};
     EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\n"
                                    "RRULE:FREQ=DAILY;UNTIL=20261012T000000Z\r\n"),
                          "2026-10-01", "2026-12-01")

@@ -32,7 +32,7 @@ protected:
         return found;
     }
 
-    ZoneGuard zone_{"UTC"};
+    ScopedVariable zone_{"TZ", "UTC"};
 };
 
 TEST_F(LocalVersions, TheHighestSequenceCountsWhereverItStands) {

@@ -21,7 +21,7 @@ struct Outcome {
 
 Outcome expand(const std::string& file, std::string_view start = "2026-09-01",
                std::string_view end = "2026-11-02") {
-    const ZoneGuard zone{"Europe/Berlin"};
+    const ScopedVariable zone{"TZ", "Europe/Berlin"};
     ZoneCatalogue zones;
     UserClock clock;
     Outcome outcome;
@@ -178,7 +178,7 @@ TEST(WorkBound, ALongNoteIsNotRepeatedWithoutEnd) {
 }
 
 TEST(WorkBound, OfTooManyOccurrencesTheEarliestStay) {
-    const ZoneGuard zone{"UTC"};
+    const ScopedVariable zone{"TZ", "UTC"};
     TemporaryHome home;
     for (const char* name : {"a.ics", "b.ics"}) {
         home.write("Work", name, eventFile("DTSTART:20260901T000000Z\r\nRRULE:FREQ=SECONDLY\r\n"));

@@ -122,10 +122,10 @@ TEST_F(AddressBook, ListsCopiesOnceAndFindsACopyThatAloneHasTheName) {
 
 TEST_F(AddressBook, FollowsLinksToFilesAndFolders) {
     const TemporaryFolder elsewhere;
-    writeFile(elsewhere.path() + "/a.vcf", card("linked"));
+    writeFile(elsewhere / "a.vcf", card("linked"));
     fs::create_directories(path());
     fs::create_directory_symlink(elsewhere.path(), path() + "/folder");
-    fs::create_symlink(elsewhere.path() + "/a.vcf", path() + "/file.vcf");
+    fs::create_symlink(elsewhere / "a.vcf", path() + "/file.vcf");
     fs::create_symlink("loop.vcf", path() + "/loop.vcf");
     fs::create_symlink("/nowhere", path() + "/gone.vcf");
     EXPECT_EQ(identifiers("linked"), (Texts{"file.vcf", "folder/a.vcf"}));
@@ -133,7 +133,7 @@ TEST_F(AddressBook, FollowsLinksToFilesAndFolders) {
 
 TEST_F(AddressBook, MayBeALinkItself) {
     const TemporaryFolder elsewhere;
-    writeFile(elsewhere.path() + "/a.vcf", card("linked"));
+    writeFile(elsewhere / "a.vcf", card("linked"));
     fs::create_directories(fs::path{path()}.parent_path());
     fs::create_directory_symlink(elsewhere.path(), path());
     EXPECT_EQ(contactsAuthorizationStatus(), ContactsAuthorizationStatus::authorized);

@@ -62,7 +62,7 @@ protected:
         return found;
     }
 
-    ZoneGuard zone{"Europe/Berlin"};
+    ScopedVariable zone{"TZ", "Europe/Berlin"};
     TemporaryHome home;
     std::unique_ptr<EventDatabase> database = openEventDatabase();
 };

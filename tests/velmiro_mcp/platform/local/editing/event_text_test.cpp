@@ -133,13 +133,13 @@ TEST(LocalEventText, DatesThatHaveNoFourDigitsAreRefused) {
 }
 
 TEST(LocalEventText, AnAllDayEventHasDatesAndItsEndIsTheDayAfter) {
-    const ZoneGuard zone{"Europe/Berlin"};
+    const ScopedVariable zone{"TZ", "Europe/Berlin"};
     EXPECT_EQ(datesOf(allDay("2026-10-14", "2026-10-15")), "20261014..20261015");
     EXPECT_EQ(datesOf(allDay("2026-10-14", "2026-10-17")), "20261014..20261017");
 }
 
 TEST(LocalEventText, ADayIsADayAlsoWhenTheClocksChange) {
-    const ZoneGuard zone{"Europe/Berlin"};
+    const ScopedVariable zone{"TZ", "Europe/Berlin"};
     const auto fromStart = [](std::string_view start, int hours) {
         NewEvent event = allDay(start, start);
         event.end = event.start + std::chrono::hours{hours};
@@ -148,14 +148,14 @@ TEST(LocalEventText, ADayIsADayAlsoWhenTheClocksChange) {
     EXPECT_EQ(fromStart("2026-10-25", 24), "20261025..20261026"); // ends at 23:00
     EXPECT_EQ(fromStart("2026-03-29", 24), "20260329..20260330"); // ends at 01:00 of the next day
     EXPECT_EQ(fromStart("2026-10-24", 48), "20261024..20261026");
-    const ZoneGuard cairo{"Africa/Cairo"};
+    const ScopedVariable cairo{"TZ", "Africa/Cairo"};
     EXPECT_EQ(fromStart("2026-04-24", 24), "20260424..20260425"); // begins at 01:00
-    const ZoneGuard apia{"Pacific/Apia"};
+    const ScopedVariable apia{"TZ", "Pacific/Apia"};
     EXPECT_EQ(fromStart("2011-12-29", 24), "20111229..20111231"); // the 30th was skipped
 }
 
 TEST(LocalEventText, TimesOfAnAllDayEventGiveTheNearestWholeDaysFromItsFirstDay) {
-    const ZoneGuard zone{"Europe/Berlin"};
+    const ScopedVariable zone{"TZ", "Europe/Berlin"};
     // The user was asked about the day of the start, however late in that day it is.
     EXPECT_EQ(datesOf(allDay("2026-10-14T15:00", "2026-10-15T15:00")), "20261014..20261015");
     EXPECT_EQ(datesOf(allDay("2026-10-14T23:59", "2026-10-15T00:10")), "20261014..20261015");

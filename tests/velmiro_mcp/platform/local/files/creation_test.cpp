@@ -36,7 +36,7 @@ protected:
 
     [[nodiscard]] std::string folder() const { return home_.calendars() + "/Work"; }
 
-    ZoneGuard zone_{"Europe/Berlin"};
+    ScopedVariable zone_{"TZ", "Europe/Berlin"};
     TemporaryHome home_;
     std::unique_ptr<EventDatabase> database_ = openEventDatabase();
     Calendar work_{"Work", "My work"};
@@ -121,28 +121,27 @@ INSTANTIATE_TEST_SUITE_P(Both, LocalFileCreation,
 TEST_P(LocalFileCreation, MakesTheWholeFileForTheUserAlone) {
     const std::string contents(300'000, 'x');
     ASSERT_EQ(createFile(folder_.path(), "a.ics", contents, GetParam()), std::error_code{});
-    EXPECT_EQ(readFile(folder_.path() + "/a.ics"), contents);
+    EXPECT_EQ(readFile(folder_ / "a.ics"), contents);
     EXPECT_EQ(namesIn(folder_.path()), (Texts{"a.ics"}));
     struct stat about{};
-    ASSERT_EQ(stat((folder_.path() + "/a.ics").c_str(), &about), 0);
+    ASSERT_EQ(stat((folder_ / "a.ics").c_str(), &about), 0);
     EXPECT_EQ(about.st_mode & 0777U, 0600U);
 }
 
 TEST_P(LocalFileCreation, NeverReplacesAFileNorALink) {
-    writeFile(folder_.path() + "/a.ics", "old");
-    std::filesystem::create_symlink("/nowhere", folder_.path() + "/b.ics");
+    writeFile(folder_ / "a.ics", "old");
+    std::filesystem::create_symlink("/nowhere", folder_ / "b.ics");
     EXPECT_EQ(createFile(folder_.path(), "a.ics", "new", GetParam()), std::errc::file_exists);
     EXPECT_EQ(createFile(folder_.path(), "b.ics", "new", GetParam()), std::errc::file_exists);
-    EXPECT_EQ(readFile(folder_.path() + "/a.ics"), "old");
+    EXPECT_EQ(readFile(folder_ / "a.ics"), "old");
     EXPECT_EQ(namesIn(folder_.path()), (Texts{"a.ics", "b.ics"}));
 }
 
 TEST_P(LocalFileCreation, ReturnsTheReasonOfAFailure) {
-    EXPECT_EQ(createFile(folder_.path() + "/none", "a.ics", "x", GetParam()),
+    EXPECT_EQ(createFile(folder_ / "none", "a.ics", "x", GetParam()),
               std::errc::no_such_file_or_directory);
-    writeFile(folder_.path() + "/file", "");
-    EXPECT_EQ(createFile(folder_.path() + "/file", "a.ics", "x", GetParam()),
-              std::errc::not_a_directory);
+    writeFile(folder_ / "file", "");
+    EXPECT_EQ(createFile(folder_ / "file", "a.ics", "x", GetParam()), std::errc::not_a_directory);
 }
 
 TEST_P(LocalFileCreation, AFileThatDoesNotFitLeavesNothing) {
@@ -162,12 +161,11 @@ TEST_P(LocalFileCreation, AFileThatDoesNotFitLeavesNothing) {
 TEST_P(LocalFileCreation, RemovesWhatADeadMakerLeftAndNothingElse) {
     const Texts others{".velmiro-x", ".x.tmp", "velmiro-x.tmp"};
     for (const std::string& name : others) {
-        writeFile(folder_.path() + "/" + name, "");
+        writeFile(folder_ / "" + name, "");
     }
-    writeFile(folder_.path() + "/.velmiro-new-dead.tmp", "half");
-    writeFile(folder_.path() + "/.velmiro-new-alive.tmp", "half");
-    const int alive =
-        open((folder_.path() + "/.velmiro-new-alive.tmp").c_str(), O_RDONLY | O_CLOEXEC);
+    writeFile(folder_ / ".velmiro-new-dead.tmp", "half");
+    writeFile(folder_ / ".velmiro-new-alive.tmp", "half");
+    const int alive = open((folder_ / ".velmiro-new-alive.tmp").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_GE(alive, 0);
     ASSERT_EQ(flock(alive, LOCK_EX), 0);
     ASSERT_EQ(createFile(folder_.path(), "a.ics", "x", GetParam()), std::error_code{});
@@ -211,7 +209,7 @@ TEST_P(LocalFileCreation, AMakerKilledAtAnyMomentLeavesNoPartOfAFile) {
         waitpid(child, nullptr, 0);
         for (const std::string& name : namesIn(folder_.path())) {
             if (name.ends_with(".ics")) {
-                ASSERT_EQ(readFile(folder_.path() + "/" + name).size(), contents.size()) << name;
+                ASSERT_EQ(readFile(folder_ / "" + name).size(), contents.size()) << name;
             } else {
                 ASSERT_TRUE(name.starts_with(".velmiro-")) << name;
             }
@@ -227,7 +225,7 @@ TEST(LocalFileCreationByDefault, MakesTheFileAndReplacesNone) {
     const TemporaryFolder folder;
     ASSERT_EQ(createFile(folder.path(), "a.ics", "x"), std::error_code{});
     EXPECT_EQ(createFile(folder.path(), "a.ics", "y"), std::errc::file_exists);
-    EXPECT_EQ(readFile(folder.path() + "/a.ics"), "x");
+    EXPECT_EQ(readFile(folder / "a.ics"), "x");
 }
 
 } // namespace

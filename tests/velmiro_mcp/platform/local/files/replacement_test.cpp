@@ -38,9 +38,7 @@ Replacement failed(std::errc error) {
 
 class LocalFileReplacement : public testing::TestWithParam<Replacing> {
 protected:
-    [[nodiscard]] std::string path(const std::string& name) const {
-        return folder_.path() + "/" + name;
-    }
+    [[nodiscard]] std::string path(const std::string& name) const { return folder_ / "" + name; }
     Replacement replace(const std::string& name, std::string_view expected,
                         std::string_view contents) {
         return replaceFile(path(name), expected, contents, GetParam());
@@ -180,33 +178,33 @@ TEST_P(LocalFileReplacement, KilledAtAnyMomentLeavesTheOldFileOrTheNew) {
 
 TEST(LocalFileReplacement, AVersionOfAnotherProgramLeftAsideIsNotRemoved) {
     const TemporaryFolder folder;
-    const std::string file = folder.path() + "/a.ics";
+    const std::string file = folder / "a.ics";
     writeFile(file, "new");
     const pid_t dead = fork();
     ASSERT_GE(dead, 0);
     if (dead == 0) {
         for (const char* contents : {"old", "new", "written by another program"}) {
-            writeFile(folder.path() + "/" + asideName("old", "new"), contents);
+            writeFile(folder / "" + asideName("old", "new"), contents);
         }
         _exit(0);
     }
     waitpid(dead, nullptr, 0);
     const std::string alive = asideName("old", "new");
-    writeFile(folder.path() + "/" + alive, "old");
+    writeFile(folder / "" + alive, "old");
     ASSERT_EQ(namesIn(folder.path()).size(), 5U);
     ASSERT_EQ(replaceFile(file, "new", "newer"), done);
     Texts left;
     for (const std::string& name : namesIn(folder.path())) {
-        left.push_back(readFile(folder.path() + "/" + name));
+        left.push_back(readFile(folder / "" + name));
     }
     std::ranges::sort(left);
     EXPECT_EQ(left, (Texts{"newer", "old", "written by another program"}));
-    EXPECT_TRUE(fs::exists(folder.path() + "/" + alive));
+    EXPECT_TRUE(fs::exists(folder / "" + alive));
 }
 
 TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
     const TemporaryFolder folder;
-    const std::string file = folder.path() + "/a.ics";
+    const std::string file = folder / "a.ics";
     writeFile(file, "0");
     constexpr int versions = 10'000;
     std::atomic<bool> finished = false;
@@ -223,8 +221,8 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
     };
     std::thread writer{[&] {
         for (int version = 1; version <= versions && lost == 0; ++version) {
-            writeFile(folder.path() + "/other", std::to_string(version));
-            fs::rename(folder.path() + "/other", file);
+            writeFile(folder / "other", std::to_string(version));
+            fs::rename(folder / "other", file);
             lost = appears(version) ? 0 : version;
         }
         finished = true;
@@ -256,7 +254,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatReplacesByRenameInALoop) {
 
 TEST(LocalFileReplacement, LosesNothingOfAWriterThatWritesInPlaceInALoop) {
     const TemporaryFolder folder;
-    const std::string file = folder.path() + "/a.ics";
+    const std::string file = folder / "a.ics";
     writeFile(file, "0");
     constexpr int versions = 500;
     std::atomic<bool> finished = false;
@@ -294,7 +292,7 @@ TEST(LocalFileReplacement, LosesNothingOfAWriterThatWritesInPlaceInALoop) {
 
 TEST(LocalFileReplacement, OneOfTwoChangesToTheSameVersionWins) {
     const TemporaryFolder folder;
-    const std::string file = folder.path() + "/a.ics";
+    const std::string file = folder / "a.ics";
     writeFile(file, "0");
     // Each adds one to the number it read, and tries again after a conflict: no addition is lost.
     constexpr int each = 300;

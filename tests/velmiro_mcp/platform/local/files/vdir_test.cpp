@@ -115,7 +115,7 @@ TEST(LocalCalendars, WithANameThatIsNotUTF8CanBeUsed) {
 TEST(LocalCalendars, AreFoldersAndLinksToFoldersThatAreNotHidden) {
     TemporaryHome home;
     const TemporaryFolder elsewhere;
-    writeFile(elsewhere.path() + "/a.ics", simple("linked"));
+    writeFile(elsewhere / "a.ics", simple("linked"));
     home.write("Real", "a.ics", simple("real"));
     home.write(".hidden", "a.ics", simple("hidden"));
     writeFile(home.calendars() + "/file", "");
@@ -294,18 +294,18 @@ TEST(LocalCalendars, WhereTheFolderIsAFileAreDenied) {
 }
 
 TEST(LocalFolders, TheHomeOfTheAccountStandsInForAnUnusableHome) {
-    const EnvironmentGuard unset{"HOME", std::nullopt};
+    const ScopedVariable unset{"HOME", nullptr};
     const std::string folder = applicationSupportDirectory();
     EXPECT_TRUE(folder.starts_with('/')) << folder;
     EXPECT_TRUE(folder.ends_with("/Library/Application Support")) << folder;
     for (const char* home : {"", "relative/home", "."}) {
-        const EnvironmentGuard unusable{"HOME", home};
+        const ScopedVariable unusable{"HOME", home};
         EXPECT_EQ(applicationSupportDirectory(), folder) << home;
     }
 }
 
 TEST(LocalFolders, TheFolderIsInTheHome) {
-    const EnvironmentGuard home{"HOME", "/home/someone/"};
+    const ScopedVariable home{"HOME", "/home/someone/"};
     EXPECT_EQ(applicationSupportDirectory(), "/home/someone/Library/Application Support");
 }
 

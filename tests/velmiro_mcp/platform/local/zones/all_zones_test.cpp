@@ -289,7 +289,7 @@ void forEachZone(
     static std::map<std::string, std::vector<Transition>> known; // by data: many have aliases
     EXPECT_GE(names.size(), 300U);
     for (const std::string& name : names) {
-        const ZoneGuard machine{name};
+        const ScopedVariable machine{"TZ", name.c_str()};
         const auto [changes, isNew] =
             known.try_emplace(readFile(std::string{zoneFolder} + "/" + name));
         if (isNew) {

@@ -49,7 +49,7 @@ TEST(LocalZone, HasTheOffsetsThatTheCLibraryHas) {
           "UTC"}) {
         const auto zone = systemZone(name, zoneFolder);
         ASSERT_TRUE(zone) << name;
-        const ZoneGuard machine{name};
+        const ScopedVariable machine{"TZ", name.c_str()};
         for (int round = 0; round < 3000; ++round) {
             const UTCTime time{seconds{instants(random)}};
             // Before its first change a zone has the local mean time of its place.
@@ -141,7 +141,7 @@ protected:
     /// Returns when it is 12:00 on 1 July 2026 in that zone, as a time in UTC; 12:00 would be the
     /// user's zone.
     std::string noonIn(const std::string& name, const std::string& before = "") {
-        const ZoneGuard zone{"UTC"};
+        const ScopedVariable zone{"TZ", "UTC"};
         const auto texts =
             listedFrom(eventFile("DTSTART;TZID=" + name + ":20260701T120000\r\n", before),
                        "2026-06-30", "2026-07-03");
@@ -169,7 +169,7 @@ TEST_F(LocalZoneNames, AnUnknownNameIsTheUsersZone) {
 
 TEST_F(LocalZoneNames, WithoutZoneFilesNamesAreKnownAllTheSame) {
     const TemporaryFolder empty;
-    const EnvironmentGuard folder{"TZDIR", empty.path()};
+    const ScopedVariable folder{"TZDIR", empty.path().c_str()};
     EXPECT_EQ(noonIn("Europe/Berlin"), "10:00");
     EXPECT_EQ(noonIn("/example.org/Europe/Berlin"), "10:00");
     EXPECT_EQ(noonIn("W. Europe Standard Time"), "10:00");
@@ -219,10 +219,9 @@ TEST_F(LocalZoneNames, AnyOtherNameIsItsVTIMEZONE) {
 
 TEST_F(LocalZoneNames, AnOlderNameIsKnownWhereItsFileIsMissing) {
     const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.path() + "/America");
-    writeFile(folder.path() + "/America/New_York",
-              readFile(std::string{zoneFolder} + "/America/New_York"));
-    const EnvironmentGuard variable{"TZDIR", folder.path()};
+    std::filesystem::create_directories(folder / "America");
+    writeFile(folder / "America/New_York", readFile(std::string{zoneFolder} + "/America/New_York"));
+    const ScopedVariable variable{"TZDIR", folder.path().c_str()};
     EXPECT_EQ(noonIn("US/Eastern", vtimezone("US/Eastern", endless)), "16:00");
 }
 
@@ -239,7 +238,7 @@ TEST_F(LocalZoneNames, ANameMayBeEscapedOrQuotedInEitherPlace) {
 }
 
 TEST_F(LocalZoneNames, AMovedOccurrenceIsFoundByANameWithEscapes) {
-    const ZoneGuard zone{"UTC"};
+    const ScopedVariable zone{"TZ", "UTC"};
     const std::string name = "\"(UTC+02:00) Athens, Bucharest, Istanbul\"";
     const std::string file =
         eventFile("SUMMARY:series\r\nDTSTART;TZID=" + name +
@@ -273,7 +272,7 @@ TEST_F(LocalZoneNames, WithoutAHintTheZoneBeforeIsTheTZOFFSETFROM) {
 }
 
 TEST_F(LocalZoneNames, TheExampleOfTheFormatItselfIsRight) {
-    const ZoneGuard zone{"UTC"};
+    const ScopedVariable zone{"TZ", "UTC"};
     const std::string vtimezone =
         "BEGIN:VTIMEZONE\r\nTZID:America/New_York\r\n"
         "BEGIN:STANDARD\r\nDTSTART:19981025T020000\r\nTZOFFSETFROM:-0400\r\n"
@@ -329,7 +328,7 @@ TEST_F(LocalZoneNames, AVTIMEZONELikeBerlinsIsBerlin) {
 }
 
 TEST_F(LocalZoneNames, EachCalendarOfAFileHasItsOwnVTIMEZONEs) {
-    const ZoneGuard zone{"UTC"};
+    const ScopedVariable zone{"TZ", "UTC"};
     const auto calendar = [](const std::string& offset) {
         return "BEGIN:VCALENDAR\nBEGIN:VEVENT\nUID:" + offset +
                "\nDTSTART;TZID=X:20260701T120000\nEND:VEVENT\n"

@@ -39,13 +39,17 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
-/// Starts the child with the default action of SIGPIPE, which we may be ignoring.
+/// Starts the child with the default actions of the signals that we may be ignoring: SIGPIPE, and
+/// those that a shell ignores in the background or `nohup` does.
 class Attributes {
 public:
     explicit Attributes(bool ignoreBrokenPipe) {
         ::posix_spawnattr_init(&attributes_);
         sigset_t restored;
         ::sigemptyset(&restored);
+        for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+            ::sigaddset(&restored, signal);
+        }
         if (!ignoreBrokenPipe) {
             ::sigaddset(&restored, SIGPIPE);
         }

@@ -233,7 +233,7 @@ Instant startOfDay(int year, int month, int day) {
 }
 
 Instant startOfToday() {
-    const auto now = std::chrono::floor<milliseconds>(std::chrono::system_clock::now());
+    const Instant now = currentInstant();
     const WallTime today = wallTime(now);
     return startOfDay(today.year, today.month, today.day);
 }

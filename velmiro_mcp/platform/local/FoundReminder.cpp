@@ -82,10 +82,6 @@ PlatformError unknownEnd(const std::string& list, const Replacement& replacement
     return PlatformError{text};
 }
 
-Instant now() {
-    return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
-}
-
 enum class Attempt {
     completed,
     conflict, ///< another program changed the file after it was found; nothing was saved
@@ -103,7 +99,7 @@ Attempt tryToComplete(const FoundReminder& found, const std::string& identifier,
     if (!index) {
         return Attempt::conflict;
     }
-    const Completion change = completed(*bytes, *index, now(), files.zones());
+    const Completion change = completed(*bytes, *index, currentInstant(), files.zones());
     std::optional<NextFile> next;
     if (change.next) {
         next.emplace(found.collection, list, *change.next);

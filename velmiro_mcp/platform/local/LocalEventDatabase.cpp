@@ -26,10 +26,6 @@ std::optional<Calendar> firstWritable(EntityType type) {
     return collection ? std::optional{calendarOf(*collection)} : std::nullopt;
 }
 
-Instant now() {
-    return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
-}
-
 /// Adds a file for a new item and returns the item's UID, for which `textFor` writes the file.
 template <typename TextFor>
 std::string addItem(EntityType type, const Calendar& calendar, const TextFor& textFor) {
@@ -107,8 +103,9 @@ public:
     }
 
     std::string saveEvent(const NewEvent& event, const Calendar& calendar) override {
-        return addItem(EntityType::event, calendar,
-                       [&](const std::string& uid) { return eventFileText(event, uid, now()); });
+        return addItem(EntityType::event, calendar, [&](const std::string& uid) {
+            return eventFileText(event, uid, currentInstant());
+        });
     }
 
     void fetchReminders(const ReminderQuery& query, RemindersFound found) override {
@@ -138,7 +135,7 @@ public:
 
     std::string saveReminder(const NewReminder& reminder, const Calendar& list) override {
         return addItem(EntityType::reminder, list, [&](const std::string& uid) {
-            return reminderFileText(reminder, uid, now());
+            return reminderFileText(reminder, uid, currentInstant());
         });
     }
 

@@ -3,6 +3,7 @@
 #include "MCPStdio/transport/Descriptor.hpp"
 #include "velmiro_mcp/base/ArgumentPointers.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
+#include "velmiro_mcp/base/SignalBlock.hpp"
 
 #include <algorithm>
 #include <array>
@@ -83,25 +84,8 @@ void endWith(pid_t parent) noexcept {
     ::_exit(127);
 }
 
-/// Blocks all signals, as the child must not run a handler of ours in our memory: none reaches it
-/// before its signals are reset.
-class SignalsBlocked {
-public:
-    SignalsBlocked() noexcept {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-private:
-    sigset_t before_{};
-};
-
 pid_t startInOurMemory(const Program& program) {
-    const SignalsBlocked blocked;
+    const SignalBlock blocked; // in our memory no handler of ours may run
     // NOLINTBEGIN(*.vfork, *.Vfork, bugprone-unsafe-functions): for the reasons above
     const pid_t child = ::vfork();
     if (child == 0) {

@@ -1,7 +1,9 @@
 #include "velmiro_mcp/ports/ProgramStart.hpp"
 
+#include "MCPStdio/transport/Descriptor.hpp"
 #include "velmiro_mcp/base/ArgumentPointers.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
+#include "velmiro_mcp/base/SignalBlock.hpp"
 
 #include <array>
 #include <cerrno>
@@ -22,6 +24,8 @@ extern "C" char** environ; // POSIX leaves its declaration to the program
 
 namespace velmiro {
 namespace {
+
+using MCPStdio::Descriptor;
 
 [[noreturn]] void fail(int why) {
     throw std::system_error{why, std::system_category()};
@@ -83,56 +87,32 @@ private:
 class ErrorPipe {
 public:
     ErrorPipe() {
-        check(::pipe(ends_.data()) == 0 ? 0 : errno);
-        for (const int end : ends_) {
+        std::array<int, 2> ends{};
+        check(::pipe(ends.data()) == 0 ? 0 : errno);
+        for (const int end : ends) {
             ::fcntl(end, F_SETFD, FD_CLOEXEC);
         }
-    }
-    ErrorPipe(const ErrorPipe&) = delete;
-    ErrorPipe& operator=(const ErrorPipe&) = delete;
-    ~ErrorPipe() {
-        ::close(ends_[0]);
-        closeWriting();
+        reading_ = Descriptor{ends[0]};
+        writing_ = Descriptor{ends[1]};
     }
 
-    void closeWriting() noexcept {
-        if (ends_[1] >= 0) {
-            ::close(ends_[1]);
-            ends_[1] = -1;
-        }
-    }
+    void closeWriting() noexcept { writing_.close(); }
     void write(int why) const noexcept {
-        static_cast<void>(::write(ends_[1], &why, sizeof why) == sizeof why);
+        static_cast<void>(::write(writing_.get(), &why, sizeof why) == sizeof why);
     }
     /// Returns the error that the child reported; zero if there is none.
     [[nodiscard]] int read() const noexcept {
         int why = 0;
         ssize_t count = 0;
         do {
-            count = ::read(ends_[0], &why, sizeof why);
+            count = ::read(reading_.get(), &why, sizeof why);
         } while (count < 0 && errno == EINTR);
         return count == sizeof why ? why : 0;
     }
 
 private:
-    std::array<int, 2> ends_{-1, -1};
-};
-
-/// Blocks all signals for a scope, so that the child runs no handler of ours before it has become
-/// the program.
-class SignalBlock {
-public:
-    SignalBlock() noexcept {
-        sigset_t all;
-        sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    SignalBlock(const SignalBlock&) = delete;
-    SignalBlock& operator=(const SignalBlock&) = delete;
-    ~SignalBlock() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-private:
-    sigset_t before_{};
+    Descriptor reading_;
+    Descriptor writing_;
 };
 
 } // namespace

@@ -17,8 +17,6 @@
 namespace velmiro::local {
 namespace {
 
-constexpr std::size_t largestFile = 32UL << 20;
-
 /// Calls `read`, and reports its failure as one of reading `what`.
 template <typename Read>
 void reading(const std::string& what, const Read& read) {
@@ -57,7 +55,7 @@ public:
     /// from the root to the file's name.
     bool readFile(ContactCache::Reader& reader, const std::string& name,
                   const std::string& prefix) {
-        const auto file = reader.read(name, largestFile, [&](std::string bytes) {
+        const auto file = reader.read(name, largestItem, [&](std::string bytes) {
             return read_(std::move(bytes), prefix + name);
         });
         if (!file) {

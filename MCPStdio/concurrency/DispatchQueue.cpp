@@ -1,8 +1,10 @@
 #include "MCPStdio/concurrency/DispatchQueue.hpp"
 
 #include <chrono>
+#include <new>
 #include <pthread.h>
 #include <thread>
+#include <utility>
 
 namespace MCPStdio {
 namespace {
@@ -17,6 +19,18 @@ constexpr auto patience = std::chrono::milliseconds{1};
 constexpr std::size_t stackSize = std::size_t{1} << 20U;
 
 } // namespace
+
+/// The queue's record of one thread. Never freed, because a thread may end before the one that has
+/// called it gets to wake it. A later thread reuses the record; at worst it wakes once for nothing.
+struct DispatchQueue::Worker {
+    explicit Worker(DispatchQueue& owner) : queue{owner} {}
+
+    DispatchQueue& queue;
+    Condition wake;
+    bool asleep = false;     ///< it is in the list of sleepers
+    Worker* older = nullptr; ///< fell asleep before this one; among spare ones, the next
+    Worker* newer = nullptr; ///< fell asleep after this one
+};
 
 void JobList::push(Job& job) noexcept {
     job.next = nullptr;
@@ -40,6 +54,7 @@ DispatchQueue& DispatchQueue::global() {
 // Threads are notified after the lock is released; otherwise they would wake only to wait for it.
 
 void DispatchQueue::async(Job& job) {
+    Worker* sleeper = nullptr;
     {
         const MutexLock lock{mutex_};
         short_.push(job);
@@ -53,17 +68,20 @@ void DispatchQueue::async(Job& job) {
             return;
         }
         needThread();
+        sleeper = callSleeper();
     }
-    wake_.notifyOne();
+    wake(sleeper);
 }
 
 void DispatchQueue::asyncBlocking(Job& job) {
+    Worker* sleeper = nullptr;
     {
         const MutexLock lock{mutex_};
         blocking_.push(job);
         needThread();
+        sleeper = callSleeper();
     }
-    wake_.notifyOne();
+    wake(sleeper);
 }
 
 /// Returns whether there is a role that an idle thread could take now.
@@ -93,6 +111,15 @@ void DispatchQueue::needThread() {
 }
 
 bool DispatchQueue::startThread() {
+    Worker* worker = spare_;
+    if (worker != nullptr) {
+        spare_ = worker->older;
+    } else {
+        worker = new (std::nothrow) Worker{*this};
+        if (worker == nullptr) {
+            return false;
+        }
+    }
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
@@ -100,13 +127,15 @@ bool DispatchQueue::startThread() {
     pthread_t thread{};
     const int error = pthread_create(
         &thread, &attributes,
-        [](void* queue) -> void* {
-            static_cast<DispatchQueue*>(queue)->work();
+        [](void* started) -> void* {
+            auto& self = *static_cast<Worker*>(started);
+            self.queue.work(self);
             return nullptr;
         },
-        this);
+        worker);
     pthread_attr_destroy(&attributes);
     if (error != 0) {
+        worker->older = std::exchange(spare_, worker);
         return false;
     }
     ++threads_;
@@ -115,10 +144,10 @@ bool DispatchQueue::startThread() {
 }
 
 /// A thread's main function: takes one role after another until there has been none for a while.
-void DispatchQueue::work() noexcept {
+void DispatchQueue::work(Worker& self) noexcept {
     const MutexLock lock{mutex_};
     --starting_;
-    while (waitForWork()) {
+    while (waitForWork(self)) {
         if (openRunners_ > 0) {
             --openRunners_;
             runShortJobs();
@@ -134,10 +163,11 @@ void DispatchQueue::work() noexcept {
         }
     }
     --threads_;
+    self.older = std::exchange(spare_, &self);
 }
 
 /// Returns false if the thread may end.
-bool DispatchQueue::waitForWork() {
+bool DispatchQueue::waitForWork(Worker& self) {
     if (hasRole()) {
         return true;
     }
@@ -145,11 +175,54 @@ bool DispatchQueue::waitForWork() {
     do {
         const auto deadline = Clock::now() + idleTime;
         while (!hasRole() && Clock::now() < deadline) {
-            wake_.waitUntil(mutex_, deadline);
+            fallAsleep(self);
+            self.wake.waitUntil(mutex_, deadline);
         }
     } while (!hasRole() && !mayBlock()); // the last one stays while the others block
+    leaveSleepers(self);
     --idle_;
     return hasRole();
+}
+
+// The thread that fell asleep last is called first. Called in turn, all would stay: short jobs that
+// trickle in would wake each of a thousand threads before its idle time is over.
+
+/// Also puts back a thread that was called and found no work.
+void DispatchQueue::fallAsleep(Worker& worker) {
+    if (!worker.asleep) {
+        worker.asleep = true;
+        worker.newer = nullptr;
+        worker.older = std::exchange(sleepers_, &worker);
+        if (worker.older != nullptr) {
+            worker.older->newer = &worker;
+        }
+    }
+}
+
+void DispatchQueue::leaveSleepers(Worker& worker) {
+    if (worker.asleep) {
+        worker.asleep = false;
+        (worker.newer == nullptr ? sleepers_ : worker.newer->older) = worker.older;
+        if (worker.older != nullptr) {
+            worker.older->newer = worker.newer;
+        }
+    }
+}
+
+/// Returns the thread to wake for a role that was opened. Null if none is asleep: then one is
+/// starting, or about to look for work.
+DispatchQueue::Worker* DispatchQueue::callSleeper() {
+    Worker* const worker = sleepers_;
+    if (worker != nullptr) {
+        leaveSleepers(*worker);
+    }
+    return worker;
+}
+
+void DispatchQueue::wake(Worker* worker) noexcept {
+    if (worker != nullptr) {
+        worker->wake.notifyOne();
+    }
 }
 
 void DispatchQueue::runShortJobs() {
@@ -172,7 +245,7 @@ bool DispatchQueue::watch() {
             ++runners_;
             ++openWatchers_; // watches this thread, should it block as well
             needThread();
-            wake_.notifyOne();
+            wake(callSleeper());
             return true;
         }
     }

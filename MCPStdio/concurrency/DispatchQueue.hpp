@@ -42,7 +42,8 @@ private:
 
 /// The process's thread pool. There is one, and it is never destroyed.
 ///
-/// Threads are started on demand and end after being idle for a while. There are two kinds of jobs:
+/// Threads are started on demand and end after being idle for a while; of the idle ones, the last to
+/// become so is woken first. There are two kinds of jobs:
 ///
 /// Blocking jobs are declared as such by their callers: a socket exchange, a child process. Each
 /// runs immediately, on a thread of its own; a thousand of them are a thousand sleeping threads.
@@ -106,10 +107,16 @@ public:
     }
 
 private:
+    struct Worker;
+
     void needThread() MCPSTDIO_REQUIRES(mutex_);
     bool startThread() MCPSTDIO_REQUIRES(mutex_);
-    void work() noexcept;
-    bool waitForWork() MCPSTDIO_REQUIRES(mutex_);
+    void work(Worker& self) noexcept;
+    bool waitForWork(Worker& self) MCPSTDIO_REQUIRES(mutex_);
+    void fallAsleep(Worker& worker) MCPSTDIO_REQUIRES(mutex_);
+    void leaveSleepers(Worker& worker) MCPSTDIO_REQUIRES(mutex_);
+    Worker* callSleeper() MCPSTDIO_REQUIRES(mutex_);
+    static void wake(Worker* worker) noexcept;
     void runShortJobs() MCPSTDIO_REQUIRES(mutex_);
     bool watch() MCPSTDIO_REQUIRES(mutex_);
     void runUnlocked(Job& job) MCPSTDIO_REQUIRES(mutex_);
@@ -117,7 +124,8 @@ private:
     [[nodiscard]] bool mayBlock() const MCPSTDIO_REQUIRES(mutex_);
 
     Mutex mutex_;
-    Condition wake_;
+    Worker* sleepers_ MCPSTDIO_GUARDED_BY(mutex_) = nullptr; ///< a list, the last to sleep first
+    Worker* spare_ MCPSTDIO_GUARDED_BY(mutex_) = nullptr;    ///< a list of those without a thread
     Condition nap_; ///< the watcher sleeps on it; never notified
     JobList short_ MCPSTDIO_GUARDED_BY(mutex_);
     JobList blocking_ MCPSTDIO_GUARDED_BY(mutex_);

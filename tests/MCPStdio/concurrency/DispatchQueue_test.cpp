@@ -76,6 +76,49 @@ TEST(DispatchQueue, ABurstOfShortJobsNeedsFewThreads) {
     EXPECT_LT(threads.size(), 200U);
 }
 
+namespace {
+
+std::atomic<int> endedThreads{0};
+
+/// Counts the end of each thread that has touched its own.
+struct ThreadEnd {
+    bool touched = false;
+    ~ThreadEnd() { endedThreads += touched ? 1 : 0; }
+};
+thread_local ThreadEnd threadEnd;
+
+} // namespace
+
+// Woken in turn, each of many threads would find work again before its idle time is over.
+TEST(DispatchQueue, IdleThreadsEndWhileShortJobsTrickleIn) {
+    constexpr int crowd = 100;
+    endedThreads = 0;
+    std::latch allArrived{crowd};
+    const auto gather = [&]() -> Task<> {
+        TaskGroup group;
+        const auto meet = [](std::latch& latch) -> Task<> {
+            auto call = blocking([&latch] {
+                threadEnd.touched = true;
+                latch.arrive_and_wait();
+                return 0;
+            });
+            co_await call;
+        };
+        for (int i = 0; i < crowd; ++i) {
+            group.add(meet(allArrived));
+        }
+        co_await group.finish();
+    };
+    syncWait(gather());
+
+    const auto hop = []() -> Task<> { co_await DispatchQueue::global().hop(); };
+    const auto deadline = std::chrono::steady_clock::now() + 30s;
+    while (endedThreads < crowd - 10 && std::chrono::steady_clock::now() < deadline) {
+        syncWait(hop());
+    }
+    EXPECT_GE(endedThreads, crowd - 10);
+}
+
 TEST(DispatchQueue, ManyThreadsMayQueueJobsConcurrently) {
     std::atomic<int> done{0};
     const auto hops = [&]() -> Task<> {

@@ -1,21 +1,15 @@
-# Shared by the commands: where things are, what a machine must have, how a preset is built.
-# Sourced, never run. Standard output is left to the caller: the server speaks on it.
+# What the commands share: where things are, what a machine must have, how a preset is built.
+# Sourced, never run. Standard output belongs to the caller, because the server speaks on it.
 # shellcheck shell=bash
 
 set -euo pipefail
 cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
 
-# Where our C++ lies.
+# What a machine can be prepared for.
+purposes=(build run bench test unit process end_to_end gnustep sanitizers macos lint all)
+
+# The folders of our C++.
 cpp_folders=(MCPStdio velmiro_mcp approval_host examples support demo tests bench)
-# shellcheck disable=SC2034 # for those who source this
-end_to_end=tests/end_to_end
-osascript=osascript
-# shellcheck disable=SC2034
-zig=cmake/macos
-# shellcheck disable=SC2034
-typescript_peer=bench/peers/typescript_sdk
-# shellcheck disable=SC2034
-draw=bench/draw
 
 say() { printf '%s\n' "$*" >&2; }
 die() {
@@ -23,27 +17,45 @@ die() {
     exit 1
 }
 
-# What each purpose needs, by the names Debian 12 gives. Its versions are the ones we support:
+# What each purpose needs, by the names of Debian 12, whose versions are the oldest supported:
 # g++ 12.2, cmake 3.25, libical 3.0.16, ICU 72.1; clang 19.1 for sanitizers and lint, LLVM 19.1 for
 # macOS; khal 0.10.5, todoman 4.1.0, khard 0.18.0; Node.js 18.
 packages_for() {
-    # The libraries that the server loads as it runs come with their headers.
+    # The libraries that the server loads at run time are installed with their headers.
     local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
-    local clang='clang-19 libclang-rt-19-dev'
     local run="$build nodejs npm ca-certificates"
-    local test="$run $clang libgtest-dev libgmock-dev khal todoman khard mutt notmuch python3 python3-dateutil strace"
-    test+=' bsdutils libgnustep-base-dev libobjc-12-dev libblocksruntime-dev'
-    local lint="$run $clang clang-format-19 clang-tidy-19 libgtest-dev libgmock-dev shellcheck"
-    local macos="$run clang-19 llvm-19 file"
+    local unit="$build libgtest-dev libgmock-dev python3 python3-dateutil"
+    local process="$run $unit strace bsdutils"
+    local end_to_end="$process khal todoman khard mutt notmuch"
+    local clang='clang-19 libclang-rt-19-dev'
+    local sanitizers="$unit $clang"
+    local gnustep="$process $clang libgnustep-base-dev libobjc-12-dev libblocksruntime-dev"
+    local macos="$run python3 clang-19 llvm-19 file"
+    local lint="$run $unit $clang clang-format-19 clang-tidy-19 shellcheck"
     local bench="$run nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
-    build | run | test | lint | macos | bench) echo "${!1}" ;;
-    all) echo "$test $lint $macos $bench" ;;
-    *) die "unknown purpose '$1': build, run, test, lint, macos, bench or all" ;;
+    build | run | unit | process | end_to_end | sanitizers | gnustep | macos | lint | bench) echo "${!1}" ;;
+    test) echo "$end_to_end" ;;
+    all) echo "$end_to_end $sanitizers $gnustep $macos $lint $bench" ;;
+    *) die "unknown purpose '$1': ${purposes[*]}" ;;
     esac
 }
 
-# Those of the packages given that are not installed. Node.js counts wherever it came from.
+# The folders that each purpose needs packages from npm for; after a colon, all or what is needed to run.
+npm_folders_for() {
+    local stand_in=osascript peer=bench/peers/typescript_sdk draw=bench/draw
+    case $1 in
+    run) echo $stand_in:production ;;
+    process | gnustep) echo $stand_in:all ;;
+    test | end_to_end) echo $stand_in:all tests/end_to_end:all ;;
+    macos) echo cmake/macos:all ;;
+    lint) echo $stand_in:all $peer:all $draw:all ;;
+    bench) echo $stand_in:production $peer:production $draw:production ;;
+    all) echo $stand_in:all tests/end_to_end:all cmake/macos:all $peer:all $draw:all ;;
+    esac
+}
+
+# Prints those of the packages that are not installed. Node.js counts wherever it came from.
 missing_packages() {
     local installed package
     installed=$(dpkg-query -W -f '${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null || true)
@@ -64,8 +76,16 @@ as_root() {
     fi
 }
 
-# Installs what is missing for a purpose; does nothing, in milliseconds, when nothing is.
+# Installs what a purpose needs; takes milliseconds if nothing is missing.
 install_for() {
+    local folder
+    install_packages_for "$1"
+    for folder in $(npm_folders_for "$1"); do
+        install_npm_packages "${folder%:*}" "${folder#*:}"
+    done
+}
+
+install_packages_for() {
     local -a wanted missing
     local log
     read -ra wanted <<<"$(packages_for "$1")"
@@ -89,56 +109,69 @@ install_for() {
     rm -f "$log"
 }
 
-# Configures a preset when its settings changed, and builds what is not up to date. One at a time
-# for each preset: two hosts may start the server in the same moment.
+# Configures a preset if its settings changed, and builds what is out of date. A lock for each preset,
+# because two hosts may start the server at the same moment.
 configure_preset() {
     local output
-    if [[ ! -e build/$1/build.ninja || CMakePresets.json -nt build/$1/.configured ]]; then
-        output=$(cmake --preset "$1" 2>&1) || die "$output"
-        touch "build/$1/.configured"
-    fi
-}
-build_preset() {
-    local quiet=--quiet preset=$1
-    local -a targets=("${@:2}")
-    ((${#targets[@]} == 0)) || targets=(--target "${targets[@]}")
     mkdir -p build
-    if [[ ! -e build/$preset/.configured ]]; then
-        say "building $preset"
-        [[ ! -t 2 ]] || quiet= # the first build takes a while: show how far it is
-    fi
     (
         flock 9
-        configure_preset "$preset"
-        if [[ -n $quiet ]]; then
-            cmake --build "build/$preset" "${targets[@]}" -- $quiet 2>&1 | { grep -v '^-- \|^ninja: no work to do' || true; }
+        [[ ! -e build/$1/build.ninja || CMakePresets.json -nt build/$1/.configured ]] || exit 0
+        output=$(cmake --preset "$1" 2>&1) || die "$output"
+        touch "build/$1/.configured"
+    ) 9>"build/$1.lock" </dev/null
+}
+build_preset() {
+    local preset=$1
+    local -a targets=("${@:2}")
+    ((${#targets[@]} == 0)) || targets=(--target "${targets[@]}")
+    configure_preset "$preset"
+    (
+        flock 9
+        if [[ -t 2 ]]; then
+            NINJA_STATUS="$preset [%f/%t] " cmake --build "build/$preset" "${targets[@]}"
         else
-            cmake --build "build/$preset" "${targets[@]}"
+            NINJA_STATUS='[%f/%t] ' cmake --build "build/$preset" "${targets[@]}" 2>&1 | show_progress "$preset"
         fi >&2
     ) 9>"build/$preset.lock" </dev/null
 }
 
-# What a folder takes from npm, once for each state of its lock file: install_npm_packages FOLDER
-# [production]. No install hooks: nothing here needs one.
+# Passes on what a build prints, but its steps only now and then.
+show_progress() {
+    local line shown=$SECONDS
+    while IFS= read -r line; do
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\]\  ]]; then
+            if ((SECONDS - shown >= 15)); then
+                printf 'building %s: %s of %s\n' "$1" "${BASH_REMATCH[@]:1}"
+                shown=$SECONDS
+            fi
+        elif [[ $line != '-- '* && $line != 'ninja: no work to do.' ]]; then
+            printf '%s\n' "$line"
+        fi
+    done
+}
+
+# Installs a folder's packages from npm, all or what production needs, once for each state of its lock
+# file. No install hooks run, because nothing here needs one.
 install_npm_packages() {
-    local folder=$1 which=${2:-all} state
+    local folder=$1 which=$2 state
     local -a options=(--ignore-scripts --no-audit --no-fund --loglevel=error)
     state=$folder/node_modules/.installed-$(sha256sum <"$folder/package-lock.json" | cut -c1-16)
     [[ ! -e $state-all && ! -e $state-$which ]] || return 0
     [[ $which == all ]] || options+=(--omit=dev)
     say "installing the packages of $folder"
-    # npm looks at the folder it runs in, and warns of the machine's Node.js being too old.
+    # npm works on its current folder; it also warns if the machine's Node.js is too old.
     (cd "$folder" && npm ci "${options[@]}") >&2 </dev/null || die "npm ci failed in $folder"
     touch "$state-$which"
 }
 
-# What running the server takes: the release build, and what its scripts run on.
+# Makes the release build, and what its scripts need, ready to run.
 prepare_release() {
+    install_for run
     build_preset release
-    install_npm_packages $osascript production
 }
 
-# Every C++ and Objective-C++ file of ours, one a line.
+# Prints every C++ and Objective-C++ file of ours, one a line.
 cpp_files() {
     local folder
     for folder in "${cpp_folders[@]}"; do

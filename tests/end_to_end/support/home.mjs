@@ -8,10 +8,10 @@ import { dirname, join, relative } from 'node:path';
 import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
 
-const binaries = fileURLToPath(new URL('../../../build/release/bin/', import.meta.url));
+const build = process.env.BUILD_FOLDER ?? fileURLToPath(new URL('../../../build/release', import.meta.url));
 
 /** @param {string} name */
-export const binary = (name) => join(binaries, name);
+export const binary = (name) => join(build, 'bin', name);
 
 /**
  * The lines that a child process prints.

@@ -1,4 +1,4 @@
-# How every target of this project is built. Included once, from the top.
+# How every target of this project is built. Included once, by the top folder.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -11,7 +11,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 
-# Which folder of velmiro_mcp/platform is built in. On Linux `macos` is for its tests.
+# The folder of velmiro_mcp/platform to build. On Linux `macos` is for its tests.
 if(APPLE)
     set(platform macos)
 else()
@@ -22,7 +22,6 @@ if(VELMIRO_PLATFORM STREQUAL macos)
     include("${CMAKE_SOURCE_DIR}/velmiro_mcp/platform/macos/ObjectiveC.cmake")
 endif()
 
-# address (with undefined behaviour), thread, or nothing.
 set(VELMIRO_SANITIZE "" CACHE STRING "Sanitizers to build with: address, thread or empty")
 if(VELMIRO_SANITIZE STREQUAL "address")
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
@@ -37,11 +36,25 @@ endif()
 
 option(VELMIRO_STATIC_RUNTIME "Link the C++ runtime into each program: it starts faster" OFF)
 if(VELMIRO_STATIC_RUNTIME)
-    # Of the runtime most is for streams and locales, which nothing here uses: without them programs
-    # are half as large. What the start has to relocate is packed, or it would read 80 KB of records.
+    # Most of the runtime is for streams and locales, which nothing here uses: without them programs
+    # are half as large. Relocations are packed, or each start would read 80 KB of records.
     add_link_options(-static-libstdc++ -static-libgcc LINKER:--gc-sections
                      LINKER:-z,pack-relative-relocs)
 endif()
+
+# Precompiled headers save half of the compiler's time, but they hide a missing include: at least one
+# build goes without them.
+option(VELMIRO_PRECOMPILE "Precompile the standard headers that many files include" OFF)
+set(VELMIRO_PRECOMPILED "") # the target whose headers the folder's targets share
+function(velmiro_precompile name)
+    file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/${name}.cpp" CONTENT "")
+    add_library(${name} OBJECT "${CMAKE_BINARY_DIR}/${name}.cpp")
+    velmiro_strict(${name})
+    target_precompile_headers(
+        ${name} PRIVATE <algorithm> <array> <atomic> <chrono> <cstdint> <filesystem> <functional>
+                        <map> <memory> <optional> <string> <string_view> <utility> <variant> <vector>
+                        ${ARGN})
+endfunction()
 
 # Compiles a target under the project's warnings, each of them an error.
 function(velmiro_strict target)
@@ -49,7 +62,18 @@ function(velmiro_strict target)
         ${target}
         PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor
                 -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wimplicit-fallthrough -Werror
-                # libstdc++ 12's own stable_sort calls what it declares deprecated; g++ still checks.
+                # libstdc++ 12's own stable_sort calls what it declares deprecated; g++ still warns.
                 $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety -Wextra-semi
                 -Wno-deprecated-declarations>)
+    if(VELMIRO_PRECOMPILED)
+        target_precompile_headers(${target} REUSE_FROM ${VELMIRO_PRECOMPILED})
+        # Of a precompiled header g++ 12 forgets that it is the system's: it then reports a false
+        # positive within std::string.
+        target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>)
+    endif()
 endfunction()
+
+if(VELMIRO_PRECOMPILE)
+    velmiro_precompile(standard_headers)
+    set(VELMIRO_PRECOMPILED standard_headers)
+endif()

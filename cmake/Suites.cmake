@@ -12,10 +12,15 @@
 # takes one. The entries of the highest COST start first. One that exceeds its TIMEOUT fails, because a
 # hang has to end; the limit is generous, because a busy machine is not a hang.
 
+option(VELMIRO_LINT "Register what checks the sources, and no test" OFF)
+
 function(velmiro_test name)
     set(flags GOOGLETEST TAP WAITS)
     set(values FILTER SHARDS TIMEOUT COST)
     cmake_parse_arguments(PARSE_ARGV 1 test "${flags}" "${values}" "LABELS;COMMAND;ENVIRONMENT")
+    if(VELMIRO_LINT AND NOT lint IN_LIST test_LABELS)
+        return()
+    endif()
     if(NOT test_SHARDS)
         set(test_SHARDS 1)
     endif()

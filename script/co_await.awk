@@ -1,6 +1,6 @@
-# g++ 12 miscompiles a co_await inside a condition or beside a braced list. So it is a whole
-# statement, or all that a variable is made from, and no brace stands in that statement.
-# Prints file:line for each place that is neither.
+# g++ 12 miscompiles a co_await inside a condition or in a statement with a braced list. So a co_await
+# must be a whole statement or a variable's whole initializer, without a brace in that statement.
+# Prints file:line for each one that is neither.
 
 function flag() { printf "%s:%d: co_await is not a statement of its own\n", FILENAME, begun }
 

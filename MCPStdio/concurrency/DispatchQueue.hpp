@@ -42,8 +42,8 @@ private:
 
 /// The process's thread pool. There is one, and it is never destroyed.
 ///
-/// Threads are started on demand and end after being idle for a while; of the idle ones, the last to
-/// become so is woken first. There are two kinds of jobs:
+/// Threads are started on demand and end after being idle for a while. The last to become idle is
+/// woken first. There are two kinds of jobs:
 ///
 /// Blocking jobs are declared as such by their callers: a socket exchange, a child process. Each
 /// runs immediately, on a thread of its own; a thousand of them are a thousand sleeping threads.

@@ -138,7 +138,7 @@ std::optional<FoundReminder> findReminder(CalendarFolders& folders, const std::s
 
 bool completeReminder(CalendarFolders& folders, const std::string& identifier,
                       const std::string& expectedAt) {
-    // A program that changes the file at the same moment goes first, but not for ever.
+    // A program that changes the file at the same moment goes first, but not forever.
     constexpr int tries = 100;
     for (int attempt = 0; attempt < tries; ++attempt) {
         const auto found = findReminder(folders, identifier);

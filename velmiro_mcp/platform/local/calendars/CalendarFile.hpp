@@ -23,7 +23,7 @@ struct CalendarFile {
 /// `name` is the file's name, for the identifiers of items that have none.
 CalendarFile readCalendarFile(std::string bytes, const std::string& name, ZoneCatalogue& zones);
 
-/// A VTODO, and the VCALENDAR that it lies in, if any.
+/// A VTODO, and the VCALENDAR that contains it, if any.
 struct ReminderComponent {
     const Component* reminder;
     const Component* calendar;

@@ -46,7 +46,7 @@ std::optional<FileStamp> stampFrom(int result, const struct stat& about) {
 }
 
 std::string readToEnd(const Descriptor& file, std::size_t expected) {
-    // One byte more than expected detects the end; a growing file is not followed for ever.
+    // One byte more than expected detects the end; a growing file is not followed forever.
     std::string contents(expected + 1, '\0');
     std::size_t length = 0;
     while (length < contents.size()) {
@@ -170,7 +170,7 @@ std::optional<FileStamp> stampOf(const OpenFolder& folder, const std::string& na
 }
 
 Descriptor openForReading(int folder, const std::string& name, int flags) {
-    // O_NONBLOCK: opening a pipe without a writer would block for ever.
+    // O_NONBLOCK: opening a pipe without a writer would block forever.
     const int all = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags;
     for (;;) {
         Descriptor file{openat(folder, name.c_str(), all)};

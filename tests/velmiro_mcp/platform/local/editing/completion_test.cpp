@@ -327,7 +327,7 @@ TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
                "\nEND:VTODO\nEND:VCALENDAR\n";
     };
     home.writeReminder("Home", "a.ics", version(0));
-    // A writer that always interferes would block completion for ever. So it slows down after each
+    // A writer that always interferes would block completion forever. So it slows down after each
     // refusal and speeds up after each success: it interferes often, not always, on any machine.
     constexpr std::int64_t shortest = 20'000; // nanoseconds
     std::atomic<std::int64_t> pause = 5 * shortest;

@@ -45,7 +45,7 @@ TEST(Descriptor, NoneIsFalseAndNeedsNoClosing) {
 TEST(Descriptor, MovingHandsItOver) {
     Descriptor from{openNull()};
     const int number = from.get();
-    Descriptor to{std::move(from)};
+    const Descriptor to{std::move(from)};
     EXPECT_FALSE(from); // NOLINT(bugprone-use-after-move): a moved-from owner owns none
     EXPECT_EQ(to.get(), number);
     EXPECT_TRUE(isOpen(number));

@@ -23,18 +23,11 @@ using MCPStdio::Descriptor;
 using MCPStdio::JSONValue;
 using velmiro::support::eventually;
 using velmiro::support::TemporaryFolder;
+using velmiro::test::run;
 using velmiro::test::ScopedDescriptorLimit;
 using velmiro::test::steps;
 
-namespace {
-
-constexpr auto ample = 60s;
-
-JSONValue run(ScriptRunner& runner, const std::string& script) {
-    return MCPStdio::syncWait(runner.run(script, {}, ample));
-}
-
-} // namespace
+namespace {} // namespace
 
 TEST(ScriptShortage, WaitForDescriptorsThatOthersHave) {
     ScriptRunner runner{FAKE_OSASCRIPT};

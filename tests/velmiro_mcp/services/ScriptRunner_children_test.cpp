@@ -29,20 +29,16 @@ using MCPStdio::Task;
 using velmiro::support::eventually;
 using velmiro::support::ScopedVariable;
 using velmiro::support::TemporaryFolder;
+using velmiro::test::ample;
+using velmiro::test::run;
 using velmiro::test::ScopedDescriptorLimit;
 using velmiro::test::steps;
 
 namespace {
 
-constexpr auto ample = 60s;
-
-JSONValue run(ScriptRunner& runner, const std::string& script) {
-    return MCPStdio::syncWait(runner.run(script, {}, ample));
-}
-
 JSONValue run(const std::string& script) {
     ScriptRunner runner{FAKE_OSASCRIPT};
-    return run(runner, script);
+    return velmiro::test::run(runner, script);
 }
 
 /// Counts the calls that returned the expected value.

@@ -79,3 +79,10 @@ if(VELMIRO_PRECOMPILE)
     velmiro_precompile(standard_headers)
     set(VELMIRO_PRECOMPILED standard_headers)
 endif()
+
+# A library of the project's own programs, whose headers are included by their whole paths.
+function(velmiro_library name)
+    add_library(${name} STATIC ${ARGN})
+    velmiro_strict(${name})
+    target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}")
+endfunction()

@@ -9,7 +9,7 @@ cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
 purposes=(build run bench test unit process end_to_end gnustep sanitizers macos lint all)
 
 # The folders of our C++.
-cpp_folders=(MCPStdio velmiro_mcp approval_host examples support demo tests bench)
+cpp_folders=(MCPStdio velmiro_mcp osascript approval_host examples support demo tests bench)
 
 say() { printf '%s\n' "$*" >&2; }
 die() {
@@ -22,7 +22,8 @@ die() {
 # macOS; khal 0.10.5, todoman 4.1.0, khard 0.18.0; Node.js 18.
 packages_for() {
     # The libraries that the server loads at run time are installed with their headers.
-    local build='g++ cmake ninja-build pkg-config libical-dev libicu-dev tzdata'
+    local libraries='libical-dev libicu-dev libjavascriptcoregtk-4.1-dev libgmime-3.0-dev'
+    local build="g++ cmake ninja-build pkg-config tzdata $libraries"
     local run="$build nodejs npm ca-certificates"
     local unit="$build libgtest-dev libgmock-dev python3 python3-dateutil"
     local process="$run $unit strace bsdutils"

@@ -11,7 +11,7 @@ import { fileURLToPath } from 'node:url';
 const here = dirname(fileURLToPath(import.meta.url));
 export const root = join(here, '../..');
 export const samples = join(here, 'samples');
-export const launcher = join(root, 'osascript/osascript');
+export const launcher = process.env.OSASCRIPT ?? join(root, 'osascript/osascript');
 
 /** The launcher takes the Node.js that runs these tests. */
 export const environment = {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <string>
@@ -96,6 +97,31 @@ TEST(JSONReader, EscapesAndSurrogatePairsBecomeText) {
     EXPECT_EQ(JSONValue::parse("\"caf\xC3\xA9 \\n \xF0\x9F\x98\x80\"").stringValue(), "café \n 😀");
 }
 
+TEST(JSONReader, EveryPairOfEscapesIsASurrogatePairOrAnError) {
+    const auto escape = [](unsigned unit) {
+        std::array<char, 8> text{};
+        std::snprintf(text.data(), text.size(), "\\u%04x", unit);
+        return std::string{text.data()};
+    };
+    for (const unsigned high : {0xD7FFU, 0xD800U, 0xDBFFU, 0xDC00U, 0xDFFFU, 0xE000U}) {
+        for (const unsigned low :
+             {0x0041U, 0xD7FFU, 0xD800U, 0xDBFFU, 0xDC00U, 0xDFFFU, 0xE000U, 0xFFFFU}) {
+            const std::string text = "\"" + escape(high) + escape(low) + "\"";
+            const auto isHigh = [](unsigned unit) { return unit >= 0xD800 && unit <= 0xDBFF; };
+            const auto isLow = [](unsigned unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
+            const bool isPair = isHigh(high) && isLow(low);
+            const bool isPlain = !isHigh(high) && !isLow(high) && !isHigh(low) && !isLow(low);
+            if (isPair || isPlain) {
+                EXPECT_NO_THROW(JSONValue::parse(text)) << text;
+            } else {
+                EXPECT_THROW(JSONValue::parse(text), JSONError) << text;
+            }
+        }
+    }
+    EXPECT_EQ(JSONValue::parse(R"("\ud800\udc00\udbff\udfff")").stringValue(),
+              "\U00010000\U0010FFFF");
+}
+
 TEST(JSONReader, LongTextsWithEscapesFollowOneAnother) {
     std::string line(5000, 'a');
     line += "\\n";
@@ -143,6 +169,27 @@ TEST(JSONReader, NestingEndsAt512) {
         objects += "{\"a\":";
     }
     EXPECT_THROW(JSONValue::parse(objects), JSONError);
+}
+
+TEST(JSONReader, NestingCountsObjectsAndArraysAlike) {
+    const auto repeated = [](const char* text, int times) {
+        std::string all;
+        for (int i = 0; i < times; ++i) {
+            all += text;
+        }
+        return all;
+    };
+    const auto objects = [&](int depth) {
+        return repeated("{\"a\":", depth) + "1" + repeated("}", depth);
+    };
+    const auto inTurns = [&](int pairs) {
+        return repeated("[{\"a\":", pairs) + "1" + repeated("}]", pairs);
+    };
+    EXPECT_NO_THROW(JSONValue::parse(objects(512)));
+    EXPECT_THROW(JSONValue::parse(objects(513)), JSONError);
+    EXPECT_NO_THROW(JSONValue::parse(inTurns(256)));
+    EXPECT_THROW(JSONValue::parse("[" + inTurns(256) + "]"), JSONError);
+    EXPECT_THROW(JSONValue::parse("{\"a\":" + inTurns(256) + "}"), JSONError);
 }
 
 class RefusedJSON : public testing::TestWithParam<std::string> {};

@@ -26,7 +26,33 @@ std::error_code settle(const Descriptor& folder, const std::string& name) {
     return isTakenBack ? error : std::error_code{};
 }
 
-std::error_code createNameless(const Descriptor& folder, const std::string& name,
+NameChoices onlyName(const std::string& name) {
+    return [name](int number) { return number == 0 ? std::optional{name} : std::nullopt; };
+}
+
+/// A file with all of its contents that is to get its name. `flags` are those of linkat(2).
+struct Written {
+    int folder;
+    std::string path;
+    int flags;
+};
+
+/// Links the file under the first name that is not taken.
+std::error_code linkTo(const Descriptor& folder, const NameChoices& names, const Written& file) {
+    std::error_code error = std::make_error_code(std::errc::file_exists);
+    for (int number = 0; error == std::errc::file_exists; ++number) {
+        const auto name = names(number);
+        if (!name) {
+            break;
+        }
+        const bool isLinked =
+            linkat(file.folder, file.path.c_str(), folder.get(), name->c_str(), file.flags) == 0;
+        error = isLinked ? settle(folder, *name) : lastError();
+    }
+    return error;
+}
+
+std::error_code createNameless(const Descriptor& folder, const NameChoices& names,
                                std::string_view contents) {
     const Descriptor file{openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, onlyTheUser)};
     if (!file) {
@@ -35,32 +61,25 @@ std::error_code createNameless(const Descriptor& folder, const std::string& name
     if (const std::error_code error = writeAll(file, contents)) {
         return error;
     }
-    const std::string self = "/proc/self/fd/" + std::to_string(file.get());
-    if (linkat(AT_FDCWD, self.c_str(), folder.get(), name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
-        return lastError();
-    }
-    return settle(folder, name);
+    return linkTo(folder, names,
+                  {AT_FDCWD, "/proc/self/fd/" + std::to_string(file.get()), AT_SYMLINK_FOLLOW});
 }
 
-/// Returns nullopt if another process took the hidden file for a leftover and removed it.
-std::optional<std::error_code> tryHidden(const Descriptor& folder, const std::string& name,
-                                         std::string_view contents) {
+/// Returns ENOENT if another process took the hidden file for a leftover and removed it.
+std::error_code tryHidden(const Descriptor& folder, const NameChoices& names,
+                          std::string_view contents) {
     const HiddenFile hidden{folder, contents, onlyTheUser};
-    if (hidden.error()) {
-        return hidden.error();
-    }
-    if (linkat(folder.get(), hidden.name().c_str(), folder.get(), name.c_str(), 0) != 0) {
-        return errno == ENOENT ? std::nullopt : std::optional{lastError()};
-    }
-    return settle(folder, name);
+    return hidden.error() ? hidden.error()
+                          : linkTo(folder, names, {folder.get(), hidden.name(), 0});
 }
 
-std::error_code createHidden(const Descriptor& folder, const std::string& name,
+std::error_code createHidden(const Descriptor& folder, const NameChoices& names,
                              std::string_view contents) {
     constexpr int tries = 10;
     for (int attempt = 0; attempt < tries; ++attempt) {
-        if (const auto outcome = tryHidden(folder, name, contents)) {
-            return *outcome;
+        const std::error_code error = tryHidden(folder, names, contents);
+        if (error != std::errc::no_such_file_or_directory) {
+            return error;
         }
     }
     return std::make_error_code(std::errc::resource_unavailable_try_again);
@@ -68,20 +87,20 @@ std::error_code createHidden(const Descriptor& folder, const std::string& name,
 
 } // namespace
 
-std::error_code createFile(const std::string& folder, const std::string& name,
+std::error_code createFile(const std::string& folder, const NameChoices& names,
                            std::string_view contents, Staging staging) {
     const Descriptor opened{open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     if (!opened) {
         return lastError();
     }
     removeLeftovers(opened);
-    return staging == Staging::nameless ? createNameless(opened, name, contents)
-                                        : createHidden(opened, name, contents);
+    return staging == Staging::nameless ? createNameless(opened, names, contents)
+                                        : createHidden(opened, names, contents);
 }
 
-std::error_code createFile(const std::string& folder, const std::string& name,
+std::error_code createFile(const std::string& folder, const NameChoices& names,
                            std::string_view contents) {
-    const std::error_code error = createFile(folder, name, contents, Staging::nameless);
+    const std::error_code error = createFile(folder, names, contents, Staging::nameless);
     switch (error.value()) {
     case 0:
     case EEXIST:
@@ -91,8 +110,18 @@ std::error_code createFile(const std::string& folder, const std::string& name,
     case EROFS:
         return error;
     default: // the file system has no files without names, or there is no /proc to name them
-        return createFile(folder, name, contents, Staging::hidden);
+        return createFile(folder, names, contents, Staging::hidden);
     }
+}
+
+std::error_code createFile(const std::string& folder, const std::string& name,
+                           std::string_view contents, Staging staging) {
+    return createFile(folder, onlyName(name), contents, staging);
+}
+
+std::error_code createFile(const std::string& folder, const std::string& name,
+                           std::string_view contents) {
+    return createFile(folder, onlyName(name), contents);
 }
 
 } // namespace velmiro::local

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -20,8 +22,18 @@ enum class Staging {
 std::error_code createFile(const std::string& folder, const std::string& name,
                            std::string_view contents);
 
-/// Does the same with the given staging only; without it, the file system decides.
+/// The names that a new file may get, in the order in which they are tried, numbered from zero;
+/// nullopt after the last.
+using NameChoices = std::function<std::optional<std::string>(int number)>;
+
+/// Does the same under the first name that is not taken. The contents are written once.
+std::error_code createFile(const std::string& folder, const NameChoices& names,
+                           std::string_view contents);
+
+/// Do the same with the given staging only; without it, the file system decides.
 std::error_code createFile(const std::string& folder, const std::string& name,
+                           std::string_view contents, Staging staging);
+std::error_code createFile(const std::string& folder, const NameChoices& names,
                            std::string_view contents, Staging staging);
 
 } // namespace velmiro::local

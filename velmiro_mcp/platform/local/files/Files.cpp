@@ -29,6 +29,19 @@ FileStamp stampOf(const struct stat& about) {
 
 constexpr int openingFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
+FolderEntry::Kind kindOf(unsigned char type) {
+    switch (type) {
+    case DT_REG:
+        return FolderEntry::Kind::file;
+    case DT_DIR:
+        return FolderEntry::Kind::folder;
+    case DT_LNK:
+        return FolderEntry::Kind::link;
+    default:
+        return FolderEntry::Kind::other;
+    }
+}
+
 /// Throws the last error unless it means that the file is not there.
 void throwUnlessAbsent() {
     const std::error_code error = lastError();
@@ -132,7 +145,7 @@ std::optional<OpenFolder> openFolderIfThere(const std::string& path) {
     }
 }
 
-std::vector<std::string> OpenFolder::visibleNames() const {
+std::vector<FolderEntry> OpenFolder::visibleEntries() const {
     const int again = openat(descriptor(), ".", openingFolder); // to read from the beginning
     const auto closeListing = [](DIR* listing) { closedir(listing); };
     const std::unique_ptr<DIR, decltype(closeListing)> listing{
@@ -140,7 +153,7 @@ std::vector<std::string> OpenFolder::visibleNames() const {
     if (!listing) {
         throwLastError();
     }
-    std::vector<std::string> names;
+    std::vector<FolderEntry> entries;
     for (;;) {
         errno = 0;
         const dirent* const entry = readdir(listing.get());
@@ -149,11 +162,19 @@ std::vector<std::string> OpenFolder::visibleNames() const {
         }
         const std::string_view name = &entry->d_name[0];
         if (!name.starts_with('.')) {
-            names.emplace_back(name);
+            entries.push_back({std::string{name}, kindOf(entry->d_type)});
         }
     }
     if (errno != 0) {
         throwLastError();
+    }
+    return entries;
+}
+
+std::vector<std::string> OpenFolder::visibleNames() const {
+    std::vector<std::string> names;
+    for (FolderEntry& entry : visibleEntries()) {
+        names.push_back(std::move(entry.name));
     }
     std::ranges::sort(names);
     return names;
@@ -218,10 +239,16 @@ bool makeFolders(const std::string& path) {
     if (!makeFolders(parent)) {
         return false;
     }
-    if (mkdir(path.c_str(), S_IRWXU) != 0) {
-        return isFolder(path); // another process made it at the same time
+    std::error_code error;
+    if (mkdir(path.c_str(), S_IRWXU) == 0) {
+        error = flushFolder(parent);
+    } else if (error = lastError(); error == std::errc::file_exists) {
+        // Another process may have made it at the same time.
+        error =
+            isFolder(path) ? std::error_code{} : std::make_error_code(std::errc::not_a_directory);
     }
-    return !flushFolder(parent);
+    errno = error.value();
+    return !error;
 }
 
 std::error_code flushFolder(const Descriptor& folder) {

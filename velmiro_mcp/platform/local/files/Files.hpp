@@ -16,6 +16,19 @@ inline constexpr std::size_t largestItem = 32UL << 20;
 
 using MCPStdio::Descriptor;
 
+/// A name in a folder, with the kind that the listing gives without a further call.
+struct FolderEntry {
+    enum class Kind {
+        file,   ///< a regular file
+        folder, ///< a folder
+        link,   ///< a symbolic link
+        other,  ///< a pipe, a socket or a device, or not known to the file system
+    };
+
+    std::string name;
+    Kind kind = Kind::other;
+};
+
 /// A folder, opened once for all its files, so that its path is not resolved for each of them.
 class OpenFolder {
 public:
@@ -28,6 +41,9 @@ public:
     /// Returns the names in it, except those that begin with a dot, in byte order. Throws
     /// std::system_error if they cannot be read.
     [[nodiscard]] std::vector<std::string> visibleNames() const;
+
+    /// Returns the same names in any order, with their kinds.
+    [[nodiscard]] std::vector<FolderEntry> visibleEntries() const;
 
     /// Returns the descriptor for system calls that accept a folder.
     [[nodiscard]] int descriptor() const noexcept { return descriptor_.get(); }
@@ -101,7 +117,7 @@ bool isReadableFolder(const std::string& path);
 bool isWritableFolder(const std::string& path);
 
 /// Creates a folder that only the user can enter, and any missing ones above it, and flushes them
-/// to disk. Returns false if that fails.
+/// to disk. Returns false, with errno set, if that fails.
 bool makeFolders(const std::string& path);
 
 /// Flushes the folder's entries to disk. Succeeds if the file system does not support that.

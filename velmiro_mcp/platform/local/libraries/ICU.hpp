@@ -26,10 +26,12 @@ namespace velmiro::local {
 struct ICUCommon {
     SharedLibrary library{"ICU", "libicuuc.so." U_ICU_VERSION_SHORT};
     VELMIRO_LIBRARY_FUNCTION(u_charType);
+    VELMIRO_LIBRARY_FUNCTION(u_getCombiningClass);
     VELMIRO_LIBRARY_FUNCTION(u_isalnum);
     VELMIRO_LIBRARY_FUNCTION(u_isUWhiteSpace);
     VELMIRO_LIBRARY_FUNCTION(u_strFromUTF8WithSub);
     VELMIRO_LIBRARY_FUNCTION(u_strToLower);
+    VELMIRO_LIBRARY_FUNCTION(u_strToUpper);
     VELMIRO_LIBRARY_FUNCTION(u_strToUTF8WithSub);
     VELMIRO_LIBRARY_FUNCTION(ubrk_close);
     VELMIRO_LIBRARY_FUNCTION(ubrk_first);
@@ -44,6 +46,8 @@ struct ICUCommon {
     VELMIRO_LIBRARY_FUNCTION(unorm2_getNFCInstance);
     VELMIRO_LIBRARY_FUNCTION(unorm2_getNFDInstance);
     VELMIRO_LIBRARY_FUNCTION(unorm2_getNFKCCasefoldInstance);
+    VELMIRO_LIBRARY_FUNCTION(unorm2_getNFKDInstance);
+    VELMIRO_LIBRARY_FUNCTION(unorm2_hasBoundaryBefore);
     VELMIRO_LIBRARY_FUNCTION(unorm2_normalize);
     VELMIRO_LIBRARY_FUNCTION(unorm_compare);
     VELMIRO_LIBRARY_FUNCTION(uscript_getScript);

@@ -137,6 +137,19 @@ TEST_P(LocalFileCreation, NeverReplacesAFileNorALink) {
     EXPECT_EQ(namesIn(folder_.path()), (Texts{"a.ics", "b.ics"}));
 }
 
+TEST_P(LocalFileCreation, TakesTheFirstNameThatIsFree) {
+    const NameChoices names = [](int number) {
+        return number < 3 ? std::optional{std::to_string(number)} : std::nullopt;
+    };
+    writeFile(folder_ / "0", "old");
+    EXPECT_EQ(createFile(folder_.path(), names, "first", GetParam()), std::error_code{});
+    EXPECT_EQ(createFile(folder_.path(), names, "second", GetParam()), std::error_code{});
+    EXPECT_EQ(createFile(folder_.path(), names, "third", GetParam()), std::errc::file_exists);
+    EXPECT_EQ(namesIn(folder_.path()), (Texts{"0", "1", "2"}));
+    EXPECT_EQ(readFile(folder_ / "0"), "old");
+    EXPECT_EQ(readFile(folder_ / "2"), "second");
+}
+
 TEST_P(LocalFileCreation, ReturnsTheReasonOfAFailure) {
     EXPECT_EQ(createFile(folder_ / "none", "a.ics", "x", GetParam()),
               std::errc::no_such_file_or_directory);

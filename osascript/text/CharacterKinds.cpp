@@ -1,4 +1,7 @@
-#include "osascript/text/WhiteSpace.hpp"
+#include "osascript/text/CharacterKinds.hpp"
+
+#include "osascript/text/Characters.hpp"
+#include "velmiro_mcp/platform/local/libraries/ICU.hpp"
 
 #include <algorithm>
 #include <array>
@@ -18,13 +21,11 @@ bool maySpace(char byte) {
            static_cast<unsigned char>(byte) >= 0x80;
 }
 
-std::size_t spaceAtBack(std::string_view text) {
-    if (text.empty() || !maySpace(text.back())) {
-        return 0;
-    }
-    const auto* const found =
-        std::ranges::find_if(spaces, [&](std::string_view space) { return text.ends_with(space); });
-    return found == spaces.end() ? 0 : found->size();
+bool isLetterOrNumber(std::string_view character) {
+    std::size_t at = 0;
+    const auto kind =
+        local::icuCommon().u_charType(static_cast<UChar32>(nextCharacter(character, at)));
+    return (U_MASK(kind) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
 }
 
 } // namespace
@@ -38,6 +39,15 @@ std::size_t spaceAtFront(std::string_view text) {
     return found == spaces.end() ? 0 : found->size();
 }
 
+std::size_t spaceAtBack(std::string_view text) {
+    if (text.empty() || !maySpace(text.back())) {
+        return 0;
+    }
+    const auto* const found =
+        std::ranges::find_if(spaces, [&](std::string_view space) { return text.ends_with(space); });
+    return found == spaces.end() ? 0 : found->size();
+}
+
 std::string_view trimmed(std::string_view text) {
     while (const std::size_t length = spaceAtFront(text)) {
         text.remove_prefix(length);
@@ -46,6 +56,17 @@ std::string_view trimmed(std::string_view text) {
         text.remove_suffix(length);
     }
     return text;
+}
+
+bool beginsWithLetter(std::string_view text) {
+    return !text.empty() && isLetterOrNumber(text);
+}
+
+bool endsWithLetter(std::string_view text) {
+    std::size_t begin = text.size();
+    while (begin > 0 && (static_cast<unsigned char>(text[--begin]) & 0xC0U) == 0x80) {
+    }
+    return !text.empty() && isLetterOrNumber(text.substr(begin));
 }
 
 } // namespace velmiro::osascript

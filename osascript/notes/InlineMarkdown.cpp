@@ -12,7 +12,22 @@
 namespace velmiro::osascript {
 namespace {
 
-constexpr std::string_view markLetters = "\\`*_~&<[!";
+/// Whether a byte may be a mark, by its value.
+constexpr auto mayBeMark = [] {
+    std::array<bool, 256> table{};
+    for (const char letter : std::string_view{"\\`*_~&<[!"}) {
+        table[static_cast<unsigned char>(letter)] = true;
+    }
+    return table;
+}();
+
+/// Returns the index of the first byte that may be a mark; the length if there is none.
+std::size_t findMark(std::string_view text, std::size_t from) {
+    while (from < text.size() && !mayBeMark[static_cast<unsigned char>(text[from])]) {
+        ++from;
+    }
+    return from;
+}
 
 bool isASCIILetter(char letter) {
     return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z');
@@ -191,8 +206,7 @@ public:
 
     void read() {
         while (at_ < text_.size()) {
-            const std::size_t next = std::min(text_.find_first_of(markLetters, at_), text_.size());
-            show(next - at_);
+            show(findMark(text_, at_) - at_);
             if (at_ < text_.size()) {
                 readMark();
             }
@@ -379,7 +393,7 @@ private:
 } // namespace
 
 void appendShown(std::string& shown, std::string_view text) {
-    if (text.find_first_of(markLetters) == std::string_view::npos) {
+    if (findMark(text, 0) == text.size()) {
         shown += text;
     } else {
         LineReader{text, shown, nullptr}.read();

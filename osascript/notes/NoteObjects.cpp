@@ -4,11 +4,14 @@
 #include "osascript/notes/NoteHTML.hpp"
 #include "osascript/text/Folding.hpp"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
 namespace velmiro::osascript {
 namespace {
+
+constexpr auto none = std::string::npos;
 
 /// Returns a file's name as part of an identifier: itself, with escapes for control characters and
 /// for the escape, and if it is not UTF-8, for all that is not ASCII.
@@ -115,8 +118,20 @@ std::optional<bool> StoredNote::decideText(const Condition& condition) const {
     if (!isAboutParts(condition.operation)) {
         return std::nullopt;
     }
-    return condition.folded.empty() ||
-           (files().mayShow(location(), condition.folded) && holds(condition, text()));
+    if (condition.folded.empty()) {
+        return true;
+    }
+    if (!files().mayShow(location(), condition.folded)) {
+        return false;
+    }
+    if (condition.operation != Operator::contains || condition.folded.find('\n') != none) {
+        return holds(condition, text());
+    }
+    // Words without a line end are in one line, and often in one of the first.
+    const NoteText& note = files().text(location());
+    return holds(condition, note.title) ||
+           std::ranges::any_of(note.lines,
+                               [&](const std::string& line) { return holds(condition, line); });
 }
 
 } // namespace velmiro::osascript

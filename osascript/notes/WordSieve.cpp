@@ -42,9 +42,12 @@ WordSieve::WordSieve(std::string_view folded)
     }
     whole_ = Beginnings{1} << outline_.size();
     anchor_ = *std::ranges::min_element(outline_, {}, commonness);
-    for (char32_t letter = 0; letter < ascii_.size(); ++letter) {
+    constexpr char32_t endOfASCII = 0x80;
+    for (char32_t letter = 0; letter < endOfASCII; ++letter) {
         const auto outline = outlineOfCharacter(letter);
-        ascii_[letter] = outline.empty() ? Step{~Beginnings{0}, 0} : Step{maskOf(outline[0]), 1};
+        bytes_[letter] = {outline.empty() ? ~Beginnings{0} : maskOf(outline[0]),
+                          static_cast<std::uint8_t>(outline.size()),
+                          letter == U'&' || letter == U']' || letter == U')'};
     }
 }
 
@@ -71,51 +74,52 @@ const WordSieve::Steps& WordSieve::stepsOf(char32_t character) {
     return steps;
 }
 
+WordSieve::Beginnings WordSieve::afterCharacter(Beginnings now, char32_t character) {
+    const Steps& steps = stepsOf(character == illFormed ? replacement : character);
+    for (std::size_t index = 0; index < std::min<std::size_t>(steps.count, Steps::most); ++index) {
+        now = after(now, {steps.masks[index], 1}) | (now & whole_);
+    }
+    return steps.count > Steps::most ? whole_ : now;
+}
+
+/// Follows a reference: as it is, as code shows it, or as a character that is in no outline.
+WordSieve::Beginnings WordSieve::afterReference(Beginnings now, std::string_view reference) const {
+    Beginnings asText = now;
+    for (const char letter : reference) {
+        const Step& step = bytes_[static_cast<unsigned char>(letter)];
+        asText = after(asText, step) | (asText & whole_);
+    }
+    return now | asText;
+}
+
 bool WordSieve::lineMayShow(std::string_view line) {
     Beginnings now = 1;
     Beginnings beforeAddresses = 0; // at the ends of what may be labels of links
     for (std::size_t at = 0; at < line.size();) {
         const char letter = line[at];
-        if (!isASCIIByte(letter)) {
-            const char32_t character = nextCharacter(line, at);
-            const Steps& steps = stepsOf(character == illFormed ? replacement : character);
-            if (steps.count > Steps::most) {
+        const Step& step = bytes_[static_cast<unsigned char>(letter)];
+        if (!step.isSpecial) {
+            now = after(now, step);
+            ++at;
+        } else if (!isASCIIByte(letter)) {
+            now = afterCharacter(now, nextCharacter(line, at));
+        } else if (const auto reference = characterReference(line.substr(at))) {
+            if (!outlineOfCharacter(reference->character).empty()) {
                 return true;
             }
-            for (std::size_t index = 0; index < steps.count; ++index) {
-                now = after(now, {steps.masks[index], 1});
-                if ((now & whole_) != 0) {
-                    return true;
-                }
+            now = afterReference(now, line.substr(at, reference->length));
+            at += reference->length;
+        } else {
+            if (letter == ')') {
+                now |= beforeAddresses;
+            } else if (letter == ']' && line.substr(at + 1).starts_with('(')) {
+                beforeAddresses |= now;
             }
-            continue;
+            ++at;
         }
-        if (letter == '&') {
-            if (const auto reference = characterReference(line.substr(at))) {
-                if (!outlineOfCharacter(reference->character).empty()) {
-                    return true;
-                }
-                Beginnings asText = now;
-                for (std::size_t end = at + reference->length; at < end; ++at) {
-                    asText = after(asText, ascii_[static_cast<unsigned char>(line[at])]);
-                    now |= asText & whole_;
-                }
-                now |= asText;
-                if ((now & whole_) != 0) {
-                    return true;
-                }
-                continue;
-            }
-        } else if (letter == ']' && line.substr(at + 1).starts_with('(')) {
-            beforeAddresses |= now;
-        } else if (letter == ')') {
-            now |= beforeAddresses;
-        }
-        now = after(now, ascii_[static_cast<unsigned char>(letter)]);
-        if ((now & whole_) != 0) {
+        if (isWhole(now)) {
             return true;
         }
-        ++at;
     }
     return false;
 }

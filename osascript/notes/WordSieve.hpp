@@ -27,8 +27,9 @@ private:
 
     /// How a character takes these to the next place. One that is not in outlines changes nothing.
     struct Step {
-        Beginnings mask = 0;
+        Beginnings mask = ~Beginnings{0};
         std::uint8_t shift = 0;
+        bool isSpecial = true; ///< whether it needs a closer look
     };
 
     /// The steps of a character that is not ASCII.
@@ -47,13 +48,16 @@ private:
 
     [[nodiscard]] Beginnings maskOf(char32_t character) const;
     [[nodiscard]] const Steps& stepsOf(char32_t character);
+    [[nodiscard]] bool isWhole(Beginnings beginnings) const { return (beginnings & whole_) != 0; }
+    [[nodiscard]] Beginnings afterReference(Beginnings now, std::string_view reference) const;
+    [[nodiscard]] Beginnings afterCharacter(Beginnings now, char32_t character);
     [[nodiscard]] bool lineMayShow(std::string_view line);
     [[nodiscard]] bool isInteresting(std::string_view bytes, std::size_t& at);
 
     std::u32string outline_;
     Beginnings whole_ = 0; ///< the bit of all of the outline; zero if everything must be read
     char32_t anchor_ = 0;  ///< the rarest character of the outline
-    std::array<Step, 128> ascii_{};
+    std::array<Step, 256> bytes_{};
     std::vector<Steps> known_; ///< by character, those met last
 };
 

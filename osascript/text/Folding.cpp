@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <stdexcept>
 #include <vector>
 
@@ -181,7 +181,9 @@ std::string folded(std::string_view text) {
     result.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t end = MCPStdio::findByte(text, at, MCPStdio::markNonASCII);
-        std::ranges::transform(text.substr(at, end - at), std::back_inserter(result), upperASCII);
+        result.append(text.substr(at, end - at));
+        const auto added = result.end() - static_cast<std::ptrdiff_t>(end - at);
+        std::transform(added, result.end(), added, upperASCII);
         at = end;
         while (at < text.size() && !isASCIIByte(text[at])) {
             const char32_t scalar = nextCharacter(text, at);

@@ -26,6 +26,16 @@ struct NotePath {
     std::string_view file;
 };
 
+/// A file that was read, with what was found out about it.
+struct NotePage {
+    std::string folder;
+    std::string file;
+    std::size_t length = 0; ///< of its bytes in the buffer
+    std::optional<NoteText> text;
+    const WordSieve* judge = nullptr; ///< the one that gave `mayShow`
+    bool mayShow = true;
+};
+
 /// Folders of notes on the disk. Folders and files are found by their names; a symbolic link counts
 /// as what it leads to. Files that are gone or cannot be read are empty.
 ///
@@ -63,16 +73,6 @@ public:
     [[nodiscard]] std::string pathOf(std::string_view folder) const;
 
 private:
-    /// A file that was read, with what was found out about it.
-    struct Page {
-        std::string folder;
-        std::string file;
-        std::size_t length = 0; ///< of the bytes in the buffer
-        std::optional<NoteText> text;
-        const WordSieve* judge = nullptr; ///< the one that gave `mayShow`
-        bool mayShow = true;
-    };
-
     [[nodiscard]] const local::OpenFolder* open(std::string_view folder);
     void readPage(const NotePath& path);
     [[nodiscard]] std::size_t readFile(const NotePath& path);
@@ -85,7 +85,7 @@ private:
     std::string openName_; ///< the name of the folder that was opened last
     std::optional<local::OpenFolder> open_;
     std::string buffer_; ///< with room for the largest file read so far
-    std::optional<Page> page_;
+    std::optional<NotePage> page_;
     std::map<std::string, WordSieve> sieves_; ///< by the words
 };
 

@@ -187,7 +187,7 @@ TEST(MarkdownWriting, LeavesALineThatShowsItself) {
 }
 
 TEST(Markdown, LinesMadeToExhaustAreReadInTime) {
-    constexpr std::size_t length = 2'000'000;
+    constexpr std::size_t length = 500'000;
     const auto start = std::chrono::steady_clock::now();
     for (const std::string_view part : {"*a ", "_a ",    "**a *b ",  "[a](",      "`a``",
                                         "<a ", "<http:", "&#",       "\\",        "# ",

@@ -89,6 +89,7 @@ TEST(WordSieve, KeepsNotesWhoseMarksHideTheWords) {
         "Quar\\termaine",
         "[Quarter](https://x.example/y(z) \"t)\")maine",
         "[![Quarter](a)](b)maine",
+        "[Quarter](<x](y)>)maine",
         "Quarterm&#97;ine",
         "Quarterma\xC3\xADne",
         "\xEF\xBC\xB1uartermaine",

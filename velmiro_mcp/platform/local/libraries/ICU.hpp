@@ -10,6 +10,7 @@
 #include <unicode/ucal.h>
 #include <unicode/uchar.h>
 #include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
 #include <unicode/udat.h>
 #include <unicode/uloc.h>
 #include <unicode/unorm2.h>
@@ -38,9 +39,12 @@ struct ICUCommon {
     VELMIRO_LIBRARY_FUNCTION(ubrk_next);
     VELMIRO_LIBRARY_FUNCTION(ubrk_open);
     VELMIRO_LIBRARY_FUNCTION(ubrk_setUText);
+    VELMIRO_LIBRARY_FUNCTION(ucnv_cbToUWriteUChars);
     VELMIRO_LIBRARY_FUNCTION(ucnv_close);
+    VELMIRO_LIBRARY_FUNCTION(ucnv_convertEx);
     VELMIRO_LIBRARY_FUNCTION(ucnv_countAliases);
     VELMIRO_LIBRARY_FUNCTION(ucnv_open);
+    VELMIRO_LIBRARY_FUNCTION(ucnv_setToUCallBack);
     VELMIRO_LIBRARY_FUNCTION(ucnv_toUChars);
     VELMIRO_LIBRARY_FUNCTION(uloc_setDefault);
     VELMIRO_LIBRARY_FUNCTION(unorm2_getNFCInstance);

@@ -1,10 +1,10 @@
 #include "osascript/message/EncodedWords.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
+#include "osascript/message/Base64.hpp"
 #include "osascript/message/CharacterSets.hpp"
 
 #include <algorithm>
-#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -93,39 +93,6 @@ void appendQuoted(std::string& bytes, std::string_view text) {
             i += 2;
         } else if (c != '\r' && c != '\n') {
             bytes += c == '_' ? ' ' : c;
-        }
-    }
-}
-
-/// Returns the six bits that a character stands for, or -1.
-int base64Digit(char c) {
-    if (c >= 'A' && c <= 'Z') {
-        return c - 'A';
-    }
-    if (c >= 'a' && c <= 'z') {
-        return c - 'a' + 26;
-    }
-    if (c >= '0' && c <= '9') {
-        return c - '0' + 52;
-    }
-    return c == '+' ? 62 : c == '/' ? 63 : -1;
-}
-
-/// Other characters are skipped. The padding ends a quantum, as a missing one does at the end.
-void appendBase64(std::string& bytes, std::string_view text) {
-    std::uint32_t bits = 0;
-    int count = 0; // of bits not yet written
-    for (const char c : text) {
-        const int digit = base64Digit(c);
-        if (digit >= 0) {
-            bits = bits << 6U | static_cast<std::uint32_t>(digit);
-            count += 6;
-        } else if (c == '=') {
-            count = 0;
-        }
-        if (count >= 8) {
-            count -= 8;
-            bytes += static_cast<char>(bits >> static_cast<unsigned>(count) & 0xFFU);
         }
     }
 }

@@ -1,0 +1,242 @@
+#include "osascript/message/MessageText.hpp"
+
+#include "osascript/message/CharacterSets.hpp"
+#include "osascript/message/GMime.hpp"
+#include "osascript/message/HTMLText.hpp"
+#include "osascript/message/MessageHeader.hpp"
+#include "osascript/message/TextPart.hpp"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace velmiro::osascript {
+namespace {
+
+/// How deep parts and messages within one another are read.
+constexpr int deepestPart = 50;
+
+/// More text than this is not read, and messages that have to be held in memory are cut there.
+constexpr std::size_t mostText = std::size_t{64} << 20U;
+
+/// Texts that say the same, or a single one.
+struct Texts {
+    std::vector<std::string> plain;
+    std::vector<std::string> html;
+};
+
+/// The alternative around a part: the index of its texts, as soon as there is one.
+using Alternative = std::optional<std::size_t>;
+
+bool isBlank(std::string_view text) {
+    return text.find_first_not_of(" \t\n\f\v") == std::string_view::npos;
+}
+
+/// Returns whether a report about delivery is among the parts. It returns the message, which its
+/// sender knows.
+bool holdsReport(GMimeObject* part, int depth = 0) {
+    if (depth > deepestPart || !GMIME_IS_MULTIPART(part)) {
+        return isReport(part);
+    }
+    auto* const parts = GMIME_MULTIPART(part);
+    for (int i = 0; i < g_mime_multipart_get_count(parts); ++i) {
+        if (holdsReport(g_mime_multipart_get_part(parts, i), depth + 1)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Owned<GMimeMessage> parsed(GMimeStream* stream) {
+    const Owned<GMimeParser> parser{g_mime_parser_new_with_stream(stream)};
+    return Owned<GMimeMessage>{g_mime_parser_construct_message(parser.get(), nullptr)};
+}
+
+Owned<GMimeStream> streamOver(const std::string& bytes) {
+    return Owned<GMimeStream>{g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size())};
+}
+
+/// Collects the texts of a message in order.
+class Collector {
+public:
+    /// `everything`: also parts that are read only in a message without other text.
+    explicit Collector(bool everything) : everything_{everything} {}
+
+    void addMessage(GMimeMessage* message, int depth) {
+        GMimeObject* const body = g_mime_message_get_mime_part(message);
+        if (body == nullptr) {
+            return;
+        }
+        const bool outer = std::exchange(showsMessages_, everything_ || !holdsReport(body));
+        add(body, nullptr, depth);
+        showsMessages_ = outer;
+    }
+
+    [[nodiscard]] bool foundText() const { return !texts_.empty(); }
+    [[nodiscard]] bool isCut() const { return isCut_; }
+
+    /// Returns the texts with a blank line between them, HTML only where there is no other.
+    [[nodiscard]] std::string joined() const {
+        std::string all;
+        std::size_t htmlLeft = mostHTML;
+        for (const Texts& texts : texts_) {
+            if (!std::ranges::all_of(texts.plain, isBlank)) {
+                std::ranges::for_each(texts.plain, [&](const auto& text) { join(all, text); });
+                continue;
+            }
+            for (const std::string& html : texts.html) {
+                const auto read = std::string_view{html}.substr(0, htmlLeft);
+                htmlLeft -= read.size();
+                join(all, htmlText(read));
+            }
+        }
+        return all;
+    }
+
+private:
+    static void join(std::string& all, std::string_view text) {
+        if (!isBlank(text)) {
+            all += all.empty() ? "" : "\n\n";
+            all += text.substr(0, text.find_last_not_of('\n') + 1);
+        }
+    }
+
+    void add(GMimeObject* part, Alternative* alternative, int depth) {
+        if (depth > deepestPart) {
+            isCut_ = true;
+        } else if (GMIME_IS_MULTIPART(part)) {
+            addParts(GMIME_MULTIPART(part), alternative, depth);
+        } else if (isAttachment(part)) {
+            return;
+        } else if (GMIME_IS_MESSAGE_PART(part)) {
+            addInner(g_mime_message_part_get_message(GMIME_MESSAGE_PART(part)), depth);
+        } else if (isEncodedMessage(part)) {
+            const std::string bytes = bytesOf(GMIME_PART(part), mostText);
+            addInner(parsed(streamOver(bytes).get()).get(), depth);
+        } else if (GMIME_IS_PART(part)) {
+            addText(GMIME_PART(part), alternative);
+        }
+    }
+
+    void addParts(GMimeMultipart* parts, Alternative* alternative, int depth) {
+        GMimeContentType* const type = g_mime_object_get_content_type(GMIME_OBJECT(parts));
+        Alternative own;
+        if (g_mime_content_type_is_type(type, "multipart", "alternative") != FALSE) {
+            alternative = &own;
+        }
+        const int count = g_mime_multipart_get_count(parts);
+        for (int i = 0; i < count; ++i) {
+            add(g_mime_multipart_get_part(parts, i), alternative, depth + 1);
+        }
+        const char* const prologue = g_mime_multipart_get_prologue(parts);
+        if (count == 0 && prologue != nullptr) { // its boundary is missing or wrong
+            texts_.push_back({{textOf(prologue, {TextKind::plain, {}})}, {}});
+        }
+    }
+
+    void addInner(GMimeMessage* message, int depth) {
+        if (message != nullptr && showsMessages_) {
+            const std::string above = texts_.empty() ? "" : "\n";
+            texts_.push_back({{above + messageHeader(message)}, {}});
+            addMessage(message, depth + 1);
+        }
+    }
+
+    void addText(GMimePart* part, Alternative* alternative) {
+        const TextType type = typeOf(part);
+        const bool isOther = type.kind == TextKind::other;
+        const bool isKnown = alternative != nullptr && alternative->has_value();
+        if (type.kind == TextKind::none || (isOther && (!everything_ || isKnown)) || room_ == 0) {
+            return;
+        }
+        const std::string bytes = bytesOf(part, room_);
+        room_ -= bytes.size();
+        if (!isKnown) {
+            texts_.emplace_back();
+        }
+        if (alternative != nullptr && !isKnown) {
+            *alternative = texts_.size() - 1;
+        }
+        Texts& texts = isKnown ? texts_[**alternative] : texts_.back();
+        auto& same = type.kind == TextKind::html ? texts.html : texts.plain;
+        same.push_back(textOf(bytes, type));
+    }
+
+    bool everything_;
+    bool showsMessages_ = true;
+    bool isCut_ = false;
+    std::size_t room_ = mostText;
+    std::vector<Texts> texts_;
+};
+
+std::string readFrom(int descriptor, std::size_t most) {
+    std::string bytes;
+    std::array<char, 32 * 1024> piece;
+    while (bytes.size() < most) {
+        const ssize_t count =
+            ::pread(descriptor, piece.data(), piece.size(), static_cast<off_t>(bytes.size()));
+        if (count <= 0) {
+            break;
+        }
+        bytes.append(piece.data(), static_cast<std::size_t>(count));
+    }
+    return bytes;
+}
+
+/// Returns the text after the first blank line of what has no header.
+std::string textWithoutHeader(int descriptor) {
+    const std::string bytes = readFrom(descriptor, mostText);
+    const std::string text = textOf(bytes, {TextKind::plain, {}});
+    const std::size_t end = text.find("\n\n");
+    return end == std::string::npos ? std::string{} : text.substr(end + 2);
+}
+
+/// Returns a message that ends its lines with bare carriage returns, which the library does not
+/// know, with line feeds; an empty text for any other message.
+std::string repairedLines(int descriptor) {
+    constexpr std::size_t beginning = 64 * 1024;
+    const std::string first = readFrom(descriptor, beginning);
+    if (first.find('\n') != std::string::npos || first.find('\r') == std::string::npos) {
+        return {};
+    }
+    std::string bytes = readFrom(descriptor, mostText);
+    std::ranges::replace(bytes, '\r', '\n');
+    return bytes;
+}
+
+std::string collected(GMimeMessage* message) {
+    Collector texts{false};
+    texts.addMessage(message, 0);
+    if (texts.foundText()) {
+        return texts.joined();
+    }
+    Collector everything{true};
+    everything.addMessage(message, 0);
+    if (!everything.foundText() && everything.isCut()) {
+        throw UnreadableMessage{"The parts of the message are nested too deep."};
+    }
+    return everything.joined();
+}
+
+} // namespace
+
+std::string messageText(int descriptor) {
+    g_mime_init();
+    const std::string repaired = repairedLines(descriptor);
+    Owned<GMimeStream> stream =
+        repaired.empty() ? Owned<GMimeStream>{g_mime_stream_fs_new_with_bounds(descriptor, 0, -1)}
+                         : streamOver(repaired);
+    if (repaired.empty()) {
+        g_mime_stream_fs_set_owner(GMIME_STREAM_FS(stream.get()), FALSE);
+    }
+    const Owned<GMimeMessage> message = parsed(stream.get());
+    std::string text = message ? collected(message.get()) : textWithoutHeader(descriptor);
+    text.resize(text.find_last_not_of('\n') + 1);
+    return text;
+}
+
+} // namespace velmiro::osascript

@@ -23,6 +23,7 @@ die() {
 packages_for() {
     # The libraries that the server loads at run time are installed with their headers.
     local libraries='libical-dev libicu-dev libjavascriptcoregtk-4.1-dev libgmime-3.0-dev'
+    libraries+=' libgumbo-dev'
     local build="g++ cmake ninja-build pkg-config tzdata $libraries"
     local run="$build nodejs npm ca-certificates"
     local unit="$build libgtest-dev libgmock-dev python3 python3-dateutil"

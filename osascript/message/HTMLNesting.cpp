@@ -24,10 +24,10 @@ constexpr std::array rawText{"iframe"sv, "noembed"sv,  "noframes"sv, "script"sv,
                              "style"sv,  "textarea"sv, "title"sv,    "xmp"sv};
 static_assert(std::ranges::is_sorted(rawText));
 
-/// Elements that an end tag closes alone, and leaves open what is in them. Sorted.
-constexpr std::array formatting{"a"sv,      "b"sv,      "big"sv,  "code"sv, "em"sv,
-                                "font"sv,   "i"sv,      "nobr"sv, "s"sv,    "small"sv,
-                                "strike"sv, "strong"sv, "tt"sv,   "u"sv};
+/// Elements whose end tag leaves open what is within them. Sorted.
+constexpr std::array formatting{"a"sv,     "b"sv,      "big"sv,    "code"sv, "em"sv,
+                                "font"sv,  "form"sv,   "i"sv,      "nobr"sv, "s"sv,
+                                "small"sv, "strike"sv, "strong"sv, "tt"sv,   "u"sv};
 static_assert(std::ranges::is_sorted(formatting));
 
 template <typename Names>
@@ -69,19 +69,29 @@ std::size_t afterMarkup(std::string_view html, std::size_t begin) {
     return html.size();
 }
 
-/// Returns the index after the tag whose name ends at an index. A `>` within quotes does not end it.
-std::size_t afterTag(std::string_view html, std::size_t at) {
+/// Where a tag ends, and whether it has so many attributes that comparing them all takes too long.
+struct TagEnd {
+    std::size_t after;
+    bool isSane;
+};
+
+/// Finds the end of the tag whose name ends at an index. A `>` within quotes does not end it.
+TagEnd endOfTag(std::string_view html, std::size_t at) {
+    constexpr std::size_t mostAttributes = 100;
+    std::size_t attributes = 0; // at most, by what separates them
     while (at < html.size()) {
-        at = std::min(html.find_first_of(">=", at), html.size());
+        at = std::min(html.find_first_of(">=/ \t\r\n\f", at), html.size());
         if (at == html.size() || html[at] == '>') {
-            return std::min(at + 1, html.size());
+            break;
         }
+        attributes += html[at] == '=' ? 0 : 1;
+        const bool isValue = html[at] == '=';
         at = std::min(html.find_first_not_of(whiteSpace, at + 1), html.size());
-        if (at < html.size() && (html[at] == '"' || html[at] == '\'')) {
+        if (isValue && at < html.size() && (html[at] == '"' || html[at] == '\'')) {
             at = std::min(find(html, html.substr(at, 1), at + 1) + 1, html.size());
         }
     }
-    return at;
+    return {std::min(at + 1, html.size()), attributes <= mostAttributes};
 }
 
 /// Returns the index of the end tag of an element that holds only text.
@@ -124,8 +134,11 @@ private:
                 std::min(html_.find_first_of(" \t\r\n\f/>", name), html_.size());
             std::string lower{html_.substr(name, nameEnd - name)};
             std::ranges::transform(lower, lower.begin(), lowerCase);
-            end = afterTag(html_, nameEnd);
-            if (next == '/') {
+            const TagEnd tag = endOfTag(html_, nameEnd);
+            end = tag.after;
+            if (!tag.isSane || lower == "svg" || lower == "math") { // both have rules of their own
+                isKept = false;
+            } else if (next == '/') {
                 isKept = close(lower);
             } else if (contains(rawText, lower)) {
                 end = endOfRawText(html_, end, lower);

@@ -19,14 +19,14 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::size_t deepest = 200;
+constexpr std::size_t deepest = 100; // besides rows, cells and paragraphs
 
 enum class Kind { plain, block, hidden, lineBreak, rule, link, list, quote, preformatted, cell };
 
 /// How an element is shown.
 struct Style {
-    GumboTag tag;
-    Kind kind;
+    GumboTag tag = GUMBO_TAG_UNKNOWN;
+    Kind kind = Kind::plain;
     std::size_t before = 0; ///< line breaks
     std::size_t after = 0;
 };
@@ -88,9 +88,16 @@ constexpr std::array styles{
     Style{GUMBO_TAG_XMP, Kind::preformatted, 2, 2},
 };
 
-Style styleOf(GumboTag tag) {
-    const auto* const found = std::ranges::find(styles, tag, &Style::tag);
-    return found == styles.end() ? Style{tag, Kind::plain} : *found;
+constexpr auto stylesByTag = [] {
+    std::array<Style, GUMBO_TAG_LAST> all{};
+    for (const Style& style : styles) {
+        all[style.tag] = style;
+    }
+    return all;
+}();
+
+const Style& styleOf(GumboTag tag) {
+    return stylesByTag[tag];
 }
 
 bool isElement(const GumboNode& node) {
@@ -234,7 +241,7 @@ private:
 
     void open(const GumboNode& node) {
         const GumboElement& element = node.v.element;
-        const Style style = styleOf(element.tag);
+        const Style& style = styleOf(element.tag);
         if (style.kind == Kind::hidden) {
             return;
         }
@@ -271,7 +278,7 @@ private:
 
     void leave(const GumboNode& node) {
         const GumboElement& element = node.v.element;
-        const Style style = styleOf(element.tag);
+        const Style& style = styleOf(element.tag);
         switch (style.kind) {
         case Kind::list:
             lists_.pop_back();

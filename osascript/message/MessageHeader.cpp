@@ -54,6 +54,9 @@ std::string messageHeader(GMimeMessage* message) {
             nameWidth = std::max(nameWidth, name.size());
         }
     }
+    if (fields.empty()) {
+        return {};
+    }
     std::string lines;
     std::size_t width = 0;
     for (const Field& field : fields) {

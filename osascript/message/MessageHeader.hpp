@@ -5,8 +5,8 @@
 
 namespace velmiro::osascript {
 
-/// Returns the lines of a message's header that matter to a reader, between rules. It stands above
-/// a message that is part of another.
+/// Returns the lines of a message's header that matter to a reader, between rules; an empty text if
+/// there are none. They stand above a message that is part of another.
 std::string messageHeader(GMimeMessage* message);
 
 } // namespace velmiro::osascript

@@ -20,6 +20,9 @@ namespace {
 /// How deep parts and messages within one another are read.
 constexpr int deepestPart = 50;
 
+/// A file is not read beyond this many bytes.
+constexpr gint64 mostOfAFile = gint64{1} << 30U;
+
 /// More text than this is not read, and messages that have to be held in memory are cut there.
 constexpr std::size_t mostText = std::size_t{64} << 20U;
 
@@ -76,7 +79,7 @@ public:
         showsMessages_ = outer;
     }
 
-    [[nodiscard]] bool foundText() const { return !texts_.empty(); }
+    [[nodiscard]] bool foundText() const { return foundText_; }
     [[nodiscard]] bool isCut() const { return isCut_; }
 
     /// Returns the texts with a blank line between them, HTML only where there is no other.
@@ -134,6 +137,7 @@ private:
         }
         const char* const prologue = g_mime_multipart_get_prologue(parts);
         if (count == 0 && prologue != nullptr) { // its boundary is missing or wrong
+            foundText_ = true;
             texts_.push_back({{textOf(prologue, {TextKind::plain, {}})}, {}});
         }
     }
@@ -153,6 +157,7 @@ private:
         if (type.kind == TextKind::none || (isOther && (!everything_ || isKnown)) || room_ == 0) {
             return;
         }
+        foundText_ = true;
         const std::string bytes = bytesOf(part, room_);
         room_ -= bytes.size();
         if (!isKnown) {
@@ -168,6 +173,7 @@ private:
 
     bool everything_;
     bool showsMessages_ = true;
+    bool foundText_ = false;
     bool isCut_ = false;
     std::size_t room_ = mostText;
     std::vector<Texts> texts_;
@@ -209,17 +215,18 @@ std::string repairedLines(int descriptor) {
 }
 
 std::string collected(GMimeMessage* message) {
-    Collector texts{false};
-    texts.addMessage(message, 0);
-    if (texts.foundText()) {
-        return texts.joined();
+    for (const bool everything : {false, true}) {
+        Collector texts{everything};
+        texts.addMessage(message, 0);
+        if (texts.foundText() || everything) {
+            std::string all = texts.joined();
+            if (isBlank(all) && texts.isCut()) {
+                throw UnreadableMessage{"The parts of the message are nested too deep."};
+            }
+            return all;
+        }
     }
-    Collector everything{true};
-    everything.addMessage(message, 0);
-    if (!everything.foundText() && everything.isCut()) {
-        throw UnreadableMessage{"The parts of the message are nested too deep."};
-    }
-    return everything.joined();
+    return {};
 }
 
 } // namespace
@@ -228,8 +235,9 @@ std::string messageText(int descriptor) {
     g_mime_init();
     const std::string repaired = repairedLines(descriptor);
     Owned<GMimeStream> stream =
-        repaired.empty() ? Owned<GMimeStream>{g_mime_stream_fs_new_with_bounds(descriptor, 0, -1)}
-                         : streamOver(repaired);
+        repaired.empty()
+            ? Owned<GMimeStream>{g_mime_stream_fs_new_with_bounds(descriptor, 0, mostOfAFile)}
+            : streamOver(repaired);
     if (repaired.empty()) {
         g_mime_stream_fs_set_owner(GMIME_STREAM_FS(stream.get()), FALSE);
     }

@@ -10,6 +10,9 @@ using namespace std::string_view_literals;
 
 constexpr auto whiteSpace = " \t\r\n\f"sv;
 
+/// Deeper ones are not shown, or a line of one character could become as long as a page.
+constexpr std::size_t mostPrefixes = 20;
+
 void removeTrailingBlanks(std::string& text, std::size_t begin) {
     const std::size_t last = text.find_last_not_of(' ');
     text.resize(std::max(begin, last == std::string::npos ? 0 : last + 1));
@@ -51,11 +54,15 @@ void TextLayout::separate(std::size_t lineBreaks) {
 }
 
 void TextLayout::openPrefix(std::string first, std::string rest) {
-    prefixes_.push_back({std::move(first), std::move(rest)});
+    if (++openPrefixes_ <= mostPrefixes) {
+        prefixes_.push_back({std::move(first), std::move(rest)});
+    }
 }
 
 void TextLayout::closePrefix() {
-    prefixes_.pop_back();
+    if (--openPrefixes_ < mostPrefixes) {
+        prefixes_.pop_back();
+    }
     sharedPrefixes_ = std::min(sharedPrefixes_, prefixes_.size());
 }
 

@@ -54,6 +54,7 @@ private:
     bool blankPending_ = false;
     std::size_t lineBreaks_ = 0; ///< before the next text
     std::vector<Prefix> prefixes_;
+    std::size_t openPrefixes_ = 0;
     std::size_t sharedPrefixes_ = 0; ///< those that were open all the time since the last text
 };
 

@@ -22,6 +22,7 @@ constexpr auto replacement = "\uFFFD"sv;
 constexpr auto utf8 = "UTF-8"sv;
 constexpr auto utf7 = "UTF-7"sv;
 constexpr auto windows1252 = "windows-1252"sv;
+constexpr auto iso8859Part16 = "ISO-8859-16"sv;
 constexpr auto windows1254 = "windows-1254"sv;
 constexpr auto windows874 = "windows-874-2000"sv;
 constexpr auto hebrew = "iso-8859-8"sv;
@@ -35,7 +36,7 @@ constexpr auto macRoman = "macintosh"sv;
 
 /// Labels that ICU does not know or reads more narrowly than mail programs do, without case and
 /// punctuation, and the converters that they mean. Sorted.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 75> meanings{{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 76> meanings{{
     {"88591", windows1252},
     {"ansi", windows1252},
     {"ansix341968", windows1252},
@@ -82,6 +83,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 75> meanings
     {"iso646us", windows1252},
     {"iso88591", windows1252},
     {"iso885911", windows874},
+    {"iso885916", iso8859Part16},
     {"iso88596e", arabic},
     {"iso88596i", arabic},
     {"iso88598e", hebrew},
@@ -144,21 +146,43 @@ std::string fromUTF8(std::string_view bytes) {
     return MCPStdio::repairUTF8(std::string{bytes});
 }
 
-std::string fromWindows1252(std::string_view bytes) {
-    // The bytes from 0x80 to 0x9F. Those that are not assigned stay control characters.
-    constexpr auto differing = U"\u20AC\x81\u201A\u0192\u201E\u2026\u2020\u2021"
-                               U"\u02C6\u2030\u0160\u2039\u0152\x8D\u017D\x8F"
-                               U"\x90\u2018\u2019\u201C\u201D\u2022\u2013\u2014"
-                               U"\u02DC\u2122\u0161\u203A\u0153\x9D\u017E\u0178"sv;
-    constexpr unsigned char firstDiffering = 0x80;
+/// Converts from a set that differs from ISO 8859-1 in the characters from `first` on.
+std::string fromSingleBytes(std::string_view bytes, unsigned char first,
+                            std::u32string_view differing) {
     std::string text;
     text.reserve(bytes.size() + bytes.size() / 8);
     for (const char c : bytes) {
         const auto byte = static_cast<unsigned char>(c);
-        const bool differs = byte >= firstDiffering && byte < firstDiffering + differing.size();
-        MCPStdio::appendUTF8(text, differs ? differing[byte - firstDiffering] : byte);
+        const bool differs = byte >= first && byte - first < static_cast<int>(differing.size());
+        MCPStdio::appendUTF8(text, differs ? differing[byte - first] : byte);
     }
     return text;
+}
+
+std::string fromWindows1252(std::string_view bytes) {
+    // Those that are not assigned stay control characters.
+    constexpr auto differing = U"\u20AC\x81\u201A\u0192\u201E\u2026\u2020\u2021"
+                               U"\u02C6\u2030\u0160\u2039\u0152\x8D\u017D\x8F"
+                               U"\x90\u2018\u2019\u201C\u201D\u2022\u2013\u2014"
+                               U"\u02DC\u2122\u0161\u203A\u0153\x9D\u017E\u0178"sv;
+    return fromSingleBytes(bytes, 0x80, differing);
+}
+
+/// ICU has no converter for it.
+std::string fromISO8859Part16(std::string_view bytes) {
+    constexpr auto differing = U"\u00A0\u0104\u0105\u0141\u20AC\u201E\u0160\u00A7"
+                               U"\u0161\u00A9\u0218\u00AB\u0179\u00AD\u017A\u017B"
+                               U"\u00B0\u00B1\u010C\u0142\u017D\u201D\u00B6\u00B7"
+                               U"\u017E\u010D\u0219\u00BB\u0152\u0153\u0178\u017C"
+                               U"\u00C0\u00C1\u00C2\u0102\u00C4\u0106\u00C6\u00C7"
+                               U"\u00C8\u00C9\u00CA\u00CB\u00CC\u00CD\u00CE\u00CF"
+                               U"\u0110\u0143\u00D2\u00D3\u00D4\u0150\u00D6\u015A"
+                               U"\u0170\u00D9\u00DA\u00DB\u00DC\u0118\u021A\u00DF"
+                               U"\u00E0\u00E1\u00E2\u0103\u00E4\u0107\u00E6\u00E7"
+                               U"\u00E8\u00E9\u00EA\u00EB\u00EC\u00ED\u00EE\u00EF"
+                               U"\u0111\u0144\u00F2\u00F3\u00F4\u0151\u00F6\u015B"
+                               U"\u0171\u00F9\u00FA\u00FB\u00FC\u0119\u021B\u00FF"sv;
+    return fromSingleBytes(bytes, 0xA0, differing);
 }
 
 using Converter = std::unique_ptr<UConverter, decltype(&::ucnv_close)>;
@@ -237,6 +261,9 @@ std::string decoded(std::string_view bytes, std::string_view label) {
     }
     if (name == windows1252) {
         return fromWindows1252(bytes);
+    }
+    if (name == iso8859Part16) {
+        return fromISO8859Part16(bytes);
     }
     const std::string known{name.empty() ? label : name};
     UErrorCode status = U_ZERO_ERROR;

@@ -10,6 +10,7 @@
 #include <array>
 #include <optional>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -232,6 +233,10 @@ std::string collected(GMimeMessage* message) {
 } // namespace
 
 std::string messageText(int descriptor) {
+    struct stat status{};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        throw UnreadableMessage{"A message is read from a regular file."};
+    }
     g_mime_init();
     const std::string repaired = repairedLines(descriptor);
     Owned<GMimeStream> stream =

@@ -111,7 +111,7 @@ std::string bare(std::string_view text) {
     return letters;
 }
 
-/// Returns the addresses in a text with their names encoded; nullopt if they would not be all of it.
+/// Returns the addresses in a text with their names encoded; nullopt if some of it would be lost.
 std::optional<std::string> rewritten(const std::string& given) {
     const auto list = understood(given);
     std::string text;

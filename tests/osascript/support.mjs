@@ -13,9 +13,10 @@ export const root = join(here, '../..');
 export const samples = join(here, 'samples');
 export const launcher = process.env.OSASCRIPT ?? join(root, 'osascript/osascript');
 
-/** The launcher takes the Node.js that runs these tests. */
+/** The launcher takes the Node.js that runs these tests. Drafts are not from the user who runs them. */
 export const environment = {
     ...process.env,
+    EMAIL: '',
     PATH: `${dirname(process.execPath)}:${process.env.PATH}`,
 };
 
@@ -43,11 +44,12 @@ export class Home {
     constructor(t) {
         this.path = mkdtempSync(join(tmpdir(), 'osascript-'));
         this.data = join(this.path, 'Library/Application Support/Velmiro');
+        this.variables = {}; // of the environment, besides the usual ones
         t.after(() => rmSync(this.path, { recursive: true, force: true }));
     }
 
     get environment() {
-        return { ...environment, HOME: this.path };
+        return { ...environment, ...this.variables, HOME: this.path };
     }
 
     /** Evaluates a script text. */

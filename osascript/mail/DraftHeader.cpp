@@ -137,7 +137,7 @@ bool isFoldable(std::string_view line) {
 }
 
 std::string unstructured(std::string_view text) {
-    std::string line = singleLine(text);
+    const std::string line = singleLine(text);
     return isPlain(line) ? line : encoded(line);
 }
 

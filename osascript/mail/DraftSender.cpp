@@ -71,14 +71,20 @@ std::string headerOf(const SentMessage& message) {
     return header + '\n';
 }
 
-/// Returns the senders that a header names.
+/// Returns the addresses that a message with this header is from.
 std::vector<Mailbox> sendersIn(const std::string& header) {
     g_mime_init();
     const Owned<GMimeStream> stream{
         g_mime_stream_mem_new_with_buffer(header.data(), header.size())};
     const Owned<GMimeParser> parser{g_mime_parser_new_with_stream(stream.get())};
     const Owned<GMimeMessage> message{g_mime_parser_construct_message(parser.get(), nullptr)};
-    return message ? mailboxesIn(g_mime_message_get_from(message.get())) : std::vector<Mailbox>{};
+    if (!message) {
+        return {};
+    }
+    std::vector<Mailbox> senders = mailboxesIn(g_mime_message_get_from(message.get()));
+    std::erase_if(senders,
+                  [](const Mailbox& one) { return one.address.find('@') == std::string::npos; });
+    return senders;
 }
 
 /// Returns whether two addresses reach the same person: domains have no case.

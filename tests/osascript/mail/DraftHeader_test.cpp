@@ -44,7 +44,7 @@ TEST(DraftHeader, ControlCharactersAndLineEndsBecomeOneBlankARun) {
 
 TEST(DraftHeader, OtherCharactersStay) {
     for (const char* text :
-         {"", "plain", " two  blanks ", "\u00a0\u00bf\u2027\u202e\ufeff", "ü漢😀"}) {
+         {"", "plain", " two  blanks ", "\u00a0\u00bf\u2027\u202f\ufeff", "ü漢😀"}) {
         EXPECT_EQ(singleLine(text), text);
     }
     EXPECT_EQ(singleLine("cut \xC2"), "cut \xC2");

@@ -95,6 +95,7 @@ TEST_F(DraftSender, PassesOverWhatIsNoMessage) {
     sent("cur/3.c:2,S", "no header");
     sent("cur/4.d:2,S", "Subject: without a sender\n\nFrom: body@example.org\n");
     sent("cur/5.e:2,S", "From: \n\n");
+    sent("cur/6.e:2,S", "From: root\n\n");
     sent("cur/.6.f:2,S", "From: hidden@example.org\n\n");
     sent("cur/7.g:2,S", std::string(20'000, 'x') + "\nFrom: late@example.org\n\n");
     std::filesystem::create_directory(maildir_.path() / ".Sent/cur/8.h:2,S");

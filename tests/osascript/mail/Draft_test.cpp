@@ -145,9 +145,9 @@ protected:
     [[noreturn]] static void saveAsChild(const std::string& maildir) {
         try {
             saveDraft(maildir, {});
-            std::cout << "saved" << std::endl;
+            std::cout << "saved\n" << std::flush;
         } catch (const ScriptError& error) {
-            std::cout << "failed: " << error.what() << std::endl;
+            std::cout << "failed: " << error.what() << '\n' << std::flush;
         }
         std::_Exit(0);
     }

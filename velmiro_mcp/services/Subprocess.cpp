@@ -1,5 +1,6 @@
 #include "velmiro_mcp/services/Subprocess.hpp"
 
+#include "velmiro_mcp/base/ChildExit.hpp"
 #include "velmiro_mcp/ports/ProgramStart.hpp"
 
 #include <algorithm>
@@ -14,23 +15,8 @@
 #include <utility>
 
 namespace velmiro {
-namespace {
 
 using namespace std::chrono_literals;
-
-/// Restores the default action of SIGCHLD. A process that ignores it, perhaps by inheritance,
-/// cannot wait for its children.
-void stopIgnoringChildren() noexcept {
-    struct sigaction action{};
-    ::sigaction(SIGCHLD, nullptr, &action);
-    if (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0) {
-        action.sa_handler = SIG_DFL;
-        action.sa_flags = 0;
-        ::sigaction(SIGCHLD, &action, nullptr);
-    }
-}
-
-} // namespace
 
 // A child started by another thread before the flag is set does not get them either: `startProgram`
 // passes on nothing but the two descriptors it is given.

@@ -1,0 +1,137 @@
+#include "osascript/mail/MaildirNames.hpp"
+
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
+
+#include <cerrno>
+#include <system_error>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace velmiro::osascript {
+namespace {
+
+using local::lastError;
+using MCPStdio::Descriptor;
+
+constexpr std::string_view flagsMark = ":2,";
+
+/// In this order, so that a message that is moved meanwhile is seen in at least one of them.
+constexpr std::array places{Place::fresh, Place::current};
+
+std::string pathOf(const std::string& maildir, Place place) {
+    return maildir + (place == Place::fresh ? "/new" : "/cur");
+}
+
+Descriptor openFolder(const std::string& path) {
+    Descriptor folder{open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (!folder && errno != ENOENT && errno != ENOTDIR) {
+        throw std::system_error{lastError(), "cannot read " + path};
+    }
+    return folder;
+}
+
+timespec timeOfChange(const Descriptor& folder) {
+    struct stat about{};
+    return folder && fstat(folder.get(), &about) == 0 ? about.st_mtim : timespec{};
+}
+
+bool mayBeMessage(const dirent64& entry) {
+    return entry.d_name[0] != '.' &&
+           (entry.d_type == DT_REG || entry.d_type == DT_LNK || entry.d_type == DT_UNKNOWN);
+}
+
+} // namespace
+
+MessageName::MessageName(std::string_view name, Place where) : text{name}, place{where} {
+    uniqueLength = static_cast<std::uint32_t>(std::min(name.find(flagsMark), name.size()));
+}
+
+std::string_view MessageName::flags() const {
+    return uniqueLength == text.size() ? "" : text.substr(uniqueLength + flagsMark.size());
+}
+
+MaildirNames::MaildirNames(const std::string& maildir) {
+    // A file that is renamed while its folder is listed can be missed under both names.
+    constexpr int tries = 3;
+    for (int attempt = 0; attempt < tries; ++attempt) {
+        list(maildir);
+        if (!haveChanged()) {
+            break;
+        }
+    }
+    index();
+}
+
+void MaildirNames::list(const std::string& maildir) {
+    names_.clear();
+    blocks_.clear();
+    for (const Place place : places) {
+        const auto at = static_cast<std::size_t>(place);
+        folders_[at] = openFolder(pathOf(maildir, place));
+        changed_[at] = timeOfChange(folders_[at]);
+        if (folders_[at]) {
+            try {
+                readNames(place);
+            } catch (const std::system_error& error) {
+                throw std::system_error{error.code(), "cannot read " + pathOf(maildir, place)};
+            }
+        }
+    }
+}
+
+void MaildirNames::readNames(Place place) {
+    constexpr std::size_t blockSize = 1UL << 20;
+    constexpr std::size_t enough = 1UL << 16; // any smaller room would cost more calls
+    std::size_t room = 0;
+    char* free = nullptr;
+    for (;;) {
+        if (room < enough) {
+            blocks_.push_back(std::make_unique_for_overwrite<char[]>(blockSize));
+            free = blocks_.back().get();
+            room = blockSize;
+        }
+        const ssize_t filled = getdents64(folder(place), free, room);
+        if (filled < 0) {
+            local::throwLastError();
+        }
+        if (filled == 0) {
+            return;
+        }
+        for (const char* const end = free + filled; free < end;) {
+            const auto& entry = *reinterpret_cast<const dirent64*>(free);
+            if (mayBeMessage(entry)) {
+                names_.emplace_back(std::string_view{&entry.d_name[0]}, place);
+            }
+            free += entry.d_reclen;
+            room -= entry.d_reclen;
+        }
+    }
+}
+
+void MaildirNames::index() {
+    uniques_ = NumberedNames{names_.size()};
+    for (const MessageName& name : names_) {
+        const std::size_t count = uniques_.size();
+        const Index at = uniques_.add(name.unique());
+        MessageName& kept = names_[at]; // at the latest `name` itself
+        if (at == count || name.place != kept.place || name.text > kept.text) {
+            kept = name;
+        }
+    }
+    names_.resize(uniques_.size());
+}
+
+bool MaildirNames::haveChanged() const {
+    for (const Place place : places) {
+        const auto at = static_cast<std::size_t>(place);
+        const timespec now = timeOfChange(folders_[at]);
+        if (now.tv_sec != changed_[at].tv_sec || now.tv_nsec != changed_[at].tv_nsec) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace velmiro::osascript

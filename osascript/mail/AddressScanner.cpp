@@ -22,6 +22,13 @@ bool AddressScanner::isAtBlank() const noexcept {
     return !isAtEnd() && isBlank(next());
 }
 
+bool AddressScanner::isInsideAngle() noexcept {
+    if (angle_ < at_) {
+        angle_ = std::min(value_.find_first_of("<>", at_), value_.size());
+    }
+    return angle_ < value_.size() && value_[angle_] == '>';
+}
+
 std::optional<std::string_view> AddressScanner::takeQuoted() {
     if (isAtEnd() || next() != '"' || !hasClosingQuote_) {
         return std::nullopt;

@@ -22,6 +22,9 @@ public:
     /// Returns whether a blank comes next, or a control character, which counts as one.
     [[nodiscard]] bool isAtBlank() const noexcept;
 
+    /// Returns whether the next angle bracket is a closing one.
+    [[nodiscard]] bool isInsideAngle() noexcept;
+
     // Each takes the whole of something, which it returns as it is written, or nothing: nullopt.
     std::optional<std::string_view> takeQuoted();      ///< `"Berg, \"Zo\" Ana"`
     std::optional<std::string_view> takeComment();     ///< `(one (within another))`
@@ -35,6 +38,7 @@ private:
     std::size_t at_ = 0;
     bool hasClosingQuote_ = true;
     bool hasClosingBracket_ = true;
+    std::size_t angle_ = 0;   ///< the index of the last angle bracket looked for
     std::size_t wordEnd_ = 0; ///< the index of the last mark found that ends an encoded word
 };
 

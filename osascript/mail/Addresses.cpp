@@ -77,10 +77,16 @@ private:
             if (scanner_.isAtBlank()) {
                 scanner_.take();
             } else if (const auto comment = scanner_.takeComment()) {
-                pieces_.push_back({contentsOf(*comment), "", true});
+                addComment(contentsOf(*comment));
             } else {
                 readWord();
             }
+        }
+    }
+
+    void addComment(std::string text) {
+        if (!text.empty()) {
+            pieces_.push_back({std::move(text), "", true});
         }
     }
 
@@ -136,7 +142,6 @@ private:
         std::string address;
         bool isFinished = false;
         while (!isFinished && !scanner_.isAtEnd() && !scanner_.take('>')) {
-            const bool isRoute = address.starts_with('@'); // <@relay,@relay:a@example.org>
             if (const auto quoted = scanner_.takeQuoted()) {
                 address += *quoted;
             } else if (const auto encoded = scanner_.takeEncodedWord()) {
@@ -149,10 +154,11 @@ private:
                     scanner_.take();
                     address.clear();
                 }
-            } else if (!isRoute && (scanner_.next() == ',' || scanner_.next() == ';')) {
+            } else if ((scanner_.next() == ',' || scanner_.next() == ';') &&
+                       !scanner_.isInsideAngle()) {
                 isFinished = true;
-            } else if (isRoute && scanner_.take(':')) {
-                address.clear();
+            } else if (address.starts_with('@') && scanner_.take(':')) {
+                address.clear(); // it was a route: <@relay,@relay:a@example.org>
             } else if (!scanner_.takeComment()) {
                 addToAddress(address);
             }

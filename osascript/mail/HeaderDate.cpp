@@ -137,8 +137,9 @@ bool isBetweenNumbers(char character) {
 void skipDayName(Rest& rest) {
     const Rest before = rest;
     const std::string_view name = rest.take(isLetter);
-    rest.take(',');
-    if (name.size() < 3 || name.size() > 9 || rest.take(isSpace).empty()) {
+    const bool hasComma = rest.take(',');
+    const bool isFollowed = !rest.take(isSpace).empty() || hasComma;
+    if (name.size() < 3 || name.size() > 9 || !isFollowed) {
         rest = before;
     }
 }

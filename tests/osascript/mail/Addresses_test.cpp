@@ -84,6 +84,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Ana <a@b.c> Bo <d@e.f>", "Ana|a@b.c\nBo|d@e.f"},
         Case{"Ana <a@b.c> Berg, Bo <d@e.f>", "Ana Berg|a@b.c\nBo|d@e.f"},
         Case{"Ana <a@b.c", "Ana|a@b.c"}, Case{"Ana <a@b.c, Bo <d@e.f>", "Ana|a@b.c\nBo|d@e.f"},
+        Case{"Ana <a@b.c, d@e.f", "Ana|a@b.c\n|d@e.f"},
+        Case{"<a,x@b.c>, d@e.f", "|a,x@b.c\n|d@e.f"}, Case{"a@b.c () <d@e.f>", "a@b.c|d@e.f"},
         Case{"Ana <a@b.c <d@e.f>", "Ana|a@b.c\n|d@e.f"}, Case{"Ana <<a@b.c>>", "Ana|a@b.c"},
         Case{"Ana a@b.c>", "Ana|a@b.c"}, Case{"\"Ana <a@b.c>, d@e.f", "Ana|a@b.c\n|d@e.f"},
         Case{"Ana (x <a@b.c>", "Ana (x|a@b.c"}, Case{"Ana x) <a@b.c>", "Ana x)|a@b.c"},

@@ -162,12 +162,17 @@ const NoteText& NoteFiles::text(const NotePath& path) {
 }
 
 WordSieve& NoteFiles::sieveFor(const std::string& folded) {
+    constexpr std::size_t most = 16; // a script asks for one or two
+    if (sieves_.size() > most) {
+        sieves_.clear();
+        page_.reset();
+    }
     return sieves_.try_emplace(folded, folded).first->second;
 }
 
 bool NoteFiles::mayShow(const NotePath& path, const std::string& folded) {
-    readPage(path);
     WordSieve& sieve = sieveFor(folded);
+    readPage(path);
     if (page_->judge != &sieve) {
         page_->judge = &sieve;
         page_->mayShow = sieve.mayShow(bytes());

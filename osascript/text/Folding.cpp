@@ -205,6 +205,12 @@ std::u32string outlineOfFolded(std::string_view folded) {
 }
 
 std::u32string outlineOfCharacter(char32_t character) {
+    constexpr char32_t endOfASCII = 0x80;
+    if (character < endOfASCII) {
+        const char letter = upperASCII(static_cast<char>(character));
+        return isLetterOrDigit(letter) ? std::u32string(1, static_cast<unsigned char>(letter))
+                                       : std::u32string{};
+    }
     const auto units = unitsOf(static_cast<UChar32>(character));
     return outlineOf(plainUpper(normalized(normalizers().plain, units)));
 }

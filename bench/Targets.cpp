@@ -41,6 +41,14 @@ Target costAtMost(double ratio, std::vector<std::string> contenders) {
             asRatio};
 }
 
+Target multipleAtMost(double times, std::string other) {
+    return {Target::Bound::atMost, times,
+            [other = std::vector{std::move(other)}](const Figure& figure) {
+                return highestRatio(figure, other, Ratio::speed);
+            },
+            asRatio};
+}
+
 Target leadAtLeast(double times, std::vector<std::string> rivals) {
     return {Target::Bound::atLeast, times,
             [rivals = std::move(rivals)](const Figure& figure) {

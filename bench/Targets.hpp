@@ -12,6 +12,9 @@ namespace velmiro::bench {
 /// The highest cost ratio of these contenders is at most this.
 Target costAtMost(double ratio, std::vector<std::string> contenders);
 
+/// The first contender costs at most this many times what another one does.
+Target multipleAtMost(double times, std::string other);
+
 /// The first contender is at least `times` times as fast as the fastest of these.
 Target leadAtLeast(double times, std::vector<std::string> rivals);
 

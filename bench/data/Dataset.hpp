@@ -5,6 +5,7 @@
 #include "bench/data/Home.hpp"
 
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -35,6 +36,9 @@ struct Question {
     std::function<Found(const MCPStdio::JSONValue&)> read;
     Rival rival;
     Found expected;
+    /// The target of a running server: at most this many times what the rival costs.
+    std::optional<double> mostTimes = std::nullopt;
+    std::optional<double> mostMemory = std::nullopt; ///< bytes at the peak of a call, as a target
 };
 
 /// A kind of data. `make` writes the files of that many items into a home, and returns the
@@ -50,6 +54,9 @@ std::vector<Question> makeReminders(const Home& home, int reminders);
 std::vector<Question> makeContacts(const Home& home, int people);
 std::vector<Question> makeMail(const Home& home, int messages);
 std::vector<Question> makeNotes(const Home& home, int notes);
+
+/// Few messages and notes, compared with starting the script engine alone.
+std::vector<Question> makeFew(const Home& home, int items);
 
 /// Returns the texts at `key` in the records of a list in a payload.
 Found textsOf(const MCPStdio::JSONValue& payload, const char* list, const char* key);

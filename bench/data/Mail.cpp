@@ -25,6 +25,11 @@ constexpr std::time_t dayLength = 86'400;
 constexpr std::time_t newestAge = 120;
 constexpr int readOne = 7;
 
+/// Targets: times what notmuch costs with its database, and bytes.
+constexpr double mostForList = 3.5;
+constexpr double mostForOne = 4;
+constexpr double mostMemory = 40e6;
+
 std::string subjectOf(int number) {
     return "Message " + std::to_string(number);
 }
@@ -185,7 +190,7 @@ std::vector<Question> makeMail(const Home& home, int messages) {
     return {
         {"the last 3 days of an inbox of " + counted(messages) + " messages", "mail_list", list,
          [](const JSONValue& payload) { return textsOf(payload, "messages", "subject"); }, search,
-         listed},
+         listed, mostForList, mostMemory},
         {"reading one of them",
          "mail_read",
          JSONValue::object({{"id", identifierOf(subjectOf(readOne), list)}}),
@@ -193,7 +198,9 @@ std::vector<Question> makeMail(const Home& home, int messages) {
              return subjectAndText(payload["subject"], payload["content"]);
          },
          show,
-         {subjectOf(readOne), withoutEnd(text)}},
+         {subjectOf(readOne), withoutEnd(text)},
+         mostForOne,
+         mostMemory},
     };
 }
 

@@ -5,8 +5,14 @@
 #include "bench/data/ServerSession.hpp"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <iterator>
 #include <stdexcept>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace velmiro::bench {
@@ -40,6 +46,37 @@ Timing timeServer(const Question& question, std::size_t furtherCalls) {
         return call();
     });
     return {first, median(std::move(further))};
+}
+
+double peakOfCall(const Question& question) {
+    // The system keeps the peak of all descendants together, so a process of its own asks.
+    std::array<int, 2> pipe{};
+    if (::pipe(pipe.data()) != 0) {
+        throw std::system_error{errno, std::generic_category(), "pipe"};
+    }
+    const pid_t asking = ::fork();
+    if (asking == 0) {
+        double peak = 0;
+        try {
+            static_cast<void>(timeServer(question, 1));
+            rusage used{};
+            ::getrusage(RUSAGE_CHILDREN, &used);
+            peak = static_cast<double>(used.ru_maxrss) * 1024;
+        } catch (const std::exception&) {
+            peak = 0; // which the parent reports
+        }
+        const bool sent = ::write(pipe[1], &peak, sizeof peak) == sizeof peak;
+        ::_exit(sent ? 0 : 1);
+    }
+    ::close(pipe[1]);
+    double peak = 0;
+    const bool received = ::read(pipe[0], &peak, sizeof peak) == sizeof peak;
+    ::close(pipe[0]);
+    ::waitpid(asking, nullptr, 0);
+    if (!received || peak <= 0) {
+        throw std::runtime_error{"the memory of " + question.tool + " could not be measured"};
+    }
+    return peak;
 }
 
 } // namespace velmiro::bench

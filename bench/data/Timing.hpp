@@ -19,4 +19,7 @@ void require(const Found& found, const Question& question, const std::string& wh
 /// Starts a server, asks once and then `furtherCalls` times, and checks each answer.
 Timing timeServer(const Question& question, std::size_t furtherCalls);
 
+/// Returns the resident memory, in bytes, of the largest process that a call starts, at its peak.
+double peakOfCall(const Question& question);
+
 } // namespace velmiro::bench

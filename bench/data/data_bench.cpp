@@ -5,6 +5,7 @@
 #include "bench/Options.hpp"
 #include "bench/System.hpp"
 #include "bench/Table.hpp"
+#include "bench/Targets.hpp"
 #include "bench/data/ServerSession.hpp"
 #include "bench/data/Timing.hpp"
 
@@ -26,7 +27,7 @@ using MCPStdio::JSONValue;
 constexpr std::array datasets{
     Dataset{"calendar", 10'000, makeCalendar}, Dataset{"reminders", 10'000, makeReminders},
     Dataset{"contacts", 20'000, makeContacts}, Dataset{"mail", 20'000, makeMail},
-    Dataset{"notes", 5'000, makeNotes},
+    Dataset{"notes", 5'000, makeNotes},        Dataset{"few", 200, makeFew},
 };
 
 /// A turn that takes this many seconds hangs; SIGALRM then ends the benchmark.
@@ -49,10 +50,7 @@ Timing timeRival(const Question& question) {
         outputOf(rival.makeCache);
     }
     const double first = run();
-    if (rival.cache.empty()) {
-        return {first, first}; // every run does all the work again
-    }
-    if (!std::filesystem::exists(rival.cache)) {
+    if (!rival.cache.empty() && !std::filesystem::exists(rival.cache)) {
         throw std::runtime_error{rival.name + " keeps nothing at " + rival.cache.string()};
     }
     std::vector<double> further(furtherRuns);
@@ -65,6 +63,19 @@ Timing timeRival(const Question& question) {
 
 std::string milliseconds(double cost) {
     return decimal(cost * 1e3, 1) + " ms";
+}
+
+std::string megabytes(double bytes) {
+    return decimal(bytes / 1e6, 1) + " MB";
+}
+
+Figure memoryOf(const Question& question) {
+    Figure figure{"a further call: peak memory",
+                  "bytes",
+                  megabytes,
+                  {{"velmiro_mcp", {peakOfCall(question)}}}};
+    figure.target = medianAtMost(*question.mostMemory, megabytes);
+    return figure;
 }
 
 /// Asks in turns. A rival's run with its database is compared both with a new server, which has
@@ -86,12 +97,18 @@ std::vector<Figure> ask(const Question& question, int rounds) {
         running.costs[contender].samples.push_back(further);
     });
     ::alarm(0);
+    if (question.mostTimes) {
+        running.target = multipleAtMost(*question.mostTimes, question.rival.name);
+    }
     std::vector<Figure> figures;
     if (!question.rival.cache.empty()) {
         figures.push_back(std::move(withoutCache));
     }
     figures.push_back(std::move(newProcess));
     figures.push_back(std::move(running));
+    if (question.mostMemory) {
+        figures.push_back(memoryOf(question));
+    }
     return figures;
 }
 

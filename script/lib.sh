@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
 
 # What a machine can be prepared for.
-purposes=(build run bench test unit process end_to_end gnustep sanitizers macos lint all)
+purposes=(build bench test unit process end_to_end gnustep sanitizers macos lint all)
 
 # The folders of our C++.
 cpp_folders=(MCPStdio velmiro_mcp osascript approval_host examples support demo tests bench)
@@ -25,18 +25,18 @@ packages_for() {
     local libraries='libical-dev libicu-dev libjavascriptcoregtk-4.1-dev libgmime-3.0-dev'
     libraries+=' libgumbo-dev'
     local build="g++ cmake ninja-build pkg-config tzdata $libraries"
-    local run="$build nodejs npm ca-certificates"
+    local npm='nodejs npm ca-certificates'
     local unit="$build libgtest-dev libgmock-dev python3 python3-dateutil"
-    local process="$run $unit strace bsdutils"
-    local end_to_end="$process khal todoman khard mutt notmuch"
+    local process="$unit strace bsdutils"
+    local end_to_end="$process $npm khal todoman khard mutt notmuch"
     local clang='clang-19 libclang-rt-19-dev'
     local sanitizers="$unit $clang"
     local gnustep="$process $clang libgnustep-base-dev libobjc-12-dev libblocksruntime-dev"
-    local macos="$run python3 clang-19 llvm-19 file"
-    local lint="$run $unit $clang clang-format-19 clang-tidy-19 shellcheck"
-    local bench="$run nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
+    local macos="$build $npm python3 clang-19 llvm-19 file"
+    local lint="$unit $npm $clang clang-format-19 clang-tidy-19 shellcheck"
+    local bench="$build $npm nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
-    build | run | unit | process | end_to_end | sanitizers | gnustep | macos | lint | bench) echo "${!1}" ;;
+    build | unit | process | end_to_end | sanitizers | gnustep | macos | lint | bench) echo "${!1}" ;;
     test) echo "$end_to_end" ;;
     all) echo "$end_to_end $sanitizers $gnustep $macos $lint $bench" ;;
     *) die "unknown purpose '$1': ${purposes[*]}" ;;
@@ -45,15 +45,13 @@ packages_for() {
 
 # The folders that each purpose needs packages from npm for; after a colon, all or what is needed to run.
 npm_folders_for() {
-    local stand_in=osascript peer=bench/peers/typescript_sdk draw=bench/draw
+    local types=tests/types peer=bench/peers/typescript_sdk draw=bench/draw
     case $1 in
-    run) echo $stand_in:production ;;
-    process | gnustep) echo $stand_in:all ;;
-    test | end_to_end) echo $stand_in:all tests/end_to_end:all ;;
+    test | end_to_end) echo tests/end_to_end:all ;;
     macos) echo cmake/macos:all ;;
-    lint) echo $stand_in:all $peer:all $draw:all ;;
-    bench) echo $stand_in:production $peer:production $draw:production ;;
-    all) echo $stand_in:all tests/end_to_end:all cmake/macos:all $peer:all $draw:all ;;
+    lint) echo $types:all $peer:all $draw:all ;;
+    bench) echo $peer:production $draw:production ;;
+    all) echo $types:all tests/end_to_end:all cmake/macos:all $peer:all $draw:all ;;
     esac
 }
 
@@ -167,9 +165,9 @@ install_npm_packages() {
     touch "$state-$which"
 }
 
-# Makes the release build, and what its scripts need, ready to run.
+# Makes the release build ready to run.
 prepare_release() {
-    install_for run
+    install_for build
     build_preset release
 }
 

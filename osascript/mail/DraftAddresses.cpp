@@ -2,7 +2,7 @@
 
 #include "MCPStdio/text/UTF8.hpp"
 #include "osascript/mail/DraftHeader.hpp"
-#include "osascript/mail/GLib.hpp"
+#include "osascript/message/GMime.hpp"
 #include "velmiro_mcp/base/Text.hpp"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "osascript/mail/DraftSender.hpp"
 
 #include "osascript/mail/DraftAddresses.hpp"
-#include "osascript/mail/GLib.hpp"
+#include "osascript/message/GMime.hpp"
 #include "velmiro_mcp/platform/local/files/Files.hpp"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "osascript/mail/DraftAddresses.hpp"
 #include "osascript/mail/DraftHeader.hpp"
-#include "osascript/mail/GLib.hpp"
+#include "osascript/message/GMime.hpp"
 
 #include <chrono>
 #include <cstddef>

@@ -2,7 +2,7 @@
 
 #include "osascript/mail/Header.hpp"
 #include "osascript/mail/HeaderDate.hpp"
-#include "osascript/mail/MessageText.hpp"
+#include "osascript/mail/MessageReader.hpp"
 #include "osascript/mail/Recipient.hpp"
 #include "velmiro_mcp/platform/local/files/LocalFolders.hpp"
 

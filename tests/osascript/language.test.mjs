@@ -2,7 +2,6 @@
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { fold } from '../../osascript/language/fold.mjs';
 import { Home, message } from './support.mjs';
 
 /** Three notes, the latest first: gamma, Beta, alpha. */
@@ -112,33 +111,3 @@ test('a filter on dates opens no message that is older than it asks for', async 
         .map(m => m.subject())`;
     assert.deepEqual(await home.value(source), ['new']);
 });
-
-const alike = [
-    ['Straße', 'STRASSE'],
-    ['İstanbul', 'istanbul'],
-    ['ışık', 'isik'],
-    ['ΣΊΣΥΦΟΣ', 'σίσυφος'],
-    ['e\u0301', 'é'],
-    ['café', 'CAFE'],
-    ['ﬁn', 'FIN'],
-    ['Ｆｕｌｌ', 'full'],
-    ['Ёлка', 'елка'],
-    ['שָׁלוֹם', 'שלום'],
-    ['مُحَمَّد', 'محمد'],
-    ['Ŀ', 'L·'],
-    ['한', '한'.normalize('NFD')],
-];
-for (const [one, other] of alike) {
-    test(`${one} and ${other} are alike`, () => assert.equal(fold(one), fold(other)));
-}
-const different = [
-    ['दिल', 'दल'],
-    ['が', 'か'],
-    ['o', '0'],
-    ['ø', 'o'],
-    ['한', '하'],
-    ['кот', 'kot'],
-];
-for (const [one, other] of different) {
-    test(`${one} and ${other} are not alike`, () => assert.notEqual(fold(one), fold(other)));
-}

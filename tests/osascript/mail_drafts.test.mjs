@@ -14,7 +14,7 @@ import {
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { Home, awkward, exchange, launcher, root, script } from './support.mjs';
+import { Home, awkward, exchange, program, root, script } from './support.mjs';
 
 const require = createRequire(join(root, 'osascript/main.mjs'));
 const { simpleParser } = require('mailparser');
@@ -166,7 +166,7 @@ test('no other program is started, and no socket is opened', async (t) => {
     const traced = spawnSync('strace', ['-V']).status === 0;
     if (!traced) return t.skip('strace is not installed');
     const traces = ['-f', '-o', log, '-e', 'trace=execve,socket,connect'];
-    const started = [launcher, '-l', 'JavaScript', '-e', script('mail_create_draft')];
+    const started = [program, '-l', 'JavaScript', '-e', script('mail_create_draft')];
     home.variables.EMAIL = 'zoe@example.org';
     const options = { env: home.environment };
     await exchange('strace', options, ...traces, ...started, '["a@b"]', '[]', 's', 'b');

@@ -13,8 +13,6 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { parseDate } from '../../osascript/mail/dates.mjs';
-import { identifiers } from '../../osascript/mail/maildir.mjs';
 import { Home, awkward, headerDate, message } from './support.mjs';
 
 const list = async (home, days = '3', limit = '100', unread = 'false') =>
@@ -152,26 +150,6 @@ test('a message that is in new and cur at once is listed once', async (t) => {
     );
 });
 
-test('numbers that collide are told apart by the order of names', () => {
-    const same = () => 5;
-    const expected = new Map([
-        ['a', 5],
-        ['b', 6],
-        ['c', 7],
-    ]);
-    assert.deepEqual(identifiers(['c', 'a', 'b'], same), expected);
-    const last = identifiers(['x', 'y'], () => Number.MAX_SAFE_INTEGER);
-    assert.deepEqual([...last.values()], [Number.MAX_SAFE_INTEGER, 1]);
-});
-
-test('numbers are whole, exact in JSON and different for 20000 names', () => {
-    const given = identifiers(
-        Array.from({ length: 20_000 }, (_, i) => `${1700000000 + i}.M${i}P1.host`),
-    );
-    assert.equal(new Set(given.values()).size, 20_000);
-    for (const number of given.values()) assert.ok(Number.isSafeInteger(number) && number > 0);
-});
-
 test('the date is that of the topmost Received, else of Date, else of the file', async (t) => {
     const home = new Home(t);
     const at = (age) => new Date(Date.parse(headerDate(age))).toISOString();
@@ -205,30 +183,6 @@ test('the date is that of the topmost Received, else of Date, else of the file',
     }
     assert.equal((await list(home)).length, 7);
 });
-
-const dates = {
-    'Mon, 5 Jan 2026 09:15:02 +0100 (CET)': '2026-01-05T08:15:02.000Z',
-    '5 Jan 26 09:15 EST': '2026-01-05T14:15:00.000Z',
-    'Sunday, 06-Nov-94 08:49:37 GMT': '1994-11-06T08:49:37.000Z',
-    'Thu, 31 Dec 1998 23:59:60 +0000': '1998-12-31T23:59:59.000Z',
-    'Fri,  9 Jan 2026 10:00:00 -0000': '2026-01-09T10:00:00.000Z',
-};
-for (const [text, expected] of Object.entries(dates)) {
-    test(`the date ${text} is understood`, () => {
-        assert.equal(new Date(parseDate(text)).toISOString(), expected);
-    });
-}
-for (const text of [
-    '',
-    'foo 1',
-    '30 Feb 2026 10:00 +0000',
-    '1 Jan 2026 25:00 +0000',
-    '2026-01-05T08:15:02Z',
-    '1 Foo 2026 10:00',
-]) {
-    test(`the date ${text || 'of no characters'} is none`, () =>
-        assert.ok(Number.isNaN(parseDate(text))));
-}
 
 test('a header longer than one look is read whole', async (t) => {
     const home = new Home(t);
@@ -390,7 +344,7 @@ for (const text of awkward) {
         const type = 'Content-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: base64\n';
         home.mail('cur/1.a:2,', `Subject: ${words}\n${type}\n${body}\n`);
         const [{ id, subject }] = await list(home);
-        const line = text.replace(/[\p{Cc}\u2028\u2029]+/gu, ' ').trim();
+        const line = text.replace(/[\p{Cc}\u2028\u2029]+/gu, ' ').replace(/^ +| +$/g, '');
         assert.equal(subject, line);
         assert.equal((await home.run('mail_read', String(id))).content, `${text}\n${text}`);
     });

@@ -17,9 +17,7 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { compose, parse } from '../../osascript/notes/markdown.mjs';
-import { htmlOf, linesOf } from '../../osascript/notes/html.mjs';
-import { Home, awkward, exchange, launcher, script } from './support.mjs';
+import { Home, awkward, exchange, program, script } from './support.mjs';
 
 const search = async (home, query, limit = '30') =>
     (await home.run('notes_search', query, limit)).notes;
@@ -170,7 +168,7 @@ test('a new note is a Markdown file with title, blank line and lines', async (t)
     assert.deepEqual(result, { created: true });
     assert.deepEqual(files(home), ['Shopping & <more>.md']);
     const text = readFileSync(join(home.data, 'Notes/Notes/Shopping & <more>.md'), 'utf8');
-    assert.equal(text, '# Shopping \\& \\<more>\n\nmilk\n\n- eggs\n  indented\n');
+    assert.equal(text, '# Shopping & \\<more>\n\nmilk\n\n- eggs\n  indented\n');
 });
 
 test('without a folder a note goes to Notes, else to the first folder', async (t) => {
@@ -294,80 +292,6 @@ test('a text of 100 KB comes back as it was given', async (t) => {
     assert.deepEqual(await roundTrip(t, 'Long', long), ['Long', `Long\n${long}`]);
 });
 
-test('any text of marks comes back as it was given', () => {
-    const marks = [
-        '\\',
-        '`',
-        '*',
-        '_',
-        '~~',
-        '[',
-        '](',
-        ')',
-        '<',
-        '>',
-        '&',
-        '#',
-        '- ',
-        '+ ',
-        '=',
-        '!',
-        ' ',
-    ];
-    const pieces = [
-        ...marks,
-        '\t',
-        'a',
-        '1',
-        'é',
-        '&amp;',
-        '&#32;',
-        '\r',
-        '```',
-        '~~~',
-        '# ',
-        '---',
-        '😀',
-        '\u2028',
-        '\f',
-    ];
-    let seed = 1; // the same texts in every run
-    const random = (below) => (seed = (seed * 48271) % 2147483647) % below;
-    const text = () =>
-        Array.from({ length: random(12) }, () => pieces[random(pieces.length)]).join('');
-    for (let i = 0; i < 50_000; i++) {
-        const title = `${text()}${text().trim() || 'T'}`;
-        const lines = Array.from({ length: 1 + random(3) }, text);
-        assert.deepEqual(linesOf(htmlOf(title, lines)), [title, ...lines]);
-        if (title.trim() !== '')
-            assert.deepEqual(parse(compose(title, lines), true), { title, lines });
-    }
-});
-
-const exhausting = [
-    '*a ',
-    '_a ',
-    '**a *b ',
-    '[a](',
-    '`a``',
-    '<a ',
-    '&#',
-    '\\',
-    '# ',
-    '- ',
-    '![',
-    '~~',
-    ' ',
-    '"',
-];
-for (const part of exhausting) {
-    test(`a line made of ${JSON.stringify(part)} is read in time`, { timeout: 10_000 }, () => {
-        const line = `x${part.repeat(200_000 / part.length)}x`;
-        assert.equal(parse(compose(line, [line]), true).lines[0], line);
-        parse(`# ${line}\n\n${line}\n`, true);
-    });
-}
-
 test('the file is whole and flushed before it has its name', async (t) => {
     const home = new Home(t);
     home.note('Notes/a.md', 'a');
@@ -379,7 +303,7 @@ test('the file is whole and flushed before it has its name', async (t) => {
         log,
         '-e',
         `trace=${calls}`,
-        launcher,
+        program,
         '-l',
         'JavaScript',
         '-e',
@@ -398,8 +322,8 @@ test('the file is whole and flushed before it has its name', async (t) => {
         .split('\n')
         .filter((line) => line.includes(' = '));
     const at = (pattern) => lines.findIndex((line) => pattern.test(line));
-    const opened = at(/openat\(.*Notes\/Notes\/\.\d+\..*O_EXCL/);
-    const linked = at(/link\(.*Title\.md"/);
+    const opened = at(/openat\(.*(O_TMPFILE|"\.[^"]+".*O_EXCL)/);
+    const linked = at(/link(at)?\(.*"Title\.md"/);
     const flushes = lines.flatMap((line, i) => (/fsync\(/.test(line) ? [i] : []));
     assert.ok(opened >= 0 && linked > opened, 'opened, then linked');
     assert.ok(
@@ -418,7 +342,7 @@ test('a folder that cannot be written gives an error and leaves nothing', async 
     const home = new Home(t);
     home.note('Notes/a.md', 'a');
     chmodSync(join(home.data, 'Notes/Notes'), 0o500);
-    await assert.rejects(home.run('notes_create', 'T', 'b', ''), /EACCES/);
+    await assert.rejects(home.run('notes_create', 'T', 'b', ''), /Permission denied/);
     assert.deepEqual(files(home), ['a.md']);
 });
 
@@ -427,7 +351,7 @@ test('a folder that is a file gives an error that says why', async (t) => {
     home.write('Notes', 'a file');
     await assert.rejects(
         home.run('notes_create', 'T', 'b', ''),
-        /execution error: Error: Error: ENOTDIR/,
+        /execution error: Error: Error: .*Not a directory/,
     );
 });
 

@@ -11,14 +11,11 @@ import { fileURLToPath } from 'node:url';
 const here = dirname(fileURLToPath(import.meta.url));
 export const root = join(here, '../..');
 export const samples = join(here, 'samples');
-export const launcher = process.env.OSASCRIPT ?? join(root, 'osascript/osascript');
+/** The program under test: that of the build that runs these tests, or else that of the test preset. */
+export const program = process.env.OSASCRIPT ?? join(root, 'build/test/libexec/velmiro/osascript');
 
-/** The launcher takes the Node.js that runs these tests. Drafts are not from the user who runs them. */
-export const environment = {
-    ...process.env,
-    EMAIL: '',
-    PATH: `${dirname(process.execPath)}:${process.env.PATH}`,
-};
+/** Drafts are not from the user who runs the tests. */
+const environment = { ...process.env, EMAIL: '' };
 
 const scripts = new Map();
 
@@ -30,8 +27,8 @@ export function script(name) {
 }
 
 /** Starts a program and gives what it said and how it ended. */
-export async function exchange(program, options, ...given) {
-    const child = spawn(program, given, { stdio: ['ignore', 'pipe', 'pipe'], ...options });
+export async function exchange(command, options, ...given) {
+    const child = spawn(command, given, { stdio: ['ignore', 'pipe', 'pipe'], ...options });
     const [output, errors, [status, signal]] = await Promise.all([
         text(child.stdout),
         text(child.stderr),
@@ -55,7 +52,7 @@ export class Home {
     /** Evaluates a script text. */
     evaluate(source, ...given) {
         const options = { env: this.environment };
-        return exchange(launcher, options, '-l', 'JavaScript', '-e', source, ...given);
+        return exchange(program, options, '-l', 'JavaScript', '-e', source, ...given);
     }
 
     /** Evaluates an expression and gives its value. */

@@ -82,8 +82,8 @@ void MaildirNames::list(const std::string& maildir) {
 }
 
 void MaildirNames::readNames(Place place) {
-    constexpr std::size_t blockSize = 1UL << 20;
-    constexpr std::size_t enough = 1UL << 16; // any smaller room would cost more calls
+    constexpr std::size_t blockSize = 256UL << 10;
+    constexpr std::size_t enough = 32UL << 10; // any smaller room would cost more calls
     std::size_t room = 0;
     char* free = nullptr;
     for (;;) {

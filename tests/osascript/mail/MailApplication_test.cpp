@@ -185,11 +185,11 @@ TEST(Mail, WhatIsNoMessageDoesNotHideTheOthers) {
 
 TEST(Mail, NumberFindsItsMessageWhateverItsFlags) {
     const MailHome home;
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 60; ++i) {
         home.write("new/" + std::to_string(i) + ".a", messageOf(std::to_string(i), i));
     }
     const auto all = allMessages();
-    ASSERT_EQ(all.size(), 300);
+    ASSERT_EQ(all.size(), 60);
     for (const ObjectPointer& message : all) {
         const double number = numberOf(*message);
         EXPECT_EQ(number, std::floor(number));
@@ -308,12 +308,12 @@ TEST(Mail, MessageThatItsNameMakesOldIsNotLookedAt) {
 
 TEST(Mail, MessagesThatAreRemovedAreDropped) {
     const MailHome home;
-    for (int i = 0; i < 2'000; ++i) {
+    for (int i = 0; i < 400; ++i) {
         home.write("cur/" + std::to_string(i) + ".a:2,", messageOf(std::to_string(i), i));
     }
     const auto inbox = newInbox();
     auto all = elementsOf(*inbox, "messages").all(*inbox);
-    for (int i = 0; i < 2'000; ++i) {
+    for (int i = 0; i < 400; ++i) {
         if (i % 4 != 0) {
             std::filesystem::remove(home.path("cur/" + std::to_string(i) + ".a:2,"));
         } else {
@@ -326,7 +326,7 @@ TEST(Mail, MessagesThatAreRemovedAreDropped) {
               false);
     const auto before = all;
     all = arranged(std::move(all));
-    EXPECT_EQ(all.size(), 500);
+    EXPECT_EQ(all.size(), 100);
     EXPECT_EQ(std::get<bool>(valueOf(*all.front(), "readStatus")), true);
     std::size_t gone = 0;
     for (const ObjectPointer& message : before) {
@@ -338,7 +338,7 @@ TEST(Mail, MessagesThatAreRemovedAreDropped) {
             ++gone;
         }
     }
-    EXPECT_EQ(gone, 1'500);
+    EXPECT_EQ(gone, 300);
 }
 
 TEST(Mail, MessagesOutliveTheApplication) {

@@ -31,11 +31,13 @@ std::string_view cut(std::string_view value) {
     if (value.size() <= largestValue) {
         return value;
     }
-    constexpr std::size_t longestWord = 1024;
+    constexpr std::size_t longestPiece = 1024; // lines of mail have at most 998 bytes
     const std::string_view beginning = value.substr(0, largestValue);
-    const std::size_t between = beginning.find_last_of(" \t\n,");
-    if (between != std::string_view::npos && between + longestWord > largestValue) {
-        return beginning.substr(0, between);
+    for (const std::string_view ends : {"\n", " \t,"}) {
+        const std::size_t end = beginning.find_last_of(ends);
+        if (end != std::string_view::npos && end + longestPiece > largestValue) {
+            return beginning.substr(0, end);
+        }
     }
     std::size_t end = largestValue;
     while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xC0U) == 0x80U &&

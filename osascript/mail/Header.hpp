@@ -15,7 +15,8 @@ namespace velmiro::osascript {
 /// The rest of a longer header is not read.
 inline constexpr std::size_t largestHeader = 1UL << 20;
 
-/// A longer value is cut, between words where it has any: it was written to make readers slow.
+/// A longer value is cut, after a line or else a word where it has any: it was written to make
+/// readers slow.
 inline constexpr std::size_t largestValue = 64UL << 10;
 
 /// Returns where the empty line after the header begins, in a message or its beginning; npos if

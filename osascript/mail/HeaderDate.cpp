@@ -227,7 +227,7 @@ std::optional<double> deliveryDate(std::string_view name, double now) {
     constexpr double second = 1000;
     constexpr double day = 86'400 * second;
     constexpr double in1990 = 631'152'000 * second;
-    const std::size_t digits =
+    const auto digits =
         static_cast<std::size_t>(std::ranges::find_if_not(name, isDigit) - name.begin());
     if ((digits != 9 && digits != 10) || digits == name.size() || name[digits] != '.') {
         return std::nullopt;
@@ -236,7 +236,7 @@ std::optional<double> deliveryDate(std::string_view name, double now) {
     for (const char digit : name.substr(0, digits)) {
         seconds = seconds * 10 + (digit - '0');
     }
-    const double time = static_cast<double>(seconds) * second;
+    const auto time = static_cast<double>(seconds) * second;
     return time >= in1990 && time <= now + day ? std::optional{time} : std::nullopt;
 }
 

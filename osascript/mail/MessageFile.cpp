@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
+#include <cstdint>
 #include <utility>
 
 #include <fcntl.h>
@@ -39,9 +39,9 @@ std::optional<double> MessageFiles::written(MessageName& name) {
     if (!isThere || !S_ISREG(about.st_mode)) {
         return std::nullopt;
     }
-    constexpr long nanoseconds = 1'000'000; // in a millisecond
-    return static_cast<double>(about.st_mtim.tv_sec) * 1000 +
-           static_cast<double>(about.st_mtim.tv_nsec / nanoseconds);
+    const std::int64_t milliseconds =
+        std::int64_t{about.st_mtim.tv_sec} * 1000 + about.st_mtim.tv_nsec / 1'000'000;
+    return static_cast<double>(milliseconds);
 }
 
 Descriptor MessageFiles::open(MessageName& name) {
@@ -125,6 +125,9 @@ std::string_view readHeader(const Descriptor& message, std::string& buffer) {
     std::size_t end = headerEnd(buffer);
     for (; isMore && end == std::string_view::npos; end = headerEnd(buffer)) {
         isMore = readMore(message, largestHeader, buffer);
+    }
+    if (end == std::string_view::npos && buffer.size() == largestHeader) {
+        end = buffer.rfind('\n'); // half a line could be another field's
     }
     return std::string_view{buffer}.substr(0, end);
 }

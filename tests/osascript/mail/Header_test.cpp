@@ -55,6 +55,11 @@ TEST(Header, ValuesHaveALimit) {
         recipients += "someone@example.org, ";
     }
     EXPECT_TRUE(firstValue("A:" + recipients, "a").value().ends_with("someone@example.org,"));
+    std::string lines;
+    while (lines.size() < largestValue + 100) {
+        lines += "\"Ana Berg\" <a@b.c>,\n ";
+    }
+    EXPECT_TRUE(firstValue("A:" + lines, "a").value().ends_with("<a@b.c>,"));
     for (const char* const before : {"", "x", "xx"}) {
         std::string letters = before;
         while (letters.size() < largestValue + 100) {

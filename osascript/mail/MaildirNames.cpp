@@ -54,7 +54,7 @@ std::string_view MessageName::flags() const {
 
 MaildirNames::MaildirNames(const std::string& maildir) {
     // A file that is renamed while its folder is listed can be missed under both names.
-    constexpr int tries = 3;
+    constexpr int tries = 5;
     for (int attempt = 0; attempt < tries; ++attempt) {
         list(maildir);
         if (!haveChanged()) {

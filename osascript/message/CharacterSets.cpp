@@ -17,8 +17,6 @@ using local::icuCommon;
 using local::ICUCommon;
 using namespace std::string_view_literals;
 
-constexpr auto replacement = "\uFFFD"sv;
-
 constexpr auto utf8 = "UTF-8"sv;
 constexpr auto utf7 = "UTF-7"sv;
 constexpr auto windows1252 = "windows-1252"sv;

@@ -19,7 +19,7 @@
 namespace {
 
 constexpr unsigned mostSeconds = 20;
-constexpr rlim_t mostMemory = rlim_t{1} << 30U;
+[[maybe_unused]] constexpr rlim_t mostMemory = rlim_t{1} << 30U;
 
 /// Lowers a limit of this process, which may already be lower.
 void limit(__rlimit_resource resource, rlim_t most) {
@@ -34,7 +34,9 @@ void limit(__rlimit_resource resource, rlim_t most) {
 void limitProcess() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     limit(RLIMIT_CORE, 0);
+#ifndef SANITIZED // sanitizers reserve terabytes
     limit(RLIMIT_AS, mostMemory);
+#endif
     limit(RLIMIT_CPU, mostSeconds);
     // An ignored or blocked signal is inherited.
     sigset_t alarms;
@@ -65,7 +67,7 @@ int main() {
     limitProcess();
     try {
         const bool isWritten = write(velmiro::osascript::messageText(STDIN_FILENO));
-        std::_Exit(isWritten ? EXIT_SUCCESS : EXIT_FAILURE);
+        return isWritten ? EXIT_SUCCESS : EXIT_FAILURE;
     } catch (const std::exception&) {
         return EXIT_FAILURE;
     }

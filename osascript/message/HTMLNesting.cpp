@@ -30,6 +30,10 @@ constexpr std::array formatting{"a"sv,     "b"sv,      "big"sv,    "code"sv, "em
                                 "small"sv, "strike"sv, "strong"sv, "tt"sv,   "u"sv};
 static_assert(std::ranges::is_sorted(formatting));
 
+/// Elements from within which nothing outside can be closed. Sorted.
+constexpr std::array scopes{"applet"sv, "marquee"sv, "object"sv, "table"sv, "template"sv};
+static_assert(std::ranges::is_sorted(scopes));
+
 template <typename Names>
 bool contains(const Names& names, std::string_view name) {
     return std::ranges::binary_search(names, name);
@@ -179,9 +183,8 @@ private:
             --dropped_;
             return false;
         }
-        // What is outside of a table cannot be closed from within it.
         const auto last = std::ranges::find_if(open_.rbegin(), open_.rend(), [&](const auto& one) {
-            return one == name || one == "table" || one == "template";
+            return one == name || contains(scopes, one);
         });
         if (last == open_.rend() || *last != name) {
             return true;

@@ -19,7 +19,7 @@
 namespace {
 
 constexpr unsigned mostSeconds = 20;
-[[maybe_unused]] constexpr rlim_t mostMemory = rlim_t{1} << 30U;
+constexpr rlim_t mostMemory = rlim_t{1} << 30U;
 
 /// Lowers a limit of this process, which may already be lower.
 void limit(__rlimit_resource resource, rlim_t most) {
@@ -34,9 +34,9 @@ void limit(__rlimit_resource resource, rlim_t most) {
 void limitProcess() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     limit(RLIMIT_CORE, 0);
-#ifndef SANITIZED // sanitizers reserve terabytes
-    limit(RLIMIT_AS, mostMemory);
-#endif
+    if constexpr (SANITIZED == 0) { // sanitizers reserve terabytes
+        limit(RLIMIT_AS, mostMemory);
+    }
     limit(RLIMIT_CPU, mostSeconds);
     // An ignored or blocked signal is inherited.
     sigset_t alarms;

@@ -1,4 +1,4 @@
-#include "osascript/mail/Draft.hpp"
+#include "osascript/mail/DraftSaving.hpp"
 
 #include "osascript/dictionary/ScriptError.hpp"
 #include "osascript/mail/DraftSender.hpp"

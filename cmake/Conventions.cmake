@@ -47,8 +47,8 @@ if(VELMIRO_STATIC_RUNTIME)
                      LINKER:-z,pack-relative-relocs)
 endif()
 
-# Precompiled headers save half of the compiler's time, but they hide a missing include. The release,
-# GNUstep's build and clang-tidy, which parses every file, go without them.
+# Precompiled headers save half of the compiler's time, but they hide a missing include. The release
+# and the builds with the address sanitizer, which together parse every file, go without them.
 option(VELMIRO_PRECOMPILE "Precompile the standard headers that many files include" OFF)
 set(VELMIRO_PRECOMPILED "") # the target whose headers the folder's targets share
 function(velmiro_precompile name)

@@ -30,8 +30,8 @@ packages_for() {
     local process="$unit strace bsdutils"
     local end_to_end="$process $npm khal todoman khard mutt notmuch"
     local clang='clang-19 libclang-rt-19-dev'
-    local sanitizers="$unit $clang"
-    local gnustep="$process $clang libgnustep-base-dev libobjc-12-dev libblocksruntime-dev"
+    local sanitizers="$unit $clang ccache"
+    local gnustep="$process $clang ccache libgnustep-base-dev libobjc-12-dev libblocksruntime-dev"
     local macos="$build $npm python3 clang-19 llvm-19 file"
     local lint="$unit $npm $clang clang-format-19 clang-tidy-19 shellcheck"
     local bench="$build $npm nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"

@@ -91,6 +91,18 @@ TEST_F(EventContract, WithoutCalendarsThereIsNoDefault) {
     EXPECT_FALSE(database->defaultCalendarForNewEvents());
 }
 
+TEST_F(EventContract, ANewUserHasACalendarThatTakesEvents) {
+    EXPECT_EQ(database->authorizationStatus(EntityType::event), AuthorizationStatus::fullAccess);
+    const auto target = database->defaultCalendarForNewEvents();
+    ASSERT_TRUE(target);
+    EXPECT_EQ(calendar(EntityType::event, target->title).identifier, target->identifier);
+    EXPECT_EQ(titles("2026-10-14", "2026-10-15", &*target), Titles{});
+    const std::string identifier = database->saveEvent(dentist(), *target);
+    const Event found = onlyEvent("2026-10-14", "2026-10-15");
+    EXPECT_EQ(found.identifier, identifier);
+    EXPECT_EQ(found.calendar, target->title);
+}
+
 TEST_F(EventContract, EventsOfATimeAreThoseThatOverlapIt) {
     addEvent("Work", "before",
              "DTSTART:20261014T080000Z\r\nDTEND:20261014T090000Z\r\nSUMMARY:before\r\n");

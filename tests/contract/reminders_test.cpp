@@ -63,6 +63,17 @@ TEST_F(ReminderContract, WithoutListsThereIsNoDefault) {
     EXPECT_FALSE(database->defaultListForNewReminders());
 }
 
+TEST_F(ReminderContract, ANewUserHasAListThatTakesReminders) {
+    EXPECT_EQ(database->authorizationStatus(EntityType::reminder), AuthorizationStatus::fullAccess);
+    const auto target = database->defaultListForNewReminders();
+    ASSERT_TRUE(target);
+    EXPECT_EQ(calendar(EntityType::reminder, target->title).identifier, target->identifier);
+    EXPECT_EQ(titles({true, {}, &*target}), Titles{});
+    const std::string identifier = database->saveReminder({"Milk", {}, 0, {}}, *target);
+    EXPECT_EQ(only().identifier, identifier);
+    EXPECT_EQ(only().list, target->title);
+}
+
 TEST_F(ReminderContract, OpenOnesAreFoundCompletedOnesOnlyWhenAskedFor) {
     addReminder("Home", "open", "SUMMARY:open\r\n");
     addReminder("Home", "done", "SUMMARY:done\r\nSTATUS:COMPLETED\r\n");

@@ -4,20 +4,14 @@
 #include "velmiro_mcp/platform/local/files/Files.hpp"
 #include "velmiro_mcp/platform/local/files/LocalFolders.hpp"
 
-#include <algorithm>
 #include <utility>
 
 namespace velmiro::local {
 namespace {
 
 Vdir root(EntityType type) {
-    return Vdir{dataFolder(type == EntityType::event ? "Calendars" : "Reminders")};
-}
-
-Vdir openRoot(EntityType type) {
-    Vdir opened = root(type);
-    opened.makeIfMissing(type == EntityType::event ? "Calendar" : "Reminders");
-    return opened;
+    return type == EntityType::event ? Vdir{dataFolder("Calendars"), "Calendar"}
+                                     : Vdir{dataFolder("Reminders"), "Reminders"};
 }
 
 } // namespace
@@ -31,20 +25,25 @@ bool CalendarFolders::isAccessible(EntityType type) {
 }
 
 std::vector<Collection> CalendarFolders::collections(EntityType type) {
-    return reading(nameOf(type), [&] { return openRoot(type).collections(); });
+    return reading(nameOf(type), [&] { return root(type).collections(); });
 }
 
 std::optional<Collection> CalendarFolders::firstWritable(EntityType type) {
-    auto all = collections(type);
-    return reading(nameOf(type), [&]() -> std::optional<Collection> {
-        const auto first = std::ranges::find_if(all, isWritableFolder, &Collection::path);
-        return first == all.end() ? std::nullopt : std::optional{std::move(*first)};
-    });
+    return reading(nameOf(type), [&] { return root(type).firstWritable(); });
 }
 
 std::optional<Collection> CalendarFolders::collection(EntityType type, const Calendar& calendar) {
     return reading(nameOf(type, calendar.title),
-                   [&] { return openRoot(type).collection(calendar.identifier); });
+                   [&] { return root(type).collection(calendar.identifier); });
+}
+
+std::error_code CalendarFolders::createItem(EntityType type, const Calendar& calendar,
+                                            const std::string& name, std::string_view contents) {
+    try {
+        return root(type).createItem(calendar.identifier, calendar.title, name, contents);
+    } catch (const std::system_error& error) {
+        return error.code();
+    }
 }
 
 void CalendarFolders::forEachFile(EntityType type, const Calendar* calendar, const Visit& visit) {

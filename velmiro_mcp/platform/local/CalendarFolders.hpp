@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace velmiro::local {
@@ -18,11 +20,11 @@ std::string storedAt(const Collection& collection, const std::string& item);
 /// The user's calendars and reminder lists: folders of files in one root for each type. Every
 /// failure is a PlatformError that names what could not be read.
 ///
-/// A root that does not exist is created when it is first read. Only parsed files are kept between
-/// calls. One caller at a time.
+/// Reading creates nothing: a missing root counts as one empty folder, ‘Calendar’ or ‘Reminders’,
+/// until its first item creates it. Only parsed files are kept between calls. One caller at a time.
 class CalendarFolders {
 public:
-    /// Returns whether the user's rights allow reading and writing. Creates nothing.
+    /// Returns whether the user's rights allow reading and writing, or creating a missing root.
     static bool isAccessible(EntityType type);
 
     /// Returns all calendars, or all lists, in the store's order.
@@ -33,6 +35,10 @@ public:
 
     /// Returns the folder of a calendar or list; nullopt if it is gone.
     static std::optional<Collection> collection(EntityType type, const Calendar& calendar);
+
+    /// Creates a file in a calendar or list, as `Vdir::createItem` does, and returns why not.
+    static std::error_code createItem(EntityType type, const Calendar& calendar,
+                                      const std::string& name, std::string_view contents);
 
     /// A file, valid only during the visit.
     struct File {

@@ -54,6 +54,7 @@ set(PLATFORM_PARTS
     platform/local/files/HiddenFiles.cpp
     platform/local/files/Random.cpp
     platform/local/files/ReadLease.cpp
+    platform/local/files/RootCreation.cpp
     platform/local/files/Vdir.cpp
     platform/local/icalendar/CalendarValues.cpp
     platform/local/icalendar/Components.cpp

@@ -7,7 +7,6 @@
 #include "velmiro_mcp/platform/local/calendars/Occurrences.hpp"
 #include "velmiro_mcp/platform/local/editing/EventText.hpp"
 #include "velmiro_mcp/platform/local/editing/ReminderText.hpp"
-#include "velmiro_mcp/platform/local/files/FileCreation.hpp"
 #include "velmiro_mcp/platform/local/files/Random.hpp"
 
 #include <chrono>
@@ -29,19 +28,15 @@ std::optional<Calendar> firstWritable(EntityType type) {
 /// Adds a file for a new item and returns the item's UID, for which `textFor` writes the file.
 template <typename TextFor>
 std::string addItem(EntityType type, const Calendar& calendar, const TextFor& textFor) {
-    const auto collection = CalendarFolders::collection(type, calendar);
-    if (!collection) {
-        throw cannotWrite(nameOf(type, calendar.title),
-                          std::make_error_code(std::errc::no_such_file_or_directory));
-    }
     for (;;) {
         std::string uid = randomUUID();
-        const std::error_code error = createFile(collection->path, uid + ".ics", textFor(uid));
+        const std::error_code error =
+            CalendarFolders::createItem(type, calendar, uid + ".ics", textFor(uid));
         if (!error) {
             return uid;
         }
         if (error != std::errc::file_exists) {
-            throw cannotWrite(nameOf(type, collection->title), error);
+            throw cannotWrite(nameOf(type, calendar.title), error);
         }
     }
 }

@@ -175,14 +175,6 @@ TEST_F(LocalReminders, ADamagedFileHidesNoOther) {
     EXPECT_EQ(titles(), Texts{"good"});
 }
 
-TEST_F(LocalReminders, TheFirstListIsMadeAtFirstUse) {
-    EXPECT_EQ(database->authorizationStatus(EntityType::reminder), AuthorizationStatus::fullAccess);
-    const auto first = database->defaultListForNewReminders();
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first->title, "Reminders");
-    EXPECT_EQ(namesIn(home.reminders()), Texts{"Reminders"});
-}
-
 TEST_F(LocalReminders, AnEmptyRootMeansNoList) {
     fs::create_directories(home.reminders());
     EXPECT_FALSE(database->defaultListForNewReminders());

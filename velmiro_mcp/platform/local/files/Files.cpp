@@ -132,17 +132,31 @@ OpenFolder::OpenFolder(std::string path)
     }
 }
 
+bool isMissing(const std::string& path) {
+    struct stat about{};
+    std::string above = path;
+    while (lstat(above.c_str(), &about) != 0) {
+        throwUnlessAbsent();
+        if (errno != ENOENT) {
+            return false;
+        }
+        above = parentOf(above);
+    }
+    return above != path && isFolder(above);
+}
+
 std::optional<OpenFolder> openFolderIfThere(const std::string& path) {
     try {
         return OpenFolder{path};
     } catch (const std::system_error& error) {
-        struct stat about{};
-        const bool isLink = lstat(path.c_str(), &about) == 0 && S_ISLNK(about.st_mode);
-        if (error.code() == std::errc::no_such_file_or_directory && !isLink) {
-            return std::nullopt;
+        if (error.code() != std::errc::no_such_file_or_directory) {
+            throw;
         }
-        throw;
     }
+    if (isMissing(path)) {
+        return std::nullopt;
+    }
+    return OpenFolder{path}; // a dangling link, unless it was created meanwhile
 }
 
 std::vector<FolderEntry> OpenFolder::visibleEntries() const {

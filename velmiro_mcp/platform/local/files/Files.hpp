@@ -53,8 +53,12 @@ private:
     Descriptor descriptor_;
 };
 
-/// Opens a folder; nullopt if the name does not exist. Throws std::system_error if it does, even as
-/// a dangling link, but cannot be opened as a folder.
+/// Returns whether nothing has this absolute path. A dangling link is something, there or above it:
+/// the user means what it should lead to. Throws std::system_error if the machine fails.
+bool isMissing(const std::string& path);
+
+/// Opens a folder; nullopt if it is missing. Throws std::system_error if it is not, but cannot be
+/// opened as a folder.
 std::optional<OpenFolder> openFolderIfThere(const std::string& path);
 
 /// Differs whenever a file's contents do: a file that replaces it has another number, and the

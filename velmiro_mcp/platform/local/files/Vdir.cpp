@@ -1,14 +1,15 @@
 #include "velmiro_mcp/platform/local/files/Vdir.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
+#include "velmiro_mcp/platform/local/files/FileCreation.hpp"
+#include "velmiro_mcp/platform/local/files/RootCreation.hpp"
 #include "velmiro_mcp/platform/local/files/SystemError.hpp"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <system_error>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace velmiro::local {
 namespace {
@@ -64,20 +65,12 @@ bool Vdir::isAccessible() const {
     }
 }
 
-void Vdir::makeIfMissing(const std::string& firstCollection) const {
-    if (exists(path_) || !makeFolders(parentOf(path_))) {
-        return;
-    }
-    // Created under another name and then renamed: no program sees a root without a collection,
-    // which would mean that the user wants none.
-    const std::string prepared = parentOf(path_) + "/.velmiro-new";
-    const std::string collection = prepared + "/" + firstCollection;
-    if (!makeFolders(collection) || exists(path_) || rename(prepared.c_str(), path_.c_str()) != 0) {
-        rmdir(collection.c_str());
-        rmdir(prepared.c_str());
-    } else {
-        flushFolder(parentOf(path_));
-    }
+Collection Vdir::firstCollection() const {
+    return {firstCollection_, path_ + "/" + firstCollection_, firstCollection_};
+}
+
+bool Vdir::isFirstOfMissingRoot(const std::string& folder) const {
+    return folder == firstCollection_ && isMissing(path_);
 }
 
 std::optional<Collection> Vdir::collection(const std::string& folder) const {
@@ -99,8 +92,10 @@ std::optional<Collection> Vdir::collection(const std::string& folder) const {
         if (!isAboutTheFile(error)) {
             throw std::system_error{error};
         }
-        return isLink ? std::optional{Collection{folder, path, MCPStdio::repairUTF8(folder)}}
-                      : std::nullopt;
+        if (isLink) {
+            return Collection{folder, path, MCPStdio::repairUTF8(folder)};
+        }
+        return isFirstOfMissingRoot(folder) ? std::optional{firstCollection()} : std::nullopt;
     }
     if (!S_ISDIR(about.st_mode)) {
         return std::nullopt;
@@ -109,13 +104,57 @@ std::optional<Collection> Vdir::collection(const std::string& folder) const {
 }
 
 std::vector<Collection> Vdir::collections() const {
+    const auto root = openFolderIfThere(path_);
+    if (!root) {
+        return {firstCollection()};
+    }
     std::vector<Collection> found;
-    for (const std::string& name : OpenFolder{path_}.visibleNames()) {
+    for (const std::string& name : root->visibleNames()) {
         if (auto one = collection(name)) {
             found.push_back(std::move(*one));
         }
     }
     return found;
+}
+
+std::optional<Collection> Vdir::firstWritable() const {
+    auto all = collections();
+    const auto first = std::ranges::find_if(all, [this](const Collection& one) {
+        // In this order, or a root that is created in between would have no such collection.
+        return isFirstOfMissingRoot(one.folder) || isWritableFolder(one.path);
+    });
+    return first == all.end() ? std::nullopt : std::optional{std::move(*first)};
+}
+
+std::error_code Vdir::createItem(const std::string& folder, const std::string& title,
+                                 const std::string& name, std::string_view contents) const {
+    const bool mayCreateRoot = folder == firstCollection_ && title == firstCollection_;
+    // Repeated if another process removes the root that it made, because its own item failed.
+    constexpr int tries = 100;
+    std::error_code error;
+    for (int attempt = 0; attempt < tries; ++attempt) {
+        RootCreation root;
+        if (mayCreateRoot && isMissing(path_)) {
+            root = createRoot(path_, firstCollection_);
+            if (root.error) {
+                return root.error;
+            }
+        }
+        // The title is compared because a root that appeared meanwhile may have another collection
+        // in a folder of this name.
+        const auto found = root.isMade ? std::optional{firstCollection()} : collection(folder);
+        error = found && found->title == title
+                    ? createFile(found->path, name, contents)
+                    : std::make_error_code(std::errc::no_such_file_or_directory);
+        if (error && root.isMade) {
+            removeEmptyRoot(path_, firstCollection_);
+        }
+        const bool isGone = error == std::errc::no_such_file_or_directory;
+        if (!isGone || !mayCreateRoot || !isMissing(path_)) {
+            break;
+        }
+    }
+    return error;
 }
 
 std::vector<std::string> Vdir::items(const OpenFolder& collection, std::string_view ending) {

@@ -53,25 +53,6 @@ Texts septemberTitles() {
     return found;
 }
 
-TEST(LocalCalendars, TheFolderIsMadeAtFirstUseWithOneCalendar) {
-    const TemporaryHome home;
-    EXPECT_EQ(openEventDatabase()->authorizationStatus(EntityType::event),
-              AuthorizationStatus::fullAccess);
-    EXPECT_FALSE(std::filesystem::exists(home.path() + "/Library"));
-    EXPECT_EQ(titles(), (Texts{"Calendar"}));
-    EXPECT_EQ(namesIn(home.calendars()), (Texts{"Calendar"}));
-    EXPECT_EQ(namesIn(home.calendars() + "/.."), (Texts{"Calendars"}));
-    EXPECT_EQ(titles(), (Texts{"Calendar"}));
-}
-
-TEST(LocalCalendars, AFolderLeftHalfMadeIsFinished) {
-    const TemporaryHome home;
-    std::filesystem::create_directories(home.path() +
-                                        "/Library/Application Support/Velmiro/.velmiro-new");
-    EXPECT_EQ(titles(), (Texts{"Calendar"}));
-    EXPECT_EQ(namesIn(home.calendars() + "/.."), (Texts{"Calendars"}));
-}
-
 TEST(LocalCalendars, AnEmptyFolderHoldsNone) {
     const TemporaryHome home;
     std::filesystem::create_directories(home.calendars());
@@ -183,14 +164,6 @@ TEST(LocalCalendars, OneWithoutPermissionIsAnErrorUnlessAnotherIsAskedFor) {
         const auto calendars = database->calendars(EntityType::event);
         EXPECT_EQ(database->events(at("2026-09-01"), at("2026-10-01"), &calendars[1]).size(), 1U);
     }
-}
-
-TEST(LocalCalendars, RemindersHaveAFolderOfTheirOwn) {
-    const TemporaryHome home;
-    const auto lists = openEventDatabase()->calendars(EntityType::reminder);
-    ASSERT_EQ(lists.size(), 1U);
-    EXPECT_EQ(lists[0].title, "Reminders");
-    EXPECT_FALSE(std::filesystem::exists(home.calendars()));
 }
 
 TEST(LocalCalendars, FilesThatCannotBeReadHideNoOthers) {

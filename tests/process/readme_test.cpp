@@ -1,0 +1,141 @@
+// The commands of the README that link what other programs keep, run as they stand there.
+
+#include "tests/process/ServerUnderTest.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <vector>
+
+using namespace velmiro::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string& readme() {
+    static const std::string text = readFile(README_FILE);
+    return text;
+}
+
+/// Returns the lines of the block of commands that makes the links, without their indentation.
+std::string linkCommands() {
+    std::string block;
+    std::string commands;
+    std::istringstream lines{readme()};
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("    ")) {
+            block += line.substr(4) + "\n";
+            continue;
+        }
+        commands += block.find("ln -s") == std::string::npos ? std::string{} : block;
+        block.clear();
+    }
+    return commands;
+}
+
+std::string item(const std::string& kind, const std::string& lines) {
+    return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nBEGIN:" + kind + "\r\n" + lines + "END:" + kind +
+           "\r\nEND:VCALENDAR\r\n";
+}
+
+const std::string event =
+    item("VEVENT", "UID:e\r\nDTSTART:20261014T080000Z\r\nSUMMARY:Planning\r\n");
+const std::string reminder = item("VTODO", "UID:r\r\nSUMMARY:Milk\r\n");
+
+class Readme : public testing::Test {
+protected:
+    TemporaryFolder home;
+    fs::path data = home.path() / "Library/Application Support/Velmiro";
+
+    /// Writes what the other programs keep, where the README expects it.
+    void furnish() const {
+        home.write(".calendars/work/e.ics", event);
+        home.write(".todo/home/r.ics", reminder);
+        home.write(".contacts/friends/anna.vcf",
+                   "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:a\r\nN:Berg;Anna\r\nEND:VCARD\r\n");
+        home.write("notes/tea.md", "# Tea\n\ngreen\n");
+        home.write("Maildir/new/1.host", "From: zoe@example.org\nSubject: Hello\n\nHi.\n");
+        fs::create_directories(home.path() / "Maildir/cur");
+        fs::create_directories(home.path() / "Maildir/tmp");
+    }
+    /// Runs commands of a shell in the home; returns its exit status.
+    [[nodiscard]] int run(const std::string& commands) const {
+        ChildProcess shell{
+            {.arguments = {"/bin/sh", "-euc", commands},
+             .environment = {{"HOME", home.path().string()}, {"PATH", "/usr/bin:/bin"}}}};
+        return shell.wait();
+    }
+    [[nodiscard]] std::string answer(const std::string& tool, const std::string& arguments) const {
+        auto options = serverIn(home);
+        options.environment["PATH"] = std::getenv("PATH"); // Node.js may be there
+        ChildProcess server{options};
+        server.writeLine(callLine(1, tool, arguments));
+        return server.readLine().value_or("(no reply)");
+    }
+    void expectIn(const std::string& expected, const std::string& tool,
+                  const std::string& arguments) const {
+        const std::string text = answer(tool, arguments);
+        EXPECT_NE(text.find(expected), std::string::npos) << tool << ": " << text;
+    }
+    void expectAllIsListed() const {
+        expectIn("Planning", "calendar_list_events", R"({"start":"2026-10-14","calendar":"work"})");
+        expectIn("Milk", "reminders_list", R"({"list":"home"})");
+        expectIn("Berg", "contacts_search", R"({"query":"anna"})");
+        if (!fs::exists("/usr/bin/osascript") &&
+            fs::exists(OSASCRIPT_FOLDER "/node_modules/postal-mime")) {
+            expectIn("Tea", "notes_search", R"({"query":"green"})");
+            expectIn("Hello", "mail_list", "{}");
+        }
+    }
+};
+
+} // namespace
+
+TEST_F(Readme, ItsLinksShowTheServerAllThatOtherProgramsKeep) {
+    const std::string commands = linkCommands();
+    for (const char* folder : {"Calendars", "Reminders", "Contacts", "Notes", "Mail"}) {
+        EXPECT_NE(commands.find("$velmiro/" + std::string{folder}), std::string::npos) << folder;
+    }
+    furnish();
+    ASSERT_EQ(run(commands), 0);
+    expectAllIsListed();
+    const auto once = snapshot(home.path());
+    ASSERT_EQ(run(commands), 0); // links that are there are replaced
+    EXPECT_EQ(snapshot(home.path()), once);
+    expectAllIsListed();
+}
+
+TEST_F(Readme, ItsLinksMayBeMadeAfterTheServerHasRead) {
+    furnish();
+    expectIn(R"(\"events\" : [])", "calendar_list_events", "{}");
+    expectIn(R"(\"reminders\" : [])", "reminders_list", "{}");
+    expectIn(R"(\"contacts\" : [])", "contacts_search", R"({"query":"anna"})");
+    EXPECT_FALSE(fs::exists(data));
+    ASSERT_EQ(run(linkCommands()), 0);
+    expectAllIsListed();
+}
+
+TEST_F(Readme, ItsLinksComeBeforeTheFirstStart) {
+    EXPECT_LT(readme().find("ln -sfn"), readme().find("\"mcpServers\""));
+    EXPECT_EQ(readme().find("ln -s "), std::string::npos);
+}
+
+TEST_F(Readme, CalendarsAndListsMayShareAFolder) {
+    home.write("shared/work/e.ics", event);
+    home.write("shared/work/r.ics", reminder);
+    fs::create_directories(data);
+    fs::create_directory_symlink(home.path() / "shared", data / "Calendars");
+    fs::create_directory_symlink(home.path() / "shared", data / "Reminders");
+    expectIn("Planning", "calendar_list_events", R"({"start":"2026-10-14"})");
+    expectIn("Milk", "reminders_list", "{}");
+}
+
+TEST_F(Readme, ALinkThatLeadsNowhereIsAnErrorNotAnEmptyFolder) {
+    ASSERT_EQ(run(linkCommands()), 0);
+    expectIn("the calendars cannot be read: No such file or directory", "calendar_list_events",
+             "{}");
+    expectIn("the reminders cannot be read: No such file or directory", "reminders_list", "{}");
+    expectIn("the contacts cannot be read: No such file or directory", "contacts_search",
+             R"({"query":"anna"})");
+}

@@ -9,7 +9,7 @@ cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
 purposes=(build bench test unit process end_to_end gnustep sanitizers macos lint all)
 
 # The folders of our C++.
-cpp_folders=(MCPStdio velmiro_mcp osascript approval_host examples support demo tests bench)
+cpp_folders=(MCPStdio velmiro_mcp osascript approval_host doctor examples support demo tests bench)
 
 say() { printf '%s\n' "$*" >&2; }
 die() {

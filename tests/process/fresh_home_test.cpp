@@ -77,8 +77,7 @@ protected:
             names, [](const std::string& name) { return name.ends_with(".ics"); }));
     }
     static bool hasScripts() {
-        return !fs::exists("/usr/bin/osascript") &&
-               fs::exists(OSASCRIPT_FOLDER "/node_modules/postal-mime");
+        return std::string_view{PLATFORM} == "local" && !fs::exists("/usr/bin/osascript");
     }
 };
 

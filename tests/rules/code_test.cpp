@@ -18,7 +18,8 @@ namespace {
 
 /// Returns the source files of the programs.
 std::vector<SourceFile> sources() {
-    return sourcesIn({"MCPStdio", "velmiro_mcp", "osascript", "approval_host", "examples"});
+    return sourcesIn(
+        {"MCPStdio", "velmiro_mcp", "osascript", "approval_host", "doctor", "examples"});
 }
 
 /// Returns the files that contain a pattern, other than those that may.
@@ -36,7 +37,8 @@ const std::set<std::string> none;
 
 /// Returns whether a file is of a program that people or scripts start: it prints.
 bool mayPrint(const std::string& path) {
-    return path.starts_with("approval_host/") || path.starts_with("osascript/");
+    return path.starts_with("approval_host/") || path.starts_with("doctor/") ||
+           path.starts_with("osascript/");
 }
 
 } // namespace
@@ -78,8 +80,8 @@ TEST(Rules, OutsideThePlatformNothingIsCompiledOnlyOnSomeSystems) {
         "#ifdef MADV_HUGEPAGE",    // a hint, if the system accepts it
     };
     for (const SourceFile& file :
-         sourcesIn({"MCPStdio", "velmiro_mcp", "osascript", "approval_host", "examples", "support",
-                    "demo", "bench", "tests"})) {
+         sourcesIn({"MCPStdio", "velmiro_mcp", "osascript", "approval_host", "doctor", "examples",
+                    "support", "demo", "bench", "tests"})) {
         if (!file.path.starts_with("velmiro_mcp/platform/")) {
             for (const std::string& line : matches(file.text, "^[ ]*# *(?:if|elif).*")) {
                 const auto end = line.find(" //");
@@ -93,7 +95,7 @@ TEST(Rules, OnlyBuildListsAskWhichSystemIsBuiltFor) {
     const fs::path root{SOURCE_FOLDER};
     std::set<std::string> found;
     for (const char* folder :
-         {"MCPStdio", "velmiro_mcp", "approval_host", "examples", "osascript"}) {
+         {"MCPStdio", "velmiro_mcp", "approval_host", "doctor", "examples", "osascript"}) {
         for (const auto& entry : fs::recursive_directory_iterator{root / folder}) {
             const std::string path = fs::relative(entry.path(), root).string();
             const bool isBuildList = path.ends_with("CMakeLists.txt") || path.ends_with(".cmake");

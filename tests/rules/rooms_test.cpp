@@ -91,8 +91,8 @@ const std::map<std::string, std::vector<Include>>& includes() {
     static const auto all = [] {
         std::map<std::string, std::vector<Include>> found;
         for (const SourceFile& file :
-             sourcesIn({"MCPStdio", "velmiro_mcp", "osascript", "approval_host", "examples",
-                        "support", "demo", "bench", "tests", "cmake"})) {
+             sourcesIn({"MCPStdio", "velmiro_mcp", "osascript", "approval_host", "doctor",
+                        "examples", "support", "demo", "bench", "tests", "cmake"})) {
             found[file.path] = includesOf(file.text);
         }
         return found;

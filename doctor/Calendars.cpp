@@ -25,9 +25,13 @@ Layout layoutOf(EntityType type) {
     Layout layout{.root = "Calendars",
                   .collection = "calendar",
                   .files = ".ics files",
+                  .ending = ".ics",
                   .isItem = isCalendarFile,
                   .isMisnamed = isMisnamedCalendarFile,
-                  .hasTitles = true,
+                  .titleOf = [type](const std::string& folder) -> std::optional<std::string> {
+                      auto found = local::CalendarFolders::collection(type, {folder, folder});
+                      return found ? std::optional{std::move(found->title)} : std::nullopt;
+                  },
                   .oneFailsAll = true,
                   .listsCopies = true,
                   .allMustExist = true,
@@ -83,7 +87,7 @@ public:
         const std::size_t others = isOfEvents ? reminders_ : events_;
         count.text = isOfEvents ? counted(events_, "event") : counted(reminders_, "reminder");
         if (!isOfEvents && reminders_ > 0) {
-            count.text += ", " + std::to_string(open_) + " open";
+            count.text += ", " + grouped(open_) + " open";
         }
         if (others > 0) {
             count.text += isOfEvents ? " (and " + counted(others, "reminder") + ")"
@@ -115,8 +119,9 @@ void tellOtherType(Section& section, EntityType type, const local::Collection& c
     const auto isSame = [&](const local::Collection& other) {
         return placeOf(other.path).identity == place.identity;
     };
-    const Place other = placeOf(otherRoot);
-    if (other.isFolder() && std::ranges::any_of(local::Vdir{otherRoot}.collections(), isSame)) {
+    const EntityType otherType = isOfEvents ? EntityType::reminder : EntityType::event;
+    if (placeOf(otherRoot).isFolder() &&
+        std::ranges::any_of(local::CalendarFolders::collections(otherType), isSame)) {
         return;
     }
     const std::string path = place.isLink ? place.target : collection.path;

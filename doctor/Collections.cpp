@@ -50,6 +50,12 @@ void CollectionsExamination::run(const Told& told) {
 bool CollectionsExamination::openRoot() {
     switch (place_.what) {
     case Place::What::missing:
+        if (const std::string link = danglingAbove(path_); !link.empty()) {
+            section_.problem(layout_.root + " cannot be reached: " + visible(link) +
+                                 " leads nowhere",
+                             unlinkCommand(link));
+            return false;
+        }
         section_.fact(layout_.root + " does not exist: " + layout_.ifMissing);
         suggest();
         return false;
@@ -163,7 +169,6 @@ void CollectionsExamination::tellItemsInRoot(const Listing& root) {
 
 std::vector<CollectionsExamination::Found>
 CollectionsExamination::collectionsIn(const Listing& root) const {
-    const local::Vdir vdir{path_};
     std::vector<std::string> names = root.others;
     const auto most = std::min(root.items.size(), budget_.bounds().others);
     names.insert(names.end(), root.items.begin(),
@@ -171,16 +176,17 @@ CollectionsExamination::collectionsIn(const Listing& root) const {
     std::ranges::sort(names);
     std::vector<Found> all;
     for (const std::string& name : names) {
-        const bool isItem = layout_.isItem(name);
-        auto collection = budget_.isTimeLeft() ? vdir.collection(name) : std::nullopt;
-        const Place place = placeOf(path_ + "/" + name);
-        if (!collection || (isItem && !place.isFolder())) {
+        const std::string path = path_ + "/" + name;
+        const Place place = placeOf(path);
+        const bool isCollection = place.isFolder() || place.what == Place::What::unreachable ||
+                                  (place.what == Place::What::dangling && !layout_.isItem(name));
+        if (!isCollection || !budget_.isTimeLeft()) {
             continue;
         }
-        if (!layout_.hasTitles) {
-            collection->title = name;
+        const auto title = layout_.titleOf ? layout_.titleOf(name) : std::optional{name};
+        if (title) {
+            all.push_back({{name, path, *title}, place});
         }
-        all.push_back({std::move(*collection), place});
     }
     return all;
 }
@@ -221,8 +227,7 @@ void CollectionsExamination::tellCollection(const Found& found, bool isDefault, 
         tellCannotOpen(found, reasonOf(error.code()), rightsCommand(collection.path, "u+rwx"));
         return;
     }
-    if (listing.itemCount == 0 && !foldersWithItems(collection.path, listing.others).empty()) {
-        tellRootInRoot(collection.folder, found.place);
+    if (listing.itemCount == 0 && tellRootInRoot(collection.folder, found.place, isDefault)) {
         return;
     }
     tellContents(found, *folder, listing, isDefault, told);

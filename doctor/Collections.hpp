@@ -22,10 +22,12 @@ struct Layout {
     std::string root;       ///< the root's name in the data folder: Calendars
     std::string collection; ///< what a folder in it is called: calendar
     std::string files;      ///< what its files are called: .ics files
+    std::string ending;     ///< of the names of new files: .ics
     NameTest isItem;
-    NameTest isMisnamed;            ///< of a name that only has the wrong ending: EVENT.ICS
+    NameTest isMisnamed; ///< of a name that only has the wrong ending: EVENT.ICS
+    /// Returns the title of a collection with this folder; nullopt if the server sees none there.
+    std::function<std::optional<std::string>(const std::string& folder)> titleOf{};
     bool readsRoot = false;         ///< files directly in the root are read too
-    bool hasTitles = false;         ///< a collection may have a file `displayname`
     bool oneFailsAll = false;       ///< if one collection cannot be read, no answer is given
     bool listsCopies = false;       ///< a folder that is linked twice is listed twice
     bool allMustExist = false;      ///< if the root exists, it must hold a collection
@@ -84,7 +86,7 @@ private:
     void tellCollection(const Found& found, bool isDefault, const Told& told);
     void tellContents(const Found& found, const local::OpenFolder& folder, const Listing& listing,
                       bool isDefault, const Told& told);
-    void tellRootInRoot(const std::string& inner, const Place& place);
+    bool tellRootInRoot(const std::string& inner, const Place& place, bool isDefault = false);
     void tellNested(const Found& found, const Listing& listing);
     void tellHidden(const Listing& root);
     void tellMisnamed(const std::string& path, const std::string& shownPath,
@@ -97,6 +99,7 @@ private:
     [[nodiscard]] std::string defaultAmong(const std::vector<Found>& all) const;
     [[nodiscard]] std::vector<std::string> foldersWithItems(const std::string& path,
                                                             const std::vector<std::string>& names);
+    [[nodiscard]] bool isReadToo(const Place& place) const;
     [[nodiscard]] std::optional<std::vector<std::string>>
     foldersIfAllEmpty(const std::string& link);
 

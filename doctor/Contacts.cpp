@@ -49,6 +49,7 @@ Section examineContacts(const Bounds& bounds) {
     const Layout layout{.root = "Contacts",
                         .collection = "address book",
                         .files = ".vcf files",
+                        .ending = ".vcf",
                         .isItem = isCardFile,
                         .isMisnamed = isMisnamedCardFile,
                         .readsRoot = true,

@@ -81,7 +81,7 @@ public:
 
     [[nodiscard]] std::size_t listed() const noexcept { return listed_; }
     [[nodiscard]] std::string text() const {
-        return counted(listed_, "message") + ", " + std::to_string(unread_) + " unread";
+        return counted(listed_, "message") + ", " + grouped(unread_) + " unread";
     }
 
 private:
@@ -97,6 +97,11 @@ public:
     void run() {
         switch (place_.what) {
         case Place::What::missing:
+            if (const std::string link = danglingAbove(path_); !link.empty()) {
+                section_.problem("Mail cannot be reached: " + visible(link) + " leads nowhere",
+                                 unlinkCommand(link));
+                return;
+            }
             section_.fact("Mail does not exist: the inbox is empty");
             suggest();
             return;

@@ -42,19 +42,43 @@ CollectionsExamination::foldersIfAllEmpty(const std::string& link) {
     return folders;
 }
 
+/// Returns whether a folder is also a collection that is read.
+bool CollectionsExamination::isReadToo(const Place& place) const {
+    return std::ranges::any_of(
+        found_, [&](const Found& found) { return found.place.identity == place.identity; });
+}
+
 /// Tells of a root in this root: ln puts a link into a folder that exists already. `inner` is
-/// relative to the root.
-void CollectionsExamination::tellRootInRoot(const std::string& inner, const Place& place) {
-    const std::string text = withTarget(named(inner), place) + " holds " + layout_.collection +
-                             "s, not " + layout_.files + ": they are not read";
-    if (!place.isLink) {
-        section_.problem(text, "mv -n " + shellWord(path_ + "/" + inner) + "/*/ " +
-                                   shellWord(path_ + "/"));
-        return;
+/// relative to the root. Returns whether there is something to tell: folders with items, which are
+/// not all linked where they are read.
+bool CollectionsExamination::tellRootInRoot(const std::string& inner, const Place& place,
+                                            bool isDefault) {
+    const std::string path = path_ + "/" + inner;
+    const Listing listing = listingIfReadable(path, layout_.isItem, budget_);
+    const auto folders = foldersWithItems(path, listing.others);
+    const bool isUnread = std::ranges::any_of(folders, [&](const std::string& folder) {
+        return !isReadToo(placeOf(path + "/" + folder));
+    });
+    if (!isUnread) {
+        return false;
     }
-    const auto folders = place_.isLink ? std::nullopt : foldersIfAllEmpty(inner);
-    section_.problem(text, folders ? replaceRootCommand(path_, inner, *folders, place.target)
-                                   : spreadCommand(path_, inner, place.target));
+    std::string mend;
+    if (const auto empty = foldersIfAllEmpty(inner); empty && place.isLink && !place_.isLink) {
+        mend = replaceRootCommand(path_, inner, *empty, place.target);
+    } else if (place.isLink) {
+        mend = spreadCommand(path_, inner, place.target);
+    } else if (!place_.isLink) {
+        mend = "mv -n " + shellWord(path) + "/*/ " + shellWord(path_ + "/");
+    } else if (found_.size() == 1) { // other programs' folders stay where they are
+        mend = linkCommand(place_.target + "/" + inner, path_);
+    } else {
+        mend = "ln -s " + shellWord(place_.target + "/" + inner) + "/*/ " + shellWord(path_ + "/");
+    }
+    const std::string name = named(inner) + (isDefault ? " (default)" : "");
+    section_.problem(withTarget(name, place) + " holds " + layout_.collection + "s, not " +
+                         layout_.files + ": they are not read",
+                     mend);
+    return true;
 }
 
 /// Tells of folders with items in a collection, visible or hidden.
@@ -68,8 +92,7 @@ void CollectionsExamination::tellNested(const Found& found, const Listing& listi
     }
     for (const std::string& name : links) {
         const std::string inner = path + "/" + name;
-        const Listing inside = listingIfReadable(inner, layout_.isItem, budget_);
-        if (inside.itemCount == 0 && !foldersWithItems(inner, inside.others).empty()) {
+        if (!holdsItem(inner, layout_.isItem, budget_)) {
             tellRootInRoot(found.collection.folder + "/" + name, placeOf(inner));
         }
     }
@@ -84,21 +107,21 @@ void CollectionsExamination::tellNested(const Found& found, const Listing& listi
         const std::string inner = path + "/" + name;
         const Place place = placeOf(inner);
         const std::string shownName = visible(found.collection.folder + "/" + name);
-        const auto isSame = [&](const Found& other) {
-            return other.place.identity == place.identity;
-        };
-        if (std::ranges::any_of(found_, isSame)) {
-            if (!place.isLink) {
-                continue; // it is linked where it is read
+        if (isReadToo(place)) {
+            if (place.isLink) {
+                section_.hint(shownName + " is a link to a " + layout_.collection +
+                                  " that is there already",
+                              unlinkCommand(inner));
             }
-            section_.hint(shownName + " is a link to a " + layout_.collection +
-                              " that is there already",
-                          unlinkCommand(inner));
         } else if (++told <= budget_.bounds().shown) {
-            section_.problem(
-                withTarget(shownName, place) + " is a " + layout_.collection + " inside a " +
-                    layout_.collection + ": it is not read",
-                moveCommand(inner, place.isLink, place.target, freePath(path_, withoutDots(name))));
+            // Other programs' folders stay where they are, and are linked.
+            const std::string newPath = freePath(path_, withoutDots(name));
+            const bool isOurs = !place.isLink && !found.place.isLink && !place_.isLink;
+            section_.problem(withTarget(shownName, place) + " is a " + layout_.collection +
+                                 " inside a " + layout_.collection + ": it is not read",
+                             isOurs || place.isLink
+                                 ? moveCommand(inner, place.isLink, place.target, newPath)
+                                 : linkCommand(realPathOf(inner), newPath));
         }
     }
     if (told > budget_.bounds().shown) {
@@ -115,16 +138,15 @@ void CollectionsExamination::tellHidden(const Listing& root) {
     for (const std::string& name : root.hidden) {
         const std::string inner = path_ + "/" + name;
         const Place place = placeOf(inner);
-        if (!place.isFolder() || !budget_.isTimeLeft()) {
-            continue;
+        if (!place.isFolder() || !place.isLink || !budget_.isTimeLeft()) {
+            continue; // folders of that name are programs' own: .trash
         }
-        const Listing listing = listingIfReadable(inner, layout_.isItem, budget_);
-        if (listing.itemCount > 0) {
+        if (holdsItem(inner, layout_.isItem, budget_)) {
             section_.problem(
                 withTarget(visible(layout_.root + "/" + name), place) +
                     " is not read: its name begins with a dot",
                 moveCommand(inner, place.isLink, place.target, freePath(path_, withoutDots(name))));
-        } else if (place.isLink && !foldersWithItems(inner, listing.others).empty()) {
+        } else {
             tellRootInRoot(name, place);
         }
     }
@@ -139,14 +161,10 @@ void CollectionsExamination::tellMisnamed(const std::string& path, const std::st
         }
     }
     for (const auto& [ending, count] : endings) {
-        std::string right = ending;
-        std::ranges::transform(right, right.begin(), [](char letter) {
-            return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-        });
         section_.problem(counted(count, "file") + " in " + visible(shownPath) +
-                             (count == 1 ? " ends" : " end") + " in " + ending + ": only " + right +
-                             " is read",
-                         renameCommand(path, ending, right));
+                             (count == 1 ? " ends" : " end") + " in " + ending + ": only " +
+                             layout_.ending + " is read",
+                         renameCommand(path, ending, layout_.ending));
     }
 }
 

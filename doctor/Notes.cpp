@@ -58,6 +58,7 @@ Section examineNotes(const Bounds& bounds) {
     const Layout layout{.root = "Notes",
                         .collection = "folder",
                         .files = ".md or .txt files",
+                        .ending = ".md",
                         .isItem = isNoteFile,
                         .isMisnamed = isMisnamedNoteFile,
                         .listsCopies = true,

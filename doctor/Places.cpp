@@ -24,12 +24,6 @@ std::string linkText(const std::string& path) {
     return {text.data(), length < 0 ? 0 : static_cast<std::size_t>(length)};
 }
 
-std::string realPath(const std::string& path) {
-    const auto release = [](char* text) { std::free(text); };
-    const std::unique_ptr<char, decltype(release)> real{realpath(path.c_str(), nullptr), release};
-    return real ? real.get() : std::string{};
-}
-
 Place::What whatIs(mode_t mode) {
     if (S_ISDIR(mode)) {
         return Place::What::folder;
@@ -74,6 +68,12 @@ void keep(std::vector<std::string>& names, std::string_view name, std::size_t mo
 
 } // namespace
 
+std::string realPathOf(const std::string& path) {
+    const auto release = [](char* text) { std::free(text); };
+    const std::unique_ptr<char, decltype(release)> real{realpath(path.c_str(), nullptr), release};
+    return real ? real.get() : std::string{};
+}
+
 Place placeOf(const std::string& path) {
     Place place;
     struct stat about{};
@@ -92,7 +92,7 @@ Place placeOf(const std::string& path) {
             place.what = leadsNowhere ? Place::What::dangling : Place::What::unreachable;
             return place;
         }
-        if (std::string real = realPath(path); !real.empty()) {
+        if (std::string real = realPathOf(path); !real.empty()) {
             place.target = std::move(real);
         }
     }
@@ -100,6 +100,15 @@ Place placeOf(const std::string& path) {
     place.identity = {about.st_dev, about.st_ino};
     place.size = about.st_size;
     return place;
+}
+
+std::string danglingAbove(std::string path) {
+    Place place = placeOf(path);
+    while (place.what == Place::What::missing) {
+        path = local::parentOf(path);
+        place = placeOf(path);
+    }
+    return place.what == Place::What::dangling ? path : std::string{};
 }
 
 std::string withTarget(const std::string& text, const Place& place) {

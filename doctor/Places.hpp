@@ -73,6 +73,12 @@ struct Place {
 
 Place placeOf(const std::string& path);
 
+/// Returns the path without links; empty if it leads nowhere.
+std::string realPathOf(const std::string& path);
+
+/// Returns the link that leads nowhere in the path of something missing; empty if there is none.
+std::string danglingAbove(std::string path);
+
 /// Returns the text with the target of a link: Calendars → /home/ada/.calendars
 std::string withTarget(const std::string& text, const Place& place);
 

@@ -292,6 +292,58 @@ TEST(Mistakes, OneLevelTooHigh) {
                           "  ‘nextcloud’: 0 people\n");
 }
 
+/// vdirsyncer's folders stay where it keeps them.
+TEST(Mistakes, OneLevelTooHighInAnotherProgramsFolders) {
+    const DoctorHome home;
+    home.write("vdir/cloud/work/1.ics", eventFile("1"));
+    home.write("vdir/cloud/home/2.ics", eventFile("2"));
+    home.link("vdir", "Calendars");
+    const auto before = stampsIn(home.path() / "vdir");
+    Told told = mended(home, "calendar");
+    EXPECT_EQ(told.before,
+              "  Calendars → $HOME/vdir\n"
+              "! ‘cloud’ (default) holds calendars, not .ics files: they are not read\n"
+              "      ln -sfn $HOME/vdir/cloud "
+              "'$HOME/Library/Application Support/Velmiro/Calendars'\n");
+    EXPECT_EQ(told.after, "  Calendars → $HOME/vdir/cloud\n"
+                          "  ‘home’ (default): 1 event\n"
+                          "  ‘work’: 1 event\n");
+    EXPECT_EQ(stampsIn(home.path() / "vdir"), before);
+
+    const DoctorHome other;
+    other.write("vdir/cloud/work/1.ics", eventFile("1"));
+    other.write("vdir/local/2.ics", eventFile("2"));
+    other.write("vdir/local/inner/3.ics", eventFile("3"));
+    other.link("vdir", "Calendars");
+    told = mended(other, "calendar");
+    EXPECT_EQ(told.before,
+              "  Calendars → $HOME/vdir\n"
+              "! ‘cloud’ (default) holds calendars, not .ics files: they are not read\n"
+              "      ln -s $HOME/vdir/cloud/*/ "
+              "'$HOME/Library/Application Support/Velmiro/Calendars/'\n"
+              "  ‘local’: 1 event\n"
+              "! local/inner is a calendar inside a calendar: it is not read\n"
+              "      ln -sfn $HOME/vdir/local/inner "
+              "'$HOME/Library/Application Support/Velmiro/Calendars/inner'\n");
+    EXPECT_EQ(told.after, "  Calendars → $HOME/vdir\n"
+                          "  ‘cloud’ (default): 0 events\n"
+                          "  ‘inner’: 1 event → $HOME/vdir/local/inner\n"
+                          "  ‘local’: 1 event\n"
+                          "  ‘work’: 1 event → $HOME/vdir/cloud/work\n");
+    EXPECT_TRUE(fs::exists(other.path() / "vdir/local/inner/3.ics"));
+}
+
+TEST(Mistakes, AreNotTheHiddenFoldersThatProgramsKeep) {
+    const DoctorHome home;
+    home.write("vault/a.md", "A");
+    home.write("vault/.trash/b.md", "B");
+    home.write("vault/.obsidian/c.md", "C");
+    home.link("vault", "Notes/vault");
+    home.writeData("Notes/.stversions/d.md", "D");
+    EXPECT_EQ(home.run().section("notes"), "  Notes\n"
+                                           "  ‘vault’ (default): 1 note → $HOME/vault\n");
+}
+
 TEST(Mistakes, ACalendarWhoseNameIsHidden) {
     const DoctorHome home;
     home.write(".work/1.ics", eventFile("1"));
@@ -371,10 +423,11 @@ TEST(Mistakes, RemindersAmongTheCalendars) {
               std::string::npos);
 }
 
-TEST(Mistakes, EndingsInCapitals) {
+TEST(Mistakes, WrongEndings) {
     const DoctorHome home;
     home.writeData("Calendars/work/1.ICS", eventFile("1"));
     home.writeData("Contacts/a.VCF", cardFile("Anna"));
+    home.writeData("Notes/Ideas/a.markdown", "A");
     const Printed run = home.run();
     EXPECT_NE(run.section("calendar")
                   .find("! 1 file in Calendars/work ends in .ICS: only .ics is read\n"),
@@ -382,8 +435,28 @@ TEST(Mistakes, EndingsInCapitals) {
         << run.output;
     home.paste(run, "calendar");
     home.paste(run, "contacts");
+    home.paste(run, "notes");
+    EXPECT_EQ(home.run().section("notes"), "  Notes\n  ‘Ideas’ (default): 1 note\n");
     EXPECT_EQ(home.run().section("calendar"), "  Calendars\n  ‘work’ (default): 1 event\n");
     EXPECT_EQ(home.run().section("contacts"), "  Contacts\n  directly in Contacts: 1 person\n");
+}
+
+TEST(Mistakes, ALinkAboveTheRootsThatLeadsNowhere) {
+    const DoctorHome home;
+    fs::create_directories(home.data(".").parent_path().parent_path());
+    fs::create_symlink("/mnt/gone", home.data(".").parent_path());
+    const Printed run = home.run();
+    for (const auto& [kind, root] : std::map<std::string, std::string>{{"calendar", "Calendars"},
+                                                                       {"reminders", "Reminders"},
+                                                                       {"contacts", "Contacts"},
+                                                                       {"notes", "Notes"},
+                                                                       {"mail", "Mail"}}) {
+        EXPECT_EQ(
+            run.section(kind),
+            "! " + root +
+                " cannot be reached: $HOME/Library/Application Support/Velmiro leads nowhere\n"
+                "      rm '$HOME/Library/Application Support/Velmiro'\n");
+    }
 }
 
 TEST(Mistakes, EnabledNamesNothingThatExists) {

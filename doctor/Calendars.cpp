@@ -138,8 +138,11 @@ Section examineCalendars(EntityType type, const Bounds& bounds) {
     Section section{isOfEvents ? "calendar" : "reminders"};
     const Layout layout = layoutOf(type);
     CalendarReader reader{type};
-    if (!local::CalendarFolders::isAccessible(type)) {
-        std::string path = local::dataFolder(layout.root);
+    std::string path = local::dataFolder(layout.root);
+    const auto what = placeOf(path).what;
+    // Anything else is told by the examination.
+    const bool mayBeDenied = what == Place::What::folder || what == Place::What::missing;
+    if (mayBeDenied && !local::CalendarFolders::isAccessible(type)) {
         while (placeOf(path).what == Place::What::missing) {
             path = local::parentOf(path);
         }

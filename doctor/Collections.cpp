@@ -67,7 +67,7 @@ bool CollectionsExamination::openRoot() {
         return false;
     case Place::What::unreachable:
         section_.problem(layout_.root + " cannot be reached: " + reasonOf(place_.error),
-                         rightsCommand(local::parentOf(path_), "u+rwx"));
+                         rightsCommand(lockedAbove(path_), "u+rwx"));
         return false;
     case Place::What::file:
     case Place::What::other:

@@ -57,9 +57,10 @@ Section examineContacts(const Bounds& bounds) {
                         .ifMissing = "nobody is found",
                         .usual = {".contacts", "contacts", ".local/share/contacts",
                                   ".local/share/khard", ".local/share/vdirsyncer/contacts"}};
-    if (local::cardFoldersStatus() == ContactsAuthorizationStatus::denied) {
-        section.problem("Contacts cannot be read: access is denied",
-                        rightsCommand(local::dataFolder(layout.root), "u+rx"));
+    const std::string path = local::dataFolder(layout.root);
+    if (placeOf(path).isFolder() &&
+        local::cardFoldersStatus() == ContactsAuthorizationStatus::denied) {
+        section.problem("Contacts cannot be read: access is denied", rightsCommand(path, "u+rx"));
         return section;
     }
     CardReader reader;

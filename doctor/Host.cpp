@@ -38,7 +38,7 @@ void tellNobody(Section& section, const std::string& path) {
         section.problem(std::string{"no approval host listens"}.append(effect), start);
     } else if (place.what == Place::What::unreachable) {
         section.problem("the approval host cannot be reached: " + reasonOf(place.error),
-                        rightsCommand(local::parentOf(path), "u+rwx"));
+                        rightsCommand(lockedAbove(path), "u+rwx"));
     } else if (place.what != Place::What::other) {
         section.problem("the approval socket is " +
                             std::string{place.isFolder() ? "a folder" : "a file"}.append(effect),

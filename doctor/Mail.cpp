@@ -113,7 +113,7 @@ public:
             return;
         case Place::What::unreachable:
             section_.problem("Mail cannot be reached: " + reasonOf(place_.error),
-                             rightsCommand(local::parentOf(path_), "u+rwx"));
+                             rightsCommand(lockedAbove(path_), "u+rwx"));
             return;
         case Place::What::file:
         case Place::What::other:

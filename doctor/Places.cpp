@@ -111,6 +111,13 @@ std::string danglingAbove(std::string path) {
     return place.what == Place::What::dangling ? path : std::string{};
 }
 
+std::string lockedAbove(std::string path) {
+    while (placeOf(path).what == Place::What::unreachable && path != "/") {
+        path = local::parentOf(path);
+    }
+    return path;
+}
+
 std::string withTarget(const std::string& text, const Place& place) {
     return place.isLink ? text + " → " + visible(place.target) : text;
 }

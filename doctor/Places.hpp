@@ -79,6 +79,9 @@ std::string realPathOf(const std::string& path);
 /// Returns the link that leads nowhere in the path of something missing; empty if there is none.
 std::string danglingAbove(std::string path);
 
+/// Returns the folder that may not be entered in the path of something unreachable.
+std::string lockedAbove(std::string path);
+
 /// Returns the text with the target of a link: Calendars → /home/ada/.calendars
 std::string withTarget(const std::string& text, const Place& place);
 

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <sstream>
 #include <system_error>
@@ -135,6 +136,24 @@ void DoctorHome::makeWell() const {
     link("Maildir", "Mail");
 }
 
+bool DoctorHome::giveUpRights() {
+    if (::geteuid() != 0) {
+        return true;
+    }
+    const std::string tool = "/usr/bin/setpriv";
+    if (!fs::exists(tool)) {
+        return false;
+    }
+    prefix_ = {tool, "--reuid=65534", "--regid=65534", "--clear-groups", "--"};
+    fs::permissions(folder_.path(), fs::perms{0755});
+    EXPECT_EQ(::lchown(path().c_str(), 65'534, 65'534), 0);
+    for (const auto& entry : fs::recursive_directory_iterator{path()}) {
+        EXPECT_EQ(::lchown(entry.path().c_str(), 65'534, 65'534), 0);
+    }
+    fs::permissions(interpreter(), fs::perms{0755});
+    return true;
+}
+
 Printed DoctorHome::run(const std::map<std::string, std::string>& variables,
                         const std::vector<std::string>& arguments) const {
     std::map<std::string, std::string> environment{{"HOME", path().string()},
@@ -144,7 +163,8 @@ Printed DoctorHome::run(const std::map<std::string, std::string>& variables,
     for (const auto& [name, value] : variables) {
         environment[name] = value;
     }
-    std::vector<std::string> line{program().string()};
+    std::vector<std::string> line = prefix_;
+    line.push_back(program().string());
     line.insert(line.end(), arguments.begin(), arguments.end());
     Printed run;
     const std::string output = folder_ / "output";
@@ -161,9 +181,11 @@ void DoctorHome::paste(const Printed& run, std::string_view section) const {
     for (std::string line; std::getline(lines, line);) {
         if (line.starts_with("      ")) {
             ++count;
-            const int status = runToEnd({.arguments = {"/bin/bash", "-c", line},
-                                         .environment = {{"PATH", "/usr/bin:/bin"}}},
-                                        folder_ / "pasted", folder_ / "complaints");
+            std::vector<std::string> shell = prefix_;
+            shell.insert(shell.end(), {"/bin/bash", "-c", line});
+            const int status =
+                runToEnd({.arguments = shell, .environment = {{"PATH", "/usr/bin:/bin"}}},
+                         folder_ / "pasted", folder_ / "complaints");
             EXPECT_EQ(status, 0) << line << '\n' << support::readFile(folder_ / "complaints");
         }
     }

@@ -48,6 +48,11 @@ public:
     /// home, and links all of them.
     void makeWell() const;
 
+    /// From now on the doctor runs, and mends are pasted, as a user with no more rights than others:
+    /// as nobody if this process is root's, who then owns the home. Returns false if that cannot
+    /// be.
+    [[nodiscard]] bool giveUpRights();
+
     /// Runs the doctor. Variables are added to those of a clean environment.
     [[nodiscard]] Printed run(const std::map<std::string, std::string>& variables = {},
                               const std::vector<std::string>& arguments = {}) const;
@@ -61,6 +66,7 @@ public:
     [[nodiscard]] std::string socket() const { return (folder_.path() / "s").string(); }
 
 private:
+    std::vector<std::string> prefix_; ///< of all command lines
     TemporaryFolder folder_{"/tmp"};
 };
 

@@ -165,6 +165,20 @@ TEST(Mistakes, OneFileWithManyMessages) {
     EXPECT_EQ(told.after, "  Mail does not exist: the inbox is empty\n");
 }
 
+TEST(Mistakes, AFileInPlaceOfARoot) {
+    for (const auto& [kind, root] : std::map<std::string, std::string>{{"calendar", "Calendars"},
+                                                                       {"reminders", "Reminders"},
+                                                                       {"contacts", "Contacts"},
+                                                                       {"notes", "Notes"}}) {
+        const DoctorHome home;
+        home.writeData(root, "BEGIN:VCALENDAR");
+        const Told told = mended(home, kind);
+        EXPECT_TRUE(told.before.starts_with("! " + root + " is not a folder\n      mv -n "))
+            << told.before;
+        EXPECT_TRUE(told.after.starts_with("  " + root + " does not exist: ")) << told.after;
+    }
+}
+
 TEST(Mistakes, ADanglingLinkInPlaceOfARoot) {
     for (const auto& [kind, root] : std::map<std::string, std::string>{{"calendar", "Calendars"},
                                                                        {"reminders", "Reminders"},

@@ -4,9 +4,9 @@
 #include "doctor/Enabled.hpp"
 #include "doctor/Programs.hpp"
 #include "doctor/Words.hpp"
+#include "velmiro_mcp/services/Approval.hpp"
 
 #include <array>
-#include <cstdlib>
 #include <optional>
 #include <span>
 
@@ -79,6 +79,7 @@ public:
     ClientExamination(Section& section, const Client& client, const std::string& home)
         : section_{section},
           client_{client},
+          home_{home},
           path_{home + "/" + std::string{client.file}} {}
 
     /// Returns how many of the client's entries start the server.
@@ -162,13 +163,17 @@ private:
                     inFile("\"VELMIRO_ENABLED\": \"" + correctedEnabled(value) + "\""));
             }
         }
-        for (const char* const variable : {"HOME", "VELMIRO_APPROVAL_SOCKET"}) {
-            const char* const ours = std::getenv(variable);
-            const JSONValue* const theirs = (*environment)[variable];
-            if (theirs != nullptr && textOf(theirs) != (ours != nullptr ? ours : "")) {
-                section_.hint(name() + " sets " + variable + ": run the doctor with the same",
-                              "export " + std::string{variable} + "=" + shellWord(textOf(theirs)));
-            }
+        tellDifference(*environment, "HOME", home_);
+        tellDifference(*environment, "VELMIRO_APPROVAL_SOCKET", approvalSocketPath());
+    }
+
+    /// Tells if the server gets another value than the doctor has.
+    void tellDifference(const JSONValue& environment, const std::string& variable,
+                        const std::string& ours) {
+        const JSONValue* const theirs = environment[variable];
+        if (theirs != nullptr && textOf(theirs) != ours) {
+            section_.hint(name() + " sets " + variable + ": run the doctor with the same",
+                          "export " + variable + "=" + shellWord(textOf(theirs)));
         }
     }
 
@@ -179,6 +184,7 @@ private:
 
     Section& section_;
     const Client& client_;
+    std::string home_;
     std::string path_;
 };
 

@@ -1,12 +1,17 @@
 #include "tests/doctor/DoctorHome.hpp"
 
-#include "support/Files.hpp"
+#include "support/ChildProcess.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <filesystem>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 // The real program, over homes as they should be and as they are at first.
 
@@ -176,6 +181,45 @@ TEST(Doctor, ChangesNothing) {
     const auto beforeEmpty = stampsIn(empty.path());
     static_cast<void>(empty.run());
     EXPECT_EQ(stampsIn(empty.path()), beforeEmpty);
+}
+
+/// Returns what the doctor writes to a terminal.
+std::string shownOnTerminal(const DoctorHome& home, std::map<std::string, std::string> variables) {
+    const MCPStdio::Descriptor terminal{::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    EXPECT_EQ(::grantpt(terminal.get()), 0);
+    EXPECT_EQ(::unlockpt(terminal.get()), 0);
+    std::array<char, 64> name{};
+    EXPECT_EQ(::ptsname_r(terminal.get(), name.data(), name.size()), 0);
+    MCPStdio::Descriptor screen{::open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    variables["HOME"] = home.path().string();
+    support::ChildProcess child{
+        {.arguments = {home.program().string()}, .environment = variables, .output = screen.get()}};
+    screen.close();
+    std::string shown;
+    std::array<char, 4096> bytes{};
+    for (;;) { // until nobody has the terminal open any more
+        const ssize_t count = ::read(terminal.get(), bytes.data(), bytes.size());
+        if (count <= 0) {
+            break;
+        }
+        shown.append(bytes.data(), static_cast<std::size_t>(count));
+    }
+    EXPECT_TRUE(child.waitForEnd());
+    return shown;
+}
+
+TEST(Doctor, UsesColourOnATerminalUnlessAskedNotTo) {
+    const DoctorHome home;
+    const std::string coloured = shownOnTerminal(home, {{"TERM", "xterm"}});
+    EXPECT_NE(coloured.find("\033[1mmail\033[0m"), std::string::npos) << coloured;
+    for (const std::map<std::string, std::string>& variables :
+         std::vector<std::map<std::string, std::string>>{
+             {{"TERM", "xterm"}, {"NO_COLOR", "1"}}, {{"TERM", "dumb"}}, {}}) {
+        const std::string plain = shownOnTerminal(home, variables);
+        EXPECT_NE(plain.find("mail\r\n"), std::string::npos);
+        EXPECT_EQ(plain.find('\033'), std::string::npos);
+    }
+    EXPECT_EQ(home.run({{"TERM", "xterm"}}).output.find('\033'), std::string::npos);
 }
 
 TEST(Doctor, AnswersHelpAndVersionAndRefusesTheRest) {

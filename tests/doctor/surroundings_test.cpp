@@ -153,6 +153,16 @@ TEST(Clients, MayStartAServerThatIsGoneOrOneThatOffersNothing) {
               "      export HOME=/home/other\n");
 }
 
+TEST(Clients, MayNameTheHomeAndTheSocketThatAreMeantAnyway) {
+    const DoctorHome home;
+    home.write(".gemini/settings.json", R"({"mcpServers":{"mine":{"command":"velmiro_mcp",
+        "env":{"VELMIRO_ENABLED":"mail","HOME":")" +
+                                            home.path().string() +
+                                            R"(","VELMIRO_APPROVAL_SOCKET":")" + home.socket() +
+                                            "\"}}}}");
+    EXPECT_EQ(clientsOf(home), "  Gemini CLI starts it as ‘mine’\n");
+}
+
 TEST(Clients, MayHaveConfigurationsOfAnyShape) {
     for (const std::string text :
          {"[]", "3", "{}", R"({"mcpServers":[]})",

@@ -37,14 +37,14 @@ Layout layoutOf(EntityType type) {
                   .allMustExist = true,
                   .hasDefault = true,
                   .first = "Calendar",
-                  .ifMissing = "one empty calendar, ‘Calendar’",
+                  .ifMissing = "it counts as one empty calendar, ‘Calendar’",
                   .usual = {".calendars", "calendars", ".local/share/khal/calendars",
                             ".local/share/calendars", ".local/share/vdirsyncer/calendars"}};
     if (type == EntityType::reminder) {
         layout.root = "Reminders";
         layout.collection = "list";
         layout.first = "Reminders";
-        layout.ifMissing = "one empty list, ‘Reminders’";
+        layout.ifMissing = "it counts as one empty list, ‘Reminders’";
         layout.usual.insert(layout.usual.begin(), {".todo", ".reminders", ".local/share/todo"});
     }
     return layout;
@@ -53,7 +53,7 @@ Layout layoutOf(EntityType type) {
 /// Returns whether a file without events and reminders is a whole calendar all the same: an empty
 /// one, or one of journals.
 bool isWholeCalendar(const std::string& bytes) {
-    const auto has = [&](std::string_view text) { return bytes.find(text) != bytes.npos; };
+    const auto has = [&](std::string_view text) { return bytes.find(text) != std::string::npos; };
     return has("BEGIN:VCALENDAR") && has("END:VCALENDAR") && !has("BEGIN:VEVENT") &&
            !has("BEGIN:VTODO");
 }

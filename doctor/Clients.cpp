@@ -122,7 +122,7 @@ private:
 
     void tellServer(const std::string& entry, const JSONValue& server, const std::string& path) {
         section_.fact(name() + " starts it as " + named(entry));
-        if (path.find('/') != path.npos && access(path.c_str(), X_OK) != 0) {
+        if (path.find('/') != std::string::npos && access(path.c_str(), X_OK) != 0) {
             section_.problem(
                 name() + " cannot start " + visible(path) + ": it is not there",
                 inFile("\"command\": " + JSONValue{programBeside("velmiro_mcp")}.jsonString()));

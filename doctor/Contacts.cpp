@@ -26,7 +26,7 @@ public:
             return whyUnreadable(folder.path() + "/" + name);
         }
         // Cards of groups, and such as name nobody, are passed over; whole cards they are.
-        const bool hasCard = file->find("END:VCARD") != file->npos;
+        const bool hasCard = file->find("END:VCARD") != std::string::npos;
         const auto contents = local::readContactFile(std::move(*file), name);
         people_ += contents.contacts.size();
         return contents.contacts.empty() && !hasCard ? "no card in it can be read" : std::string{};

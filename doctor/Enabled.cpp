@@ -31,7 +31,8 @@ std::optional<std::string_view> meant(std::string_view name) {
     for (const Kind kind : allCases) {
         constexpr std::size_t sharedLetters = 3;
         const std::string_view right = rawValue(kind);
-        if (small.starts_with(right.substr(0, sharedLetters)) || small.find(right) != small.npos) {
+        if (small.starts_with(right.substr(0, sharedLetters)) ||
+            small.find(right) != std::string::npos) {
             return right;
         }
     }

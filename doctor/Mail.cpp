@@ -65,17 +65,17 @@ std::string inboxBelow(const std::string& root, const Budget& budget) {
     return maildirs.empty() ? std::string{} : maildirs.front();
 }
 
-/// Messages that are counted as the mail tools see them: one for each unique name, without those
-/// flagged as trashed or as drafts.
+/// Messages that are counted as the mail tools see them: one for each unique name, of which the
+/// first that is added counts, without those flagged as trashed or as drafts.
 class Messages {
 public:
     void add(const std::string& name) {
         const auto flagsAt = name.find(":2,");
-        const std::string flags = flagsAt == name.npos ? "" : name.substr(flagsAt + 3);
-        const bool isListed = flags.find_first_of("TD") == flags.npos;
-        if (isListed && seen_.insert(std::hash<std::string>{}(name.substr(0, flagsAt))).second) {
+        const std::string flags = flagsAt == std::string::npos ? "" : name.substr(flagsAt + 3);
+        const bool isNew = seen_.insert(std::hash<std::string>{}(name.substr(0, flagsAt))).second;
+        if (isNew && flags.find_first_of("TD") == std::string::npos) {
             ++listed_;
-            unread_ += flags.find('S') == flags.npos ? 1U : 0U;
+            unread_ += flags.find('S') == std::string::npos ? 1U : 0U;
         }
     }
 
@@ -141,7 +141,7 @@ private:
         std::size_t all = 0;
         std::size_t read = 0;
         bool isCut = false;
-        for (const std::string place : {"cur", "new"}) {
+        for (const std::string place : {"cur", "new"}) { // of a message in both, that in cur counts
             const std::string path = path_ + "/" + place;
             try {
                 const auto folder = local::openFolderIfThere(path);

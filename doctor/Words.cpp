@@ -13,7 +13,7 @@ namespace {
 bool isPlain(char character) {
     constexpr std::string_view signs = "_./@%+=:,-";
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-           (character >= '0' && character <= '9') || signs.find(character) != signs.npos;
+           (character >= '0' && character <= '9') || signs.find(character) != std::string::npos;
 }
 
 bool isAllVisible(std::string_view word) {

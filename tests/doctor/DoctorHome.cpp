@@ -38,7 +38,7 @@ int runToEnd(ChildProcess::Options options, const std::string& output, const std
 }
 
 std::string replaced(std::string text, const std::string& what, const std::string& with) {
-    for (std::size_t at = text.find(what); at != text.npos; at = text.find(what, at)) {
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at)) {
         text.replace(at, what.size(), with);
     }
     return text;
@@ -66,7 +66,7 @@ std::string cardFile(std::string_view name) {
 std::string Printed::section(std::string_view title) const {
     const std::string heading = "\n\n" + std::string{title} + "\n";
     const auto begin = output.find(heading);
-    if (begin == output.npos) {
+    if (begin == std::string::npos) {
         return "no such section in: " + output;
     }
     const auto first = begin + heading.size();

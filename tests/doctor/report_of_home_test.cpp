@@ -86,9 +86,9 @@ TEST(Doctor, TellsOfAHomeWithoutAnyData) {
     const Printed run = home.run();
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.section("calendar"),
-              "  Calendars does not exist: one empty calendar, ‘Calendar’\n");
+              "  Calendars does not exist: it counts as one empty calendar, ‘Calendar’\n");
     EXPECT_EQ(run.section("reminders"),
-              "  Reminders does not exist: one empty list, ‘Reminders’\n");
+              "  Reminders does not exist: it counts as one empty list, ‘Reminders’\n");
     EXPECT_EQ(run.section("contacts"), "  Contacts does not exist: nobody is found\n");
     EXPECT_EQ(run.section("notes"),
               "  Notes does not exist: no note is found; the first new one creates it\n");
@@ -132,6 +132,17 @@ TEST(Doctor, FindsWhatOtherProgramsKeepInTheirUsualPlaces) {
                                       "  ‘Trips’: 1 note → $HOME/Notes/Trips\n");
     EXPECT_EQ(after.section("mail"), "  Mail → $HOME/Mail/work/INBOX\n"
                                      "  the inbox: 1 message, 0 unread\n");
+}
+
+TEST(Doctor, CountsMessagesAsTheMailToolsDo) {
+    const DoctorHome home;
+    for (const std::string name : {"cur/1.a:2,", "cur/2.a:2,S", "cur/3.a:2,RS", "cur/4.a:2,DS",
+                                   "cur/5.a:2,ST", "new/5.a", "new/2.a", "new/6.a", "new/.7.a"}) {
+        home.writeData("Mail/" + name, "Subject: 1\n\n1\n");
+    }
+    home.writeData("Mail/.Sent/cur/8.a:2,S", "Subject: 1\n\n1\n");
+    EXPECT_EQ(home.run().section("mail"), "  Mail\n"
+                                          "  the inbox: 4 messages, 2 unread\n");
 }
 
 TEST(Doctor, LeavesOutTheKindsThatAreNotOffered) {

@@ -75,7 +75,7 @@ TEST(Words, NothingThatIsPrintedMovesTheCursor) {
                 EXPECT_NE(character, '\x7f') << byte;
             }
             // The controls of C1 take two bytes in UTF-8.
-            EXPECT_EQ(text.find("\xc2\x9b"), text.npos);
+            EXPECT_EQ(text.find("\xc2\x9b"), std::string::npos);
         }
     }
     EXPECT_EQ(visible("a\033[2J"), "a␛[2J");

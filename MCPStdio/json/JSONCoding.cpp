@@ -56,8 +56,23 @@ std::optional<std::chrono::sys_seconds> readDateTextUTC(std::string_view text) {
 
 namespace detail {
 
-void failDecoding(const std::string& path, std::string_view expected) {
-    throw JSONError{path + ": expected " + std::string{expected}};
+static std::string written(const JSONPath& path) {
+    if (path.parent == nullptr) {
+        return {};
+    }
+    std::string text = written(*path.parent);
+    if (path.index) {
+        return text + '[' + std::to_string(*path.index) + ']';
+    }
+    if (!text.empty()) {
+        text += '.';
+    }
+    return text.append(path.name);
+}
+
+void failDecoding(const JSONPath& path, std::string_view problem) {
+    const std::string place = path.parent == nullptr ? "the value" : "‘" + written(path) + "’";
+    throw JSONError{(place + ' ').append(problem)};
 }
 
 double finite(double number) {

@@ -23,31 +23,35 @@
 ///         std::optional<int> age;
 ///
 ///         static constexpr auto jsonFields() {
-///             return std::tuple{field("name", &Person::name),
+///             return std::tuple{field("name", &Person::name, "the full name"),
 ///                               field("age", &Person::age)};
 ///         }
 ///     };
 ///
-/// and is converted both ways: `JSONValue::encoding(person)`, `value.decode<Person>()`. A field is
-/// a bool, a number, a string, a point in time (ISO 8601 text in UTC, to the second), a JSONValue,
-/// another such type, or an optional, a vector or a string-keyed map of these.
+/// and is converted both ways: `JSONValue::encoding(person)`, `value.decode<Person>()`. The same
+/// list yields its JSON Schema (see JSONSchema.hpp). A field is a bool, a number, a string, a point
+/// in time (ISO 8601 text in UTC, to the second), a JSONValue, another such type, or an optional, a
+/// vector or a string-keyed map of these.
 ///
 /// Encoding omits a field that is an empty optional. It throws JSONError for what has no JSON form,
 /// such as NaN. Decoding reads a missing or null member as an empty optional and ignores members
-/// that no field names. If a member does not fit its field, it throws a JSONError whose text begins
-/// with the member's path.
+/// that no field names. If a member is missing or does not fit its field, it throws a JSONError
+/// whose text names the member by its path: ‘friends[2].name’ must be a string.
 namespace MCPStdio {
 
-/// A field of `Type`: its key in JSON, and the member that holds its value.
+/// A field of `Type`: its key in JSON, the member that holds its value, and what it means.
 template <typename Type, typename Member>
 struct JSONField {
     std::string_view name;
     Member Type::* member;
+    std::string_view description{}; ///< for the schema; may be empty
 };
 
+/// Returns a field. Its texts must outlive it; normally they are literals.
 template <typename Type, typename Member>
-constexpr JSONField<Type, Member> field(std::string_view name, Member Type::* member) {
-    return {name, member};
+constexpr JSONField<Type, Member> field(std::string_view name, Member Type::* member,
+                                        std::string_view description = {}) {
+    return {name, member, description};
 }
 
 /// A type that lists its fields.
@@ -80,7 +84,15 @@ inline constexpr bool isTime<std::chrono::sys_time<Duration>> = true;
 template <typename>
 inline constexpr bool isUnknown = false;
 
-[[noreturn]] void failDecoding(const std::string& path, std::string_view expected);
+/// The place of a value within the one that is decoded. Written out only for an error.
+struct JSONPath {
+    const JSONPath* parent = nullptr;   ///< null for the whole value
+    std::string_view name{};            ///< of a member
+    std::optional<std::size_t> index{}; ///< of an element
+};
+
+/// Throws a JSONError that names the place and says what is wrong there.
+[[noreturn]] void failDecoding(const JSONPath& path, std::string_view problem);
 /// Returns the number; throws JSONError if it is not finite.
 double finite(double number);
 /// Returns the value as it reads back from its text; throws JSONError if it has none.
@@ -141,27 +153,39 @@ std::optional<Integer> exactly(double number) {
 }
 
 template <typename Payload>
-Payload require(std::optional<Payload> found, const std::string& path, std::string_view expected) {
+Payload require(std::optional<Payload> found, const JSONPath& path, std::string_view problem) {
     if (!found) {
-        failDecoding(path, expected);
+        failDecoding(path, problem);
     }
     return *std::move(found);
 }
 
+template <std::integral Integer>
+Integer decodeInteger(const JSONValue& json, const JSONPath& path) {
+    const double number = require(json.doubleValue(), path, "must be a whole number");
+    const auto whole = exactly<Integer>(number);
+    if (!whole) {
+        failDecoding(path, "must be a whole number from " +
+                               std::to_string(std::numeric_limits<Integer>::min()) + " to " +
+                               std::to_string(std::numeric_limits<Integer>::max()));
+    }
+    return *whole;
+}
+
 template <typename Value>
-Value decode(const JSONValue& json, const std::string& path) {
+Value decode(const JSONValue& json, const JSONPath& path) {
     if constexpr (HasJSONFields<Value>) {
-        require(json.objectValue(), path, "an object");
+        require(json.objectValue(), path, "must be an object");
         Value value{};
         const auto read = [&](const auto& named) {
             auto& member = value.*named.member;
             using Member = std::remove_cvref_t<decltype(member)>;
-            const std::string memberPath = path + '.' + std::string{named.name};
+            const JSONPath place{.parent = &path, .name = named.name};
             const JSONValue* found = json[named.name];
             if (found != nullptr) {
-                member = decode<Member>(*found, memberPath);
+                member = decode<Member>(*found, place);
             } else if constexpr (!isOptional<Member>) {
-                failDecoding(memberPath, "a value");
+                failDecoding(place, "is required");
             }
         };
         std::apply([&](const auto&... named) { (read(named), ...); }, Value::jsonFields());
@@ -172,32 +196,32 @@ Value decode(const JSONValue& json, const std::string& path) {
         return json.isNull() ? Value{} : Value{decode<typename Value::value_type>(json, path)};
     } else if constexpr (isVector<Value>) {
         Value value;
-        const auto elements = require(json.arrayValue(), path, "an array");
+        const auto elements = require(json.arrayValue(), path, "must be an array");
         for (const JSONValue& element : elements) {
-            value.push_back(decode<typename Value::value_type>(
-                element, path + '[' + std::to_string(value.size()) + ']'));
+            const JSONPath place{.parent = &path, .index = value.size()};
+            value.push_back(decode<typename Value::value_type>(element, place));
         }
         return value;
     } else if constexpr (isMap<Value>) {
         Value value;
-        const auto members = require(json.objectValue(), path, "an object");
+        const auto members = require(json.objectValue(), path, "must be an object");
         for (const JSONMember& member : members) {
-            const std::string key{member.key()};
-            value.emplace(key, decode<typename Value::mapped_type>(member.value, path + '.' + key));
+            const JSONPath place{.parent = &path, .name = member.key()};
+            value.emplace(member.key(), decode<typename Value::mapped_type>(member.value, place));
         }
         return value;
     } else if constexpr (isTime<Value>) {
-        const auto text = require(json.stringValue(), path, "a date");
-        return Value{require(readDateTextUTC(text), path, "a date such as 2026-10-14T13:00:00Z")};
+        constexpr std::string_view problem = "must be a date such as 2026-10-14T13:00:00Z";
+        const auto text = require(json.stringValue(), path, problem);
+        return Value{require(readDateTextUTC(text), path, problem)};
     } else if constexpr (std::same_as<Value, bool>) {
-        return require(json.boolValue(), path, "true or false");
+        return require(json.boolValue(), path, "must be true or false");
     } else if constexpr (std::integral<Value>) {
-        const double number = require(json.doubleValue(), path, "a number");
-        return require(exactly<Value>(number), path, "a whole number in range");
+        return decodeInteger<Value>(json, path);
     } else if constexpr (std::floating_point<Value>) {
-        return static_cast<Value>(require(json.doubleValue(), path, "a number"));
+        return static_cast<Value>(require(json.doubleValue(), path, "must be a number"));
     } else if constexpr (std::same_as<Value, std::string>) {
-        return std::string{require(json.stringValue(), path, "a string")};
+        return std::string{require(json.stringValue(), path, "must be a string")};
     } else {
         static_assert(isUnknown<Value>, "this type has no JSON form: give it jsonFields");
     }
@@ -212,7 +236,7 @@ JSONValue JSONValue::encoding(const Value& value) {
 
 template <typename Value>
 Value JSONValue::decode() const {
-    return detail::decode<Value>(detail::checked(*this), "value");
+    return detail::decode<Value>(detail::checked(*this), detail::JSONPath{});
 }
 
 } // namespace MCPStdio

@@ -93,23 +93,36 @@ TEST(JSONCoding, ANumberThatIsNotFiniteCannotBeEncoded) {
 }
 
 TEST(JSONCoding, AFailureNamesTheMemberAndWhatWasExpected) {
-    EXPECT_EQ(decodingFailure<Address>(R"({})"), "value.street: expected a value");
-    EXPECT_EQ(decodingFailure<Address>(R"({"street":5})"), "value.street: expected a string");
-    EXPECT_EQ(decodingFailure<Address>(R"([])"), "value: expected an object");
-    EXPECT_EQ(decodingFailure<Address>(R"({"street":"x","number":1.5})"),
-              "value.number: expected a whole number in range");
-    EXPECT_EQ(decodingFailure<Address>(R"({"street":"x","number":3000000000})"),
-              "value.number: expected a whole number in range");
+    EXPECT_EQ(decodingFailure<Address>(R"({})"), "‘street’ is required");
+    EXPECT_EQ(decodingFailure<Address>(R"({"street":5})"), "‘street’ must be a string");
+    EXPECT_EQ(decodingFailure<Address>(R"({"street":null})"), "‘street’ must be a string");
+    EXPECT_EQ(decodingFailure<Address>(R"([])"), "the value must be an object");
     EXPECT_EQ(decodingFailure<Address>(R"({"street":"x","number":"5"})"),
-              "value.number: expected a number");
+              "‘number’ must be a whole number");
+    for (const char* number : {"1.5", "3000000000", "-1e300"}) {
+        EXPECT_EQ(
+            decodingFailure<Address>(R"({"street":"x","number":)" + std::string{number} + "}"),
+            "‘number’ must be a whole number from -2147483648 to 2147483647");
+    }
+    EXPECT_EQ(decodingFailure<std::uint8_t>("256"),
+              "the value must be a whole number from 0 to 255");
     EXPECT_EQ(decodingFailure<std::vector<Address>>(R"([{"street":"x"},{}])"),
-              "value[1].street: expected a value");
+              "‘[1].street’ is required");
     EXPECT_EQ((decodingFailure<std::map<std::string, bool>>(R"({"a":1})")),
-              "value.a: expected true or false");
-    EXPECT_EQ(decodingFailure<std::vector<int>>(R"({})"), "value: expected an array");
-    EXPECT_EQ(decodingFailure<double>(R"(true)"), "value: expected a number");
-    EXPECT_EQ(decodingFailure<std::chrono::sys_seconds>(R"("2026-02-30T00:00:00Z")"),
-              "value: expected a date such as 2026-10-14T13:00:00Z");
+              "‘a’ must be true or false");
+    EXPECT_EQ((decodingFailure<std::map<std::string, std::vector<Address>>>(
+                  R"({"a b":[{"street":"x"},{"street":"x","number":true}]})")),
+              "‘a b[1].number’ must be a whole number");
+    EXPECT_EQ((decodingFailure<std::vector<std::vector<std::string>>>(R"([[],["x",1]])")),
+              "‘[1][1]’ must be a string");
+    EXPECT_EQ(decodingFailure<std::vector<int>>(R"({})"), "the value must be an array");
+    EXPECT_EQ((decodingFailure<std::map<std::string, int>>(R"([])")),
+              "the value must be an object");
+    EXPECT_EQ(decodingFailure<double>(R"(true)"), "the value must be a number");
+    for (const char* text : {R"("2026-02-30T00:00:00Z")", "5"}) {
+        EXPECT_EQ(decodingFailure<std::chrono::sys_seconds>(text),
+                  "the value must be a date such as 2026-10-14T13:00:00Z");
+    }
 }
 
 TEST(JSONCoding, WholeNumbersMustFitTheirType) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t mostDigits = 19; // a number with as many always fits 64 bits
 
-constexpr std::array<std::uint64_t, 9> powersOfTen{
+constexpr std::array<std::uint64_t, 9> wholePowersOfTen{
     1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000};
 
 } // namespace
@@ -280,7 +280,7 @@ Digits JSONReader::readDigits(std::size_t at, std::uint64_t number, const char* 
         const char* const from = text_.data() + at;
         const std::size_t rest = text_.size() - at;
         next = leadingDigits(rest < sizeof(ByteWord) ? loadShort(from, rest) : loadWord(from));
-        number = number * powersOfTen[next.count] + next.number;
+        number = number * wholePowersOfTen[next.count] + next.number;
         at += next.count;
     } while (next.count == sizeof(ByteWord));
     if (at == begin) {

@@ -22,7 +22,7 @@ using Clock = std::chrono::steady_clock;
 /// How long the reader may take nothing before lines are queued for it. Not shorter than the
 /// system's tick: programming a finer timer each time the pipe is full would cost more than a
 /// reply.
-constexpr auto patience = std::chrono::milliseconds{10};
+constexpr auto stall = std::chrono::milliseconds{10};
 /// The sender waits for a reader that takes this much in that time, about what a pipe holds.
 constexpr std::size_t goodPace = std::size_t{64} << 10U;
 
@@ -104,14 +104,14 @@ void LineSink::finish() {
 void LineSink::followReader() {
     while (draining_ && taken_ >= goodPace) {
         taken_ = 0;
-        drained_.waitUntil(mutex_, Clock::now() + patience);
+        drained_.waitUntil(mutex_, Clock::now() + stall);
     }
 }
 
 /// Writes as long as the reader makes room, and returns how many bytes it wrote.
 std::size_t LineSink::writeWhileReaderKeepsUp(std::string_view text) const {
     std::size_t written = writeWithoutBlocking(text);
-    while (written < text.size() && isReady(descriptor_, patience)) {
+    while (written < text.size() && isReady(descriptor_, stall)) {
         const std::size_t more = writeWithoutBlocking(text.substr(written));
         if (more == 0) {
             break;

@@ -33,7 +33,7 @@ packages_for() {
     local sanitizers="$unit $clang ccache"
     local gnustep="$process $clang ccache libgnustep-base-dev libobjc-12-dev libblocksruntime-dev"
     local macos="$build $npm python3 clang-19 llvm-19 file"
-    local lint="$unit $npm $clang clang-format-19 clang-tidy-19 shellcheck"
+    local lint="$unit $npm $clang clang-format-19 clang-tidy-19 shellcheck doxygen"
     local bench="$build $npm nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
     build | unit | process | end_to_end | sanitizers | gnustep | macos | lint | bench) echo "${!1}" ;;

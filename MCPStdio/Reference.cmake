@@ -2,6 +2,10 @@
 find_program(DOXYGEN doxygen)
 mark_as_advanced(DOXYGEN)
 if(DOXYGEN)
+    set(main_page "${CMAKE_CURRENT_SOURCE_DIR}/../docs/first-server.md")
+    if(NOT EXISTS "${main_page}") # the framework's folder was copied alone
+        set(main_page)
+    endif()
     configure_file(Doxyfile.in Doxyfile @ONLY)
     add_custom_target(
         reference

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <sstream>
 #include <vector>
 
@@ -67,9 +66,7 @@ protected:
         return shell.wait();
     }
     [[nodiscard]] std::string answer(const std::string& tool, const std::string& arguments) const {
-        auto options = serverIn(home);
-        options.environment["PATH"] = std::getenv("PATH"); // Node.js may be there
-        ChildProcess server{options};
+        ChildProcess server{serverIn(home)};
         server.writeLine(callLine(1, tool, arguments));
         return server.readLine().value_or("(no reply)");
     }

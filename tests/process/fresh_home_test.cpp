@@ -113,7 +113,7 @@ TEST_F(FreshHome, ReadingWithEveryToolCreatesNothing) {
         const Answer answer = call(server, reading.tool, reading.arguments);
         if (!reading.takesScripts) {
             EXPECT_EQ(answer.text, reading.answer) << reading.tool << reading.arguments;
-        } else if (!fs::exists("/usr/bin/osascript")) { // the system's own would run
+        } else if (std::string_view{PLATFORM} == "local" && !fs::exists("/usr/bin/osascript")) {
             EXPECT_NE(answer.text.find(reading.answer), std::string::npos)
                 << reading.tool << ": " << answer.text;
         }

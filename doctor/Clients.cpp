@@ -141,14 +141,15 @@ private:
             return;
         }
         const std::string text = name() + " waits " + JSONValue{seconds}.jsonString() + " s for " +
-                                 named(entry) + ", but the user has 120 s to answer";
+                                 named(entry) + ", but the user has 120 s";
         if (client_.unitsASecond <= 0) {
-            section_.hint(text + " (it has no setting)");
+            section_.hint(text + "; it has no setting");
             return;
         }
         constexpr double enough = 150;
         section_.problem(
-            text, inFile("\"timeout\": " + JSONValue{enough * client_.unitsASecond}.jsonString()));
+            text + " to answer",
+            inFile("\"timeout\": " + JSONValue{enough * client_.unitsASecond}.jsonString()));
     }
 
     void tellEnvironment(const JSONValue* environment) {

@@ -156,12 +156,12 @@ void CollectionsExamination::tellItemsInRoot(const Listing& root) {
     }
     const std::size_t files = root.itemCount - folders;
     const std::string text =
-        place_.isLink ? layout_.root + " is linked to one " + layout_.collection +
-                            ", not to a folder of them: " + counted(files, "file is", "files are") +
-                            " not read"
-                      : counted(files, "file", "files") + " directly in " + layout_.root +
-                            (files == 1 ? " is" : " are") + " not read: each belongs into a " +
-                            layout_.collection;
+        place_.isLink
+            ? layout_.root + " is one " + layout_.collection +
+                  ", not a folder of them: " + counted(files, "file is", "files are") + " not read"
+            : counted(files, "file", "files") + " directly in " + layout_.root +
+                  (files == 1 ? " is" : " are") + " not read: each belongs into a " +
+                  layout_.collection;
     const bool hasFolders = !foldersWithItems(path_, root.others).empty();
     section_.problem(text, place_.isLink ? wrapCommand(path_, true, place_.target, hasFolders)
                                          : gatherCommand(path_, layout_.first, root.items, files));
@@ -237,9 +237,9 @@ void CollectionsExamination::tellCollection(const Found& found, bool isDefault, 
 
 void CollectionsExamination::tellCannotOpen(const Found& found, const std::string& reason,
                                             const std::string& mend) {
-    const std::string effect =
-        layout_.oneFailsAll ? "; until then every answer is an error" : std::string{};
-    section_.problem(named(found.collection.folder) + " cannot be read: " + reason + effect, mend);
+    const std::string_view effect =
+        layout_.oneFailsAll ? " makes every answer an error: " : " cannot be read: ";
+    section_.problem(named(found.collection.folder).append(effect) + reason, mend);
 }
 
 void CollectionsExamination::tellContents(const Found& found, const OpenFolder& folder,

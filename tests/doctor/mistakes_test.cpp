@@ -38,8 +38,7 @@ TEST(Mistakes, ASingleCalendarLinkedAsCalendars) {
     const Told told = mended(home, "calendar");
     EXPECT_EQ(told.before,
               "  Calendars → $HOME/.calendars/work\n"
-              "! Calendars is linked to one calendar, not to a folder of them: 2 files are not "
-              "read\n"
+              "! Calendars is one calendar, not a folder of them: 2 files are not read\n"
               "      (cd " +
                   velmiro +
                   " && rm Calendars && mkdir Calendars && ln -s $HOME/.calendars/work "
@@ -71,11 +70,11 @@ TEST(Mistakes, AFlatNotesFolder) {
     home.write("notes/photo.jpg", "");
     home.link("notes", "Notes");
     const Told told = mended(home, "notes");
-    EXPECT_EQ(told.before,
-              "  Notes → $HOME/notes\n"
-              "! Notes is linked to one folder, not to a folder of them: 2 files are not read\n"
-              "      (cd " +
-                  velmiro + " && rm Notes && mkdir Notes && ln -s $HOME/notes Notes/)\n");
+    EXPECT_EQ(told.before, "  Notes → $HOME/notes\n"
+                           "! Notes is one folder, not a folder of them: 2 files are not read\n"
+                           "      (cd " +
+                               velmiro +
+                               " && rm Notes && mkdir Notes && ln -s $HOME/notes Notes/)\n");
     EXPECT_EQ(told.after, "  Notes\n"
                           "  ‘notes’ (default): 2 notes → $HOME/notes\n");
 }
@@ -206,16 +205,14 @@ TEST(Mistakes, ADanglingLinkInPlaceOfACalendarOrABook) {
     const std::string mend = "      rm '$HOME/Library/Application Support/Velmiro/";
     EXPECT_EQ(run.section("calendar"),
               "  Calendars\n"
-              "! ‘old’ cannot be read: a link to /mnt/gone, which leads nowhere; until then every "
-              "answer is an error\n" +
+              "! ‘old’ makes every answer an error: a link to /mnt/gone, which leads nowhere\n" +
                   mend +
                   "Calendars/old'\n"
                   "  ‘work’ (default): 1 event\n");
     EXPECT_EQ(run.section("contacts"),
               "  Contacts\n"
               "  directly in Contacts: 1 person\n"
-              "! ‘book’ cannot be read: a link to /mnt/gone, which leads nowhere; until then every "
-              "answer is an error\n" +
+              "! ‘book’ makes every answer an error: a link to /mnt/gone, which leads nowhere\n" +
                   mend + "Contacts/book'\n");
     home.paste(run, "calendar");
     home.paste(run, "contacts");
@@ -296,9 +293,9 @@ TEST(Mistakes, OneLevelTooHigh) {
     home.writeData("Contacts/nextcloud/friends/a.vcf", cardFile("Anna"));
     home.writeData("Contacts/nextcloud/family/b.vcf", cardFile("Ben"));
     const Told told = mended(home, "contacts");
-    EXPECT_NE(told.before.find("! ‘nextcloud’ holds address books, not .vcf files: they are not "
-                               "read\n"),
-              std::string::npos)
+    EXPECT_NE(
+        told.before.find("! ‘nextcloud’ holds address books, not .vcf files: they are not read\n"),
+        std::string::npos)
         << told.before;
     EXPECT_EQ(told.after, "  Contacts\n"
                           "  ‘family’: 1 person\n"

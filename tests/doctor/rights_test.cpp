@@ -47,16 +47,15 @@ TEST_F(Rights, ThatAFileOrACalendarLacksAreGiven) {
     forbid(home.data("Calendars/locked"));
     forbid(home.data("Calendars/work/3.ics"));
     const Printed run = home.run();
-    EXPECT_EQ(run.section("calendar"),
-              "  Calendars\n"
-              "! ‘locked’ cannot be read: permission denied; until then every answer is an error\n"
-              "      chmod u+rwx " +
-                  in +
-                  "Calendars/locked'\n"
-                  "  ‘work’ (default): 1 event\n"
-                  "! work/3.ics cannot be read: permission denied\n"
-                  "      chmod u+r " +
-                  in + "Calendars/work/3.ics'\n");
+    EXPECT_EQ(run.section("calendar"), "  Calendars\n"
+                                       "! ‘locked’ makes every answer an error: permission denied\n"
+                                       "      chmod u+rwx " +
+                                           in +
+                                           "Calendars/locked'\n"
+                                           "  ‘work’ (default): 1 event\n"
+                                           "! work/3.ics cannot be read: permission denied\n"
+                                           "      chmod u+r " +
+                                           in + "Calendars/work/3.ics'\n");
     home.paste(run, "calendar");
     const std::string after = home.run().section("calendar");
     EXPECT_NE(after.find("  ‘work’: 2 events\n"), std::string::npos) << after;

@@ -124,8 +124,7 @@ TEST(Clients, ThatGiveUpTooEarlyAreTold) {
     home.write(".config/Claude/claude_desktop_config.json", start + "}}}");
     EXPECT_EQ(clientsOf(home),
               "  Claude Desktop starts it as ‘mine’\n"
-              "? Claude Desktop waits 60 s for ‘mine’, but the user has 120 s to answer (it has no "
-              "setting)\n"
+              "? Claude Desktop waits 60 s for ‘mine’, but the user has 120 s; it has no setting\n"
               "  Claude Code starts it as ‘mine’\n"
               "! Claude Code waits 30.5 s for ‘mine’, but the user has 120 s to answer\n"
               "      in $HOME/.claude.json: \"timeout\": 150000\n"

@@ -50,9 +50,11 @@ std::string unlinkCommand(const std::string& link) {
 std::string wrapCommand(const std::string& root, bool isThere, const std::string& target,
                         bool foldersToo) {
     const std::string name = shellWord(lastName(root));
-    const std::string folders = foldersToo ? " " + shellWord(target) + "/*/" : std::string{};
+    const std::string link = name + "/" + shellWord(withoutDots(lastName(target)));
+    const std::string folders =
+        foldersToo ? " && ln -s " + shellWord(target) + "/*/ " + name + "/" : std::string{};
     return inFolderOf(root, (isThere ? "rm " + name + " && " : std::string{}) + "mkdir " + name +
-                                " && ln -s " + shellWord(target) + folders + " " + name + "/");
+                                " && ln -s " + shellWord(target) + " " + link + folders);
 }
 
 std::string gatherCommand(const std::string& root, const std::string& newFolder,
@@ -126,6 +128,11 @@ std::string renameCommand(const std::string& folder, const std::string& wrong,
                           const std::string& right) {
     return "for f in " + shellWord(folder) + "/*" + wrong + "; do mv -n \"$f\" \"${f%.*}" + right +
            "\"; done";
+}
+
+std::string withoutDots(const std::string& name) {
+    const auto first = name.find_first_not_of('.');
+    return first == std::string::npos ? "unnamed" : name.substr(first);
 }
 
 std::string freePath(const std::string& folder, const std::string& name) {

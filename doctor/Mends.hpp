@@ -50,6 +50,9 @@ std::string fileCommand(const std::string& path);
 std::string renameCommand(const std::string& folder, const std::string& wrong,
                           const std::string& right);
 
+/// Returns a name that is not hidden.
+std::string withoutDots(const std::string& name);
+
 /// Returns a path in the folder that does not exist yet: the name itself, or `name-2`.
 std::string freePath(const std::string& folder, const std::string& name);
 

@@ -10,15 +10,6 @@
 // a hidden name, wrong endings, and folders that are linked twice.
 
 namespace velmiro::doctor {
-namespace {
-
-/// Returns a name that is not hidden.
-std::string withoutDots(const std::string& name) {
-    const auto first = name.find_first_not_of('.');
-    return first == std::string::npos ? "unnamed" : name.substr(first);
-}
-
-} // namespace
 
 /// Returns the folders in the root if none of them holds anything, besides this link.
 std::optional<std::vector<std::string>>

@@ -42,9 +42,18 @@ TEST(Mistakes, ASingleCalendarLinkedAsCalendars) {
               "      (cd " +
                   velmiro +
                   " && rm Calendars && mkdir Calendars && ln -s $HOME/.calendars/work "
-                  "Calendars/)\n");
+                  "Calendars/work)\n");
     EXPECT_EQ(told.after, "  Calendars\n"
                           "  ‘work’ (default): 2 events → $HOME/.calendars/work\n");
+}
+
+TEST(Mistakes, ASingleCalendarWithAHiddenNameLinkedAsCalendars) {
+    const DoctorHome home;
+    home.write(".calendar/1.ics", eventFile("1"));
+    home.link(".calendar", "Calendars");
+    EXPECT_EQ(mended(home, "calendar").after,
+              "  Calendars\n"
+              "  ‘calendar’ (default): 1 event → $HOME/.calendar\n");
 }
 
 TEST(Mistakes, FilesDirectlyInCalendars) {
@@ -74,7 +83,7 @@ TEST(Mistakes, AFlatNotesFolder) {
                            "! Notes is one folder, not a folder of them: 2 files are not read\n"
                            "      (cd " +
                                velmiro +
-                               " && rm Notes && mkdir Notes && ln -s $HOME/notes Notes/)\n");
+                               " && rm Notes && mkdir Notes && ln -s $HOME/notes Notes/notes)\n");
     EXPECT_EQ(told.after, "  Notes\n"
                           "  ‘notes’ (default): 2 notes → $HOME/notes\n");
 }

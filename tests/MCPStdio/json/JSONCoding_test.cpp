@@ -52,6 +52,23 @@ Person anna() {
     return person;
 }
 
+enum class Unit { metre, foot, unnamed };
+
+constexpr auto jsonNames(Unit) {
+    return std::array{JSONName{"m", Unit::metre}, JSONName{"ft", Unit::foot}};
+}
+
+struct Length {
+    double number = 0;
+    Unit unit = Unit::metre;
+    std::vector<Unit> accepted;
+
+    static constexpr auto jsonFields() {
+        return std::tuple{field("number", &Length::number), field("unit", &Length::unit),
+                          field("accepted", &Length::accepted)};
+    }
+};
+
 template <typename Value>
 std::string decodingFailure(std::string_view text) {
     try {
@@ -163,4 +180,19 @@ TEST(JSONCoding, ATypedResultThatCannotBeEncodedIsAnEmptyObject) {
     auto person = anna();
     person.height = NAN;
     EXPECT_EQ(MCPToolResult::json(person), (MCPToolResult{"{}", false}));
+}
+
+TEST(JSONCoding, AnEnumerationIsOneOfItsNames) {
+    const Length length{2, Unit::foot, {Unit::metre, Unit::foot}};
+    const auto encoded = JSONValue::encoding(length);
+    EXPECT_EQ(encoded.jsonString(), R"({"accepted":["m","ft"],"number":2,"unit":"ft"})");
+    const auto decoded = encoded.decode<Length>();
+    EXPECT_EQ(decoded.unit, Unit::foot);
+    EXPECT_EQ(decoded.accepted, length.accepted);
+    for (const char* unit : {"\"yd\"", "\"\"", "1", "null"}) {
+        EXPECT_EQ(decodingFailure<Length>(R"({"number":2,"accepted":[],"unit":)" +
+                                          std::string{unit} + "}"),
+                  "‘unit’ must be one of ‘m’, ‘ft’");
+    }
+    EXPECT_THROW(JSONValue::encoding(Unit::unnamed), JSONError);
 }

@@ -52,6 +52,12 @@ struct Town : Named {
     }
 };
 
+enum class Unit { metre, foot };
+
+constexpr auto jsonNames(Unit) {
+    return std::array{JSONName{"m", Unit::metre}, JSONName{"ft", Unit::foot}};
+}
+
 template <typename Value>
 std::string schema() {
     return jsonSchema<Value>().jsonString();
@@ -120,4 +126,8 @@ TEST(JSONSchema, ATypeMayListFieldsOfItsBase) {
     const auto town = JSONValue::parse(R"({"name":"Ulm","people":3})").decode<Town>();
     EXPECT_EQ(town.name, "Ulm");
     EXPECT_EQ(JSONValue::encoding(town).jsonString(), R"({"name":"Ulm","people":3})");
+}
+
+TEST(JSONSchema, AnEnumerationIsOneOfItsNames) {
+    EXPECT_EQ(schema<Unit>(), R"({"enum":["m","ft"],"type":"string"})");
 }

@@ -95,7 +95,9 @@ JSONValue schemaOf() {
 
 /// Returns the schema of the values that `decode<Value>()` accepts, in the dialect of 2020-12. A
 /// field is required unless it is optional, and carries its description. Members without a field
-/// are allowed, because decoding ignores them. Does not compile for a type that contains itself.
+/// are allowed, because decoding ignores them. Two things are left out, which only make a schema
+/// longer: the limits of 32 and 64 bits, except that unsigned numbers are not negative, and that
+/// null stands for a missing optional. Does not compile for a type that contains itself.
 template <typename Value>
 JSONValue jsonSchema() {
     return detail::schemaOf<Value>();

@@ -7,12 +7,10 @@ import { text } from 'node:stream/consumers';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { bridgeTo } from './support/bridge.mjs';
-import { binary, Home } from './support/home.mjs';
+import { binary, Home, skipWithoutTestServer, testServer } from './support/home.mjs';
 
 const deadline = { timeout: 60_000, concurrency: 2 };
 const suite = fileURLToPath(new URL('node_modules/.bin/conformance', import.meta.url));
-
-const testServer = process.env.CONFORMANCE_SERVER;
 
 /** Runs one scenario of the suite against a server. @param {import('node:test').TestContext} t */
 async function run(t, program, scenario) {
@@ -45,7 +43,7 @@ const conforms = (t, program, scenarios) =>
 
 test('the server conforms', deadline, (t) => conforms(t, binary('velmiro_mcp'), basics));
 
-const onTheFramework = { ...deadline, skip: testServer ? false : 'this build has no test servers' };
+const onTheFramework = { ...deadline, skip: skipWithoutTestServer };
 
 test('a server on the framework alone conforms', onTheFramework, (t) =>
     conforms(t, testServer, [...basics, ...calls]));

@@ -13,6 +13,10 @@ const build = process.env.BUILD_FOLDER ?? fileURLToPath(new URL('../../../build/
 /** @param {string} name */
 export const binary = (name) => join(build, 'bin', name);
 
+/** The server of the tests on the framework alone. */
+export const testServer = process.env.CONFORMANCE_SERVER ?? '';
+export const skipWithoutTestServer = testServer === '' && 'this build has no test server';
+
 /**
  * The lines that a child process prints.
  * @param {import('node:stream').Readable} stream

@@ -44,15 +44,15 @@ bool isOpen(int descriptor) {
 
 /// Returns the exit status.
 int run(const CommandLine& line) {
-    const Evaluation evaluation = evaluate(line.source, line.arguments,
-                                           {{"Mail", mailApplication}, {"Notes", notesApplication}});
+    const Evaluation evaluation = evaluate(
+        line.source, line.arguments, {{"Mail", mailApplication}, {"Notes", notesApplication}});
     if (!evaluation.succeeded) {
         print(line.errorsToOutput ? STDOUT_FILENO : STDERR_FILENO,
               "execution error: " + evaluation.text + "\n");
         return EXIT_FAILURE;
     }
-    const std::string text = line.asSource ? MCPStdio::JSONValue{evaluation.text}.jsonString()
-                                           : evaluation.text;
+    const std::string text =
+        line.asSource ? MCPStdio::JSONValue{evaluation.text}.jsonString() : evaluation.text;
     return print(STDOUT_FILENO, text + "\n") ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

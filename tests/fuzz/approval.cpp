@@ -1,9 +1,9 @@
 // A host's answer: only a line of JSON whose `allow` is true is a yes.
 
+#include "velmiro_mcp/services/Approval.hpp"
 #include "MCPStdio/json/JSONReader.hpp"
 #include "MCPStdio/transport/Descriptor.hpp"
 #include "tests/fuzz/Fuzz.hpp"
-#include "velmiro_mcp/services/Approval.hpp"
 
 #include <array>
 #include <cstdlib>

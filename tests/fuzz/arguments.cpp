@@ -1,9 +1,9 @@
 // The arguments of a call, as every accessor reads them.
 
+#include "velmiro_mcp/AppleTools/Arguments.hpp"
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/json/JSONReader.hpp"
 #include "tests/fuzz/Fuzz.hpp"
-#include "velmiro_mcp/AppleTools/Arguments.hpp"
 #include "velmiro_mcp/base/Text.hpp"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Dates as an agent writes them, in zones with gaps, overlaps and odd offsets.
 
-#include "tests/fuzz/Fuzz.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
+#include "tests/fuzz/Fuzz.hpp"
 
 #include <array>
 #include <chrono>

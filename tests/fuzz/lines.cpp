@@ -17,8 +17,8 @@ namespace {
 using namespace velmiro::fuzz;
 
 std::size_t lengthOfEnd(std::string_view text) {
-    constexpr std::array<std::string_view, 7> ends{
-        "\n", "\v", "\f", "\r", "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"};
+    constexpr std::array<std::string_view, 7> ends{"\n",       "\v",           "\f",          "\r",
+                                                   "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"};
     const auto* const found = std::find_if(
         ends.begin(), ends.end(), [&](std::string_view end) { return text.starts_with(end); });
     return found == ends.end() ? 0 : found->size();

@@ -25,12 +25,11 @@ Task<MCPToolResult> fail(JSONValue arguments) {
 }
 
 MCPStdio::MCPServer& server() {
-    static MCPStdio::MCPServer one{
-        "fuzzed",
-        "1.0",
-        std::nullopt,
-        {MCPTool{"echo", "Echoes.", JSONValue::object(), true, echo},
-         MCPTool{"fail", "Fails.", JSONValue::object(), false, fail}}};
+    static MCPStdio::MCPServer one{"fuzzed",
+                                   "1.0",
+                                   std::nullopt,
+                                   {MCPTool{"echo", "Echoes.", JSONValue::object(), true, echo},
+                                    MCPTool{"fail", "Fails.", JSONValue::object(), false, fail}}};
     return one;
 }
 

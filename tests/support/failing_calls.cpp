@@ -43,7 +43,8 @@ std::atomic<int> counted{0};
 
 /// Returns whether a call of this family fails now, with errno set.
 bool fails(std::string_view family, const char* path = nullptr) {
-    if (textIn("FAIL_CALL").find(family) == std::string_view::npos || (textIn("FAIL_AT") != "start" && !changed)) {
+    if (textIn("FAIL_CALL").find(family) == std::string_view::npos ||
+        (textIn("FAIL_AT") != "start" && !changed)) {
         return false;
     }
     const auto part = textIn("FAIL_PART");

@@ -70,8 +70,9 @@ MCPTool typedTool(std::string name, std::string description, bool readOnly,
 
 /// Returns a tool with the schema of its handler's arguments. `handler` is a function or function
 /// object `Task<Output>(Arguments)`, which takes its arguments by value; calls may overlap, on any
-/// thread. It may be a coroutine with captures: they live until its last call has ended. Arguments that do not fit fail the call before the handler runs, with a text that names
-/// the member. The handler itself fails as any other does (see ToolHandler).
+/// thread. It may be a coroutine with captures: they live until its last call has ended. Arguments
+/// that do not fit fail the call before the handler runs, with a text that names the member. The
+/// handler itself fails as any other does (see ToolHandler).
 template <typename Handler>
 MCPTool typedTool(std::string name, std::string description, bool readOnly, Handler handler) {
     return detail::typedTool(std::move(name), std::move(description), readOnly,

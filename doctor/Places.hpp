@@ -107,8 +107,8 @@ Listing listingIfReadable(const std::string& path, NameTest isItem, const Budget
 /// Returns whether a folder holds an item; false if it cannot be read.
 bool holdsItem(const std::string& path, NameTest isItem, const Budget& budget);
 
-/// Returns the contents of a file of at most 32 MiB, as the server reads it; nullopt if it cannot be
-/// read. What is no regular file is not even opened: that could wake whoever writes into a pipe.
+/// Returns the contents of a file of at most 32 MiB, as the server reads it; nullopt if it cannot
+/// be read. What is no regular file is not even opened: that could wake whoever writes into a pipe.
 std::optional<std::string> readItem(const local::OpenFolder& folder, const std::string& name);
 
 /// Returns why a file cannot be read, as the server reads it: a dangling link, a folder, a pipe,

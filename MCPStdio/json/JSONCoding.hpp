@@ -30,8 +30,8 @@
 ///
 /// and is converted both ways: `JSONValue::encoding(person)`, `value.decode<Person>()`. The same
 /// list yields its JSON Schema (see JSONSchema.hpp). A field is a bool, a number, a string, a point
-/// in time (ISO 8601 text in UTC, to the second), an enumeration, a JSONValue, another such type, or
-/// an optional, a vector or a string-keyed map of these. An enumeration lists its names:
+/// in time (ISO 8601 text in UTC, to the second), an enumeration, a JSONValue, another such type,
+/// or an optional, a vector or a string-keyed map of these. An enumeration lists its names:
 ///
 ///     enum class Unit { metre, foot };
 ///
@@ -40,9 +40,10 @@
 ///     }
 ///
 /// Encoding omits a field that is an empty optional. It throws JSONError for what has no JSON form,
-/// such as NaN or a value without a name. Decoding reads a missing or null member as an empty optional and ignores members
-/// that no field names. If a member is missing or does not fit its field, it throws a JSONError
-/// whose text names the member by its path: ‘friends[2].name’ must be a string.
+/// such as NaN or a value without a name. Decoding reads a missing or null member as an empty
+/// optional and ignores members that no field names. If a member is missing or does not fit its
+/// field, it throws a JSONError whose text names the member by its path: ‘friends[2].name’ must be
+/// a string.
 namespace MCPStdio {
 
 /// A field of `Type`: its key in JSON, the member that holds its value, and what it means.

@@ -8,8 +8,8 @@
 
 namespace velmiro::osascript {
 
-/// Elements of an object, all or those that fulfil some filters, not looked up yet. A value: scripts
-/// may keep it and narrow it down.
+/// Elements of an object, all or those that fulfil some filters, not looked up yet. A value:
+/// scripts may keep it and narrow it down.
 class ElementList {
 public:
     ElementList(const Elements& elements, ObjectPointer owner)

@@ -67,8 +67,8 @@ std::string textOf(JSContextRef context, JSValueRef value);
 /// Returns `object[name]`; undefined if there is none. Throws Thrown.
 JSValueRef propertyOf(JSContextRef context, JSObjectRef object, const std::string& name);
 
-/// Returns a text, number, boolean or moment that a script has given; null for anything else. Throws
-/// Thrown.
+/// Returns a text, number, boolean or moment that a script has given; null for anything else.
+/// Throws Thrown.
 Value plainValueOf(JSContextRef context, JSValueRef value);
 
 /// Calls `visit` with the name and the value of each property of an object that can be enumerated.

@@ -7,9 +7,9 @@
 #include <functional>
 #include <span>
 
-/// Object specifiers: what scripts hold instead of objects. `Notes.notes` is not an array yet, but a
-/// place to look in; calling it looks. A property is read by calling it: `note.name()`. A name that
-/// a class does not have is an error, never undefined.
+/// Object specifiers: what scripts hold instead of objects. `Notes.notes` is not an array yet, but
+/// a place to look in; calling it looks. A property is read by calling it: `note.name()`. A name
+/// that a class does not have is an error, never undefined.
 namespace velmiro::osascript {
 
 /// Returns a specifier of an object.

@@ -11,8 +11,8 @@
 #include <iterator>
 #include <vector>
 
-// The parser is gumbo: exact HTML5, down to the end tags that mail leaves out. Its time is quadratic
-// in the depth of a document, which is therefore bounded before.
+// The parser is gumbo: exact HTML5, down to the end tags that mail leaves out. Its time is
+// quadratic in the depth of a document, which is therefore bounded before.
 
 namespace velmiro::osascript {
 namespace {

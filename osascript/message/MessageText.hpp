@@ -17,7 +17,8 @@ public:
 ///
 /// The descriptor stays open; its position changes. Memory and time are not bounded for a message
 /// made to exhaust them: the caller limits the process. Throws UnreadableMessage, also for another
-/// kind of file; std::bad_alloc; PlatformError if a character set needs ICU, which cannot be loaded.
+/// kind of file; std::bad_alloc; PlatformError if a character set needs ICU, which cannot be
+/// loaded.
 std::string messageText(int descriptor);
 
 } // namespace velmiro::osascript

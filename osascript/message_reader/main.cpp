@@ -1,8 +1,8 @@
 // Writes the readable text of the message on standard input to standard output.
 //
-// A program of its own, because a message may be made to exhaust its reader: then this process ends,
-// and the one that started it, which cannot be limited in the same way, shows the message as it is.
-// Only with status 0 is the output complete.
+// A program of its own, because a message may be made to exhaust its reader: then this process
+// ends, and the one that started it, which cannot be limited in the same way, shows the message as
+// it is. Only with status 0 is the output complete.
 
 #include "osascript/message/MessageText.hpp"
 

@@ -9,8 +9,9 @@
 ///
 /// Headings are shown by their text, list bullets as `-`, and fenced code line by line without the
 /// fences; InlineMarkdown.hpp says what is shown of the rest of a line. Check boxes, numbers,
-/// indentation, quotes, tables, rules and HTML stay. Settings that some programs keep on top, between
-/// lines of `---`, come after the text, where a reader of a note's beginning does not meet them.
+/// indentation, quotes, tables, rules and HTML stay. Settings that some programs keep on top,
+/// between lines of `---`, come after the text, where a reader of a note's beginning does not meet
+/// them.
 namespace velmiro::osascript {
 
 struct NoteText {
@@ -31,8 +32,8 @@ enum class NoteFormat {
 /// Returns what a file shows. `source` is well-formed UTF-8.
 NoteText readNote(std::string_view source, NoteFormat format);
 
-/// Returns a Markdown file that shows just this. Lines that would show something else, or that other
-/// programs would take for a tag, a rule or the line under a heading, get backslashes.
+/// Returns a Markdown file that shows just this. Lines that would show something else, or that
+/// other programs would take for a tag, a rule or the line under a heading, get backslashes.
 std::string writtenNote(const NoteText& note);
 
 // For one line, outside of fenced code.

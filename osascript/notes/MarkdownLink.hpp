@@ -6,7 +6,8 @@
 
 namespace velmiro::osascript {
 
-/// A link, `[label](address "title")`, or an image without its `!`. These are indexes into the text.
+/// A link, `[label](address "title")`, or an image without its `!`. These are indexes into the
+/// text.
 struct MarkdownLink {
     std::size_t labelBegin;
     std::size_t labelEnd;

@@ -1,5 +1,5 @@
-// The tools that the protocol's conformance suite looks for, as far as a server of texts can have them,
-// and one whose arguments are of every type.
+// The tools that the protocol's conformance suite looks for, as far as a server of texts can have
+// them, and one whose arguments are of every type.
 
 #include <MCPStdio/MCPStdio.hpp>
 

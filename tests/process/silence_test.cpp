@@ -1,5 +1,5 @@
-// The one test that waits the full 120 seconds, to show the limit of the real program once, and that
-// a yes which comes later changes nothing.
+// The one test that waits the full 120 seconds, to show the limit of the real program once, and
+// that a yes which comes later changes nothing.
 
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"

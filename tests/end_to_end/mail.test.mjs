@@ -11,7 +11,7 @@ import { Home } from './support/home.mjs';
 import { muttIn, notmuchIn } from './support/mail_programs.mjs';
 import { assertSame, awkward, longest, textOf, tooLong } from './support/texts.mjs';
 
-const require = createRequire(new URL('../../osascript/main.mjs', import.meta.url));
+const require = createRequire(import.meta.url);
 /** Independent of the libraries that read and write messages for the server. */
 const { simpleParser } = require('mailparser');
 

@@ -47,7 +47,7 @@ const files = [
         body: '</h1><h1>none</h1>\n${process.exit(1)} $(id)\n*not* emphasis',
         file: '< h1> ${x} & more.md',
         markdown:
-            '# \\</h1> ${x} \\& more\n\n\\</h1>\\<h1>none\\</h1>\n${process.exit(1)} $(id)\n\\*not\\* emphasis\n',
+            '# \\</h1> ${x} & more\n\n\\</h1>\\<h1>none\\</h1>\n${process.exit(1)} $(id)\n\\*not\\* emphasis\n',
     },
     {
         title: '👩‍👩‍👧 Käse',

@@ -16,7 +16,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 import { Home, awkward, exchange, program, root, script } from './support.mjs';
 
-const require = createRequire(join(root, 'osascript/main.mjs'));
+const require = createRequire(join(root, 'tests/end_to_end/package.json'));
 const { simpleParser } = require('mailparser');
 
 const folder = (home) => join(home.data, 'Mail/.Drafts');

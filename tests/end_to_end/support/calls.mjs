@@ -28,7 +28,7 @@ const files = {
         ...['EMAIL:zoe@example.org', 'TEL:+49 170 1234567', 'END:VCARD'],
     ),
     'Notes/Home/tea.md': '# Tea "for" two\n\n- green, 🍵\n',
-    'Mail/cur/1767600001.hello:2,S': [
+    'Mail/cur/hello:2,S': [
         `Date: ${received.toUTCString()}`,
         'From: =?utf-8?B?Wm/Dqw==?= <zoe@example.org>',
         'To: mira@example.net',
@@ -48,7 +48,7 @@ export async function furnish(home) {
         await home.write(name, content);
         await utimes(join(home.velmiro, name), edited, edited);
     }
-    const message = join(home.velmiro, 'Mail/cur/1767600001.hello:2,S');
+    const message = join(home.velmiro, 'Mail/cur/hello:2,S');
     await utimes(message, received, received);
 }
 
@@ -56,7 +56,7 @@ export async function furnish(home) {
 export const anyText = Symbol('any text');
 
 const message = {
-    id: 1480852977731774,
+    id: 2764961190673131,
     subject: 'Grüße',
     sender: 'Zoë <zoe@example.org>',
     date: received.toISOString(),

@@ -12,7 +12,7 @@ namespace {
 
 /// Returns a text in the form in which equal characters are equal units.
 std::u16string composed(std::string_view text) {
-    const std::u16string units = local::utf16(text);
+    std::u16string units = local::utf16(text);
     if (local::isASCII(text)) {
         return units;
     }

@@ -72,7 +72,7 @@ JSObjectRef makeApplicationFunction(JSContextRef context,
 }
 
 JSObjectRef arrayOf(JSContextRef context, const std::vector<std::string>& texts) {
-    const JSObjectRef array = JSObjectMakeArray(context, 0, nullptr, nullptr);
+    auto* const array = JSObjectMakeArray(context, 0, nullptr, nullptr);
     for (std::size_t index = 0; index < texts.size(); ++index) {
         JSObjectSetPropertyAtIndex(context, array, static_cast<unsigned>(index),
                                    JSValueMakeString(context, ScriptString{texts[index]}.get()),

@@ -77,7 +77,7 @@ Value plainValueOf(JSContextRef context, JSValueRef value) {
 JSValueRef makeError(JSContextRef context, const std::string& message, int number) {
     const ScriptString text{message};
     const JSValueRef arguments[] = {JSValueMakeString(context, text.get())};
-    const JSObjectRef error = JSObjectMakeError(context, 1, arguments, nullptr);
+    auto* const error = JSObjectMakeError(context, 1, arguments, nullptr);
     const ScriptString name{"errorNumber"};
     JSObjectSetProperty(context, error, name.get(), JSValueMakeNumber(context, number),
                         kJSPropertyAttributeNone, nullptr);

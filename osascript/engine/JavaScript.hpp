@@ -76,7 +76,7 @@ Value plainValueOf(JSContextRef context, JSValueRef value);
 template <typename Visit>
 void forEachProperty(JSContextRef context, JSValueRef value, const Visit& visit) {
     using Names = std::unique_ptr<OpaqueJSPropertyNameArray, void (*)(JSPropertyNameArrayRef)>;
-    const JSObjectRef object = checked(
+    auto* const object = checked(
         context, [&](JSValueRef* exception) { return JSValueToObject(context, value, exception); });
     const Names names{JSObjectCopyPropertyNames(context, object), &JSPropertyNameArrayRelease};
     for (std::size_t at = 0; at < JSPropertyNameArrayGetCount(names.get()); ++at) {

@@ -81,7 +81,7 @@ private:
 template <typename Make>
 JSValueRef arrayOf(JSContextRef context, const Objects& objects, const Make& make) {
     // Filled one by one: the collector does not see values in memory of ours.
-    const JSObjectRef array = JSObjectMakeArray(context, 0, nullptr, nullptr);
+    auto* const array = JSObjectMakeArray(context, 0, nullptr, nullptr);
     for (std::size_t index = 0; index < objects.size(); ++index) {
         JSObjectSetPropertyAtIndex(context, array, static_cast<unsigned>(index),
                                    make(objects[index]), nullptr);
@@ -299,7 +299,7 @@ bool setProperty(JSContextRef context, JSObjectRef object, JSStringRef property,
 }
 
 JSClassRef specifierClass() {
-    static const JSClassRef made = [] {
+    static auto* const made = [] {
         JSClassDefinition definition = kJSClassDefinitionEmpty;
         definition.className = "ObjectSpecifier";
         definition.finalize = finalize<Specifier>;
@@ -312,7 +312,7 @@ JSClassRef specifierClass() {
 }
 
 JSClassRef functionClass() {
-    static const JSClassRef made = [] {
+    static auto* const made = [] {
         JSClassDefinition definition = kJSClassDefinitionEmpty;
         definition.className = "Function";
         definition.finalize = finalize<ScriptFunction>;

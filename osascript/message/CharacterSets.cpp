@@ -222,7 +222,7 @@ std::string converted(std::string_view bytes, UConverter& from) {
         UErrorCode status = U_ZERO_ERROR;
         icu.ucnv_convertEx(into.get(), &from, &target, piece.data() + piece.size(), &source,
                            bytes.data() + bytes.size(), units.data(), &begin, &end,
-                           units.data() + units.size(), isFirst, true, &status);
+                           units.data() + units.size(), isFirst ? 1 : 0, 1, &status);
         text.append(piece.data(), target);
         isDone = status != U_BUFFER_OVERFLOW_ERROR;
     }

@@ -182,7 +182,7 @@ private:
 
 std::string readFrom(int descriptor, std::size_t most) {
     std::string bytes;
-    std::array<char, 32 * 1024> piece;
+    std::array<char, 32UL * 1024> piece;
     while (bytes.size() < most) {
         const ssize_t count =
             ::pread(descriptor, piece.data(), piece.size(), static_cast<off_t>(bytes.size()));
@@ -205,7 +205,7 @@ std::string textWithoutHeader(int descriptor) {
 /// Returns a message that ends its lines with bare carriage returns, which the library does not
 /// know, with line feeds; an empty text for any other message.
 std::string repairedLines(int descriptor) {
-    constexpr std::size_t beginning = 64 * 1024;
+    constexpr std::size_t beginning = 64UL * 1024;
     const std::string first = readFrom(descriptor, beginning);
     if (first.find('\n') != std::string::npos || first.find('\r') == std::string::npos) {
         return {};
@@ -239,7 +239,7 @@ std::string messageText(int descriptor) {
     }
     g_mime_init();
     const std::string repaired = repairedLines(descriptor);
-    Owned<GMimeStream> stream =
+    const Owned<GMimeStream> stream =
         repaired.empty()
             ? Owned<GMimeStream>{g_mime_stream_fs_new_with_bounds(descriptor, 0, mostOfAFile)}
             : streamOver(repaired);

@@ -148,7 +148,7 @@ std::string bytesOf(GMimePart* part, std::size_t most) {
         const Owned<GMimeFilter> filter{g_mime_filter_basic_new(encoding, FALSE)};
         g_mime_stream_filter_add(GMIME_STREAM_FILTER(decoding.get()), filter.get());
     }
-    std::array<char, 32 * 1024> piece;
+    std::array<char, 32UL * 1024> piece;
     std::string bytes;
     while (bytes.size() < most) {
         const auto count = g_mime_stream_read(decoding.get(), piece.data(),
@@ -173,7 +173,10 @@ std::string textOf(std::string_view bytes, const TextType& type) {
         label = htmlCharset(bytes);
     }
     std::string text = withLineFeeds(decoded(bytes, label));
-    return type.isFlowed ? unflowed(text, type.deletesSpace) : text;
+    if (type.isFlowed) {
+        text = unflowed(text, type.deletesSpace);
+    }
+    return text;
 }
 
 } // namespace velmiro::osascript

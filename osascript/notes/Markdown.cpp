@@ -94,8 +94,9 @@ std::optional<std::string_view> headingContent(std::string_view line, std::size_
         return std::nullopt;
     }
     const auto content = withoutAtFront(*rest, "#");
-    const bool isHeading = rest->size() - content.size() <= deepest &&
-                           (content.empty() || blanks.find(content.front()) != blanks.npos);
+    const bool isHeading =
+        rest->size() - content.size() <= deepest &&
+        (content.empty() || blanks.find(content.front()) != std::string_view::npos);
     return isHeading ? std::optional{content} : std::nullopt;
 }
 
@@ -104,7 +105,7 @@ std::optional<std::string_view> headingContent(std::string_view line, std::size_
 std::optional<std::string_view> itemText(std::string_view line) {
     const auto item = withoutAtFront(line, blanks);
     const bool isItem = (item.starts_with('*') || item.starts_with('+')) &&
-                        (item.size() == 1 || blanks.find(item[1]) != blanks.npos);
+                        (item.size() == 1 || blanks.find(item[1]) != std::string_view::npos);
     return isItem ? std::optional{item.substr(1)} : std::nullopt;
 }
 
@@ -190,7 +191,7 @@ std::size_t blockMark(std::string_view line) {
 std::string shownHeading(std::string_view content) {
     const auto opened = withoutAtEnd(withoutAtFront(content, blanks), blanks);
     const auto closed = withoutAtEnd(opened, "#");
-    const bool isClosed = closed.empty() || blanks.find(closed.back()) != blanks.npos;
+    const bool isClosed = closed.empty() || blanks.find(closed.back()) != std::string_view::npos;
     std::string shown;
     appendShown(shown, isClosed ? withoutAtEnd(closed, blanks) : opened);
     return shown;

@@ -40,7 +40,8 @@ Date dateOf(const std::optional<NoteTimes>& times, std::int64_t NoteTimes::* whi
     constexpr std::int64_t perMillisecond = 1'000'000;
     const std::int64_t rounded = (*times).*which + perMillisecond / 2;
     const std::int64_t rest = (rounded % perMillisecond + perMillisecond) % perMillisecond;
-    return {static_cast<double>((rounded - rest) / perMillisecond)};
+    const std::int64_t milliseconds = (rounded - rest) / perMillisecond;
+    return {static_cast<double>(milliseconds)};
 }
 
 bool isAboutParts(Operator operation) {

@@ -63,10 +63,14 @@ bool beginsWithLetter(std::string_view text) {
 }
 
 bool endsWithLetter(std::string_view text) {
-    std::size_t begin = text.size();
-    while (begin > 0 && (static_cast<unsigned char>(text[--begin]) & 0xC0U) == 0x80) {
+    if (text.empty()) {
+        return false;
     }
-    return !text.empty() && isLetterOrNumber(text.substr(begin));
+    std::size_t begin = text.size() - 1;
+    while (begin > 0 && (static_cast<unsigned char>(text[begin]) & 0xC0U) == 0x80) {
+        --begin;
+    }
+    return isLetterOrNumber(text.substr(begin));
 }
 
 } // namespace velmiro::osascript

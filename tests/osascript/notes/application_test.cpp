@@ -332,7 +332,9 @@ TEST(NoteFileName, IsTheTitleAsFarAsItFits) {
         {"", "Note.md"},
         {"tab\tand\abell", "tab and bell.md"},
         {"two\nlines", "two lines.md"},
-        {"\u202Egnp.exe", "gnp.exe.md"},
+        {"\xE2\x80\xAE"
+         "gnp.exe",
+         "gnp.exe.md"},
         {"a \u0085\u2028\u3000 b", "a b.md"},
         {"👩‍👩‍👧", "👩‍👩‍👧.md"},
     };

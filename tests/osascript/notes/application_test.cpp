@@ -332,9 +332,7 @@ TEST(NoteFileName, IsTheTitleAsFarAsItFits) {
         {"", "Note.md"},
         {"tab\tand\abell", "tab and bell.md"},
         {"two\nlines", "two lines.md"},
-        {"\xE2\x80\xAE"
-         "gnp.exe",
-         "gnp.exe.md"},
+        {std::string{"\xE2\x80"} + "\xAE" + "gnp.exe", "gnp.exe.md"},
         {"a \u0085\u2028\u3000 b", "a b.md"},
         {"👩‍👩‍👧", "👩‍👩‍👧.md"},
     };

@@ -41,7 +41,8 @@ std::string meantType(GMimeContentType* type, std::string_view field) {
     std::string parsed = lowerCase(viewOf(g_mime_content_type_get_media_type(type)));
     parsed += '/';
     parsed += lowerCase(viewOf(g_mime_content_type_get_media_subtype(type)));
-    if (parsed != "application/octet-stream") {
+    constexpr auto unknown = "application/octet-stream"sv;
+    if (parsed != unknown) {
         return parsed;
     }
     constexpr auto around = " \t\r\n\"'"sv;

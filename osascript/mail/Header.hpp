@@ -1,6 +1,6 @@
 #pragma once
 
-#include "osascript/mail/Mailbox.hpp"
+#include "osascript/drafts/Mailbox.hpp"
 
 #include <cstddef>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "osascript/mail/OutgoingMessage.hpp"
 
-#include "osascript/mail/DraftSaving.hpp"
+#include "osascript/drafts/DraftSaving.hpp"
 #include "osascript/mail/Recipient.hpp"
 #include "velmiro_mcp/platform/local/files/LocalFolders.hpp"
 

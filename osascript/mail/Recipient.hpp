@@ -1,7 +1,7 @@
 #pragma once
 
 #include "osascript/dictionary/Class.hpp"
-#include "osascript/mail/Mailbox.hpp"
+#include "osascript/drafts/Mailbox.hpp"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "osascript/mail/DraftText.hpp"
+#include "osascript/drafts/DraftText.hpp"
 
 #include <gtest/gtest.h>
 

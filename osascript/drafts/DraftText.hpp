@@ -1,6 +1,6 @@
 #pragma once
 
-#include "osascript/mail/Draft.hpp"
+#include "osascript/drafts/Draft.hpp"
 #include "velmiro_mcp/base/Instant.hpp"
 
 #include <optional>

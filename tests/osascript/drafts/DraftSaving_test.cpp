@@ -1,4 +1,4 @@
-#include "osascript/mail/DraftSaving.hpp"
+#include "osascript/drafts/DraftSaving.hpp"
 
 #include "osascript/dictionary/ScriptError.hpp"
 #include "support/ChildProcess.hpp"

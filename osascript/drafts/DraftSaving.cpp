@@ -1,8 +1,8 @@
-#include "osascript/mail/DraftSaving.hpp"
+#include "osascript/drafts/DraftSaving.hpp"
 
 #include "osascript/dictionary/ScriptError.hpp"
-#include "osascript/mail/DraftSender.hpp"
-#include "osascript/mail/DraftText.hpp"
+#include "osascript/drafts/DraftSender.hpp"
+#include "osascript/drafts/DraftText.hpp"
 #include "velmiro_mcp/platform/local/files/FileCreation.hpp"
 #include "velmiro_mcp/platform/local/files/Files.hpp"
 #include "velmiro_mcp/platform/local/files/Random.hpp"

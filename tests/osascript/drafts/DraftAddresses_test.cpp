@@ -1,4 +1,4 @@
-#include "osascript/mail/DraftAddresses.hpp"
+#include "osascript/drafts/DraftAddresses.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "osascript/mail/DraftHeader.hpp"
+#include "osascript/drafts/DraftHeader.hpp"
 
 #include <algorithm>
 #include <cstddef>

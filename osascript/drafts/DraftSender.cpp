@@ -1,6 +1,6 @@
-#include "osascript/mail/DraftSender.hpp"
+#include "osascript/drafts/DraftSender.hpp"
 
-#include "osascript/mail/DraftAddresses.hpp"
+#include "osascript/drafts/DraftAddresses.hpp"
 #include "osascript/message/GMime.hpp"
 #include "velmiro_mcp/platform/local/files/Files.hpp"
 

@@ -1,7 +1,7 @@
-#include "osascript/mail/DraftText.hpp"
+#include "osascript/drafts/DraftText.hpp"
 
-#include "osascript/mail/DraftAddresses.hpp"
-#include "osascript/mail/DraftHeader.hpp"
+#include "osascript/drafts/DraftAddresses.hpp"
+#include "osascript/drafts/DraftHeader.hpp"
 #include "osascript/message/GMime.hpp"
 
 #include <chrono>

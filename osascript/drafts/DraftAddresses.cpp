@@ -1,7 +1,7 @@
-#include "osascript/mail/DraftAddresses.hpp"
+#include "osascript/drafts/DraftAddresses.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
-#include "osascript/mail/DraftHeader.hpp"
+#include "osascript/drafts/DraftHeader.hpp"
 #include "osascript/message/GMime.hpp"
 #include "velmiro_mcp/base/Text.hpp"
 

@@ -1,4 +1,4 @@
-#include "osascript/mail/DraftSender.hpp"
+#include "osascript/drafts/DraftSender.hpp"
 
 #include "support/ScopedVariable.hpp"
 #include "support/TemporaryFolder.hpp"

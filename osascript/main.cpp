@@ -43,9 +43,7 @@ bool isOpen(int descriptor) {
 }
 
 /// Returns the exit status.
-int run(const CommandLine& line) {
-    const Evaluation evaluation = evaluate(
-        line.source, line.arguments, {{"Mail", mailApplication}, {"Notes", notesApplication}});
+int report(const Evaluation& evaluation, const CommandLine& line) {
     if (!evaluation.succeeded) {
         print(line.errorsToOutput ? STDOUT_FILENO : STDERR_FILENO,
               "execution error: " + evaluation.text + "\n");
@@ -62,15 +60,17 @@ int main(int count, char* given[]) {
     std::signal(SIGPIPE, SIG_IGN);
     const bool isHeard = isOpen(STDOUT_FILENO);
     MCPStdio::openClosedStandardStreams();
-    int status = EXIT_FAILURE;
     try {
         const CommandLine line = readCommandLine(count, given);
         prepareForEngine();
-        status = run(line);
+        const Evaluation evaluation = evaluate(
+            line.source, line.arguments, {{"Mail", mailApplication}, {"Notes", notesApplication}});
+        const int status = report(evaluation, line);
+        std::_Exit(isHeard ? status : EXIT_FAILURE); // which ends the engine, too
     } catch (const CommandLineError& error) {
         print(STDERR_FILENO, "osascript: " + std::string{error.what()} + "\n" + usage + "\n");
     } catch (const std::exception& error) {
         print(STDERR_FILENO, "osascript: " + std::string{error.what()} + "\n");
     }
-    return isHeard ? status : EXIT_FAILURE;
+    return EXIT_FAILURE;
 }

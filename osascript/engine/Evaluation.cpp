@@ -59,8 +59,8 @@ private:
 
 JSObjectRef makeApplicationFunction(JSContextRef context,
                                     const std::vector<Application>& applications) {
-    return makeFunction(context, [&applications](JSContextRef in,
-                                                 std::span<const JSValueRef> arguments) {
+    return makeFunction(context, [applications](JSContextRef in,
+                                                std::span<const JSValueRef> arguments) {
         const std::string name = arguments.empty() ? "" : textOf(in, arguments[0]);
         const auto found = std::find_if(applications.begin(), applications.end(),
                                         [&](const Application& one) { return one.name == name; });
@@ -104,7 +104,7 @@ std::string resultOf(const World& world, const std::string& source,
 }
 
 Evaluation failure(const std::string& text, int number) {
-    return {false, "Error: " + text + " (" + std::to_string(number) + ")"};
+    return {false, "Error: " + text + " (" + std::to_string(number) + ")", nullptr};
 }
 
 /// Returns the number that an error of ours, or of the script, carries.
@@ -128,20 +128,27 @@ Evaluation failure(JSContextRef context, JSValueRef thrown) {
     }
 }
 
-} // namespace
-
-Evaluation evaluate(const std::string& source, const std::vector<std::string>& arguments,
-                    const std::vector<Application>& applications) {
-    const World world;
-    world.define("Application", makeApplicationFunction(world.context(), applications));
+Evaluation evaluate(const World& world, const std::string& source,
+                    const std::vector<std::string>& arguments) {
     try {
-        return {true, resultOf(world, source, arguments)};
+        return {true, resultOf(world, source, arguments), nullptr};
     } catch (const Thrown& thrown) {
         return world.isExpired() ? failure("The script took too long.", timedOut)
                                  : failure(world.context(), thrown.value());
     } catch (const ScriptError& error) {
         return failure("Error: " + std::string{error.what()}, error.number());
     }
+}
+
+} // namespace
+
+Evaluation evaluate(const std::string& source, const std::vector<std::string>& arguments,
+                    const std::vector<Application>& applications) {
+    const auto world = std::make_shared<World>();
+    world->define("Application", makeApplicationFunction(world->context(), applications));
+    Evaluation evaluation = evaluate(*world, source, arguments);
+    evaluation.engine = world;
+    return evaluation;
 }
 
 } // namespace velmiro::osascript

@@ -2,6 +2,7 @@
 
 #include "osascript/dictionary/Value.hpp"
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +19,10 @@ struct Application {
 struct Evaluation {
     bool succeeded = false;
     std::string text; ///< the result, or the error as the command prints it
+
+    /// The engine, with all that the script made. Taking it apart takes a millisecond, which a
+    /// process that ends with it can save.
+    std::shared_ptr<const void> engine;
 };
 
 /// Evaluates a script in a world of its own: the standard globals and `Application`. The result is

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 namespace velmiro::osascript {
@@ -18,6 +19,15 @@ using MCPStdio::Descriptor;
 double now() {
     const auto since1970 = std::chrono::system_clock::now().time_since_epoch();
     return static_cast<double>(since1970 / std::chrono::milliseconds{1});
+}
+
+/// Returns the number of a message, if it can be one's.
+std::optional<std::uint64_t> wholeNumber(double number) {
+    if (!(number >= 1 && number <= static_cast<double>(largestNumber)) ||
+        std::floor(number) != number) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(number);
 }
 
 /// Decides a condition on a date of which only an upper bound is known.
@@ -162,20 +172,27 @@ Objects Message::recipients(std::string_view field) {
     return objects;
 }
 
-InboxListing::InboxListing(const std::string& maildir) : time_{now()}, files_{maildir} {}
+InboxListing::InboxListing(const std::string& maildir, std::optional<std::uint64_t> wanted)
+    : wanted_{wanted},
+      time_{now()},
+      files_{maildir, wanted} {}
 
 bool InboxListing::isInInbox(MaildirNames::Index index) const {
     return files_.names()[index].flags().find_first_of("DT") == std::string_view::npos;
 }
 
-Objects InboxListing::all() {
+bool InboxListing::isWanted(MaildirNames::Index index) const {
+    return !wanted_ || files_.names().numbers().number(index) == *wanted_;
+}
+
+Objects InboxListing::messages() {
     const auto count = static_cast<MaildirNames::Index>(files_.names().size());
     messages_ = std::vector<Message>(count);
     const auto self = shared_from_this();
     Objects objects;
     objects.reserve(count);
     for (MaildirNames::Index index = 0; index < count; ++index) {
-        if (isInInbox(index)) {
+        if (isWanted(index) && isInInbox(index)) {
             messages_[index].place(*this, index);
             objects.emplace_back(self, &messages_[index]);
         }
@@ -183,34 +200,20 @@ Objects InboxListing::all() {
     return objects;
 }
 
-Objects InboxListing::withNumber(double number) {
-    constexpr auto largest = static_cast<double>(largestNumber);
-    if (!(number >= 1 && number <= largest)) {
-        return {};
-    }
-    const auto whole = static_cast<std::uint64_t>(number);
-    const auto index = files_.names().numbers().numbered(whole);
-    if (static_cast<double>(whole) != number || !index || !isInInbox(*index)) {
-        return {};
-    }
-    messages_ = std::vector<Message>(1);
-    messages_.front().place(*this, *index);
-    return {ObjectPointer{shared_from_this(), &messages_.front()}};
-}
-
 Objects Inbox::messages() {
-    return std::make_shared<InboxListing>(local::dataFolder("Mail"))->all();
+    return std::make_shared<InboxListing>(local::dataFolder("Mail"))->messages();
 }
 
 std::optional<Objects> Inbox::find(std::string_view property, const Value& value) {
     if (property != "id") {
         return std::nullopt;
     }
-    const auto* const number = std::get_if<double>(&value);
-    if (number == nullptr) {
+    const auto* const given = std::get_if<double>(&value);
+    const auto number = given != nullptr ? wholeNumber(*given) : std::nullopt;
+    if (!number) {
         return Objects{};
     }
-    return std::make_shared<InboxListing>(local::dataFolder("Mail"))->withNumber(*number);
+    return std::make_shared<InboxListing>(local::dataFolder("Mail"), number)->messages();
 }
 
 void Inbox::arrange(Objects& messages) {

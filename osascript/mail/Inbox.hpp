@@ -53,17 +53,14 @@ private:
     std::unique_ptr<std::string> header_;
 };
 
-/// The messages of the inbox as they were at one moment, without those that are drafts or thrown
-/// away. Lives as long as one of its messages is referred to.
+/// The messages of the inbox as they were at one moment, or the one with a number, without those
+/// that are drafts or thrown away. Lives as long as one of its messages is referred to.
 class InboxListing : public std::enable_shared_from_this<InboxListing> {
 public:
-    explicit InboxListing(const std::string& maildir);
+    /// Lists the messages: all, or if a number is wanted, the one that has it.
+    explicit InboxListing(const std::string& maildir, std::optional<std::uint64_t> wanted = {});
 
-    /// Returns all messages.
-    [[nodiscard]] Objects all();
-
-    /// Returns the message with a number, if there is one.
-    [[nodiscard]] Objects withNumber(double number);
+    [[nodiscard]] Objects messages();
 
 private:
     friend class Message;
@@ -72,7 +69,9 @@ private:
     static constexpr std::size_t mostKept = 4UL << 20;
 
     [[nodiscard]] bool isInInbox(MaildirNames::Index index) const;
+    [[nodiscard]] bool isWanted(MaildirNames::Index index) const;
 
+    std::optional<std::uint64_t> wanted_;
     double time_; ///< of the listing, in milliseconds since 1970
     MessageFiles files_;
     std::vector<Message> messages_;

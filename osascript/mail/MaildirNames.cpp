@@ -52,7 +52,8 @@ std::string_view MessageName::flags() const {
     return uniqueLength == text.size() ? "" : text.substr(uniqueLength + flagsMark.size());
 }
 
-MaildirNames::MaildirNames(const std::string& maildir) {
+MaildirNames::MaildirNames(const std::string& maildir, std::optional<std::uint64_t> wanted)
+    : wanted_{wanted} {
     // A file that is renamed while its folder is listed can be missed under both names.
     constexpr int tries = 5;
     for (int attempt = 0; attempt < tries; ++attempt) {
@@ -99,15 +100,24 @@ void MaildirNames::readNames(Place place) {
         if (filled == 0) {
             return;
         }
-        for (const char* const end = free + filled; free < end;) {
-            const auto& entry = *reinterpret_cast<const dirent64*>(free);
-            if (mayBeMessage(entry)) {
-                names_.emplace_back(std::string_view{&entry.d_name[0]}, place);
+        const std::size_t count = names_.size();
+        for (const char* at = free; at < free + filled;) {
+            const auto& entry = *reinterpret_cast<const dirent64*>(at);
+            const MessageName name{&entry.d_name[0], place};
+            if (mayBeMessage(entry) && isListed(name)) {
+                names_.push_back(name);
             }
-            free += entry.d_reclen;
-            room -= entry.d_reclen;
+            at += entry.d_reclen;
+        }
+        if (names_.size() > count) { // else the next entries may take the place of these
+            free += filled;
+            room -= static_cast<std::size_t>(filled);
         }
     }
+}
+
+bool MaildirNames::isListed(const MessageName& name) const {
+    return !wanted_ || mayMatter(numberOf(name.unique()), *wanted_);
 }
 
 void MaildirNames::index() {

@@ -43,7 +43,9 @@ public:
     /// Lists `new` and `cur`; a missing folder is empty. A message in both counts once, as the one
     /// in `cur`; of two names in one folder, the greater counts. Throws std::system_error, with the
     /// folder in its text, if a folder cannot be read.
-    explicit MaildirNames(const std::string& maildir);
+    ///
+    /// If a number is wanted, only those messages are listed that matter for who has it.
+    explicit MaildirNames(const std::string& maildir, std::optional<std::uint64_t> wanted = {});
 
     [[nodiscard]] std::size_t size() const noexcept { return names_.size(); }
     [[nodiscard]] const MessageName& operator[](Index message) const { return names_[message]; }
@@ -61,9 +63,11 @@ private:
 
     void list(const std::string& maildir);
     void readNames(Place place);
+    [[nodiscard]] bool isListed(const MessageName& name) const;
     void index();
     [[nodiscard]] bool haveChanged() const;
 
+    std::optional<std::uint64_t> wanted_;
     std::array<MCPStdio::Descriptor, 2> folders_;
     std::array<timespec, 2> changed_{}; ///< when the folders were last written, before the listing
     std::vector<Block> blocks_;

@@ -30,7 +30,10 @@ bool isRegular(const Descriptor& file) {
 
 } // namespace
 
-MessageFiles::MessageFiles(std::string maildir) : maildir_{std::move(maildir)}, first_{maildir_} {}
+MessageFiles::MessageFiles(std::string maildir, std::optional<std::uint64_t> wanted)
+    : maildir_{std::move(maildir)},
+      wanted_{wanted},
+      first_{maildir_, wanted} {}
 
 std::optional<double> MessageFiles::written(MessageName& name) {
     struct stat about{};
@@ -92,7 +95,7 @@ bool MessageFiles::findAgain(MessageName& name) {
         return found != nullptr && found->place == name.place && found->text == name.text;
     };
     if (!latest_ || isOld()) {
-        latest_ = std::make_unique<MaildirNames>(maildir_);
+        latest_ = std::make_unique<MaildirNames>(maildir_, wanted_);
     }
     const MessageName* const found = present();
     if (found == nullptr || isOld()) {

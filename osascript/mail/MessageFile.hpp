@@ -19,7 +19,8 @@ namespace velmiro::osascript {
 /// throws std::system_error if the machine failed, which says nothing about the message.
 class MessageFiles {
 public:
-    explicit MessageFiles(std::string maildir);
+    /// If a number is wanted, those messages may be left out that do not matter for who has it.
+    explicit MessageFiles(std::string maildir, std::optional<std::uint64_t> wanted = {});
 
     /// The messages when they were listed first.
     [[nodiscard]] const MaildirNames& names() const noexcept { return first_; }
@@ -37,6 +38,7 @@ private:
     bool findAgain(MessageName& name);
 
     std::string maildir_;
+    std::optional<std::uint64_t> wanted_;
     MaildirNames first_;
     std::unique_ptr<MaildirNames> latest_; ///< null unless a message was looked for again
     std::deque<std::string> renamed_;      ///< the names of those that were found

@@ -44,6 +44,19 @@ std::uint64_t numberOf(std::string_view name) noexcept {
     return std::max<std::uint64_t>(hash >> (64U - numberBits), 1);
 }
 
+bool mayGet(std::uint64_t own, std::uint64_t number) noexcept {
+    // Names are pushed on by at most their count, which an index holds.
+    return own == number || before(number, std::min(own, number)) == 0;
+}
+
+bool mayMatter(std::uint64_t own, std::uint64_t wanted) noexcept {
+    // A name is pushed on by fewer steps than there are names.
+    constexpr std::uint64_t mostSteps = std::numeric_limits<NumberedNames::Index>::max();
+    const std::uint64_t steps =
+        own <= wanted ? wanted - own : wanted + (largestNumber - own); // past the largest
+    return steps <= mostSteps;
+}
+
 NumberedNames::NumberedNames(std::size_t capacity, Hash hash)
     : hash_{hash},
       shift_{numberBits - static_cast<unsigned>(std::bit_width(capacity))},
@@ -87,18 +100,6 @@ std::uint64_t NumberedNames::number(Index name) const {
         }
     }
     return number;
-}
-
-std::optional<NumberedNames::Index> NumberedNames::numbered(std::uint64_t number) const {
-    if (number < 1 || number > largestNumber) {
-        return std::nullopt;
-    }
-    for (const Index name : between(before(number, size()), number)) {
-        if (this->number(name) == number) {
-            return name;
-        }
-    }
-    return std::nullopt;
 }
 
 std::size_t NumberedNames::bucketOf(std::uint64_t number) const noexcept {

@@ -15,10 +15,18 @@ inline constexpr std::uint64_t largestNumber = (std::uint64_t{1} << 53) - 1;
 /// and always the same for the same name.
 std::uint64_t numberOf(std::string_view name) noexcept;
 
+/// Returns whether a name of whose own number this is could get the wanted one, or keep another
+/// name from it. Whoever looks for one number may leave out all other names.
+bool mayMatter(std::uint64_t own, std::uint64_t wanted) noexcept;
+
+/// Returns whether a name with this number of its own may get that one, or keep another name from
+/// it: whether it is at, or not far below it. Who looks for one number can pass over other names.
+bool mayGet(std::uint64_t own, std::uint64_t number) noexcept;
+
 /// Different names with a number for each: the name's own, or if other names have the same, the
 /// next free one, in the order of the names. The number after the largest is 1.
 ///
-/// Numbers are found without numbering all names. Of n names, fewer than n can push a name on, so
+/// The number of a name is found without numbering all. Of n names, fewer than n can push a name on, so
 /// only those whose own numbers are at most n away matter: nearly always none.
 class NumberedNames {
 public:
@@ -35,9 +43,6 @@ public:
     [[nodiscard]] std::size_t size() const noexcept { return names_.size(); }
     [[nodiscard]] std::optional<Index> find(std::string_view name) const;
     [[nodiscard]] std::uint64_t number(Index name) const;
-
-    /// Returns the name that has a number; nullopt if none has.
-    [[nodiscard]] std::optional<Index> numbered(std::uint64_t number) const;
 
 private:
     struct Name {

@@ -82,6 +82,22 @@ TEST(MaildirNames, MayBeMany) {
     EXPECT_EQ(listed(home), expected);
 }
 
+TEST(MaildirNames, AreOnlyThoseThatMatterForAWantedNumber) {
+    const MailHome home;
+    const std::string longTail(240, 'x'); // several blocks of the kernel's
+    for (int i = 0; i < 3'000; ++i) {
+        home.write("cur/" + std::to_string(i) + longTail, "");
+    }
+    home.write("cur/found:2,", "");
+    home.write("cur/found:2,S", "");
+    home.write("new/found", "");
+    const MaildirNames names{home.maildir(), numberOf("found")};
+    ASSERT_EQ(names.size(), 1);
+    EXPECT_EQ(names[0].text, "found:2,S");
+    EXPECT_EQ(names.numbers().number(0), numberOf("found"));
+    EXPECT_EQ(MaildirNames(home.maildir(), numberOf("missing")).size(), 0);
+}
+
 TEST(MaildirNames, AreNoneWhereThereIsNoFolder) {
     const MailHome home;
     home.write("cur", "a file");

@@ -1,8 +1,8 @@
 #include "osascript/mail/MaildirNames.hpp"
 
+#include "velmiro_mcp/platform/local/files/Files.hpp"
 #include "velmiro_mcp/platform/local/files/SystemError.hpp"
 
-#include <cerrno>
 #include <system_error>
 
 #include <dirent.h>
@@ -26,8 +26,14 @@ std::string pathOf(const std::string& maildir, Place place) {
 
 Descriptor openFolder(const std::string& path) {
     Descriptor folder{open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-    if (!folder && errno != ENOENT && errno != ENOTDIR) {
-        throw std::system_error{lastError(), "cannot read " + path};
+    if (folder) {
+        return folder;
+    }
+    const std::error_code error = lastError();
+    const bool isAbsent = error == std::errc::not_a_directory ||
+                          (error == std::errc::no_such_file_or_directory && local::isMissing(path));
+    if (!isAbsent) {
+        throw std::system_error{error, "cannot read " + path};
     }
     return folder;
 }

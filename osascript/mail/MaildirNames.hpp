@@ -40,7 +40,7 @@ class MaildirNames {
 public:
     using Index = NumberedNames::Index;
 
-    /// Lists `new` and `cur`; a missing folder is empty. A message in both counts once, as the one
+    /// Lists `new` and `cur`; a missing folder is empty, a link that leads nowhere is an error. A message in both counts once, as the one
     /// in `cur`; of two names in one folder, the greater counts. Throws std::system_error, with the
     /// folder in its text, if a folder cannot be read.
     ///

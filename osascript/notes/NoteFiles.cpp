@@ -76,13 +76,16 @@ std::string NoteFiles::pathOf(std::string_view folder) const {
 }
 
 std::vector<std::string> NoteFiles::folders() const {
+    std::vector<std::string> names;
     try {
-        auto names = namesIn(OpenFolder{root_}, FolderEntry::Kind::folder);
-        std::ranges::sort(names);
-        return names;
-    } catch (const std::system_error&) {
-        return {};
+        if (const auto root = local::openFolderIfThere(root_)) {
+            names = namesIn(*root, FolderEntry::Kind::folder);
+        }
+    } catch (const std::system_error& error) {
+        throw std::system_error{error.code(), "cannot read " + root_};
     }
+    std::ranges::sort(names);
+    return names;
 }
 
 std::vector<std::string> NoteFiles::notes(std::string_view folder) {

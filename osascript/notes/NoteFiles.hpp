@@ -45,7 +45,8 @@ public:
     /// Does not access the path yet.
     explicit NoteFiles(std::string root) : root_{std::move(root)} {}
 
-    /// Returns the names of the folders, in byte order.
+    /// Returns the names of the folders, in byte order; none if the root is missing. Throws
+    /// std::system_error if the root cannot be read, also as a link that leads nowhere.
     [[nodiscard]] std::vector<std::string> folders() const;
 
     /// Returns the names of the notes in a folder, in any order.

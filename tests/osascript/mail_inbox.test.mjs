@@ -26,6 +26,15 @@ test('where there is no mail nothing is listed and nothing is made', async (t) =
     assert.deepEqual(readdirSync(home.path), []);
 });
 
+test('a link that leads nowhere is an error, not an empty inbox', async (t) => {
+    const home = new Home(t);
+    mkdirSync(home.data, { recursive: true });
+    symlinkSync('/nonexistent/inbox', join(home.data, 'Mail'));
+    const expected = /execution error: Error: Error: cannot read .*Mail\/new: No such file/;
+    await assert.rejects(list(home), expected);
+    await assert.rejects(home.run('mail_read', '7'), expected);
+});
+
 test('a listed message has its number, subject, sender, date and whether it was read', async (t) => {
     const home = new Home(t);
     const date = headerDate(3600);

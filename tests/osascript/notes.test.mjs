@@ -355,6 +355,15 @@ test('a folder that is a file gives an error that says why', async (t) => {
     );
 });
 
+test('a link that leads nowhere is an error, not an empty folder', async (t) => {
+    const home = new Home(t);
+    mkdirSync(home.data, { recursive: true });
+    symlinkSync('/nonexistent/notes', join(home.data, 'Notes'));
+    const expected = /execution error: Error: Error: cannot read .*Notes: No such file/;
+    await assert.rejects(search(home, 'x'), expected);
+    await assert.rejects(home.run('notes_create', 'T', 'b', ''), expected);
+});
+
 test('a search changes nothing', async (t) => {
     const home = new Home(t);
     const file = home.note('A/a.md', '# one\n', 1000);

@@ -104,6 +104,18 @@ TEST(MaildirNames, AreNoneWhereThereIsNoFolder) {
     EXPECT_TRUE(listed(home).empty());
 }
 
+TEST(MaildirNames, AreAnErrorBehindALinkThatLeadsNowhere) {
+    const MailHome home;
+    std::filesystem::create_directories(std::filesystem::path{home.maildir()}.parent_path());
+    std::filesystem::create_directory_symlink("/nonexistent/inbox", home.maildir());
+    EXPECT_THROW(MaildirNames{home.maildir()}, std::system_error);
+    std::filesystem::remove(home.maildir());
+    EXPECT_TRUE(listed(home).empty());
+    home.write("new/1.a", "x");
+    std::filesystem::create_directory_symlink("/nonexistent/cur", home.path("cur"));
+    EXPECT_THROW(MaildirNames{home.maildir()}, std::system_error);
+}
+
 TEST(MaildirNames, FailWithTheNameOfTheFolder) {
     const MailHome home;
     std::filesystem::create_directories(home.maildir());

@@ -295,8 +295,8 @@ TEST_F(Notes, NotesOfOneTitleAreFilesOfTheirOwn) {
 }
 
 TEST_F(Notes, AFolderThatCannotBeMadeIsAnErrorThatSaysWhy) {
-    fs::create_directories(data().parent_path());
-    support::writeFile(data(), "a file");
+    fs::create_directories(data());
+    support::writeFile(data() / "Notes", "a file");
     try {
         create("x");
         FAIL();
@@ -304,6 +304,16 @@ TEST_F(Notes, AFolderThatCannotBeMadeIsAnErrorThatSaysWhy) {
         EXPECT_EQ(error.what(), "ENOTDIR: Not a directory: " + (data() / "Notes").string());
         EXPECT_EQ(error.number(), -2700);
     }
+}
+
+TEST_F(Notes, ARootThatCannotBeReadIsAnError) {
+    EXPECT_TRUE(notes().empty());
+    fs::create_directories(data().parent_path());
+    fs::create_directory_symlink("/nonexistent/notes", data());
+    EXPECT_THROW(notes(), std::system_error);
+    fs::remove(data());
+    support::writeFile(data(), "a file");
+    EXPECT_THROW(notes(), std::system_error);
 }
 
 TEST_F(Notes, MistakesAreErrors) {

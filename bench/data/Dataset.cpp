@@ -1,5 +1,7 @@
 #include "bench/data/Dataset.hpp"
 
+#include "bench/System.hpp"
+
 #include <sstream>
 
 namespace velmiro::bench {
@@ -23,6 +25,15 @@ Found linesOf(const std::string& output, char separator) {
         }
     }
     return found;
+}
+
+Rival engineAlone(const Found& expected) {
+    const std::string engine = programFolder().parent_path() / "libexec/velmiro/osascript";
+    return {"the engine alone",
+            {engine, "-l", "JavaScript", "-e", "''"},
+            [expected](const std::string& output) {
+                return output == "\n" ? expected : Found{}; // it finds nothing itself
+            }};
 }
 
 } // namespace velmiro::bench

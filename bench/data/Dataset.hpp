@@ -58,6 +58,13 @@ std::vector<Question> makeNotes(const Home& home, int notes);
 /// Few messages and notes, compared with starting the script engine alone.
 std::vector<Question> makeFew(const Home& home, int items);
 
+/// Hostile messages, compared likewise. There are as many as there are ideas.
+std::vector<Question> makeHostile(const Home& home, int items);
+
+/// Returns the least that any script costs as a rival: the engine, started for one that does
+/// nothing. It is said to find what is expected.
+Rival engineAlone(const Found& expected);
+
 /// Returns the texts at `key` in the records of a list in a payload.
 Found textsOf(const MCPStdio::JSONValue& payload, const char* list, const char* key);
 

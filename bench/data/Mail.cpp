@@ -140,18 +140,6 @@ Found readThreads(const std::string& output) {
     return found;
 }
 
-/// Returns the number that the server gives to a message.
-JSONValue identifierOf(const std::string& subject, const JSONValue& list) {
-    ServerSession asking;
-    const JSONValue inbox = asking.call("mail_list", list);
-    for (const JSONValue& message : elementsOf(inbox["messages"])) {
-        if (textOf(message["subject"]) == subject) {
-            return *message["id"];
-        }
-    }
-    throw std::runtime_error{"no " + subject + " is listed"};
-}
-
 } // namespace
 
 std::vector<Question> makeMail(const Home& home, int messages) {

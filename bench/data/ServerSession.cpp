@@ -23,4 +23,15 @@ JSONValue ServerSession::call(const std::string& tool, const JSONValue& argument
     return JSONValue::parse(text);
 }
 
+JSONValue identifierOf(const std::string& subject, const JSONValue& list) {
+    ServerSession asking;
+    const JSONValue inbox = asking.call("mail_list", list);
+    for (const JSONValue& message : elementsOf(inbox["messages"])) {
+        if (textOf(message["subject"]) == subject) {
+            return *message["id"];
+        }
+    }
+    throw std::runtime_error{"no " + subject + " is listed"};
+}
+
 } // namespace velmiro::bench

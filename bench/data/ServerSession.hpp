@@ -20,4 +20,8 @@ private:
     Server server_;
 };
 
+/// Returns the number of a message, as a new server gives it in the `list` of the inbox. Throws
+/// std::runtime_error if it is not listed.
+MCPStdio::JSONValue identifierOf(const std::string& subject, const MCPStdio::JSONValue& list);
+
 } // namespace velmiro::bench

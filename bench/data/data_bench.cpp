@@ -28,6 +28,7 @@ constexpr std::array datasets{
     Dataset{"calendar", 10'000, makeCalendar}, Dataset{"reminders", 10'000, makeReminders},
     Dataset{"contacts", 20'000, makeContacts}, Dataset{"mail", 20'000, makeMail},
     Dataset{"notes", 5'000, makeNotes},        Dataset{"few", 200, makeFew},
+    Dataset{"hostile", 13, makeHostile},
 };
 
 /// A turn that takes this many seconds hangs; SIGALRM then ends the benchmark.

@@ -239,6 +239,43 @@ test('without its reader of messages one line says so, and all else works', asyn
     assert.equal((await run(subject)).output, 'one\n');
 });
 
+test('sixty-four at once do not disturb each other', { timeout: 120_000 }, async (t) => {
+    const home = new Home(t);
+    const count = 16;
+    const numbers = Array.from({ length: count }, (_, i) => i);
+    for (const i of numbers) {
+        home.note(`A/${i}.md`, `# title ${i}\n\nword${i}.\n`);
+        home.mail(`cur/${i}.a:2,`, message(`subject ${i}`, 60 + i).replace('Hello.', `text ${i}`));
+    }
+    const bomb = `Content-Type: multipart/mixed; boundary=x\n${'\n--x\n'.repeat(1_000_000)}`;
+    home.mail('cur/bomb:2,', message('bomb', 10, bomb));
+    const listed = await home.run('mail_list', '1', '100', 'false');
+    const numberOf = (subject) => String(listed.messages.find((one) => one.subject === subject).id);
+    const all = numbers.flatMap((i) => [
+        async () => {
+            const { notes } = await home.run('notes_search', `word${i}.`, '5');
+            assert.deepEqual(notes.map((note) => note.name), [`title ${i}`]);
+        },
+        async () => {
+            const { content } = await home.run('mail_read', numberOf(`subject ${i}`));
+            assert.equal(content, `text ${i}`);
+        },
+        async () => {
+            const { messages } = await home.run('mail_list', '1', '100', 'false');
+            assert.equal(messages.length, count + 1);
+        },
+        async () => {
+            const draft = await home.run('mail_create_draft', '["a@b.c"]', '[]', `draft ${i}`, 'b');
+            assert.deepEqual(draft, { saved_as_draft: true });
+        },
+    ]);
+    assert.equal(all.length, 64);
+    const hostile = home.run('mail_read', numberOf('bomb'));
+    await Promise.all(all.map((one) => one()));
+    assert.ok((await hostile).content.startsWith('--x'));
+    assert.equal(readdirSync(join(home.data, 'Mail/.Drafts/cur')).length, count);
+});
+
 for (const [megabytes, succeeds] of [
     [1000, false],
     [6000, false],

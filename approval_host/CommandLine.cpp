@@ -11,7 +11,8 @@ const std::string_view usage =
     "  --no           refuse everything, without asking\n"
     "  --socket PATH  listen at PATH instead of VELMIRO_APPROVAL_SOCKET or, where that is not\n"
     "                 set, Velmiro/approval.sock in the Application Support folder\n"
-    "  --help         print this\n";
+    "  -h, --help     print this\n"
+    "  --version      print the version\n";
 
 Options parseCommandLine(std::span<const char* const> arguments) {
     Options options;
@@ -27,8 +28,10 @@ Options parseCommandLine(std::span<const char* const> arguments) {
             setPolicy(Policy::allowAll);
         } else if (argument == "--no") {
             setPolicy(Policy::refuseAll);
-        } else if (argument == "--help") {
+        } else if (argument == "-h" || argument == "--help") {
             options.help = true;
+        } else if (argument == "--version") {
+            options.version = true;
         } else if (argument == "--socket") {
             ++at;
             if (at == arguments.size() || *arguments[at] == '\0') {

@@ -15,6 +15,7 @@ struct Options {
     Policy policy = Policy::askUser;
     std::optional<std::string> socketPath;
     bool help = false;
+    bool version = false; ///< counts if `help` is not set
 };
 
 /// The command line is wrong; `what()` says why, in one line.

@@ -24,6 +24,9 @@ int runHost(const Options& options, const StopSignals& signals) {
     if (options.help) {
         return output.write(usage) ? 0 : 1;
     }
+    if (options.version) {
+        return output.write("approval_host " VELMIRO_VERSION "\n") ? 0 : 1;
+    }
     const ListeningSocket listener{socketPath(options.socketPath)};
     if (output.write("listening at " + listener.path() + '\n')) {
         Host{{listener.descriptor(), STDIN_FILENO, signals.descriptor()}, output, options.policy}

@@ -18,12 +18,15 @@ TEST(CommandLine, AsksTheUserWhenNothingIsSaid) {
     EXPECT_EQ(options.policy, Policy::askUser);
     EXPECT_FALSE(options.socketPath);
     EXPECT_FALSE(options.help);
+    EXPECT_FALSE(options.version);
 }
 
 TEST(CommandLine, TakesItsOptionsInAnyOrder) {
     EXPECT_EQ(parse({"--yes"}).policy, Policy::allowAll);
     EXPECT_EQ(parse({"--no"}).policy, Policy::refuseAll);
     EXPECT_TRUE(parse({"--help"}).help);
+    EXPECT_TRUE(parse({"-h"}).help);
+    EXPECT_TRUE(parse({"--version"}).version);
     const Options options = parse({"--socket", "a b", "--no"});
     EXPECT_EQ(options.socketPath, "a b");
     EXPECT_EQ(options.policy, Policy::refuseAll);
@@ -43,9 +46,19 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow) {
 }
 
 TEST(CommandLine, PrintsItsUsageAndEndsWell) {
-    HostProcess host{{.arguments = {"--help"}}};
-    host.waitFor("usage: approval_host [--yes | --no] [--socket PATH]\n");
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"--help"}, {"-h"}, {"--version", "-h", "--no"}}) {
+        HostProcess host{{.arguments = arguments}};
+        host.waitFor("usage: approval_host [--yes | --no] [--socket PATH]\n");
+        EXPECT_EQ(host.waitForExit(), 0);
+    }
+}
+
+TEST(CommandLine, PrintsItsVersionAndNothingElse) {
+    HostProcess host{{.arguments = {"--version"}}};
+    host.waitFor("approval_host " VELMIRO_VERSION "\n");
     EXPECT_EQ(host.waitForExit(), 0);
+    EXPECT_EQ(host.errors(), "");
 }
 
 TEST(CommandLine, EndsWithTwoAndOneLineWhenItIsWrong) {

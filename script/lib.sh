@@ -43,15 +43,17 @@ packages_for() {
     esac
 }
 
-# The folders that each purpose needs packages from npm for; after a colon, all or what is needed to run.
+# The folders that each purpose needs packages from npm for. After a colon: all of them, or what is
+# needed to run; after another, about how many megabytes they take.
 npm_folders_for() {
-    local types=tests/types peer=bench/peers/typescript_sdk draw=bench/draw
+    local types=tests/types:all:26 peer=bench/peers/typescript_sdk draw=bench/draw
+    local end_to_end=tests/end_to_end:all:344 macos=cmake/macos:all:355
     case $1 in
-    test | end_to_end) echo tests/end_to_end:all ;;
-    macos) echo cmake/macos:all ;;
-    lint) echo $types:all $peer:all $draw:all ;;
-    bench) echo $peer:production $draw:production ;;
-    all) echo $types:all tests/end_to_end:all cmake/macos:all $peer:all $draw:all ;;
+    test | end_to_end) echo $end_to_end ;;
+    macos) echo $macos ;;
+    lint) echo $types $peer:all:29 $draw:all:25 ;;
+    bench) echo $peer:production:29 $draw:production:25 ;;
+    all) echo $types $end_to_end $macos $peer:all:29 $draw:all:25 ;;
     esac
 }
 
@@ -68,45 +70,82 @@ missing_packages() {
     done
 }
 
+# Runs a command as root. If somebody is there to type it, sudo may ask for a password.
 as_root() {
-    if [[ $(id -u) == 0 ]]; then
-        env DEBIAN_FRONTEND=noninteractive "$@"
-    else
-        sudo -n env DEBIAN_FRONTEND=noninteractive "$@"
+    local -a sudo=()
+    if [[ $(id -u) != 0 ]]; then
+        sudo=(sudo)
+        [[ -t 0 ]] || sudo+=(-n)
     fi
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive "$@" </dev/null
+}
+
+# Shows what a command prints on a terminal. Elsewhere, shows its last lines if it fails.
+with_progress() {
+    local log status=0
+    if [[ -t 2 ]]; then
+        "$@" >&2
+        return
+    fi
+    log=$(mktemp)
+    "$@" >"$log" 2>&1 || {
+        status=$?
+        tail -n 5 "$log" >&2
+    }
+    rm -f "$log"
+    return $status
 }
 
 # Installs what a purpose needs; takes milliseconds if nothing is missing.
 install_for() {
-    local folder
+    local entry folder which megabytes
     install_packages_for "$1"
-    for folder in $(npm_folders_for "$1"); do
-        install_npm_packages "${folder%:*}" "${folder#*:}"
+    for entry in $(npm_folders_for "$1"); do
+        IFS=: read -r folder which megabytes <<<"$entry"
+        install_npm_packages "$folder" "$which" "$megabytes"
     done
 }
 
 install_packages_for() {
-    local -a wanted missing
-    local log
+    local -a wanted missing quiet=(-qq)
+    local size command
     read -ra wanted <<<"$(packages_for "$1")"
     ((${#wanted[@]} > 0)) || exit 1 # packages_for has said why
     command -v dpkg-query >/dev/null || die "needs Debian's packages: ${wanted[*]}"
     mapfile -t missing < <(missing_packages "${wanted[@]}" | sort -u)
     ((${#missing[@]} > 0)) || return 0
-    if [[ $(id -u) != 0 ]] && ! sudo -n true 2>/dev/null; then
-        die "missing and not installed, as neither root nor sudo without a password is here:" \
-            "apt-get install ${missing[*]}"
+    command="apt-get install ${missing[*]}"
+    if [[ $(id -u) != 0 ]]; then
+        command -v sudo >/dev/null || die "packages are missing, and sudo is not here. As root: $command"
+        [[ -t 0 ]] || sudo -n true 2>/dev/null ||
+            die "packages are missing, and nobody is here to type the password of sudo." \
+                "In a terminal: sudo $command"
     fi
-    say "installing ${missing[*]}"
-    log=$(mktemp)
-    if ! as_root apt-get update -qq >"$log" 2>&1 </dev/null ||
-        ! as_root apt-get install -qq --yes --no-install-recommends \
-            -o DPkg::Lock::Timeout=300 "${missing[@]}" >>"$log" 2>&1 </dev/null; then
-        tail -n 5 "$log" >&2
-        rm -f "$log"
+    say "to be installed from Debian: ${missing[*]}"
+    size=$(size_of_installation "${missing[@]}")
+    [[ -z $size ]] || say "$size"
+    [[ ! -t 2 ]] || quiet=()
+    with_progress as_root apt-get update "${quiet[@]}" || die "apt-get update failed (is the network there?)"
+    if [[ -z $size ]]; then # a fresh system knows no packages before
+        size=$(size_of_installation "${missing[@]}")
+        [[ -z $size ]] || say "$size"
+    fi
+    with_progress as_root apt-get install "${quiet[@]}" --yes --no-install-recommends \
+        -o DPkg::Lock::Timeout=300 "${missing[@]}" ||
         die "could not install ${missing[*]} (is the network there?)"
-    fi
-    rm -f "$log"
+}
+
+# Says how much apt would install for these packages; nothing if it does not know them.
+size_of_installation() {
+    local -a all
+    mapfile -t all < <(apt-get install --simulate --no-install-recommends "$@" 2>/dev/null </dev/null |
+        awk '$1 == "Inst" { print $2 }')
+    ((${#all[@]} > 0)) || return 0
+    apt-cache show --no-all-versions "${all[@]}" 2>/dev/null | awk -v count=${#all[@]} '
+        $1 == "Size:" { download += $2 / 1e6 }
+        $1 == "Installed-Size:" { disk += $2 * 1024 / 1e6 }
+        END { printf "with what they need: %d packages, about %.0f MB to download and %.0f MB on disk",
+                  count, download, disk }' || true
 }
 
 # Configures a preset if its settings changed, and builds what is out of date. A lock for each preset,
@@ -154,12 +193,12 @@ show_progress() {
 # Installs a folder's packages from npm, all or what production needs, once for each state of its lock
 # file. No install hooks run, because nothing here needs one.
 install_npm_packages() {
-    local folder=$1 which=$2 state
+    local folder=$1 which=$2 megabytes=$3 state
     local -a options=(--ignore-scripts --no-audit --no-fund --loglevel=error)
     state=$folder/node_modules/.installed-$(sha256sum <"$folder/package-lock.json" | cut -c1-16)
     [[ ! -e $state-all && ! -e $state-$which ]] || return 0
     [[ $which == all ]] || options+=(--omit=dev)
-    say "installing the packages of $folder"
+    say "installing the packages of $folder from npm, about $megabytes MB on disk"
     # npm works on its current folder; it also warns if the machine's Node.js is too old.
     (cd "$folder" && npm ci "${options[@]}") >&2 </dev/null || die "npm ci failed in $folder"
     touch "$state-$which"

@@ -18,7 +18,7 @@ std::size_t listEvents(Stage& stage, std::initializer_list<JSONValue::NewMember>
 
 void list(Stage& stage) {
     stage.transcript().heading("Calendar: what is on in the coming week?");
-    const std::string today = isoDay(dayFromToday(0));
+    const std::string today = stage.home().day(0);
     const std::size_t count = listEvents(stage, {{"start", today}, {"days", 7}});
     require(count == 3, "three events should have been listed");
 
@@ -30,13 +30,13 @@ void list(Stage& stage) {
 }
 
 void create(Stage& stage) {
-    stage.transcript().heading("The agent adds an event; the user says " +
-                               std::string{stage.isUsersTurn() ? "…" : "yes"});
+    stage.transcript().heading("The agent adds an event; the user " +
+                               std::string{stage.isUsersTurn() ? "answers" : "says yes"});
     const auto before = stage.home().files();
-    const auto day = dayFromToday(3);
+    const auto day = stage.home().day(3);
     const auto arguments =
         JSONValue::object({{"title", "Tea with Ada 🫖"},
-                           {"start", isoDay(day) + "T16:00"},
+                           {"start", day + "T16:00"},
                            {"duration_minutes", 45},
                            {"location", "Café Engine"},
                            {"notes", "She wants to show her new engine,\nbring time"}});
@@ -46,7 +46,7 @@ void create(Stage& stage) {
         stage.transcript().note("One file is new, " + changed.begin()->first +
                                 ", with this event:");
         stage.transcript().note(componentOf(changed.begin()->second, "VEVENT"));
-        const std::size_t count = listEvents(stage, {{"start", isoDay(day)}});
+        const std::size_t count = listEvents(stage, {{"start", day}});
         require(count == 1, "the new event should have been listed");
     }
 }
@@ -54,7 +54,7 @@ void create(Stage& stage) {
 void refuse(Stage& stage) {
     stage.transcript().heading("The agent wants another one; the user says no");
     const auto arguments = JSONValue::object(
-        {{"title", "Skydiving 🪂"}, {"start", isoDay(dayFromToday(5))}, {"all_day", true}});
+        {{"title", "Skydiving 🪂"}, {"start", stage.home().day(5)}, {"all_day", true}});
     require(!stage.callWithQuestion("calendar_create_event", arguments, "Skydiving", false),
             "the answer was no");
 }

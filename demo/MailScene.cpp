@@ -39,7 +39,7 @@ void mailScene(Stage& stage) {
         "mail_create_draft",
         JSONValue::object({{"to", JSONValue::array("orders@books.example.com")},
                            {"subject", "Re: Your order is ready"},
-                           {"body", "Thank you!\n\nI come on Saturday 📚"}}),
+                           {"body", "Thank you!\n\nI will come on Saturday 📚"}}),
         "Re: Your order is ready → orders@books.example.com", true);
     require(saved.has_value(), "the answer was yes");
     for (const auto& [name, content] : changedFiles(before, stage.home().files())) {

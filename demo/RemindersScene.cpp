@@ -36,7 +36,7 @@ void remindersScene(Stage& stage) {
     const auto created =
         stage.callWithQuestion("reminders_create",
                                JSONValue::object({{"title", "Buy a birthday card"},
-                                                  {"due", isoDay(dayFromToday(1)) + "T18:00"},
+                                                  {"due", stage.home().day(1) + "T18:00"},
                                                   {"list", "home"},
                                                   {"priority", 1}}),
                                "Buy a birthday card", true);
@@ -56,7 +56,7 @@ void remindersScene(Stage& stage) {
     stage.transcript().note(componentOf(changed.at("Reminders/home/plants.ics"), "VTODO"));
 
     stage.transcript().heading("What is left before next week?");
-    const JSONValue left = listReminders(stage, {{"due_before", isoDay(dayFromToday(7))}});
+    const JSONValue left = listReminders(stage, {{"due_before", stage.home().day(7)}});
     require(elements(left).size() == 2, "two reminders should be left");
 
     stage.transcript().heading("An id that does not exist is no question to the user");

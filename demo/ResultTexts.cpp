@@ -77,16 +77,19 @@ std::string joined(const JSONValue& record, const char* name) {
 
 } // namespace
 
-std::string agenda(const JSONValue& events) {
-    return lines(events, [](const JSONValue& record) {
+std::string agenda(const JSONValue& events, Detail detail) {
+    return lines(events, [&](const JSONValue& record) {
         const std::string start = textOf(record, "start");
         std::string text =
             shortDay(start) + "  " +
             (isTrue(record, "all_day") ? "all day    "
                                        : clockOf(start) + "–" + clockOf(textOf(record, "end"))) +
             "  " + textOf(record, "title") + "  [" + textOf(record, "calendar") + ']';
-        for (const char* detail : {"location", "notes"}) {
-            std::istringstream details{textOf(record, detail)};
+        if (detail == Detail::brief) {
+            return text;
+        }
+        for (const char* name : {"location", "notes"}) {
+            std::istringstream details{textOf(record, name)};
             for (std::string line; std::getline(details, line);) {
                 text += "\n                         " + line;
             }
@@ -104,25 +107,25 @@ std::string checklist(const JSONValue& reminders) {
     });
 }
 
-std::string people(const JSONValue& contacts) {
-    return lines(contacts, [](const JSONValue& record) {
+std::string people(const JSONValue& contacts, Detail detail) {
+    return lines(contacts, [&](const JSONValue& record) {
         std::string text = textOf(record, "name");
         const std::string organization = textOf(record, "organization");
         if (!organization.empty()) {
             text += (text.empty() ? "" : ", ") + organization;
         }
-        for (const char* detail : {"emails", "phones"}) {
-            const std::string found = joined(record, detail);
-            text += found.empty() ? "" : "\n    " + found;
+        for (const char* name : {"emails", "phones"}) {
+            const std::string found = joined(record, name);
+            text += found.empty() ? "" : (detail == Detail::all ? "\n    " : ", ") + found;
         }
         return text;
     });
 }
 
-std::string noteList(const JSONValue& notes) {
-    return lines(notes, [](const JSONValue& record) {
-        return textOf(record, "name") + "  [" + textOf(record, "folder") + "]\n" +
-               indented(textOf(record, "snippet"));
+std::string noteList(const JSONValue& notes, Detail detail) {
+    return lines(notes, [&](const JSONValue& record) {
+        return textOf(record, "name") + "  [" + textOf(record, "folder") + ']' +
+               (detail == Detail::all ? '\n' + indented(textOf(record, "snippet")) : "");
     });
 }
 
@@ -131,6 +134,16 @@ std::string inbox(const JSONValue& messages) {
         return (isTrue(record, "read") ? "  " : "● ") + textOf(record, "subject") + "  — " +
                textOf(record, "sender");
     });
+}
+
+std::string withoutId(const JSONValue& result) {
+    std::string text = result.jsonString();
+    const auto* id = result["id"];
+    if (const auto found = id == nullptr ? std::nullopt : id->stringValue()) {
+        const auto at = text.find(*found);
+        text.replace(at, found->size(), "…");
+    }
+    return text;
 }
 
 std::string componentOf(const std::string& file, const std::string& name) {

@@ -15,17 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Returns 20261014.
-std::string icsDay(int daysFromToday) {
-    std::string day = isoDay(dayFromToday(daysFromToday));
-    std::erase(day, '-');
-    return day;
-}
-
-std::string berlin(const std::string& property, int daysFromToday, const std::string& time) {
-    return property + ";TZID=Europe/Berlin:" + icsDay(daysFromToday) + 'T' + time + '\n';
-}
-
 /// Returns the text of a file, from lines that end with a line feed alone.
 std::string withLineEnds(const std::string& plain) {
     std::istringstream lines{plain};
@@ -57,25 +46,18 @@ std::string event(const std::string& identifier, const std::string& lines) {
 
 } // namespace
 
-std::chrono::year_month_day dayFromToday(int days) {
+std::chrono::sys_days localToday() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     ::localtime_r(&now, &local);
-    const std::chrono::year_month_day today{
-        std::chrono::year{local.tm_year + 1900},
-        std::chrono::month{static_cast<unsigned>(local.tm_mon + 1)},
-        std::chrono::day{static_cast<unsigned>(local.tm_mday)}};
-    return std::chrono::sys_days{today} + std::chrono::days{days};
+    return std::chrono::year_month_day{std::chrono::year{local.tm_year + 1900},
+                                       std::chrono::month{static_cast<unsigned>(local.tm_mon + 1)},
+                                       std::chrono::day{static_cast<unsigned>(local.tm_mday)}};
 }
 
-std::string isoDay(std::chrono::year_month_day day) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", static_cast<int>(day.year()),
-                  static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()));
-    return text.data();
-}
-
-SampleHome::SampleHome(const std::string& samples) : folder_{"/tmp"} {
+SampleHome::SampleHome(const std::string& samples, std::chrono::sys_days today)
+    : today_{today},
+      folder_{"/tmp"} {
     fillCalendars();
     fillReminders();
     fillContacts();
@@ -102,6 +84,26 @@ std::map<std::string, std::string> SampleHome::files() const {
         }
     }
     return files;
+}
+
+std::string SampleHome::day(int daysFromToday) const {
+    const std::chrono::year_month_day day{today_ + std::chrono::days{daysFromToday}};
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", static_cast<int>(day.year()),
+                  static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()));
+    return text.data();
+}
+
+/// Returns the same day as 20261014.
+std::string SampleHome::icsDay(int daysFromToday) const {
+    std::string text = day(daysFromToday);
+    std::erase(text, '-');
+    return text;
+}
+
+std::string SampleHome::berlin(const std::string& property, int daysFromToday,
+                               const std::string& time) const {
+    return property + ";TZID=Europe/Berlin:" + icsDay(daysFromToday) + 'T' + time + '\n';
 }
 
 void SampleHome::write(const std::string& name, const std::string& content) const {
@@ -160,20 +162,28 @@ void SampleHome::fillContacts() const {
           card("UID:zoe\nN:Ünal;Zoë;;;\nFN:Zoë Ünal\nEMAIL:zoe@example.org\n"));
 }
 
-/// Copies the notes and messages. Each is an hour older than the one before, by the time of its
-/// file.
+/// Copies the notes and messages. Each is an hour older than the one before, by the time of its file
+/// and, as a Maildir has it, by the name of a message.
 void SampleHome::copy(const std::string& samples) const {
-    fs::copy(samples, data(), fs::copy_options::recursive);
-    auto time = fs::file_time_type::clock::now();
-    std::vector<fs::path> copied;
+    std::vector<fs::path> files;
     for (const auto& entry : fs::recursive_directory_iterator{samples}) {
         if (entry.is_regular_file()) {
-            copied.push_back(data() / fs::relative(entry.path(), samples));
+            files.push_back(fs::relative(entry.path(), samples));
         }
     }
-    std::ranges::sort(copied);
-    for (const fs::path& file : copied) {
-        fs::last_write_time(file, time -= std::chrono::hours{1});
+    std::ranges::sort(files);
+    auto written = fs::file_time_type::clock::now();
+    std::time_t arrived = std::time(nullptr);
+    for (const fs::path& file : files) {
+        written -= std::chrono::hours{1};
+        arrived -= 3600;
+        const bool isMessage = *file.begin() == "Mail";
+        const fs::path copied =
+            data() / file.parent_path() /
+            ((isMessage ? std::to_string(arrived) + '.' : "") + file.filename().string());
+        fs::create_directories(copied.parent_path());
+        fs::copy_file(fs::path{samples} / file, copied);
+        fs::last_write_time(copied, written);
     }
 }
 

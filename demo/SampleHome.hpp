@@ -9,12 +9,15 @@
 
 namespace velmiro::demo {
 
-/// A temporary home with some data of every kind, dated in the weeks around today. It is removed on
-/// destruction.
+/// A temporary home with some data of every kind. Events and reminders are dated in the weeks around
+/// the session's day, notes and messages in the hours before now. It is removed on destruction.
 class SampleHome {
 public:
-    /// `samples` is the folder of the initial notes and messages.
-    explicit SampleHome(const std::string& samples);
+    /// `samples` is the folder of the initial notes and messages, `today` the session's day.
+    SampleHome(const std::string& samples, std::chrono::sys_days today);
+
+    /// Returns the day that many days from the session's, as 2026-10-14.
+    [[nodiscard]] std::string day(int daysFromToday) const;
 
     /// Returns the environment variables of a program whose home this is.
     [[nodiscard]] std::map<std::string, std::string> environment() const;
@@ -29,13 +32,15 @@ private:
     void fillReminders() const;
     void fillContacts() const;
     void copy(const std::string& samples) const;
+    [[nodiscard]] std::string icsDay(int daysFromToday) const;
+    [[nodiscard]] std::string berlin(const std::string& property, int daysFromToday,
+                                     const std::string& time) const;
 
+    std::chrono::sys_days today_;
     support::TemporaryFolder folder_;
 };
 
-/// Returns the day that many days from today, in the demo's time zone.
-std::chrono::year_month_day dayFromToday(int days);
-/// Returns 2026-10-14.
-std::string isoDay(std::chrono::year_month_day day);
+/// Returns today, in the demo's time zone.
+std::chrono::sys_days localToday();
 
 } // namespace velmiro::demo

@@ -2,8 +2,10 @@
 
 #include "demo/Stage.hpp"
 
-/// What the agent does with each kind of data, scene by scene.
+/// What the agent does: all of it in brief, or with each kind of data, scene by scene.
 namespace velmiro::demo {
+
+void overviewScene(Stage& stage);
 
 void calendarScene(Stage& stage);
 void remindersScene(Stage& stage);

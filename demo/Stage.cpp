@@ -1,6 +1,7 @@
 #include "demo/Stage.hpp"
 
 #include "demo/Failure.hpp"
+#include "demo/ResultTexts.hpp"
 
 #include <unistd.h>
 
@@ -49,8 +50,9 @@ JSONValue Reply::payload() const {
     return JSONValue::parse(text);
 }
 
-Stage::Stage(const std::string& binaries, const std::string& samples, bool interactive)
-    : home_{samples},
+Stage::Stage(const std::string& binaries, const std::string& samples, std::chrono::sys_days today,
+             bool interactive)
+    : home_{samples, today},
       usersTurns_{interactive ? 1 : 0},
       host_{binaries + "/approval_host", home_.environment()},
       server_{binaries + "/velmiro_mcp", home_.environment()} {
@@ -110,7 +112,8 @@ std::optional<JSONValue> Stage::callWithQuestion(const char* tool, const JSONVal
     const auto before = home_.files();
     const bool allowed = ask(tool, arguments, about, played);
     const Reply reply = receiveCall();
-    transcript_.say(Speaker::server, (reply.isError ? "error: " : "") + reply.text);
+    transcript_.say(Speaker::server,
+                    reply.isError ? "error: " + reply.text : withoutId(reply.payload()));
     if (allowed) {
         return reply.payload();
     }
@@ -152,8 +155,8 @@ bool Stage::answer(std::string question, bool played) {
             }
             host_.write(typed.empty() ? "n\n" : typed);
         } else {
-            transcript_.say(Speaker::host, trimmed(question));
-            transcript_.say(Speaker::user, played ? "y" : "n");
+            transcript_.ask(Speaker::host, trimmed(question) + ' ');
+            transcript_.answer(played ? "y" : "n");
             host_.write(played ? "y\n" : "n\n");
         }
         question = host_.readThrough({"Allowed.\n", "Refused.\n", "gone.\n", "[y/n] "});

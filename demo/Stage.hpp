@@ -32,10 +32,12 @@ struct Reply {
 /// transcript. Throws a Failure if anything does not go as it should.
 class Stage {
 public:
-    /// In an interactive session, the user answers the first question.
-    Stage(const std::string& binaries, const std::string& samples, bool interactive);
+    /// The sample data is dated around `today`. In an interactive session, the user answers the first
+    /// question.
+    Stage(const std::string& binaries, const std::string& samples, std::chrono::sys_days today,
+          bool interactive);
 
-    [[nodiscard]] const Transcript& transcript() const { return transcript_; }
+    [[nodiscard]] Transcript& transcript() { return transcript_; }
     [[nodiscard]] const SampleHome& home() const { return home_; }
 
     /// Returns whether the user answers the next question, rather than the demo.

@@ -1,5 +1,7 @@
 #include "demo/Transcript.hpp"
 
+#include "demo/Lines.hpp"
+
 #include <unistd.h>
 
 #include <cstdlib>
@@ -23,11 +25,9 @@ Look lookOf(Transcript::Speaker speaker) {
     case Transcript::Speaker::server:
         return {"server", "32"};
     case Transcript::Speaker::host:
-        return {"host", "33"};
-    case Transcript::Speaker::user:
         break;
     }
-    return {"user", "35"};
+    return {"host", "33"};
 }
 
 } // namespace
@@ -40,12 +40,14 @@ Transcript::Transcript() : hasColour_{::isatty(STDOUT_FILENO) == 1} {
     }
 }
 
-void Transcript::heading(std::string_view text) const {
-    std::cout << '\n' << styled("1", text) << "\n\n" << std::flush;
+void Transcript::heading(std::string_view text) {
+    std::cout << (hasBegun_ ? "\n" : "") << styled("1", fitted(text, screenColumns)) << '\n'
+              << std::flush;
+    hasBegun_ = true;
 }
 
 void Transcript::note(std::string_view text) const {
-    std::cout << styled("2", text) << '\n' << std::flush;
+    std::cout << styled("2", fitted(text, screenColumns)) << '\n' << std::flush;
 }
 
 void Transcript::say(Speaker speaker, std::string_view text) const {
@@ -54,6 +56,14 @@ void Transcript::say(Speaker speaker, std::string_view text) const {
 
 void Transcript::ask(Speaker speaker, std::string_view text) const {
     std::cout << lines(speaker, text) << std::flush;
+}
+
+void Transcript::answer(std::string_view text) const {
+    std::cout << styled("35", text) << '\n' << std::flush;
+}
+
+void Transcript::verbatim(std::string_view text) const {
+    std::cout << text << std::flush;
 }
 
 std::string Transcript::styled(const char* code, std::string_view text) const {
@@ -65,7 +75,7 @@ std::string Transcript::lines(Speaker speaker, std::string_view text) const {
     const auto [name, colour] = lookOf(speaker);
     std::string indented = styled(colour, name);
     indented.append(margin.size() - std::string_view{name}.size(), ' ');
-    for (const char byte : text) {
+    for (const char byte : fitted(text, screenColumns - margin.size(), 2)) {
         indented += byte;
         if (byte == '\n') {
             indented += margin;

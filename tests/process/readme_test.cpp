@@ -1,5 +1,6 @@
 // The commands of the README that link what other programs keep, run as they stand there.
 
+#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <vector>
 
 using namespace velmiro::test;
+using MCPStdio::JSONValue;
 namespace fs = std::filesystem;
 
 namespace {
@@ -31,6 +33,12 @@ std::string linkCommands() {
         block.clear();
     }
     return commands;
+}
+
+/// Returns the block that configures a client.
+JSONValue configuration() {
+    const auto start = readme().find("    {\n      \"mcpServers\"");
+    return JSONValue::parse(readme().substr(start, readme().find("\n    }\n", start) + 6 - start));
 }
 
 std::string item(const std::string& kind, const std::string& lines) {
@@ -115,6 +123,28 @@ TEST_F(Readme, ItsLinksMayBeMadeAfterTheServerHasRead) {
 TEST_F(Readme, ItsLinksComeBeforeTheFirstStart) {
     EXPECT_LT(readme().find("ln -sfn"), readme().find("\"mcpServers\""));
     EXPECT_EQ(readme().find("ln -s "), std::string::npos);
+}
+
+TEST_F(Readme, ItsConfigurationOffersEveryTool) {
+    const JSONValue all = configuration();
+    const JSONValue& server = *(*all["mcpServers"])["velmiro"];
+    EXPECT_TRUE(server["command"]->stringValue()->ends_with("/build/release/bin/velmiro_mcp"));
+    EXPECT_TRUE(server["args"]->arrayValue()->empty());
+    const std::string kinds{*(*server["env"])["VELMIRO_ENABLED"]->stringValue()};
+    auto options = serverIn(home);
+    options.environment["VELMIRO_ENABLED"] = kinds;
+    ChildProcess configured{options};
+    configured.writeLine(R"({"jsonrpc":"2.0","id":1,"method":"tools/list"})");
+    const JSONValue reply = JSONValue::parse(configured.readLine().value_or("{}"));
+    EXPECT_EQ((*reply["result"])["tools"]->arrayValue()->size(), 11U);
+}
+
+TEST_F(Readme, WhatEveryHostNeedsIsRightBelowTheConfiguration) {
+    const auto at = readme().find("\"mcpServers\"");
+    const std::string below = readme().substr(at, 1500);
+    for (const char* needed : {"bin/approval_host\n", "120 seconds", "late yes", "150"}) {
+        EXPECT_NE(below.find(needed), std::string::npos) << needed;
+    }
 }
 
 TEST_F(Readme, CalendarsAndListsMayShareAFolder) {

@@ -29,6 +29,8 @@ packages_for() {
     local unit="$build libgtest-dev libgmock-dev python3 python3-dateutil"
     local process="$unit strace bsdutils"
     local end_to_end="$process $npm khal todoman khard mutt notmuch"
+    # What the pages of docs/linux/ are about, and the servers on the network that they speak of.
+    end_to_end+=' vdirsyncer isync radicale dovecot-imapd'
     local clang='clang-19 libclang-rt-19-dev'
     local sanitizers="$unit $clang ccache"
     local gnustep="$process $clang ccache libgnustep-base-dev libobjc-12-dev libblocksruntime-dev"

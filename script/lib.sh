@@ -125,7 +125,7 @@ install_packages_for() {
             die "packages are missing, and nobody is here to type the password of sudo." \
                 "In a terminal: sudo $command"
     fi
-    say "to be installed from Debian: ${missing[*]}"
+    say "packages to be installed: ${missing[*]}"
     size=$(size_of_installation "${missing[@]}")
     [[ -z $size ]] || say "$size"
     [[ ! -t 2 ]] || quiet=()

@@ -162,8 +162,8 @@ void SampleHome::fillContacts() const {
           card("UID:zoe\nN:Ünal;Zoë;;;\nFN:Zoë Ünal\nEMAIL:zoe@example.org\n"));
 }
 
-/// Copies the notes and messages. Each is an hour older than the one before, by the time of its file
-/// and, as a Maildir has it, by the name of a message.
+/// Copies the notes and messages. Each is an hour older than the one before, by the time of its
+/// file and, as a Maildir has it, by the name of a message.
 void SampleHome::copy(const std::string& samples) const {
     std::vector<fs::path> files;
     for (const auto& entry : fs::recursive_directory_iterator{samples}) {

@@ -9,8 +9,9 @@
 
 namespace velmiro::demo {
 
-/// A temporary home with some data of every kind. Events and reminders are dated in the weeks around
-/// the session's day, notes and messages in the hours before now. It is removed on destruction.
+/// A temporary home with some data of every kind. Events and reminders are dated in the weeks
+/// around the session's day, notes and messages in the hours before now. It is removed on
+/// destruction.
 class SampleHome {
 public:
     /// `samples` is the folder of the initial notes and messages, `today` the session's day.

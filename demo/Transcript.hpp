@@ -5,7 +5,7 @@
 
 namespace velmiro::demo {
 
-/// Prints who says what, for a person: within 80 columns, and in colour if the terminal has colours.
+/// Prints who says what, for a person, within 80 columns, and in colour if the terminal has it.
 class Transcript {
 public:
     enum class Speaker { agent, server, host };

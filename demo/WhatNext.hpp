@@ -6,8 +6,8 @@
 
 namespace velmiro::demo {
 
-/// Tells how to use the programs in `binaries`, an absolute path: with a client's configuration that
-/// names it, ready to paste.
+/// Tells how to use the programs in `binaries`, an absolute path, with a client's configuration
+/// that is ready to paste.
 void tellWhatNext(Transcript& transcript, const std::filesystem::path& binaries, bool thereIsMore);
 
 } // namespace velmiro::demo

@@ -6,9 +6,23 @@
 #include "velmiro_mcp/base/Text.hpp"
 
 #include <algorithm>
+#include <type_traits>
 
 namespace velmiro::osascript {
 namespace {
+
+/// Sets a callback for what the parser doubts. Newer versions of the library also ask how to free
+/// `data`, which the caller owns.
+template <typename Set>
+void setWarningCallback(Set set, GMimeParserOptions* options, GMimeParserWarningFunc warn,
+                        gpointer data) {
+    if constexpr (std::is_invocable_v<Set, GMimeParserOptions*, GMimeParserWarningFunc, gpointer,
+                                      GDestroyNotify>) {
+        set(options, warn, data, nullptr);
+    } else {
+        set(options, warn, data);
+    }
+}
 
 /// Reads addresses in the strict manner; null unless all of the text was understood.
 Owned<InternetAddressList> understood(const std::string& text) {
@@ -19,7 +33,8 @@ Owned<InternetAddressList> understood(const std::string& text) {
     const auto warn = [](gint64, GMimeParserWarning, const gchar*, gpointer doubt) {
         *static_cast<bool*>(doubt) = true;
     };
-    g_mime_parser_options_set_warning_callback(options.get(), warn, &isDoubtful);
+    setWarningCallback(g_mime_parser_options_set_warning_callback, options.get(), warn,
+                       &isDoubtful);
     Owned<InternetAddressList> list{internet_address_list_parse(options.get(), text.c_str())};
     return isDoubtful ? nullptr : std::move(list);
 }

@@ -64,8 +64,8 @@ std::optional<std::string> serverStartedBy(const JSONValue& entry) {
         return command;
     }
     if (const JSONValue* const arguments = entry["args"]) {
-        for (const JSONValue& one :
-             arguments->arrayValue().value_or(std::span<const JSONValue>{})) {
+        const auto all = arguments->arrayValue().value_or(std::span<const JSONValue>{});
+        for (const JSONValue& one : all) {
             if (std::string argument = textOf(&one); isOurServer(argument)) {
                 return argument;
             }

@@ -3,10 +3,11 @@
 namespace velmiro::host {
 
 const std::string_view usage =
-    "usage: approval_host [--yes | --no] [--socket PATH]\n"
+    "usage: approval_host [--window | --yes | --no] [--socket PATH]\n"
     "\n"
     "Shows the questions of tools that want to change something, and answers them.\n"
     "\n"
+    "  --window       ask in a window instead of the terminal\n"
     "  --yes          allow everything, without asking\n"
     "  --no           refuse everything, without asking\n"
     "  --socket PATH  listen at PATH instead of VELMIRO_APPROVAL_SOCKET or, where that is not\n"
@@ -18,7 +19,7 @@ Options parseCommandLine(std::span<const char* const> arguments) {
     Options options;
     const auto setPolicy = [&](Policy wanted) {
         if (options.policy != Policy::askUser && options.policy != wanted) {
-            throw UsageError{"--yes and --no exclude each other"};
+            throw UsageError{"--window, --yes and --no exclude one another"};
         }
         options.policy = wanted;
     };
@@ -28,6 +29,8 @@ Options parseCommandLine(std::span<const char* const> arguments) {
             setPolicy(Policy::allowAll);
         } else if (argument == "--no") {
             setPolicy(Policy::refuseAll);
+        } else if (argument == "--window") {
+            setPolicy(Policy::askInWindow);
         } else if (argument == "-h" || argument == "--help") {
             options.help = true;
         } else if (argument == "--version") {

@@ -9,7 +9,7 @@
 namespace velmiro::host {
 
 /// Who answers the questions.
-enum class Policy { askUser, allowAll, refuseAll };
+enum class Policy { askUser, askInWindow, allowAll, refuseAll };
 
 struct Options {
     Policy policy = Policy::askUser;

@@ -1,7 +1,7 @@
-// The one hazard here is an answer that reaches the wrong question. Typed input answers the
-// question on the screen, and only if it was typed while that question was there:
-//  - Hang-ups are handled before typed input, so a y typed after a hang-up answers nothing.
-//  - Before a question is shown, all input typed so far is dropped, including an unfinished line.
+// The one hazard here is an answer that reaches the wrong question. An answer belongs to the
+// question on the screen, and only if it was given while that question was there:
+//  - Hang-ups are handled before answers, so a yes given after a hang-up answers nothing.
+//  - A screen drops what was done before it showed the question.
 //  - After a withdrawn question the next one is held back for a second, long enough for a hand that
 //    was about to answer.
 
@@ -9,13 +9,9 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <termios.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <string_view>
 
 namespace velmiro::host {
 
@@ -23,7 +19,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto restAfterWithdrawal = 1s;
+/// How long nothing is shown after a question that left without an answer.
+constexpr auto rest = 1s;
 /// How long connections are left in the kernel's queue when there is no descriptor for them.
 constexpr auto restWithoutDescriptors = 100ms;
 /// How long a question may take to arrive. A server sends its own in one write, but may be held up.
@@ -32,27 +29,16 @@ constexpr auto patienceWithHalfQuestions = 5s;
 constexpr auto patienceWhileOthersWait = 1s;
 
 /// The positions of what is polled; the connections follow.
-enum Watched : std::size_t { stopAt, listenerAt, typedAt, connectionsAt };
-
-bool isReady(int descriptor) {
-    pollfd watched{descriptor, POLLIN, 0};
-    return ::poll(&watched, 1, 0) == 1;
-}
+enum Watched : std::size_t { stopAt, listenerAt, screenAt, connectionsAt };
 
 } // namespace
-
-Host::Host(const Inputs& inputs, const Output& output, Policy policy)
-    : inputs_{inputs},
-      output_{output},
-      policy_{policy},
-      typedIsTerminal_{policy == Policy::askUser && ::isatty(inputs.typed) == 1} {}
 
 void Host::run() {
     while (!ended_) {
         runOnce();
     }
     if (shown_ != nullptr) {
-        print(endedText());
+        screen_.close(Screen::Outcome::hostEnds);
     }
     for (const auto& connection : connections_) {
         connection->answer(false);
@@ -75,8 +61,8 @@ void Host::runOnce() {
     }
     refuseHalfQuestions();
     forgetClosed();
-    if (news[typedAt].revents != 0) {
-        readTyped();
+    if (news[screenAt].revents != 0) {
+        take(screen_.read());
     }
     if (news[listenerAt].revents != 0) {
         acceptAll();
@@ -89,7 +75,7 @@ std::vector<pollfd> Host::waitForNews() {
     watched.reserve(connectionsAt + connections_.size());
     watched.push_back({inputs_.stop, POLLIN, 0});
     watched.push_back({acceptAfter_ ? -1 : inputs_.listener, POLLIN, 0});
-    watched.push_back({policy_ == Policy::askUser ? inputs_.typed : -1, POLLIN, 0});
+    watched.push_back({screen_.descriptor(), POLLIN, 0});
     for (const auto& connection : connections_) {
         watched.push_back({connection->descriptor(), POLLIN, 0});
     }
@@ -103,8 +89,8 @@ std::vector<pollfd> Host::waitForNews() {
     int timeout = -1;
     for (const auto& moment : {showAfter_, acceptAfter_, refuseAfter}) {
         if (moment) {
-            const auto rest = std::chrono::ceil<std::chrono::milliseconds>(*moment - Clock::now());
-            const int wait = std::max(0, static_cast<int>(rest.count()));
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*moment - Clock::now());
+            const int wait = std::max(0, static_cast<int>(left.count()));
             timeout = timeout < 0 ? wait : std::min(timeout, wait);
         }
     }
@@ -130,11 +116,7 @@ void Host::receive(Connection& connection) {
         connection.answer(false);
         break;
     case Connection::News::question:
-        if (policy_ == Policy::askUser) {
-            queue_.push_back(&connection);
-        } else {
-            decide(connection);
-        }
+        queue_.push_back(&connection);
         break;
     }
 }
@@ -154,18 +136,11 @@ void Host::refuseHalfQuestions() {
     }
 }
 
-void Host::decide(Connection& connection) {
-    const bool allow = policy_ == Policy::allowAll;
-    print(decisionText(connection.question(), allow, style()));
-    // What could not be shown is not allowed.
-    connection.answer(allow && !ended_);
-}
-
 void Host::forgetClosed() {
     if (shown_ != nullptr && shown_->isClosed()) {
         shown_ = nullptr;
-        showAfter_ = Clock::now() + restAfterWithdrawal;
-        print(withdrawnText());
+        showAfter_ = Clock::now() + rest;
+        ended_ = !screen_.close(Screen::Outcome::withdrawn) || ended_;
     }
     std::erase_if(queue_, [](const Connection* each) { return each->isClosed(); });
     const auto forgotten =
@@ -180,7 +155,8 @@ void Host::acceptAll() {
     for (int accepted = 0; accepted < SOMAXCONN; ++accepted) {
         MCPStdio::Descriptor socket{::accept(inputs_.listener, nullptr, nullptr)};
         if (socket) {
-            if (::fcntl(socket.get(), F_SETFL, O_NONBLOCK) == 0) {
+            if (::fcntl(socket.get(), F_SETFL, O_NONBLOCK) == 0 &&
+                ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC) == 0) {
                 connections_.push_back(std::make_unique<Connection>(std::move(socket)));
             }
         } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
@@ -204,68 +180,37 @@ void Host::showNext() {
             forgetClosed();
             continue;
         }
-        print(questionText(next->question(), queue_.size() - 1, style()));
-        dropTyped();
-        print(promptText(style()));
         shown_ = next;
+        take(screen_.show(next->question(), queue_.size() - 1));
     }
 }
 
-void Host::readTyped() {
-    std::array<char, 4096> bytes;
-    const ssize_t count = ::read(inputs_.typed, bytes.data(), bytes.size());
-    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
-        return;
-    }
-    if (count <= 0) {
-        ended_ = true;
-        return;
-    }
-    if (shown_ == nullptr) {
-        return;
-    }
-    switch (typed_.add({bytes.data(), static_cast<std::size_t>(count)})) {
-    case TypedLines::Answer::none:
+void Host::take(Screen::Answer answer) {
+    switch (answer) {
+    case Screen::Answer::none:
         break;
-    case TypedLines::Answer::yes:
+    case Screen::Answer::yes:
         answerShown(true);
         break;
-    case TypedLines::Answer::no:
+    case Screen::Answer::no:
         answerShown(false);
         break;
-    case TypedLines::Answer::unclear:
-        print(promptAgainText(style()));
+    case Screen::Answer::again:
+        shown_ = nullptr;
+        showAfter_ = Clock::now() + rest;
         break;
-    }
-}
-
-void Host::dropTyped() {
-    typed_.clear();
-    if (typedIsTerminal_) {
-        ::tcflush(inputs_.typed, TCIFLUSH);
-        return;
-    }
-    // Bounded: endless input is not typed by hand.
-    for (int parts = 0; parts < 256 && !ended_ && isReady(inputs_.typed); ++parts) {
-        readTyped();
+    case Screen::Answer::over:
+        ended_ = true;
+        break;
     }
 }
 
 void Host::answerShown(bool allow) {
-    print(answeredText(allow, style()));
+    const auto outcome = allow ? Screen::Outcome::allowed : Screen::Outcome::refused;
+    ended_ = !screen_.close(outcome) || ended_;
     shown_->answer(allow && !ended_);
     shown_ = nullptr;
     forgetClosed();
-}
-
-void Host::print(std::string_view text) {
-    if (!output_.write(text)) {
-        ended_ = true;
-    }
-}
-
-Style Host::style() const {
-    return output_.style(typedIsTerminal_);
 }
 
 } // namespace velmiro::host

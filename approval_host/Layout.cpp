@@ -83,10 +83,14 @@ std::string questionText(const Question& question, std::size_t waiting, const St
     appendRows(text, question.summary, style);
     text += '\n';
     if (waiting > 0) {
-        text += '(' + std::to_string(waiting) +
-                (waiting == 1 ? " more question waits)\n" : " more questions wait)\n");
+        text += waitingText(waiting) + '\n';
     }
     return text;
+}
+
+std::string waitingText(std::size_t waiting) {
+    return '(' + std::to_string(waiting) +
+           (waiting == 1 ? " more question waits)" : " more questions wait)");
 }
 
 std::string promptText(const Style& style) {

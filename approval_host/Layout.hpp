@@ -21,6 +21,9 @@ struct Style {
 /// Returns a question without its prompt; `waiting` is the number of questions after it.
 std::string questionText(const Question& question, std::size_t waiting, const Style& style);
 
+/// Returns the note that other questions wait; there is at least one.
+std::string waitingText(std::size_t waiting);
+
 std::string promptText(const Style& style);
 std::string promptAgainText(const Style& style);
 

@@ -79,7 +79,8 @@ MCPStdio::Descriptor lockFolder(const std::string& folder) {
 
 MCPStdio::Descriptor newSocket() {
     MCPStdio::Descriptor made{::socket(AF_UNIX, SOCK_STREAM, 0)};
-    if (!made || ::fcntl(made.get(), F_SETFL, O_NONBLOCK) != 0) {
+    if (!made || ::fcntl(made.get(), F_SETFL, O_NONBLOCK) != 0 ||
+        ::fcntl(made.get(), F_SETFD, FD_CLOEXEC) != 0) {
         throw HostError{"cannot make a socket: " + systemReason()};
     }
     return made;

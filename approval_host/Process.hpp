@@ -33,4 +33,22 @@ private:
     MCPStdio::Descriptor writeEnd_;
 };
 
+/// Makes SIGCHLD readable from a descriptor. There is at most one object of this class at a time.
+class ChildSignal {
+public:
+    /// Throws HostError.
+    ChildSignal();
+    ChildSignal(const ChildSignal&) = delete;
+    ChildSignal& operator=(const ChildSignal&) = delete;
+    ~ChildSignal();
+
+    /// Becomes readable when a child has ended since the last `clear`.
+    [[nodiscard]] int descriptor() const noexcept { return readEnd_.get(); }
+    void clear() const noexcept;
+
+private:
+    MCPStdio::Descriptor readEnd_;
+    MCPStdio::Descriptor writeEnd_;
+};
+
 } // namespace velmiro::host

@@ -1,4 +1,4 @@
-// Answers approval questions: at a terminal, or unattended.
+// Answers approval questions: at a terminal, in windows, or unattended.
 
 #include "approval_host/CommandLine.hpp"
 #include "approval_host/Host.hpp"
@@ -6,9 +6,14 @@
 #include "approval_host/ListeningSocket.hpp"
 #include "approval_host/Process.hpp"
 #include "approval_host/SocketPath.hpp"
+#include "approval_host/TerminalScreen.hpp"
+#include "approval_host/UnattendedScreen.hpp"
+#include "approval_host/WindowScreen.hpp"
 
 #include <csignal>
+#include <cstdlib>
 #include <exception>
+#include <memory>
 #include <string>
 
 namespace {
@@ -19,6 +24,38 @@ void report(const std::string& problem, int stop) {
     static_cast<void>(Output{STDERR_FILENO, stop}.write("approval_host: " + problem + '\n'));
 }
 
+bool isSet(const char* variable) {
+    const char* const value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+/// Throws HostError if no window can be shown here.
+std::unique_ptr<Screen> windowScreen(const Output& errors) {
+    const char* const path = std::getenv("PATH");
+    const auto program = findWindowProgram(path == nullptr ? "/usr/local/bin:/usr/bin:/bin" : path);
+    if (!program) {
+        throw HostError{"a window needs zenity or kdialog, and neither is installed"};
+    }
+    if (program->kind != WindowProgram::Kind::osascript && !isSet("WAYLAND_DISPLAY") &&
+        !isSet("DISPLAY")) {
+        throw HostError{"no desktop for a window: WAYLAND_DISPLAY and DISPLAY are not set"};
+    }
+    return std::make_unique<WindowScreen>(*program, errors);
+}
+
+std::unique_ptr<Screen> screenFor(Policy policy, const Output& output, const Output& errors) {
+    switch (policy) {
+    case Policy::askInWindow:
+        return windowScreen(errors);
+    case Policy::allowAll:
+    case Policy::refuseAll:
+        return std::make_unique<UnattendedScreen>(policy == Policy::allowAll, output);
+    case Policy::askUser:
+        break;
+    }
+    return std::make_unique<TerminalScreen>(STDIN_FILENO, output);
+}
+
 int runHost(const Options& options, const StopSignals& signals) {
     const Output output{STDOUT_FILENO, signals.descriptor()};
     if (options.help) {
@@ -27,10 +64,11 @@ int runHost(const Options& options, const StopSignals& signals) {
     if (options.version) {
         return output.write("approval_host " VELMIRO_VERSION "\n") ? 0 : 1;
     }
+    const Output errors{STDERR_FILENO, signals.descriptor()};
+    const auto screen = screenFor(options.policy, output, errors);
     const ListeningSocket listener{socketPath(options.socketPath)};
     if (output.write("listening at " + listener.path() + '\n')) {
-        Host{{listener.descriptor(), STDIN_FILENO, signals.descriptor()}, output, options.policy}
-            .run();
+        Host{{listener.descriptor(), signals.descriptor()}, *screen}.run();
     }
     return 0;
 }

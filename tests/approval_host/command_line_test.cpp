@@ -24,6 +24,7 @@ TEST(CommandLine, AsksTheUserWhenNothingIsSaid) {
 TEST(CommandLine, TakesItsOptionsInAnyOrder) {
     EXPECT_EQ(parse({"--yes"}).policy, Policy::allowAll);
     EXPECT_EQ(parse({"--no"}).policy, Policy::refuseAll);
+    EXPECT_EQ(parse({"--window"}).policy, Policy::askInWindow);
     EXPECT_TRUE(parse({"--help"}).help);
     EXPECT_TRUE(parse({"-h"}).help);
     EXPECT_TRUE(parse({"--version"}).version);
@@ -36,6 +37,8 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow) {
     for (const std::vector<const char*>& arguments :
          std::vector<std::vector<const char*>>{{"--yes", "--no"},
                                                {"--no", "--yes"},
+                                               {"--window", "--yes"},
+                                               {"--no", "--window"},
                                                {"--socket"},
                                                {"--socket", ""},
                                                {"-y"},
@@ -49,7 +52,7 @@ TEST(CommandLine, PrintsItsUsageAndEndsWell) {
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{"--help"}, {"-h"}, {"--version", "-h", "--no"}}) {
         HostProcess host{{.arguments = arguments}};
-        host.waitFor("usage: approval_host [--yes | --no] [--socket PATH]\n");
+        host.waitFor("usage: approval_host [--window | --yes | --no] [--socket PATH]\n");
         EXPECT_EQ(host.waitForExit(), 0);
     }
 }

@@ -342,7 +342,8 @@ function mutt(home, settings, ...given) {
     const usual = `set mbox_type=Maildir folder="${join(home.data, 'Mail')}" charset=utf-8`;
     writeFileSync(rc, `${usual} send_charset=utf-8\n${settings}\n`);
     const line = ['mutt', '-n', '-F', rc, ...given].map((one) => `"${one}"`).join(' ');
-    spawnSync('script', ['-qec', line, '/dev/null'], {
+    // A terminal made by `script` has no size, and newer programs do not start in it.
+    spawnSync('script', ['-qec', `stty rows 24 cols 80; ${line}`, '/dev/null'], {
         env: { ...home.environment, EMAIL: '', TERM: 'xterm', LANG: 'C.UTF-8', LC_ALL: 'C.UTF-8' },
         timeout: 20_000,
         input: '',

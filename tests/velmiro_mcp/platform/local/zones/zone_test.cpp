@@ -198,9 +198,12 @@ std::string vtimezone(const std::string& name, const std::string& more) {
 const std::string endless = "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=3\r\n";
 
 TEST_F(LocalZoneNames, AnExactNameOfTheSystemWinsOverTheVTIMEZONE) {
-    for (const std::string name : {"Europe/Berlin", "Europe/Belgrade", "CET"}) {
+    for (const std::string name : {"Europe/Berlin", "Europe/Belgrade"}) {
         EXPECT_EQ(noonIn(name, vtimezone(name, endless)), "10:00") << name;
     }
+    // Newer systems keep the short names of old in a package of their own.
+    const bool isZone = std::filesystem::exists(std::string{zoneFolder} + "/CET");
+    EXPECT_EQ(noonIn("CET", vtimezone("CET", endless)), isZone ? "10:00" : "07:00");
     EXPECT_EQ(noonIn("US/Eastern", vtimezone("US/Eastern", endless)), "16:00") << "an older name";
     EXPECT_EQ(noonIn("UTC", vtimezone("UTC", endless)), "12:00");
 }

@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
 
 # What a machine can be prepared for.
-purposes=(build bench test unit process end_to_end gnustep sanitizers macos lint all)
+purposes=(build bench test unit process end_to_end windows gnustep sanitizers macos lint all)
 
 # The folders of our C++.
 cpp_folders=(MCPStdio velmiro_mcp osascript approval_host doctor examples support demo tests bench)
@@ -33,6 +33,7 @@ packages_for() {
     end_to_end+=' vdirsyncer isync radicale'
     # Under systemd this one would serve mail from then on; without it, its test is skipped.
     [[ -d /run/systemd/system ]] || end_to_end+=' dovecot-imapd'
+    local windows="$unit zenity kdialog xvfb xdotool"
     local clang='clang-19 libclang-rt-19-dev'
     local sanitizers="$unit $clang ccache"
     local gnustep="$process $clang ccache libgnustep-base-dev libobjc-12-dev libblocksruntime-dev"
@@ -40,9 +41,9 @@ packages_for() {
     local lint="$unit $npm $clang clang-format-19 clang-tidy-19 shellcheck doxygen"
     local bench="$build $npm nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
-    build | unit | process | end_to_end | sanitizers | gnustep | macos | lint | bench) echo "${!1}" ;;
+    build | unit | process | end_to_end | windows | sanitizers | gnustep | macos | lint | bench) echo "${!1}" ;;
     test) echo "$end_to_end" ;;
-    all) echo "$end_to_end $sanitizers $gnustep $macos $lint $bench" ;;
+    all) echo "$end_to_end $windows $sanitizers $gnustep $macos $lint $bench" ;;
     *) die "unknown purpose '$1': ${purposes[*]}" ;;
     esac
 }

@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")"
 
 # What a machine can be prepared for.
-purposes=(build bench test unit process end_to_end windows gnustep sanitizers macos lint all)
+purposes=(build bench package test unit process end_to_end windows gnustep sanitizers macos lint all)
 
 # The folders of our C++.
 cpp_folders=(MCPStdio velmiro_mcp osascript approval_host doctor examples support demo tests bench)
@@ -25,6 +25,7 @@ packages_for() {
     local libraries='libical-dev libicu-dev libjavascriptcoregtk-4.1-dev libgmime-3.0-dev'
     libraries+=' libgumbo-dev'
     local build="g++ cmake ninja-build pkg-config tzdata $libraries"
+    local package="$build binutils dpkg-dev gzip python3"
     local npm='nodejs npm ca-certificates'
     local unit="$build libgtest-dev libgmock-dev python3 python3-dateutil"
     local process="$unit strace bsdutils"
@@ -41,9 +42,9 @@ packages_for() {
     local lint="$unit $npm $clang clang-format-19 clang-tidy-19 shellcheck doxygen"
     local bench="$build $npm nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in
-    build | unit | process | end_to_end | windows | sanitizers | gnustep | macos | lint | bench) echo "${!1}" ;;
+    build | package | unit | process | end_to_end | windows | sanitizers | gnustep | macos | lint | bench) echo "${!1}" ;;
     test) echo "$end_to_end" ;;
-    all) echo "$end_to_end $windows $sanitizers $gnustep $macos $lint $bench" ;;
+    all) echo "$end_to_end $windows $sanitizers $gnustep $macos $lint $bench $package" ;;
     *) die "unknown purpose '$1': ${purposes[*]}" ;;
     esac
 }

@@ -9,8 +9,10 @@
 namespace velmiro::local {
 namespace {
 
+static_assert(ICAL_MAJOR_VERSION == 3, "the library's name must have the version of its header");
+
 struct Libical {
-    SharedLibrary library{"libical", "libical.so." + std::to_string(ICAL_MAJOR_VERSION)};
+    SharedLibrary library{"libical", "libical.so.3"};
     VELMIRO_LIBRARY_FUNCTION(icaldurationtype_from_string);
     VELMIRO_LIBRARY_FUNCTION(icaldurationtype_is_bad_duration);
 };

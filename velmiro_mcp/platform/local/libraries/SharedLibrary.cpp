@@ -17,10 +17,10 @@ PlatformError cannotLoad(const std::string& title) {
 
 } // namespace
 
-SharedLibrary::SharedLibrary(std::string title, const std::string& soname)
+SharedLibrary::SharedLibrary(std::string title, const char* soname)
     : title_{std::move(title)},
       // Bound now: lazily, an unresolved symbol would end the process in the middle of a call.
-      handle_{::dlopen(soname.c_str(), RTLD_NOW | RTLD_LOCAL)} {
+      handle_{::dlopen(soname, RTLD_NOW | RTLD_LOCAL)} {
     if (handle_ == nullptr) {
         throw cannotLoad(title_);
     }

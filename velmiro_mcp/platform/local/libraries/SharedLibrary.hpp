@@ -17,9 +17,10 @@ namespace velmiro::local {
 class SharedLibrary {
 public:
     /// Loads a library from where the dynamic linker finds it. `soname` is its name with the
-    /// version of its interface. Throws PlatformError, which calls the library `title`, if it
-    /// cannot be loaded completely.
-    SharedLibrary(std::string title, const std::string& soname);
+    /// version of its interface: a literal, which packages read from the program to learn what it
+    /// depends on. Throws PlatformError, which calls the library `title`, if it cannot be loaded
+    /// completely.
+    SharedLibrary(std::string title, const char* soname);
 
     /// Returns the function of that name. Throws PlatformError if the library has none.
     template <typename Function>

@@ -1,6 +1,7 @@
 #include "osascript/Surroundings.hpp"
 
 #include <csignal>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,12 @@ void removeEngineSettings() {
     }
 }
 
+/// Scripts are short: compiled code would not pay for the start of its compilers. Without them, no
+/// memory is both written and executed.
+void leaveScriptsUncompiled() {
+    ::setenv("JSC_useJIT", "0", 1);
+}
+
 void leaveNoCoreFile() {
     const rlimit none{0, 0};
     ::setrlimit(RLIMIT_CORE, &none);
@@ -54,6 +61,7 @@ void requireAddressSpace() {
 
 void prepareForEngine() {
     removeEngineSettings();
+    leaveScriptsUncompiled();
     leaveNoCoreFile();
     requireAddressSpace();
     for (const int signal : {SIGABRT, SIGTRAP, SIGILL, SIGSEGV, SIGBUS}) {

@@ -12,7 +12,8 @@ public:
 };
 
 /// Prepares the process for the engine, before anything uses it. Removes settings for it from the
-/// environment, which are meant for other programs and could make it print. If the engine gives up,
+/// environment, which are meant for other programs and could make it print, and keeps it from
+/// compiling scripts. If the engine gives up,
 /// for want of memory as a rule, one line says so and the exit status is 1; no core file is left.
 /// Throws TooLittleRoom.
 void prepareForEngine();

@@ -94,9 +94,9 @@ Target target(Work work, double bytes, const std::function<std::string(double)>&
         return leadAtLeast(1.2, {rapidJSONContender()->name()});
     }
     if (bytes < shortText) {
-        return medianAtMost(220e-9, put);
+        return medianAtMost(180e-9, put);
     }
-    return leadAtLeast(1.5, {rapidJSONContender()->name(), simdjsonTreeContender()->name()});
+    return leadAtLeast(1.3, {rapidJSONContender()->name(), simdjsonTreeContender()->name()});
 }
 
 Figure measure(const Contenders& contenders, Work work, const Input& input, int rounds) {

@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace velmiro::bench {
@@ -68,8 +69,23 @@ std::vector<Contender> field(const Request& request, const JSONValue& result,
 }
 
 Request echoOf(const std::string& text) {
-    return {R"(,"method":"tools/call","params":{"name":"echo","arguments":{"text":")" + text +
-            R"("}})"};
+    return {R"(,"method":"tools/call","params":{"name":"echo","arguments":{"text":)" +
+            JSONValue{text}.jsonString() + "}}"};
+}
+
+/// Returns a text as people write them, which takes up to `length` bytes as JSON: each hundred of
+/// them hold an accent, two curly quotes and the escape of a line feed.
+std::string mixedText(std::size_t length) {
+    constexpr std::string_view sentence =
+        "She asked whether the café on the corner was open yet; “not before half past nine”, she "
+        "said.\n";
+    constexpr std::size_t escaped = sentence.size() + 1; // the line feed takes two bytes
+    static_assert(escaped == 100);
+    std::string text;
+    for (std::size_t left = length; left >= escaped; left -= escaped) {
+        text += sentence;
+    }
+    return text;
 }
 
 JSONValue echoed(const std::string& text) {
@@ -116,19 +132,23 @@ std::vector<Measurement> measurements(const Peers* peers) {
     const auto pings = field({R"(,"method":"ping")"}, JSONValue::object(), pinged);
     const std::string text = "The quick brown fox jumps over the lazy dog.";
     const auto echoes = field(echoOf(text), echoed(text), echoing);
-    const std::string large(std::size_t{16} << 20U, 'm');
+    const std::string mixed = mixedText(300);
+    const auto mixedEchoes = field(echoOf(mixed), echoed(mixed), echoing);
+    const std::string large = mixedText(std::size_t{16} << 20U);
 
     std::vector<Measurement> all{
         {tripFigures("ping", 1.35), pings, sampleRoundTrips},
         {loadFigures("ping", 2.2, 2.5), pings, samplePipelined},
         {loadFigures("tools/list of hello_server", noTarget, noTarget),
          field(toolsList, listed(toolsOf(hello)), echoing), samplePipelined},
-        {loadFigures("tools/list of velmiro_mcp", 1.6, noTarget),
+        {loadFigures("tools/list of velmiro_mcp", 1.5, noTarget),
          field(toolsList, listed(eleven), listing), samplePipelined},
-        {tripFigures("echo", noTarget), echoes, sampleRoundTrips},
+        {tripFigures("echo", 1.8), echoes, sampleRoundTrips},
         {loadFigures("echo", 3.5, noTarget), echoes, samplePipelined},
-        {{figure("echo of 16 MiB", "seconds", milliseconds, 2),
-          figure("peak memory after four of them", "bytes", megabytes, 3.5)},
+        {tripFigures("echo of 300 bytes", noTarget), mixedEchoes, sampleRoundTrips},
+        {loadFigures("echo of 300 bytes", noTarget, noTarget), mixedEchoes, samplePipelined},
+        {{figure("echo of 16 MiB", "seconds", milliseconds, 2.2),
+          figure("peak memory after four of them", "bytes", megabytes, 3)},
          field(echoOf(large), echoed(large), echoing),
          sampleLargeCalls},
         {{figure("start to first reply", "seconds", milliseconds, 1.8),

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <string>
 #include <utility>
 
 namespace MCPStdio {
@@ -18,25 +20,25 @@ constexpr std::size_t mostDigits = 19; // a number with as many always fits 64 b
 constexpr std::array<std::uint64_t, 9> wholePowersOfTen{
     1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000};
 
-} // namespace
+/// What `unescape` needs after the last byte that it surely writes.
+constexpr std::size_t unescapeSlack = sizeof(ByteBlock) + longestUTF8;
 
-void JSONReader::OpenElements::grow() {
-    std::unique_ptr<std::byte[]> larger{new std::byte[2 * capacity_ * sizeof(JSONValue)]};
-    auto* moved = reinterpret_cast<JSONValue*>(larger.get());
-    std::uninitialized_move_n(elements_, size_, moved);
-    heapStorage_ = std::move(larger);
-    elements_ = moved;
-    capacity_ *= 2;
+/// Returns about how large a text's tree is: enough for most messages, and little of a long one.
+constexpr std::size_t likelySize(std::size_t textSize) noexcept {
+    constexpr std::size_t most = std::size_t{1} << 20U;
+    return std::min(2 * textSize + 128, most);
 }
 
-JSONReader::JSONReader(std::string_view text) : text_{text} {}
+} // namespace
+
+JSONReader::JSONReader(std::string_view text) : text_{text}, tree_{likelySize(text.size())} {}
 
 JSONValue JSONReader::read() {
     const std::size_t end = skipSpace(readValue(0, 0));
     if (end != text_.size()) {
         fail(end, "unexpected text after the value");
     }
-    return std::move(open_.from(0).front());
+    return tree_.finish();
 }
 
 std::size_t JSONReader::readValue(std::size_t at, int depth) {
@@ -49,11 +51,14 @@ std::size_t JSONReader::readValue(std::size_t at, int depth) {
     case '"':
         return readString(at);
     case 't':
-        return readLiteral(at, "true", true);
+        tree_.pushBool(true);
+        return skipLiteral(at, "true");
     case 'f':
-        return readLiteral(at, "false", false);
+        tree_.pushBool(false);
+        return skipLiteral(at, "false");
     case 'n':
-        return readLiteral(at, "null", nullptr);
+        tree_.pushNull();
+        return skipLiteral(at, "null");
     default:
         return readNumber(at);
     }
@@ -63,10 +68,10 @@ std::size_t JSONReader::readArray(std::size_t at, int depth) {
     if (depth > deepest) {
         fail(at, "nested too deeply");
     }
-    const std::size_t first = open_.size();
+    const std::size_t first = tree_.size();
     at = skipSpace(at + 1);
     if (byteAt(at) == ']') {
-        open_.push(JSONValue::array());
+        tree_.closeArray(first);
         return at + 1;
     }
     at = skipSpace(readValue(at, depth));
@@ -76,7 +81,7 @@ std::size_t JSONReader::readArray(std::size_t at, int depth) {
     if (byteAt(at) != ']') {
         fail(at, "expected , or ]");
     }
-    open_.replace(first, JSONValue::arrayOf(open_.from(first)));
+    tree_.closeArray(first);
     return at + 1;
 }
 
@@ -84,10 +89,10 @@ std::size_t JSONReader::readObject(std::size_t at, int depth) {
     if (depth > deepest) {
         fail(at, "nested too deeply");
     }
-    const std::size_t first = open_.size();
+    const std::size_t first = tree_.size();
     at = skipSpace(at + 1);
     if (byteAt(at) == '}') {
-        open_.push(JSONValue::object());
+        tree_.closeObject(first);
         return at + 1;
     }
     at = readMember(at, depth);
@@ -97,7 +102,7 @@ std::size_t JSONReader::readObject(std::size_t at, int depth) {
     if (byteAt(at) != '}') {
         fail(at, "expected , or }");
     }
-    open_.replace(first, JSONValue::objectOf(open_.from(first)));
+    tree_.closeObject(first);
     return at + 1;
 }
 
@@ -115,52 +120,126 @@ std::size_t JSONReader::readMember(std::size_t at, int depth) {
 
 std::size_t JSONReader::readString(std::size_t at) {
     const std::size_t begin = at + 1; // after the quote
-    at = findByte(text_, begin,
-                  [](auto bytes) { return markStringStop(bytes) | markNonASCII(bytes); });
-    if (byteAt(at) != '"') {
-        at = skipPlainText(at);
-        if (byteAt(at) != '"') {
-            at = unescape(begin, at);
-            open_.push(std::move(unescaped_)); // a short text is copied and leaves its buffer here
+    if (text_.size() - begin < sizeof(ByteBlock)) {
+        return readLongString(begin, begin);
+    }
+    const ByteBlock block = loadBlock(text_.data() + begin);
+    const auto stops = markStringStop(block);
+    const std::size_t length = bytesBeforeMark(isValid_ ? stops : stops | markNonASCII(block));
+    if (length < sizeof(ByteBlock) && text_[begin + length] == '"') {
+        tree_.pushShortText(block, length);
+        return begin + length + 1;
+    }
+    return readLongString(begin, begin + length);
+}
+
+/// Reads a string that begins at `begin` and is plain up to `at`.
+std::size_t JSONReader::readLongString(std::size_t begin, std::size_t at) {
+    const std::size_t end = findStop(at);
+    if (byteAt(end) == '\\') {
+        return readEscapedString(begin, end);
+    }
+    requireEnd(begin, end);
+    tree_.pushText(text_.substr(begin, end - begin));
+    return end + 1;
+}
+
+/// Reads a string that begins at `begin` and whose first escape is at `at`.
+std::size_t JSONReader::readEscapedString(std::size_t begin, std::size_t at) {
+    std::size_t escapes = 0;
+    std::size_t end = at;
+    for (; byteAt(end) == '\\'; end = findStop(end)) {
+        end = std::min(end + 2, text_.size()); // also skips an escaped quote
+        ++escapes;
+    }
+    requireEnd(begin, end);
+    const std::size_t size = end - begin - escapes; // or less
+    if (size < JSONTree::longText) {
+        const std::size_t room = size + escapes + unescapeSlack;
+        char* const to = tree_.roomForText(room);
+        tree_.pushTextIn(to, unescape(begin, end, to, room).written);
+        return end + 1;
+    }
+    // Faster through a piece of the cache than with room that has to be filled before.
+    std::array<char, 4096> piece;
+    std::string& text = tree_.pushLongText();
+    text.reserve(size);
+    for (at = begin; at < end;) {
+        const auto [next, written] = unescape(at, end, piece.data(), piece.size());
+        text.append(piece.data(), written);
+        at = next;
+    }
+    return end + 1;
+}
+
+/// Returns the index of the next quote, backslash or control character from `at` on.
+std::size_t JSONReader::findStop(std::size_t at) {
+    if (!isValid_) {
+        at = findByte(text_, at,
+                      [](auto bytes) { return markStringStop(bytes) | markNonASCII(bytes); });
+        if (static_cast<unsigned char>(byteAt(at)) < 0x80) {
             return at;
         }
-    }
-    open_.push(text_.substr(begin, at - begin));
-    return at + 1;
-}
-
-/// Skips to the next quote, escape or control character. Throws if the text before it is not UTF-8:
-/// the first call validates the whole text, which is faster than string by string.
-std::size_t JSONReader::skipPlainText(std::size_t at) {
-    at = findByte(text_, at, markStringStop);
-    if (!validPrefix_) {
-        validPrefix_ = findInvalidUTF8(text_);
-    }
-    if (at > *validPrefix_) {
-        fail(at, "ill-formed UTF-8 in a string");
-    }
-    return at;
-}
-
-/// Unescapes a string that begins at `begin` and is plain up to `at`.
-std::size_t JSONReader::unescape(std::size_t begin, std::size_t at) {
-    unescaped_.assign(text_.substr(begin, at - begin));
-    while (true) {
-        const std::size_t from = at;
-        at = skipPlainText(at);
-        unescaped_.append(text_.substr(from, at - from));
-        if (byteAt(at) == '"') {
-            return at + 1;
+        if (!validPrefix_) { // all at once, which is faster than string by string
+            validPrefix_ = findInvalidUTF8(text_);
+            isValid_ = validPrefix_ == text_.size();
         }
-        if (byteAt(at) != '\\') {
-            fail(at, at == text_.size() ? "a string without an end" : "a control character");
-        }
-        at = readEscape(at + 1);
     }
+    return findByte(text_, at, markStringStop);
 }
 
-/// Reads the escape whose backslash precedes `at`.
-std::size_t JSONReader::readEscape(std::size_t at) {
+/// Throws if a string does not end with a quote at `end`, or is not UTF-8. What is wrong first in
+/// the text is reported, which may be an escape.
+void JSONReader::requireEnd(std::size_t begin, std::size_t end) const {
+    const std::size_t valid = validPrefix_.value_or(text_.size());
+    if (byteAt(end) == '"' && end <= valid) {
+        return;
+    }
+    const std::size_t wrong = std::min(end, valid);
+    for (std::size_t at = begin; at < wrong;) {
+        std::array<char, longestUTF8> ignored;
+        char* to = ignored.data();
+        at = text_[at] == '\\' ? readEscape(at + 1, to) : at + 1;
+    }
+    if (valid < end) {
+        fail(valid, "ill-formed UTF-8 in a string");
+    }
+    fail(end, end == text_.size() ? "a string without an end" : "a control character");
+}
+
+/// Unescapes a string from `at` to its quote at `end`, or as much as surely fits `room` bytes. Those
+/// beyond what it returns are overwritten too.
+JSONReader::Unescaped JSONReader::unescape(std::size_t at, std::size_t end, char* to,
+                                           std::size_t room) const {
+    char* const begin = to;
+    const char* const last = to + room - unescapeSlack;
+    while (at < end && to <= last) {
+        const std::size_t rest = text_.size() - at;
+        ByteBlock block{};
+        if (rest >= sizeof block) {
+            block = loadBlock(text_.data() + at);
+        } else {
+            std::memcpy(&block, text_.data() + at, rest);
+        }
+        std::memcpy(to, &block, sizeof block);
+        const auto stops = markStringStop(block);
+        if (!anyMark(stops)) {
+            at += sizeof block;
+            to += sizeof block;
+            continue;
+        }
+        const std::size_t plain = bytesBeforeMark(stops);
+        at += plain;
+        to += plain;
+        if (at < end) {
+            at = readEscape(at + 1, to);
+        }
+    }
+    return {at, static_cast<std::size_t>(to - begin)};
+}
+
+/// Reads the escape whose backslash precedes `at`, and writes its character.
+std::size_t JSONReader::readEscape(std::size_t at, char*& to) const {
     if (at == text_.size()) {
         fail(at, "a string without an end");
     }
@@ -170,22 +249,22 @@ std::size_t JSONReader::readEscape(std::size_t at) {
     case '"':
     case '\\':
     case '/':
-        unescaped_.push_back(escape);
+        *to++ = escape;
         return at;
     case 'b':
-        unescaped_.push_back('\b');
+        *to++ = '\b';
         return at;
     case 'f':
-        unescaped_.push_back('\f');
+        *to++ = '\f';
         return at;
     case 'n':
-        unescaped_.push_back('\n');
+        *to++ = '\n';
         return at;
     case 'r':
-        unescaped_.push_back('\r');
+        *to++ = '\r';
         return at;
     case 't':
-        unescaped_.push_back('\t');
+        *to++ = '\t';
         return at;
     case 'u':
         break;
@@ -205,7 +284,7 @@ std::size_t JSONReader::readEscape(std::size_t at) {
     } else if (scalar >= 0xDC00 && scalar < 0xE000) {
         fail(at, "a lone surrogate");
     }
-    appendUTF8(unescaped_, scalar);
+    to = writeUTF8(to, scalar);
     return at;
 }
 
@@ -260,14 +339,14 @@ std::size_t JSONReader::readNumber(std::size_t at) {
         // Nearly all numbers in messages are whole.
         const double value = power == 0 ? static_cast<double>(digits.number)
                                         : nearestDouble(digits.number, static_cast<int>(power));
-        open_.push(negative ? -value : value);
+        tree_.pushNumber(negative ? -value : value);
         return at;
     }
     const double value = readDecimal(text_.substr(begin, at - begin));
     if (std::isinf(value)) {
         fail(at, "a number too large for a double");
     }
-    open_.push(value);
+    tree_.pushNumber(value);
     return at;
 }
 
@@ -289,11 +368,10 @@ Digits JSONReader::readDigits(std::size_t at, std::uint64_t number, const char* 
     return {at - begin, number};
 }
 
-std::size_t JSONReader::readLiteral(std::size_t at, std::string_view literal, JSONValue value) {
+std::size_t JSONReader::skipLiteral(std::size_t at, std::string_view literal) const {
     if (!text_.substr(at).starts_with(literal)) {
         fail(at, "expected a value");
     }
-    open_.push(std::move(value));
     return at + literal.size();
 }
 

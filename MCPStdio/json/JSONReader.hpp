@@ -1,15 +1,12 @@
 #pragma once
 
 #include "MCPStdio/json/Decimal.hpp"
+#include "MCPStdio/json/JSONTree.hpp"
 #include "MCPStdio/json/JSONValue.hpp"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
-#include <span>
-#include <string>
 #include <string_view>
 
 namespace MCPStdio {
@@ -31,47 +28,10 @@ public:
     JSONValue read();
 
 private:
-    /// A stack of the elements of all arrays and objects that are still open. Closing one takes its
-    /// elements off the end, so each array and object is allocated once, at its final size.
-    class OpenElements {
-    public:
-        OpenElements() = default;
-        OpenElements(const OpenElements&) = delete;
-        OpenElements& operator=(const OpenElements&) = delete;
-        ~OpenElements() { std::destroy_n(elements_, size_); }
-
-        [[nodiscard]] std::size_t size() const noexcept { return size_; }
-        /// Constructs an element in place.
-        template <typename Content>
-        void push(Content&& content) {
-            if (size_ == capacity_) {
-                grow();
-            }
-            new (elements_ + size_) JSONValue{std::forward<Content>(content)};
-            ++size_;
-        }
-        /// Returns all elements from `first` on.
-        [[nodiscard]] std::span<JSONValue> from(std::size_t first) const noexcept {
-            return {elements_ + first, size_ - first};
-        }
-        /// Replaces all elements from `first` on with the value that was built from them. Destroys
-        /// what was not moved out of them, such as a duplicate key.
-        void replace(std::size_t first, JSONValue built) noexcept {
-            std::destroy_n(elements_ + first, size_ - first);
-            size_ = first;
-            push(std::move(built));
-        }
-
-    private:
-        static constexpr std::size_t firstCapacity = 32; // enough for most messages
-
-        void grow();
-
-        alignas(JSONValue) std::array<std::byte, firstCapacity * sizeof(JSONValue)> inlineStorage_;
-        std::unique_ptr<std::byte[]> heapStorage_;
-        JSONValue* elements_ = reinterpret_cast<JSONValue*>(inlineStorage_.data());
-        std::size_t size_ = 0;
-        std::size_t capacity_ = firstCapacity;
+    /// Where an unescaped part of a string ends in the text, and how long it became.
+    struct Unescaped {
+        std::size_t next;
+        std::size_t written;
     };
 
     // Each reads what begins at `at`, pushes its value and returns the index after it. The index is
@@ -83,12 +43,17 @@ private:
     std::size_t readMember(std::size_t at, int depth);
     std::size_t readString(std::size_t at);
     std::size_t readNumber(std::size_t at);
-    std::size_t readLiteral(std::size_t at, std::string_view literal, JSONValue value);
+    std::size_t readLongString(std::size_t begin, std::size_t at);
+    std::size_t readEscapedString(std::size_t begin, std::size_t at);
+
+    [[nodiscard]] std::size_t findStop(std::size_t at);
+    void requireEnd(std::size_t begin, std::size_t end) const;
+    [[nodiscard]] Unescaped unescape(std::size_t at, std::size_t end, char* to,
+                                     std::size_t room) const;
 
     // Each returns the index after what it read or skipped.
-    std::size_t unescape(std::size_t begin, std::size_t at);
-    std::size_t readEscape(std::size_t at);
-    std::size_t skipPlainText(std::size_t at);
+    std::size_t readEscape(std::size_t at, char*& to) const;
+    [[nodiscard]] std::size_t skipLiteral(std::size_t at, std::string_view literal) const;
     [[nodiscard]] std::size_t skipSpace(std::size_t at) const noexcept {
         // Compact texts contain none.
         return static_cast<unsigned char>(byteAt(at)) <= ' ' ? skipSpaces(at) : at;
@@ -105,8 +70,8 @@ private:
 
     std::string_view text_;
     std::optional<std::size_t> validPrefix_; ///< length of its valid UTF-8, once known
-    OpenElements open_;
-    std::string unescaped_;
+    bool isValid_ = false;                   ///< the whole text is known to be UTF-8
+    JSONTree tree_;
 };
 
 } // namespace MCPStdio

@@ -1,5 +1,6 @@
 #include "MCPStdio/json/JSONValue.hpp"
 
+#include "MCPStdio/json/JSONMemory.hpp"
 #include "MCPStdio/text/ByteScan.hpp"
 #include "MCPStdio/text/UTF8.hpp"
 
@@ -17,7 +18,7 @@ namespace MCPStdio {
 template <typename Element>
 JSONValue::Block<Element>* JSONValue::Block<Element>::make(std::size_t capacity) {
     void* memory = ::operator new(sizeof(Block) + capacity * sizeof(Element));
-    return new (memory) Block{0, capacity};
+    return new (memory) Block{0, {capacity}};
 }
 
 template <typename Element>
@@ -60,7 +61,7 @@ JSONValue::Block<Element>* JSONValue::Block<Element>::grown(Block* block) {
 }
 
 /// Returns the words of a string that is stored inside the value.
-std::array<std::uint64_t, 2> JSONValue::inlineWords(std::string_view text) noexcept {
+JSONValue::Words JSONValue::inlineWords(std::string_view text) noexcept {
     const std::size_t size = text.size();
     const std::size_t first = std::min<std::size_t>(size, 8);
     return {loadShort(text.data(), first),
@@ -78,12 +79,15 @@ JSONValue::JSONValue(std::string_view text) {
         *this = JSONValue{std::string{text}};
         return;
     }
-    auto* characters = Block<char>::make(size);
-    std::memcpy(characters->elements(), text.data(), size);
-    characters->size = size;
-    set(Case::string);
-    setBlock(characters);
-    words_[1] |= blockFlag;
+    setCharacters(text);
+}
+
+/// Sets a string whose characters are on the heap.
+void JSONValue::setCharacters(std::string_view text) {
+    void* const characters = ::operator new(text.size());
+    std::memcpy(characters, text.data(), text.size());
+    words_ = wordsOf(Case::string, reinterpret_cast<std::uintptr_t>(characters),
+                     blockFlag | text.size());
 }
 
 JSONValue::JSONValue(std::string&& text) {
@@ -92,9 +96,7 @@ JSONValue::JSONValue(std::string&& text) {
         return;
     }
     auto* const string = new std::string{std::move(text)};
-    set(Case::string);
-    words_[0] = reinterpret_cast<std::uintptr_t>(string);
-    words_[1] |= blockFlag | longFlag;
+    words_ = wordsOf(Case::string, reinterpret_cast<std::uintptr_t>(string), blockFlag | longFlag);
 }
 
 JSONValue::JSONValue(char32_t scalar) {
@@ -103,28 +105,27 @@ JSONValue::JSONValue(char32_t scalar) {
     *this = JSONValue{std::string_view{text}};
 }
 
-JSONValue::JSONValue(const JSONValue& other) : words_{other.words_} {
-    if (!other.ownsBlock()) {
+JSONValue::JSONValue(const JSONValue& other) {
+    if (!other.hasBlock()) {
+        words_ = other.words_;
         return;
     }
-    // Until it has a block of its own, this value must not appear to own the other's.
-    words_ = {};
-    if (other.isLongText()) {
-        *this = JSONValue{std::string{*other.longString()}};
-        return;
-    }
+    const auto copyBlock = [&](auto* block) {
+        auto* const copied = block->copy(block);
+        set(other.kind());
+        setBlock(copied);
+    };
     switch (other.kind()) {
     case Case::array:
-        setBlock(Block<JSONValue>::copy(other.block<JSONValue>()));
+        copyBlock(other.block<JSONValue>());
         break;
     case Case::object:
-        setBlock(Block<JSONMember>::copy(other.block<JSONMember>()));
+        copyBlock(other.block<JSONMember>());
         break;
     default:
-        setBlock(Block<char>::copy(other.block<char>()));
+        *this = JSONValue{other.text()};
         break;
     }
-    words_[1] = other.words_[1];
 }
 
 JSONValue& JSONValue::operator=(const JSONValue& other) {
@@ -143,6 +144,12 @@ JSONValue& JSONValue::operator=(JSONValue&& other) noexcept {
 }
 
 void JSONValue::destroyBlock() noexcept {
+    if (has(pooledFlag)) {
+        if (has(rootFlag)) {
+            memory()->release();
+        }
+        return;
+    }
     switch (kind()) {
     case Case::array:
         Block<JSONValue>::destroy(block<JSONValue>());
@@ -154,10 +161,44 @@ void JSONValue::destroyBlock() noexcept {
         if (isLongText()) {
             delete longString();
         } else {
-            Block<char>::destroy(block<char>());
+            ::operator delete(reinterpret_cast<void*>(words_[0]));
         }
         break;
     }
+}
+
+/// Returns the memory of a pooled array or object.
+JSONMemory* JSONValue::memory() const noexcept {
+    return kind() == Case::array ? block<JSONValue>()->memory : block<JSONMember>()->memory;
+}
+
+/// Replaces content in a tree's memory with a copy that can grow. Returns what was replaced, to which
+/// an argument of the caller may point.
+JSONValue JSONValue::unpool() {
+    JSONValue old;
+    if (has(blockFlag | pooledFlag)) {
+        JSONValue copy = std::as_const(*this);
+        old = std::exchange(*this, std::move(copy));
+    }
+    return old;
+}
+
+/// Moves a value out of a tree, which it may outlive.
+JSONValue JSONValue::takeOut() {
+    if (!has(blockFlag | pooledFlag) || has(rootFlag)) {
+        return std::move(*this);
+    }
+    JSONValue taken;
+    if (isLongText()) {
+        taken = JSONValue{std::move(*longString())};
+    } else if (kind() == Case::string) {
+        taken.setCharacters(text());
+    } else {
+        memory()->share();
+        taken.words_ = {words_[0], words_[1] | rootFlag};
+    }
+    words_ = {};
+    return taken;
 }
 
 std::optional<std::string> JSONValue::stringValue() && {
@@ -188,80 +229,9 @@ JSONValue JSONValue::object(std::initializer_list<NewMember> members) {
     return result;
 }
 
-/// Compares two strings by their bytes. Inlined into the loops that call it a few times per object.
-[[gnu::always_inline]] inline std::strong_ordering
-JSONValue::compareTexts(const JSONValue& left, const JSONValue& right) noexcept {
-    if (left.ownsBlock() || right.ownsBlock()) {
-        return left.text() <=> right.text();
-    }
-    // Both are stored inside their values, padded with zeros, with the length last: as big-endian
-    // numbers they have the same order.
-    const auto first = __builtin_bswap64(left.words_[0]) <=> __builtin_bswap64(right.words_[0]);
-    return first != 0 ? first
-                      : __builtin_bswap64(left.words_[1]) <=> __builtin_bswap64(right.words_[1]);
-}
-
-JSONValue JSONValue::objectOf(std::span<JSONValue> keysAndValues) {
-    JSONValue result;
-    result.set(Case::object);
-    if (keysAndValues.empty()) {
-        return result;
-    }
-    const std::size_t count = keysAndValues.size() / 2;
-    auto* store = Block<JSONMember>::make(count);
-    result.setBlock(store);
-    constexpr std::size_t insertionSortLimit = 16; // nearly all objects have no more
-    if (count <= insertionSortLimit) {
-        for (std::size_t i = 0; i < keysAndValues.size(); i += 2) {
-            insert(*store, keysAndValues[i], keysAndValues[i + 1]);
-        }
-        return result;
-    }
-    std::vector<JSONValue*> keys(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        keys[i] = &keysAndValues[2 * i];
-    }
-    // Equal keys become neighbours, in the order of their addresses, which is that of the text: the
-    // last one is kept.
-    std::ranges::sort(keys, [](const JSONValue* left, const JSONValue* right) {
-        const auto compared = compareTexts(*left, *right);
-        return compared < 0 || (compared == 0 && left < right);
-    });
-    for (std::size_t i = 0; i < count; ++i) {
-        if (i + 1 == count || compareTexts(*keys[i], *keys[i + 1]) != 0) {
-            new (store->elements() + store->size)
-                JSONMember{std::move(keys[i][0]), std::move(keys[i][1])};
-            ++store->size;
-        }
-    }
-    return result;
-}
-
-/// Moves a member to its place among sorted ones, searched from the end, where most belong. If its
-/// key is there already, replaces the value.
-void JSONValue::insert(Block<JSONMember>& sorted, JSONValue& key, JSONValue& value) noexcept {
-    JSONMember* const members = sorted.elements();
-    std::size_t at = sorted.size;
-    for (; at > 0; --at) {
-        const auto compared = compareTexts(members[at - 1].name, key);
-        if (compared == 0) {
-            members[at - 1].value = std::move(value);
-            return;
-        }
-        if (compared < 0) {
-            break;
-        }
-    }
-    for (std::size_t i = sorted.size; i > at; --i) {
-        new (members + i) JSONMember{std::move(members[i - 1])};
-        std::destroy_at(members + i - 1);
-    }
-    new (members + at) JSONMember{std::move(key), std::move(value)};
-    ++sorted.size;
-}
-
 void JSONValue::append(JSONValue element) {
     assert(kind() == Case::array);
+    const JSONValue old = unpool();
     auto* store = Block<JSONValue>::grown(block<JSONValue>());
     setBlock(store);
     new (store->elements() + store->size) JSONValue{std::move(element)};
@@ -270,6 +240,7 @@ void JSONValue::append(JSONValue element) {
 
 void JSONValue::set(std::string_view key, JSONValue value) {
     assert(kind() == Case::object);
+    const JSONValue old = unpool();
     auto* store = block<JSONMember>();
     const auto members = items<JSONMember>();
     const auto at = std::ranges::lower_bound(members, key, {}, &JSONMember::key);
@@ -290,7 +261,7 @@ std::optional<JSONValue> JSONValue::take(std::string_view key) {
     const JSONValue* found = (*this)[key];
     // This value is not const, so neither are its members.
     return found == nullptr ? std::nullopt
-                            : std::optional{std::move(const_cast<JSONValue&>(*found))};
+                            : std::optional{const_cast<JSONValue*>(found)->takeOut()};
 }
 
 const JSONValue* JSONValue::operator[](std::string_view key) const noexcept {

@@ -17,6 +17,7 @@
 
 namespace MCPStdio {
 
+class JSONMemory;
 struct JSONMember;
 
 /// Thrown if a JSON text cannot be read, a value cannot be written, or a value does not fit an
@@ -33,7 +34,9 @@ public:
 /// of their keys. Views that accessors return are valid until their value is changed, moved or
 /// destroyed. Distinct values may be used on distinct threads; several threads may read the same.
 ///
-/// It takes sixteen bytes: short strings are stored inside it, all larger content on the heap.
+/// It takes sixteen bytes: short strings are stored inside it, all larger content on the heap. What
+/// is within a tree that was read is in a few pieces of memory, which are freed as one. They stay
+/// as long as the tree or an array or object that was taken out of it.
 class JSONValue {
 public:
     enum class Case : std::uint8_t { null, boolean, number, string, array, object };
@@ -71,7 +74,7 @@ public:
     JSONValue& operator=(const JSONValue& other);
     JSONValue& operator=(JSONValue&& other) noexcept;
     ~JSONValue() {
-        if (ownsBlock()) {
+        if (hasBlock()) {
             destroyBlock();
         }
     }
@@ -88,16 +91,13 @@ public:
 
     /// Returns an object of the given members. The last of equal keys wins.
     static JSONValue object(std::initializer_list<NewMember> members = {});
-    /// Returns an object of the keys and values that alternate in `keysAndValues`, all moved out of
-    /// it. Keys are strings, and each is followed by its value. The last of equal keys wins.
-    static JSONValue objectOf(std::span<JSONValue> keysAndValues);
 
     /// Appends an element. This must be an array.
     void append(JSONValue element);
     /// Adds a member, or replaces the value of the one with this key. This must be an object.
     void set(std::string_view key, JSONValue value);
     /// Moves a member's value out and leaves null in its place; nullopt if there is no such member
-    /// or this is not an object.
+    /// or this is not an object. Copies a short text out of a tree that was read.
     std::optional<JSONValue> take(std::string_view key);
 
     [[nodiscard]] Case kind() const noexcept {
@@ -164,28 +164,42 @@ public:
     [[nodiscard]] std::size_t hash() const noexcept;
 
 private:
+    friend class JSONTree;
+
     // Two words, so that a value is built and compared in registers. The low three bits of the
-    // second word's highest byte are the case. A short string fills the bytes below, padded with
-    // zeros, and the four high bits are its length. Any other string sets `blockFlag`, and
-    // `longFlag` too if its block is a std::string. The first word is then the block's address, as
-    // it is for arrays and objects (null if they are empty); or it is the number or the bool.
+    // second word's highest byte are the case, the fourth is `blockFlag`. A short string fills the
+    // bytes below, padded with zeros, and the four high bits are its length. Content that does not
+    // fit sets `blockFlag`, and the first word is its address: the characters of a string, whose
+    // size is in the low bits of the second word; a std::string if `longFlag` is set; or the Block
+    // of an array or object, which has none if it is empty. A number or a bool is the first word.
+    //
+    // A tree that was read sets `pooledFlag` in all of its blocks, which are in one JSONMemory. Only
+    // its root, which also sets `rootFlag`, holds a share of that: the values within are handed out
+    // as const, and `take` makes a root of what it moves out.
+    using Words = std::array<std::uint64_t, 2>;
     static_assert(std::endian::native ==
                   std::endian::little); // so that the bytes of a text are in order
     static constexpr unsigned caseShift = 56;
     static constexpr std::uint64_t caseMask = 0x07;
     static constexpr std::uint64_t blockFlag = std::uint64_t{0x08} << caseShift;
     static constexpr std::uint64_t longFlag = std::uint64_t{0x10} << caseShift;
+    static constexpr std::uint64_t pooledFlag = std::uint64_t{0x20} << caseShift;
+    static constexpr std::uint64_t rootFlag = std::uint64_t{0x40} << caseShift;
+    static constexpr std::uint64_t sizeMask = (std::uint64_t{1} << caseShift) - 1;
     static constexpr unsigned lengthShift = caseShift + 4;
     static constexpr std::size_t longestInline = 15;
     /// The length from which a copy costs more than a second allocation.
     static constexpr std::size_t longText = 4096;
 
-    /// The header of content that does not fit into the value: `size` elements follow it in the
-    /// same allocation, with room for `capacity`.
+    /// The header of the content of an array or object: `size` elements follow it in the same
+    /// allocation, with room for `capacity`; or, if it is pooled, for no more.
     template <typename Element>
     struct alignas(8) Block {
         std::size_t size;
-        std::size_t capacity;
+        union {
+            std::size_t capacity;
+            JSONMemory* memory; ///< if it is pooled
+        };
 
         [[nodiscard]] Element* elements() noexcept { return reinterpret_cast<Element*>(this + 1); }
 
@@ -195,18 +209,25 @@ private:
         static Block* grown(Block* block);
     };
 
-    void set(Case value, std::uint64_t payload = 0) noexcept {
-        words_ = {payload, std::uint64_t{static_cast<unsigned char>(value)} << caseShift};
+    void set(Case value, std::uint64_t payload = 0) noexcept { words_ = wordsOf(value, payload); }
+    static constexpr Words wordsOf(Case value, std::uint64_t payload,
+                                   std::uint64_t flags = 0) noexcept {
+        return {payload, flags | std::uint64_t{static_cast<unsigned char>(value)} << caseShift};
     }
     template <typename Element>
     void setBlock(Block<Element>* block) noexcept {
         words_[0] = reinterpret_cast<std::uintptr_t>(block);
+        words_[1] |= blockFlag;
     }
-    [[nodiscard]] bool ownsBlock() const noexcept {
-        return kind() >= Case::array || (words_[1] & blockFlag) != 0;
+    [[nodiscard]] bool has(std::uint64_t flags) const noexcept {
+        return (words_[1] & flags) == flags;
     }
-    static std::array<std::uint64_t, 2> inlineWords(std::string_view text) noexcept;
+    [[nodiscard]] bool hasBlock() const noexcept { return has(blockFlag); }
+    static Words inlineWords(std::string_view text) noexcept;
+    void setCharacters(std::string_view text);
     void destroyBlock() noexcept;
+    JSONValue unpool();
+    [[nodiscard]] JSONValue takeOut();
     template <typename Element>
     [[nodiscard]] Block<Element>* block() const noexcept {
         return reinterpret_cast<Block<Element>*>(words_[0]);
@@ -217,30 +238,28 @@ private:
         return store == nullptr ? std::span<Element>{}
                                 : std::span<Element>{store->elements(), store->size};
     }
+    [[nodiscard]] JSONMemory* memory() const noexcept;
     [[nodiscard]] bool isLongText() const noexcept {
-        return kind() == Case::string &&
-               (words_[1] & (blockFlag | longFlag)) == (blockFlag | longFlag);
+        return kind() == Case::string && has(blockFlag | longFlag);
     }
     [[nodiscard]] std::string* longString() const noexcept {
         return reinterpret_cast<std::string*>(words_[0]);
     }
-    [[nodiscard]] std::string_view text() const noexcept {
-        if (ownsBlock()) {
-            if ((words_[1] & longFlag) != 0) {
-                return *longString();
-            }
-            const auto letters = items<char>();
-            return {letters.data(), letters.size()};
+    [[nodiscard]] std::string_view text() const noexcept { return textOf(words_); }
+    static std::string_view textOf(const Words& words) noexcept {
+        if ((words[1] & blockFlag) == 0) {
+            return {reinterpret_cast<const char*>(words.data()),
+                    static_cast<std::size_t>(words[1] >> lengthShift)};
         }
-        return {reinterpret_cast<const char*>(words_.data()),
-                static_cast<std::size_t>(words_[1] >> lengthShift)};
+        if ((words[1] & longFlag) != 0) {
+            return *reinterpret_cast<const std::string*>(words[0]);
+        }
+        return {reinterpret_cast<const char*>(words[0]),
+                static_cast<std::size_t>(words[1] & sizeMask)};
     }
+    static std::strong_ordering compareTexts(const Words& left, const Words& right) noexcept;
 
-    static std::strong_ordering compareTexts(const JSONValue& left,
-                                             const JSONValue& right) noexcept;
-    static void insert(Block<JSONMember>& sorted, JSONValue& key, JSONValue& value) noexcept;
-
-    std::array<std::uint64_t, 2> words_{};
+    Words words_{};
 };
 
 static_assert(sizeof(JSONValue) == 16);
@@ -254,6 +273,18 @@ struct JSONMember {
         return name.stringValue().value_or(std::string_view{});
     }
 };
+
+/// Compares two strings by their bytes. Inlined into the loops that call it a few times per object.
+[[gnu::always_inline]] inline std::strong_ordering
+JSONValue::compareTexts(const Words& left, const Words& right) noexcept {
+    if (((left[1] | right[1]) & blockFlag) != 0) {
+        return textOf(left) <=> textOf(right);
+    }
+    // Both are stored inside their values, padded with zeros, with the length last: as big-endian
+    // numbers they have the same order.
+    const auto first = __builtin_bswap64(left[0]) <=> __builtin_bswap64(right[0]);
+    return first != 0 ? first : __builtin_bswap64(left[1]) <=> __builtin_bswap64(right[1]);
+}
 
 inline std::optional<std::span<const JSONMember>> JSONValue::objectValue() const noexcept {
     return kind() == Case::object ? std::optional{std::span<const JSONMember>{items<JSONMember>()}}

@@ -57,18 +57,40 @@ constexpr std::size_t bytesBefore(ByteMarks marks) noexcept {
     return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
 }
 
-/// The marks of a block's two words.
-struct BlockMarks {
-    ByteMarks first;
-    ByteMarks second;
-
-    [[nodiscard]] bool any() const noexcept { return (first | second) != 0; }
-};
+// A byte of a block is marked if its high bit is set. `markBits` returns one bit for each, the first
+// byte's lowest; `anyMark` is cheaper where that takes more than one instruction.
+#ifdef __SSE2__
 template <typename Marks>
-BlockMarks blockMarks(Marks marks) noexcept {
+std::uint32_t markBits(Marks marks) noexcept {
+    using Bytes [[gnu::vector_size(sizeof(ByteBlock))]] = char;
+    return static_cast<std::uint32_t>(__builtin_ia32_pmovmskb128(std::bit_cast<Bytes>(marks)));
+}
+template <typename Marks>
+bool anyMark(Marks marks) noexcept {
+    return markBits(marks) != 0;
+}
+#else
+template <typename Marks>
+auto highBits(Marks marks) noexcept {
     using Words [[gnu::vector_size(sizeof(ByteBlock))]] = ByteWord;
-    const auto words = std::bit_cast<Words>(marks);
-    return {words[0], words[1]};
+    return std::bit_cast<Words>(marks) & allBytes(0x80);
+}
+template <typename Marks>
+std::uint32_t markBits(Marks marks) noexcept {
+    // The highest byte of each product collects the bits of a word.
+    const auto products = (highBits(marks) >> 7) * 0x0102040810204080U;
+    return static_cast<std::uint32_t>(products[0] >> 56U | products[1] >> 56U << 8U);
+}
+template <typename Marks>
+bool anyMark(Marks marks) noexcept {
+    const auto bits = highBits(marks);
+    return (bits[0] | bits[1]) != 0;
+}
+#endif
+/// Returns the number of bytes before the first marked one of a block; sixteen if none is marked.
+template <typename Marks>
+std::size_t bytesBeforeMark(Marks marks) noexcept {
+    return static_cast<std::size_t>(std::countr_zero(markBits(marks) | 1U << sizeof(ByteBlock)));
 }
 
 inline ByteWord loadWord(const char* bytes) noexcept {
@@ -111,18 +133,20 @@ std::size_t findByte(std::string_view text, std::size_t from, Mark mark) noexcep
     constexpr std::size_t blockSize = sizeof(ByteBlock);
     const char* const bytes = text.data();
     std::size_t at = from;
-    // Two single words first: most texts are short.
-    for (int i = 0; i < 2 && text.size() - at >= wordSize; ++i, at += wordSize) {
-        if (const ByteMarks marks = mark(loadWord(bytes + at))) {
-            return at + bytesBefore(marks);
+    for (; text.size() - at >= 2 * blockSize; at += 2 * blockSize) {
+        const auto first = mark(loadBlock(bytes + at));
+        const auto second = mark(loadBlock(bytes + at + blockSize));
+        if (anyMark(first | second)) {
+            const std::uint32_t bits = markBits(first) | markBits(second) << blockSize;
+            return at + static_cast<std::size_t>(std::countr_zero(bits));
         }
     }
-    for (; text.size() - at >= blockSize; at += blockSize) {
-        const BlockMarks marks = blockMarks(mark(loadBlock(bytes + at)));
-        if (marks.any()) {
-            return at + (marks.first != 0 ? bytesBefore(marks.first)
-                                          : wordSize + bytesBefore(marks.second));
+    if (text.size() - at >= blockSize) {
+        const auto marks = mark(loadBlock(bytes + at));
+        if (anyMark(marks)) {
+            return at + bytesBeforeMark(marks);
         }
+        at += blockSize;
     }
     for (; text.size() - at >= wordSize; at += wordSize) {
         if (const ByteMarks marks = mark(loadWord(bytes + at))) {

@@ -3,9 +3,25 @@
 #include "MCPStdio/text/ByteScan.hpp"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
+
+// Lets the system choose a version for the processor when the program starts. A sanitizer is not
+// ready by then.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define MCPSTDIO_WIDE_VERSIONS
+#elif defined(__x86_64__) && defined(__GLIBC__) && !defined(__clang__)
+#define MCPSTDIO_WIDE_VERSIONS [[gnu::target_clones("avx2", "default")]]
+#else
+#define MCPSTDIO_WIDE_VERSIONS
+#endif
 
 namespace MCPStdio {
 namespace {
+
+/// Bytes that are checked together: as wide as registers are, or two registers.
+using WideBlock [[gnu::vector_size(32)]] = unsigned char;
+using WideMarks [[gnu::vector_size(32)]] = signed char;
 
 /// A sequence of a text. If it is ill-formed, `length` is that of the longest prefix of a
 /// well-formed sequence; one for a byte that begins none.
@@ -50,49 +66,55 @@ Sequence sequenceAt(std::string_view text, std::size_t at) noexcept {
     return {length, true};
 }
 
-/// Returns the index of the first byte from `at` on that is not ASCII. Most texts have none.
-std::size_t skipASCII(std::string_view text, std::size_t at) noexcept {
-    const auto block = [&](std::size_t i) {
-        return loadBlock(text.data() + at + i * sizeof(ByteBlock));
-    };
-    while (text.size() - at >= 4 * sizeof(ByteBlock) &&
-           !blockMarks(markNonASCII(block(0) | block(1) | block(2) | block(3))).any()) {
-        at += 4 * sizeof(ByteBlock);
-    }
-    return findByte(text, at, markNonASCII);
-}
-
 /// The number of preceding bytes that decide whether a byte is well-formed.
 constexpr std::size_t lookBehind = 3;
 
-/// Returns whether each of sixteen bytes may follow those before it, which are read as well.
-bool isWellFormedBlock(const char* bytes) noexcept {
-    const ByteBlock byte = loadBlock(bytes);
-    const ByteBlock before = loadBlock(bytes - 1);
+/// Marks the bytes of a block, from `bytes` on, that may not follow those before them.
+[[gnu::always_inline]] inline void markWrong(const char* bytes, WideMarks& wrong) noexcept {
+    WideBlock byte;
+    WideBlock before;
+    WideBlock twoBefore;
+    WideBlock threeBefore;
+    std::memcpy(&byte, bytes, sizeof byte);
+    std::memcpy(&before, bytes - 1, sizeof byte);
+    std::memcpy(&twoBefore, bytes - 2, sizeof byte);
+    std::memcpy(&threeBefore, bytes - lookBehind, sizeof byte);
     const auto continues = (byte & 0xC0) == 0x80;
-    const auto expected =
-        (before >= 0xC0) | (loadBlock(bytes - 2) >= 0xE0) | (loadBlock(bytes - lookBehind) >= 0xF0);
+    const auto expected = (before >= 0xC0) | (twoBefore >= 0xE0) | (threeBefore >= 0xF0);
     // The first two bytes reveal overlong forms, surrogates and values above U+10FFFF.
-    const auto wrong = (continues ^ expected) | ((byte & 0xFE) == 0xC0) | (byte >= 0xF5) |
-                       ((before == 0xE0) & (byte < 0xA0)) | ((before == 0xED) & (byte >= 0xA0)) |
-                       ((before == 0xF0) & (byte < 0x90)) | ((before == 0xF4) & (byte >= 0x90));
-    return !blockMarks(wrong).any();
+    wrong |= (continues ^ expected) | ((byte & 0xFE) == 0xC0) | (byte >= 0xF5) |
+             ((before == 0xE0) & (byte < 0xA0)) | ((before == 0xED) & (byte >= 0xA0)) |
+             ((before == 0xF0) & (byte < 0x90)) | ((before == 0xF4) & (byte >= 0x90));
 }
 
-/// Skips blocks of well-formed text from a sequence at `at`, which has at least `lookBehind` bytes
-/// before it. Stops at an ill-formed block, or if less than a block is left, and returns the start
-/// of a sequence there or a few bytes before.
-std::size_t skipBlocks(std::string_view text, std::size_t at) noexcept {
-    const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    while (text.size() - at >= sizeof(ByteBlock) && isWellFormedBlock(text.data() + at)) {
-        at += sizeof(ByteBlock);
-        if (byteAt(at - 1) < 0x80) {
-            at = skipASCII(text, at);
+template <typename Block>
+[[gnu::always_inline]] inline bool isZero(const Block& block) noexcept {
+    std::array<ByteWord, sizeof(Block) / sizeof(ByteWord)> words;
+    std::memcpy(words.data(), &block, sizeof block);
+    return (words[0] | words[1] | words[2] | words[3]) == 0;
+}
+
+/// Skips pairs of blocks of well-formed text from a sequence at `at`, which has at least
+/// `lookBehind` bytes before it. Returns where an ill-formed pair begins, or where less than a pair
+/// is left. The sequence at the end of what it skipped may continue wrongly.
+MCPSTDIO_WIDE_VERSIONS std::size_t skipBlocks(const char* text, std::size_t size,
+                                              std::size_t at) noexcept {
+    constexpr std::size_t pair = 2 * sizeof(WideBlock);
+    for (; size - at >= pair; at += pair) {
+        WideBlock first;
+        WideBlock second;
+        std::memcpy(&first, text + at, sizeof first);
+        std::memcpy(&second, text + at + sizeof first, sizeof second);
+        first = (first | second) & 0x80;
+        if (isZero(first) && static_cast<unsigned char>(text[at - 1]) < 0x80) {
+            continue;
         }
-    }
-    at -= lookBehind; // the last sequence may continue wrongly
-    while ((byteAt(at) & 0xC0U) == 0x80) {
-        --at;
+        WideMarks wrong{};
+        markWrong(text + at, wrong);
+        markWrong(text + at + sizeof first, wrong);
+        if (!isZero(wrong)) {
+            break;
+        }
     }
     return at;
 }
@@ -113,12 +135,15 @@ std::size_t skipSequences(std::string_view text, std::size_t at, std::size_t end
 } // namespace
 
 std::size_t findInvalidUTF8(std::string_view text) noexcept {
-    std::size_t at = skipASCII(text, 0);
-    at = skipSequences(text, at, std::min(text.size(), lookBehind));
-    if (at >= lookBehind) {
-        at = skipSequences(text, skipBlocks(text, at), text.size());
+    std::size_t at = skipSequences(text, 0, std::min(text.size(), lookBehind));
+    if (at < lookBehind) {
+        return at;
     }
-    return at;
+    at = skipBlocks(text.data(), text.size(), at) - lookBehind;
+    while ((static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80) {
+        --at; // to the start of a sequence
+    }
+    return skipSequences(text, at, text.size());
 }
 
 std::string repairUTF8(std::string text) {
@@ -138,8 +163,8 @@ std::string repairUTF8(std::string text) {
     return repaired;
 }
 
-void appendUTF8(std::string& text, char32_t scalar) {
-    const auto add = [&](char32_t byte) { text.push_back(static_cast<char>(byte)); };
+char* writeUTF8(char* to, char32_t scalar) noexcept {
+    const auto add = [&](char32_t byte) { *to++ = static_cast<char>(byte); };
     if (scalar < 0x80) {
         add(scalar);
     } else if (scalar < 0x800) {
@@ -155,6 +180,12 @@ void appendUTF8(std::string& text, char32_t scalar) {
         add(0x80 | (scalar >> 6U & 0x3F));
         add(0x80 | (scalar & 0x3F));
     }
+    return to;
+}
+
+void appendUTF8(std::string& text, char32_t scalar) {
+    std::array<char, longestUTF8> bytes{};
+    text.append(bytes.data(), writeUTF8(bytes.data(), scalar));
 }
 
 } // namespace MCPStdio

@@ -18,6 +18,11 @@ inline bool isValidUTF8(std::string_view text) noexcept {
 /// well-formed sequence, and for each byte that begins none. Does not copy well-formed text.
 std::string repairUTF8(std::string text);
 
+/// The most bytes that the UTF-8 form of a scalar value has.
+inline constexpr std::size_t longestUTF8 = 4;
+
+/// Writes the UTF-8 form of a Unicode scalar value and returns the end of it.
+char* writeUTF8(char* to, char32_t scalar) noexcept;
 /// Appends the UTF-8 form of a Unicode scalar value.
 void appendUTF8(std::string& text, char32_t scalar);
 

@@ -78,6 +78,10 @@ TEST(Rules, OutsideThePlatformNothingIsCompiledOnlyOnSomeSystems) {
         "#ifdef SOCK_CLOEXEC",     // sockets are created with their flags, else given them later
         "#ifdef EVENTKIT_IN_PART", // the framework is declared by us, else by the SDK
         "#ifdef MADV_HUGEPAGE",    // a hint, if the system accepts it
+        "#ifdef __SSE2__",         // one instruction, else arithmetic that all processors have
+        // Where one function can have versions for several processors:
+        "#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)",
+        "#elif defined(__x86_64__) && defined(__GLIBC__) && !defined(__clang__)",
     };
     for (const SourceFile& file :
          sourcesIn({"MCPStdio", "velmiro_mcp", "osascript", "approval_host", "doctor", "examples",

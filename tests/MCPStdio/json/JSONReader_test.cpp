@@ -1,6 +1,7 @@
 #include "MCPStdio/json/JSONReader.hpp"
 
 #include "MCPStdio/json/JSONWriter.hpp"
+#include "MCPStdio/text/UTF8.hpp"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +9,10 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <random>
 #include <string>
+#include <string_view>
 
 using namespace MCPStdio;
 
@@ -235,7 +238,7 @@ TEST(JSONReader, TheFirstErrorInTheTextIsReported) {
         }
     };
     EXPECT_EQ(error("[\"é\", \"ok\", \"语\xFF\", x]"),
-              "not JSON at byte 18: ill-formed UTF-8 in a string");
+              "not JSON at byte 17: ill-formed UTF-8 in a string");
     EXPECT_EQ(error("[\"é\", x, \"\xFF\"]"), "not JSON at byte 7: expected a value");
     EXPECT_EQ(error("[1, 2, \xC3\xA9]"), "not JSON at byte 7: expected a value");
 }
@@ -262,4 +265,118 @@ TEST(JSONReader, ChangingAnyByteGivesAnErrorOrAValueThatReadsBackEqual) {
             }
         }
     }
+}
+
+namespace {
+
+/// Finds what is wrong first in a text that consists of one string, byte by byte: the index, or
+/// nullopt if it can be read. `value` is what it says.
+std::optional<std::size_t> firstFault(std::string_view text, std::string& value) {
+    const auto digits = [&](std::size_t at) -> std::optional<unsigned> {
+        unsigned number = 0;
+        for (std::size_t i = at; i < at + 4; ++i) {
+            const auto nibble =
+                std::string_view{"0123456789abcdef"}.find(i < text.size() ? text[i] : '-');
+            if (nibble == std::string_view::npos) {
+                return std::nullopt;
+            }
+            number = number * 16 + static_cast<unsigned>(nibble);
+        }
+        return number;
+    };
+    const std::size_t valid = findInvalidUTF8(text);
+    for (std::size_t at = 1;; ++at) {
+        if (at >= valid || at == text.size() || static_cast<unsigned char>(text[at]) < 0x20) {
+            return at;
+        }
+        if (text[at] == '"') {
+            return at + 1 == text.size() ? std::nullopt : std::optional{at + 1};
+        }
+        if (text[at] != '\\') {
+            value += text[at];
+            continue;
+        }
+        const std::size_t fault = at;
+        ++at;
+        constexpr std::string_view names = "\"\\/bfnrt";
+        const auto named = names.find(at < text.size() ? text[at] : '-');
+        if (named != std::string_view::npos) {
+            value += "\"\\/\b\f\n\r\t"[named];
+            continue;
+        }
+        const auto unit = at < text.size() && text[at] == 'u' ? digits(at + 1) : std::nullopt;
+        if (!unit || (*unit >= 0xDC00 && *unit < 0xE000)) {
+            return fault;
+        }
+        at += 4;
+        char32_t scalar = *unit;
+        if (*unit >= 0xD800 && *unit < 0xDC00) {
+            const bool follows = text.substr(std::min(at + 1, text.size())).starts_with("\\u");
+            const auto low = follows ? digits(at + 3) : std::nullopt;
+            if (!low || *low < 0xDC00 || *low > 0xDFFF) {
+                return fault;
+            }
+            scalar = 0x10000 + ((scalar - 0xD800) << 10U) + (*low - 0xDC00);
+            at += 6;
+        }
+        appendUTF8(value, scalar);
+    }
+}
+
+} // namespace
+
+TEST(JSONReader, StringsOfAllLengthsReadAsOnesReadByteByByte) {
+    constexpr std::array<std::string_view, 16> pieces{"a",
+                                                      "plain text, ",
+                                                      "sixteen letters!",
+                                                      "é",
+                                                      "“語”",
+                                                      "😀",
+                                                      R"(\n)",
+                                                      R"(\")",
+                                                      R"(\\)",
+                                                      R"(\u00e9)",
+                                                      R"(\ud83d\ude00)",
+                                                      R"(\u0000)",
+                                                      " ",
+                                                      R"(\/\t)",
+                                                      "x",
+                                                      "{[,]}"};
+    constexpr std::array<std::string_view, 10> faults{
+        "\n",        "\xFF",      "\xE2\x80", R"(\x)", R"(\u12g4)",
+        R"(\ud800)", R"(\ude00)", "\"",       "\\",    "\xED\xA0\x80"};
+    std::mt19937 random{5};
+    int refused = 0;
+    for (int round = 0; round < 30'000; ++round) {
+        // Some are long, and one in two has one fault, somewhere.
+        const std::size_t count = random() % (round % 50 == 0 ? 1500 : 12);
+        const std::size_t fault = random() % (2 * count + 1);
+        const bool plain = random() % 3 == 0;
+        std::string text = "\"";
+        for (std::size_t i = 0; i < count; ++i) {
+            text += pieces[random() % (plain ? 3 : pieces.size())];
+            text += i == fault ? faults[random() % faults.size()] : "";
+        }
+        text += random() % 20 == 0 ? "" : "\"";
+        std::string expected;
+        const auto at = firstFault(text, expected);
+        try {
+            const auto value = JSONValue::parse(text);
+            ASSERT_FALSE(at) << text;
+            ASSERT_EQ(value.stringValue(), expected) << text;
+            // The same string where other bytes precede and follow it.
+            const auto within = JSONValue::parse("{\"name\":[" + text + ",\"" + "]\"]}");
+            ASSERT_EQ((*within["name"])[0]->stringValue(), expected) << text;
+        } catch (const JSONError& error) {
+            ++refused;
+            ASSERT_TRUE(at) << text << error.what();
+            // Escapes are reported where they end being right.
+            const std::string where = error.what() + std::string_view{"not JSON at byte "}.size();
+            const std::size_t reported = std::stoul(where);
+            ASSERT_GE(reported, *at) << text;
+            ASSERT_LE(reported, *at + 7) << text;
+        }
+    }
+    EXPECT_GT(refused, 5000);
+    EXPECT_LT(refused, 25'000);
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <string>
 
 using namespace MCPStdio;
@@ -45,6 +47,19 @@ TEST(ByteScan, ABorrowFromOneByteMarksNoneBeforeIt) {
             ASSERT_EQ(findByte(text, 0, markStringStop), static_cast<std::size_t>(at))
                 << first << ' ' << second;
         }
+    }
+}
+
+TEST(ByteScan, EachOfAllCombinationsOfMarksHasItsBits) {
+    for (std::uint32_t bits = 0; bits < 1U << 16U; ++bits) {
+        ByteBlock marks{};
+        for (std::size_t i = 0; i < sizeof marks; ++i) {
+            marks[i] = (bits >> i & 1U) != 0 ? 0x80 : 0x7F;
+        }
+        ASSERT_EQ(markBits(marks), bits);
+        ASSERT_EQ(anyMark(marks), bits != 0);
+        ASSERT_EQ(bytesBeforeMark(marks),
+                  bits == 0 ? 16U : static_cast<std::size_t>(std::countr_zero(bits)));
     }
 }
 

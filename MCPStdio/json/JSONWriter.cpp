@@ -3,6 +3,7 @@
 #include "MCPStdio/text/ByteScan.hpp"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -26,53 +27,65 @@ void appendNumber(TextBuffer& text, double number) {
     text.added(static_cast<std::size_t>(end - begin));
 }
 
-void appendEscape(TextBuffer& text, unsigned char byte) {
-    switch (byte) {
-    case '"':
-        text.append("\\\"");
-        return;
-    case '\\':
-        text.append("\\\\");
-        return;
-    case '\b':
-        text.append("\\b");
-        return;
-    case '\f':
-        text.append("\\f");
-        return;
-    case '\n':
-        text.append("\\n");
-        return;
-    case '\r':
-        text.append("\\r");
-        return;
-    case '\t':
-        text.append("\\t");
-        return;
-    default:
-        constexpr std::string_view hex = "0123456789abcdef";
-        text.append("\\u00");
-        text.append(hex[byte >> 4U]);
-        text.append(hex[byte & 0x0FU]);
+constexpr std::size_t longestEscape = 6;
+
+/// Writes the escape of a byte and returns the end of it.
+char* writeEscape(char* to, unsigned char byte) noexcept {
+    static constexpr auto letters = [] {
+        std::array<char, 256> table{};
+        table['"'] = '"';
+        table['\\'] = '\\';
+        table['\b'] = 'b';
+        table['\f'] = 'f';
+        table['\n'] = 'n';
+        table['\r'] = 'r';
+        table['\t'] = 't';
+        return table;
+    }();
+    *to++ = '\\';
+    if (letters[byte] != '\0') {
+        *to++ = letters[byte];
+        return to;
     }
+    constexpr std::string_view hex = "0123456789abcdef";
+    for (const char letter : {'u', '0', '0', hex[byte >> 4U], hex[byte & 0x0FU]}) {
+        *to++ = letter;
+    }
+    return to;
 }
 
-/// Appends the beginning of a text, up to the first byte that needs an escape; returns its length.
-std::size_t appendPlain(TextBuffer& text, std::string_view content) {
-    constexpr std::size_t wordSize = sizeof(ByteWord);
-    char* const to = text.room(content.size() + wordSize);
+/// Writes a text with its escapes and returns the end of it; a few more bytes are overwritten.
+char* writeEscaped(char* to, std::string_view content) noexcept {
     std::size_t at = 0;
-    std::size_t width = 0;
-    std::size_t plain = 0;
-    do {
-        width = std::min(content.size() - at, wordSize);
-        const ByteWord word = loadShort(content.data() + at, width);
-        std::memcpy(to + at, &word, wordSize);
-        plain = std::min(bytesBefore(markStringStop(word)), width);
-        at += plain;
-    } while (plain == wordSize);
-    text.added(at);
-    return at;
+    while (at < content.size()) {
+        const std::size_t rest = content.size() - at;
+        if (rest >= sizeof(ByteBlock)) {
+            const ByteBlock block = loadBlock(content.data() + at);
+            std::memcpy(to, &block, sizeof block);
+            const auto stops = markStringStop(block);
+            if (!anyMark(stops)) {
+                at += sizeof block;
+                to += sizeof block;
+                continue;
+            }
+            const std::size_t plain = bytesBeforeMark(stops);
+            at += plain;
+            to += plain;
+        } else {
+            const std::size_t width = std::min(rest, sizeof(ByteWord));
+            const ByteWord word = loadShort(content.data() + at, width);
+            std::memcpy(to, &word, sizeof word);
+            const std::size_t plain = std::min(bytesBefore(markStringStop(word)), width);
+            at += plain;
+            to += plain;
+            if (plain == width) {
+                continue;
+            }
+        }
+        to = writeEscape(to, static_cast<unsigned char>(content[at]));
+        ++at;
+    }
+    return to;
 }
 
 void appendCompact(TextBuffer& text, const JSONValue& value);
@@ -196,13 +209,13 @@ const JSONWriter& compactEncoder() noexcept {
 
 void appendJSONString(TextBuffer& text, std::string_view content) {
     text.append('"');
-    while (true) {
-        content.remove_prefix(appendPlain(text, content));
-        if (content.empty()) {
-            break;
-        }
-        appendEscape(text, static_cast<unsigned char>(content.front()));
-        content.remove_prefix(1);
+    static_cast<void>(text.room(content.size())); // a long text needs hardly more
+    constexpr std::size_t longestPart = 1024; // room is asked for as if all of it had to be escaped
+    while (!content.empty()) {
+        const auto part = content.substr(0, longestPart);
+        char* const room = text.room(longestEscape * part.size() + sizeof(ByteBlock));
+        text.added(static_cast<std::size_t>(writeEscaped(room, part) - room));
+        content.remove_prefix(part.size());
     }
     text.append('"');
 }

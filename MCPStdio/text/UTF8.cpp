@@ -69,24 +69,9 @@ Sequence sequenceAt(std::string_view text, std::size_t at) noexcept {
 /// The number of preceding bytes that decide whether a byte is well-formed.
 constexpr std::size_t lookBehind = 3;
 
-/// Marks the bytes of a block, from `bytes` on, that may not follow those before them.
-[[gnu::always_inline]] inline void markWrong(const char* bytes, WideMarks& wrong) noexcept {
-    WideBlock byte;
-    WideBlock before;
-    WideBlock twoBefore;
-    WideBlock threeBefore;
-    std::memcpy(&byte, bytes, sizeof byte);
-    std::memcpy(&before, bytes - 1, sizeof byte);
-    std::memcpy(&twoBefore, bytes - 2, sizeof byte);
-    std::memcpy(&threeBefore, bytes - lookBehind, sizeof byte);
-    const auto continues = (byte & 0xC0) == 0x80;
-    const auto expected = (before >= 0xC0) | (twoBefore >= 0xE0) | (threeBefore >= 0xF0);
-    // The first two bytes reveal overlong forms, surrogates and values above U+10FFFF.
-    wrong |= (continues ^ expected) | ((byte & 0xFE) == 0xC0) | (byte >= 0xF5) |
-             ((before == 0xE0) & (byte < 0xA0)) | ((before == 0xED) & (byte >= 0xA0)) |
-             ((before == 0xF0) & (byte < 0x90)) | ((before == 0xF4) & (byte >= 0x90));
+[[gnu::always_inline]] inline void load(WideBlock& block, const char* bytes) noexcept {
+    std::memcpy(&block, bytes, sizeof block);
 }
-
 template <typename Block>
 [[gnu::always_inline]] inline bool isZero(const Block& block) noexcept {
     std::array<ByteWord, sizeof(Block) / sizeof(ByteWord)> words;
@@ -94,26 +79,69 @@ template <typename Block>
     return (words[0] | words[1] | words[2] | words[3]) == 0;
 }
 
+/// Marks the bytes of a block, from `bytes` on, that continue a sequence where none goes on, or do
+/// not where one does. Marks as rare the bytes before which not every second byte may follow.
+[[gnu::always_inline]] inline void checkLengths(const char* bytes, WideMarks& wrong,
+                                                WideMarks& rare) noexcept {
+    WideBlock byte;
+    WideBlock before;
+    WideBlock twoBefore;
+    WideBlock threeBefore;
+    load(byte, bytes);
+    load(before, bytes - 1);
+    load(twoBefore, bytes - 2);
+    load(threeBefore, bytes - lookBehind);
+    const auto continues = (byte & 0xC0) == 0x80;
+    const auto expected = (before >= 0xC0) | (twoBefore >= 0xE0) | (threeBefore >= 0xF0);
+    wrong |= continues ^ expected;
+    rare |= (before >= 0xF0) | (before == 0xE0) | (before == 0xED) | ((before & 0xFE) == 0xC0);
+}
+/// Marks the second bytes that make overlong forms, surrogates and values above U+10FFFF.
+[[gnu::always_inline]] inline void checkSecondBytes(const char* bytes, WideMarks& wrong) noexcept {
+    WideBlock byte;
+    WideBlock before;
+    load(byte, bytes);
+    load(before, bytes - 1);
+    wrong |= ((before & 0xFE) == 0xC0) | (before >= 0xF5) | ((before == 0xE0) & (byte < 0xA0)) |
+             ((before == 0xED) & (byte >= 0xA0)) | ((before == 0xF0) & (byte < 0x90)) |
+             ((before == 0xF4) & (byte >= 0x90));
+}
+
 /// Skips pairs of blocks of well-formed text from a sequence at `at`, which has at least
-/// `lookBehind` bytes before it. Returns where an ill-formed pair begins, or where less than a pair
-/// is left. The sequence at the end of what it skipped may continue wrongly.
+/// `lookBehind` bytes before it; the last pair may overlap the one before. Returns where an
+/// ill-formed pair begins, where the text ends, or where it is too short for a pair. The sequence at
+/// the end of what it skipped may continue wrongly.
 MCPSTDIO_WIDE_VERSIONS std::size_t skipBlocks(const char* text, std::size_t size,
                                               std::size_t at) noexcept {
-    constexpr std::size_t pair = 2 * sizeof(WideBlock);
-    for (; size - at >= pair; at += pair) {
+    constexpr std::size_t half = sizeof(WideBlock);
+    constexpr std::size_t pair = 2 * half;
+    for (; at < size; at += pair) {
+        if (size - at < pair) {
+            if (size < lookBehind + pair) {
+                break;
+            }
+            at = size - pair;
+        }
+        const char* const bytes = text + at;
         WideBlock first;
         WideBlock second;
-        std::memcpy(&first, text + at, sizeof first);
-        std::memcpy(&second, text + at + sizeof first, sizeof second);
+        load(first, bytes);
+        load(second, bytes + half);
         first = (first | second) & 0x80;
-        if (isZero(first) && static_cast<unsigned char>(text[at - 1]) < 0x80) {
+        if (isZero(first) && static_cast<unsigned char>(bytes[-1]) < 0x80) {
             continue;
         }
         WideMarks wrong{};
-        markWrong(text + at, wrong);
-        markWrong(text + at + sizeof first, wrong);
-        if (!isZero(wrong)) {
-            break;
+        WideMarks rare{};
+        checkLengths(bytes, wrong, rare);
+        checkLengths(bytes + half, wrong, rare);
+        rare |= wrong;
+        if (!isZero(rare)) {
+            checkSecondBytes(bytes, wrong);
+            checkSecondBytes(bytes + half, wrong);
+            if (!isZero(wrong)) {
+                break;
+            }
         }
     }
     return at;
@@ -135,8 +163,9 @@ std::size_t skipSequences(std::string_view text, std::size_t at, std::size_t end
 } // namespace
 
 std::size_t findInvalidUTF8(std::string_view text) noexcept {
-    std::size_t at = skipSequences(text, 0, std::min(text.size(), lookBehind));
-    if (at < lookBehind) {
+    std::size_t at = findByte(text, 0, markNonASCII); // most texts have none
+    at = skipSequences(text, at, std::min(text.size(), lookBehind));
+    if (at < lookBehind || at == text.size()) {
         return at;
     }
     at = skipBlocks(text.data(), text.size(), at) - lookBehind;

@@ -1,9 +1,13 @@
 #include "MCPStdio/json/JSONWriter.hpp"
 
+#include <array>
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <random>
+#include <string>
+#include <string_view>
 
 using namespace MCPStdio;
 
@@ -11,6 +15,23 @@ namespace {
 
 std::string compact(const JSONValue& value) {
     return compactEncoder().write(value);
+}
+/// Escapes a text byte by byte.
+std::string escaped(std::string_view text) {
+    constexpr std::string_view named = "\"\\\b\f\n\r\t";
+    std::string result;
+    for (const char byte : text) {
+        if (const auto at = named.find(byte); at != std::string_view::npos) {
+            result += {'\\', "\"\\bfnrt"[at]};
+        } else if (static_cast<unsigned char>(byte) < 0x20) {
+            std::array<char, 8> code{};
+            std::snprintf(code.data(), code.size(), "\\u%04x", static_cast<unsigned>(byte));
+            result += code.data();
+        } else {
+            result += byte;
+        }
+    }
+    return '"' + result + '"';
 }
 std::string pretty(const JSONValue& value) {
     return JSONWriter{JSONWriter::Form::pretty}.write(value);
@@ -87,6 +108,24 @@ TEST(JSONWriter, EscapesAreFoundAtEveryPositionOfALongText) {
             ASSERT_EQ(JSONValue::parse(compact(text)).stringValue(), text);
             ASSERT_EQ(compact(text).size(), length + 3);
         }
+    }
+}
+
+TEST(JSONWriter, TextsOfAllLengthsAreEscapedAsByteByByte) {
+    std::mt19937 random{7};
+    for (std::size_t length = 0; length < 5000; length += length < 200 ? 1 : 97) {
+        for (const unsigned escapes : {1U, 4U, 40U, 4000U}) { // one in so many bytes
+            std::string text(length, 'x');
+            for (char& byte : text) {
+                byte =
+                    static_cast<char>(random() % escapes == 0 ? random() % 0x60 : random() % 256);
+            }
+            TextBuffer buffer{"before "};
+            appendJSONString(buffer, text);
+            ASSERT_EQ(buffer.view(), "before " + escaped(text)) << length;
+        }
+        const std::string worst(length, '\x01');
+        ASSERT_EQ(compact(worst), escaped(worst));
     }
 }
 

@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
+#include <random>
 #include <string>
 #include <string_view>
 
 using namespace MCPStdio;
+using namespace std::string_view_literals;
 
 namespace {
 constexpr const char* replacement = "\xEF\xBF\xBD";
@@ -93,8 +96,11 @@ TEST(UTF8, FourBytesAreJudgedAlikeAtEveryPosition) {
     constexpr std::string_view bytes{"\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF"
                                      "\xE0\xE1\xED\xEE\xEF\xF0\xF1\xF4\xF5\xFF"};
     const std::size_t count = bytes.size() * bytes.size() * bytes.size() * bytes.size();
-    for (const std::size_t before : {0U, 13U, 14U, 15U, 16U, 30U}) {
-        for (const std::string_view suffix : {"", "plain", "語語語語語語語"}) {
+    const std::string two =
+        "語語語語語語語語語語語語語語語語語語語語語語語語"; // longer than one step
+    for (const std::size_t before : {0U, 13U, 30U, 61U, 62U, 63U, 64U, 66U, 94U}) {
+        for (const std::string_view suffix :
+             {std::string_view{""}, "plain"sv, std::string_view{two}}) {
             std::string text = before % 2 == 0 ? "" : ".";
             while (text.size() < before) {
                 text += text.size() % 4 == 2 ? "é" : "xy";
@@ -109,6 +115,24 @@ TEST(UTF8, FourBytesAreJudgedAlikeAtEveryPosition) {
                 ASSERT_EQ(findInvalidUTF8(text), firstIllFormed(text))
                     << testing::PrintToString(text);
             }
+        }
+    }
+}
+
+TEST(UTF8, AChangedByteIsFoundInTextsOfAllLengths) {
+    std::mt19937 random{11};
+    constexpr std::array<std::string_view, 6> pieces{"x",   "sixteen letters,", "é", "“”", "😀",
+                                                     "한글"};
+    for (int round = 0; round < 100'000; ++round) {
+        std::string text;
+        for (std::size_t count = random() % 60; count > 0; --count) {
+            text += pieces[random() % pieces.size()];
+        }
+        ASSERT_TRUE(isValidUTF8(text)) << text;
+        if (!text.empty()) {
+            text[random() % text.size()] = static_cast<char>(random() % 256);
+            text.resize(text.size() - random() % 3 % text.size());
+            ASSERT_EQ(findInvalidUTF8(text), firstIllFormed(text)) << testing::PrintToString(text);
         }
     }
 }

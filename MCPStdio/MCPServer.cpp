@@ -2,6 +2,7 @@
 
 #include "MCPStdio/concurrency/DispatchQueue.hpp"
 #include "MCPStdio/concurrency/TaskGroup.hpp"
+#include "MCPStdio/json/JSONReader.hpp"
 #include "MCPStdio/json/JSONWriter.hpp"
 #include "MCPStdio/text/UTF8.hpp"
 #include "MCPStdio/transport/LineSequence.hpp"
@@ -25,9 +26,9 @@ constexpr std::int64_t internalErrorCode = -32603;
 const JSONValue noID; // null, the id of a reply to a request without one
 
 /// Reads a line as a message; nullopt if it is not a JSON object, or does not fit into memory.
-std::optional<JSONValue> readMessage(std::string_view line) {
+std::optional<JSONValue> readMessage(std::string_view line, JSONReader::Encoding encoding) {
     try {
-        auto message = JSONValue::parse(line);
+        auto message = JSONReader{line, encoding}.read();
         if (message.kind() == JSONValue::Case::object) {
             return message;
         }
@@ -152,7 +153,8 @@ Task<void> MCPServer::run(int input, int output) {
     const auto send = [&sink](TextBuffer reply) { sink.send(std::move(reply)); };
     while (const auto line = lines.next()) {
         try {
-            auto message = readMessage(*line);
+            auto message = readMessage(*line, JSONReader::Encoding::validUTF8);
+            lines.releaseLine();
             if (auto turn = actor_.enterIfIdle()) { // nearly always, and it saves a task
                 if (auto call = answer(*std::move(turn), std::move(message), send)) {
                     requests.add(*std::move(call));
@@ -171,7 +173,9 @@ Task<void> MCPServer::run(int input, int output) {
 
 Task<std::optional<TextBuffer>> MCPServer::handleLine(std::string line) {
     std::optional<TextBuffer> reply;
-    auto serving = serve(readMessage(line), [&reply](TextBuffer text) { reply = std::move(text); });
+    auto message = readMessage(line, JSONReader::Encoding::unknown);
+    auto serving =
+        serve(std::move(message), [&reply](TextBuffer text) { reply = std::move(text); });
     co_await std::move(serving);
     co_return std::move(reply);
 }
@@ -219,6 +223,7 @@ MCPServer::Outcome MCPServer::dispatch(std::optional<JSONValue> message) const {
         if (*method == "tools/call") {
             const MCPTool& tool = calledTool(params);
             auto arguments = params.take("arguments").value_or(JSONValue::object());
+            arguments.leaveTree(); // the call may take long
             return Call{std::move(requestId), &tool.handler, std::move(arguments)};
         }
         text = reply(id, *method, params);

@@ -21,6 +21,9 @@ public:
     /// Gives back a share; the last one frees the memory.
     void release() noexcept;
 
+    /// Returns the size of the largest piece, which is at least half of all.
+    [[nodiscard]] std::size_t size() const noexcept { return pieceSize_; }
+
     /// Returns room for `size` bytes, aligned for every value. Throws std::bad_alloc.
     [[nodiscard]] char* allocate(std::size_t size) {
         size = aligned(size);

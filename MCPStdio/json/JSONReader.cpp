@@ -31,7 +31,10 @@ constexpr std::size_t likelySize(std::size_t textSize) noexcept {
 
 } // namespace
 
-JSONReader::JSONReader(std::string_view text) : text_{text}, tree_{likelySize(text.size())} {}
+JSONReader::JSONReader(std::string_view text, Encoding encoding)
+    : text_{text},
+      isValid_{encoding == Encoding::validUTF8},
+      tree_{likelySize(text.size())} {}
 
 JSONValue JSONReader::read() {
     const std::size_t end = skipSpace(readValue(0, 0));

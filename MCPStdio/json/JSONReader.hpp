@@ -21,8 +21,13 @@ class JSONReader {
 public:
     static constexpr int deepest = 512;
 
+    enum class Encoding {
+        unknown,   ///< the reader has to check that the text is UTF-8
+        validUTF8, ///< somebody else has
+    };
+
     /// The text must outlive the reader.
-    explicit JSONReader(std::string_view text);
+    explicit JSONReader(std::string_view text, Encoding encoding = Encoding::unknown);
 
     /// Called once. Throws JSONError, whose text names the first byte in error.
     JSONValue read();
@@ -70,7 +75,7 @@ private:
 
     std::string_view text_;
     std::optional<std::size_t> validPrefix_; ///< length of its valid UTF-8, once known
-    bool isValid_ = false;                   ///< the whole text is known to be UTF-8
+    bool isValid_;                           ///< the whole text is known to be UTF-8
     JSONTree tree_;
 };
 

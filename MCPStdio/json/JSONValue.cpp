@@ -183,6 +183,13 @@ JSONValue JSONValue::unpool() {
     return old;
 }
 
+void JSONValue::leaveTree() {
+    constexpr std::size_t small = 4096;
+    if (has(blockFlag | pooledFlag) && memory()->size() <= small) {
+        unpool();
+    }
+}
+
 /// Moves a value out of a tree, which it may outlive.
 JSONValue JSONValue::takeOut() {
     if (!has(blockFlag | pooledFlag) || has(rootFlag)) {

@@ -100,6 +100,10 @@ public:
     /// or this is not an object. Copies a short text out of a tree that was read.
     std::optional<JSONValue> take(std::string_view key);
 
+    /// Gives up the memory of the tree that this was taken out of, by copying what it holds, if that
+    /// memory is small. A value that is kept for long then keeps nothing else.
+    void leaveTree();
+
     [[nodiscard]] Case kind() const noexcept {
         return static_cast<Case>(words_[1] >> caseShift & caseMask);
     }

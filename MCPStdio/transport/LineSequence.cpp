@@ -15,16 +15,17 @@
 namespace MCPStdio {
 namespace {
 
-constexpr bool isASCII(char byte) noexcept {
-    return static_cast<unsigned char>(byte) < 0x80;
-}
+constexpr std::size_t chunkSize = std::size_t{64} * 1024;
+
+/// The bytes that decide whether a line ends at the first of them.
+constexpr std::size_t longestEnd = 3;
 
 /// Returns the length of the line end at `at`: zero if there is none, nullopt if that depends on
 /// bytes that have not been read.
 std::optional<std::size_t> lineEndLength(std::string_view text, std::size_t at) noexcept {
     using namespace std::string_view_literals;
     const auto rest = text.substr(at);
-    if (isASCII(rest.front())) {
+    if (static_cast<unsigned char>(rest.front()) < 0x80) {
         return rest.front() >= '\n' && rest.front() <= '\r' ? 1 : 0;
     }
     for (const auto separator : {"\xC2\x85"sv, "\xE2\x80\xA8"sv, "\xE2\x80\xA9"sv}) {
@@ -36,6 +37,24 @@ std::optional<std::size_t> lineEndLength(std::string_view text, std::size_t at) 
         }
     }
     return 0;
+}
+
+/// Skips blocks without a line end, from `at` on, and adds their bytes to `seen`. Returns where a
+/// line end begins, or where too few bytes are left for a block.
+std::size_t skipBlocks(std::string_view text, std::size_t at, ByteBlock& seen) noexcept {
+    constexpr std::size_t size = sizeof(ByteBlock);
+    for (; text.size() - at >= size + longestEnd - 1; at += size) {
+        const ByteBlock first = loadBlock(text.data() + at);
+        const ByteBlock second = loadBlock(text.data() + at + 1);
+        const ByteBlock third = loadBlock(text.data() + at + 2);
+        seen |= first;
+        const auto ends = (first - '\n' <= '\r' - '\n') | ((first == 0xC2) & (second == 0x85)) |
+                          ((first == 0xE2) & (second == 0x80) & ((third & 0xFE) == 0xA8));
+        if (anyMark(ends)) {
+            return at + bytesBeforeMark(ends);
+        }
+    }
+    return at;
 }
 
 } // namespace
@@ -65,9 +84,23 @@ std::optional<std::string_view> LineSequence::next() {
     }
 }
 
+void LineSequence::releaseLine() noexcept {
+    constexpr std::size_t worthKeeping = 4 * chunkSize;
+    if (begin_ == buffer_.size() && buffer_.capacity() > worthKeeping) {
+        buffer_ = TextBuffer{};
+        begin_ = scanned_ = 0;
+    }
+    if (repaired_.capacity() > worthKeeping) {
+        repaired_ = std::string{};
+    }
+}
+
 /// Scans up to the line end and returns its length; zero if it has not been read completely.
 std::size_t LineSequence::findEnd() {
     const auto text = buffer_.view();
+    ByteBlock seen{};
+    scanned_ = skipBlocks(text, scanned_, seen);
+    isASCII_ = isASCII_ && !anyMark(seen);
     while (true) {
         scanned_ = findByte(text, scanned_, [](auto bytes) {
             return markBelow(bytes, '\r' + 1) | markNonASCII(bytes);
@@ -75,7 +108,7 @@ std::size_t LineSequence::findEnd() {
         if (scanned_ == text.size()) {
             return 0;
         }
-        isASCII_ = isASCII_ && isASCII(text[scanned_]);
+        isASCII_ = isASCII_ && static_cast<unsigned char>(text[scanned_]) < 0x80;
         const auto length = lineEndLength(text, scanned_);
         if (length != 0) {
             return length.value_or(0);
@@ -86,17 +119,12 @@ std::size_t LineSequence::findEnd() {
 
 /// Reads more of the stream. Returns false at its end, or if reading fails.
 bool LineSequence::fill() {
-    constexpr std::size_t chunkSize = std::size_t{64} * 1024;
-    constexpr std::size_t worthKeeping = 4 * chunkSize;
     if (skipping_) {
         begin_ = scanned_;
     }
     buffer_.removePrefix(begin_);
     scanned_ -= begin_;
     begin_ = 0;
-    if (buffer_.size() == 0 && buffer_.capacity() > worthKeeping) {
-        buffer_ = TextBuffer{}; // not to be held while a long call is answered
-    }
     char* const room = roomFor(chunkSize);
     while (true) {
         const ssize_t count = ::read(descriptor_, room, chunkSize);

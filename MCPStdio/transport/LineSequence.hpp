@@ -25,6 +25,10 @@ public:
     /// fails. The view is valid until the next call.
     std::optional<std::string_view> next();
 
+    /// Ends the view that `next` returned last, and frees the memory of a long line, which is then
+    /// there for its answer.
+    void releaseLine() noexcept;
+
 private:
     std::size_t findEnd();
     bool fill();

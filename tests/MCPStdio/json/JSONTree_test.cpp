@@ -87,6 +87,20 @@ TEST(JSONTree, AllMayBeTakenOutInTurn) {
     EXPECT_EQ(array, *valueOfEveryKind()["array"]);
 }
 
+TEST(JSONTree, WhatLeavesATreeStaysTheSame) {
+    auto small = JSONValue::parse(R"({"part":{"a":[1,"not so short a text"]},"rest":1})");
+    auto part = *small.take("part");
+    part.leaveTree();
+    small = JSONValue{};
+    EXPECT_EQ(part.jsonString(), R"({"a":[1,"not so short a text"]})");
+    auto large = *JSONValue::parse(textOfEveryKind()).take("object");
+    large.leaveTree();
+    EXPECT_EQ(large, *valueOfEveryKind()["object"]);
+    JSONValue scalar{7};
+    scalar.leaveTree();
+    EXPECT_EQ(scalar, JSONValue{7});
+}
+
 TEST(JSONTree, ATreeMayBecomePartOfAnotherAndBeTakenOutAgain) {
     auto outer = JSONValue::object({{"tree", JSONValue::parse(textOfEveryKind())}});
     outer.set("more", JSONValue::array(JSONValue::parse("[1,[2]]")));

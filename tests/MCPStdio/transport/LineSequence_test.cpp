@@ -66,6 +66,53 @@ TEST(LineSequence, LinesDoNotDependOnThePiecesInWhichTheBytesArrive) {
     }
 }
 
+TEST(LineSequence, EverySeparatorIsFoundAtEveryPositionAndNothingElseIsOne) {
+    // Bytes that resemble parts of a separator surround it.
+    constexpr std::array<std::string_view, 7> separators{
+        "\n", "\v", "\f", "\r", "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"};
+    constexpr std::array<std::string_view, 6> fillers{"x",  "\t",       "é",
+                                                      "“”", "\xC2\x86", "\xE2\x80\xAA"};
+    for (const std::string_view filler : fillers) {
+        for (std::size_t count = 1; count < 70; ++count) {
+            std::string line;
+            for (std::size_t i = 0; i < count; ++i) {
+                line += filler;
+            }
+            for (const std::string_view separator : separators) {
+                std::string text = line;
+                text.append(separator).append(line).append("tail");
+                ASSERT_EQ(linesOf(text), (Lines{line, line + "tail"}));
+            }
+        }
+    }
+}
+
+TEST(LineSequence, ALongLineIsReleasedAndTheNextOnesStillRead) {
+    std::string text(1'000'000, 'x');
+    const std::string expected = text;
+    text += "\nsecond\n" + std::string(300'000, '\xFF') + "\nlast";
+    auto ends = velmiro::support::makePipe(0);
+    std::thread writer{[&] {
+        for (std::string_view rest = text; !rest.empty();) {
+            const ssize_t written = ::write(ends.writing.get(), rest.data(), rest.size());
+            ASSERT_GT(written, 0);
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        }
+        ends.writing.close();
+    }};
+    LineSequence sequence{ends.reading.get()};
+    EXPECT_EQ(sequence.next(), expected);
+    sequence.releaseLine();
+    EXPECT_EQ(sequence.next(), "second");
+    sequence.releaseLine();
+    EXPECT_EQ(sequence.next()->size(), 900'000U);
+    sequence.releaseLine();
+    EXPECT_EQ(sequence.next(), "last");
+    sequence.releaseLine();
+    EXPECT_EQ(sequence.next(), std::nullopt);
+    writer.join();
+}
+
 TEST(LineSequence, AnIncompleteSeparatorAtTheEndIsText) {
     EXPECT_EQ(linesOf("a\xE2\x80"), (Lines{"a\xEF\xBF\xBD"}));
     EXPECT_EQ(linesOf("a\xC2"), (Lines{"a\xEF\xBF\xBD"}));

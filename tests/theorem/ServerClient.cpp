@@ -15,20 +15,25 @@ namespace {
 namespace fs = std::filesystem;
 using MCPStdio::JSONValue;
 
-/// Returns the value of the first content line of that name, unfolded and without its escapes.
-std::string valueOf(const std::string& name, const std::string& item) {
-    auto at = item.find("\r\n" + name);
-    if (at == std::string::npos) {
+/// Returns an item's text with its folded lines joined. A fold may separate an escape from what it
+/// escapes, so this comes first.
+std::string unfolded(std::string item) {
+    for (auto at = item.find("\r\n "); at != std::string::npos; at = item.find("\r\n ", at)) {
+        item.erase(at, 3);
+    }
+    return item;
+}
+
+/// Returns the value of the first content line of that name, without its escapes.
+std::string valueOf(const std::string& name, const std::string& folded) {
+    const std::string item = unfolded(folded);
+    const auto line = item.find("\r\n" + name);
+    if (line == std::string::npos) {
         return {};
     }
-    at = item.find(':', at) + 1;
     std::string value;
-    for (; at < item.size(); ++at) {
-        if (item.compare(at, 3, "\r\n ") == 0) {
-            at += 2;
-        } else if (item[at] == '\r') {
-            break;
-        } else if (item[at] == '\\') {
+    for (auto at = item.find(':', line) + 1; at < item.size() && item[at] != '\r'; ++at) {
+        if (item[at] == '\\') {
             ++at;
             value += item[at] == 'n' ? '\n' : item[at];
         } else {

@@ -154,13 +154,58 @@ Replacement replaceBySwap(const NamePair& names, const FileVersion& old, const F
     return putBack(names, ours, versionAside(names), reason);
 }
 
-Replacement replaceByRename(const NamePair& names, const FileVersion& ours) {
+/// A second, hidden name for the file while it is replaced by a rename, if the file system has hard
+/// links. It is removed with this object.
+class SpareName {
+public:
+    SpareName(const NamePair& names, std::string spare)
+        : folder_{names.folder},
+          name_{std::move(spare)},
+          exists_{linkat(folder_.get(), names.name.c_str(), folder_.get(), name_.c_str(), 0) == 0} {
+    }
+    SpareName(const SpareName&) = delete;
+    SpareName& operator=(const SpareName&) = delete;
+    ~SpareName() {
+        if (exists_) {
+            unlinkat(folder_.get(), name_.c_str(), 0);
+        }
+    }
+
+    [[nodiscard]] bool exists() const { return exists_; }
+
+    /// Makes this the file's only name.
+    [[nodiscard]] std::error_code becomeNameOf(const NamePair& names) {
+        const bool renamed =
+            renameat(folder_.get(), name_.c_str(), folder_.get(), names.name.c_str()) == 0;
+        exists_ = exists_ && !renamed;
+        return renamed ? std::error_code{} : lastError();
+    }
+
+private:
+    const Descriptor& folder_;
+    std::string name_;
+    bool exists_;
+};
+
+/// A program that waits for the lease has already opened the old version, and would write into a
+/// file without a name. So the old version is restored for it.
+Replacement replaceByRename(const NamePair& names, const FileVersion& old, const FileVersion& ours,
+                            const ReadLease& lease) {
+    SpareName spare{names, asideName(old.contents(), ours.contents())};
+    if (lease.isBeingBroken() || (spare.exists() && !old.isUnchangedAt(names.folder, names.name))) {
+        names.removeAside();
+        return conflict();
+    }
     if (renameat(names.folder.get(), names.aside.c_str(), names.folder.get(), names.name.c_str()) !=
         0) {
         return notSwapped(names, ours, lastError());
     }
-    // The old version is gone by now, so a failed flush cannot be undone.
+    // Without the spare name the old version is gone by now, and a failed flush cannot be undone.
     const std::error_code error = flushFolder(names.folder);
+    if (spare.exists() && lease.isBeingBroken() && ours.isUnchangedAt(names.folder, names.name)) {
+        const std::error_code restoring = spare.becomeNameOf(names);
+        return restoring ? Replacement{End::unknown, restoring, {}} : conflict();
+    }
     return error ? Replacement{End::unknown, error, {}} : done();
 }
 
@@ -173,11 +218,11 @@ Replacement replaceIn(const NamePair& names, const FileVersion& old, const FileV
                       const ReadLease& lease, Replacing how) {
     try {
         if (how == Replacing::byRename) {
-            return replaceByRename(names, ours);
+            return replaceByRename(names, old, ours, lease);
         }
         const std::error_code error = names.swap();
         if (cannotSwap(error)) {
-            return replaceByRename(names, ours);
+            return replaceByRename(names, old, ours, lease);
         }
         return error ? notSwapped(names, ours, error) : replaceBySwap(names, old, ours, lease);
     } catch (const std::system_error& error) {

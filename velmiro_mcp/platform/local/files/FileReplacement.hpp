@@ -27,7 +27,7 @@ struct Replacement {
 enum class Replacing {
     bySwap,   ///< exchanges the two, so that the old one can be checked and restored; renames if
               ///< the file system cannot exchange names
-    byRename, ///< loses what another program writes between the last check and the rename
+    byRename, ///< loses what another program renames into place after the last check
 };
 
 /// A busy disk may take seconds to write one change. A program that keeps a folder locked, or a

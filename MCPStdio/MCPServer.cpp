@@ -8,6 +8,7 @@
 #include "MCPStdio/transport/LineSequence.hpp"
 #include "MCPStdio/transport/LineSink.hpp"
 #include "MCPStdio/transport/StandardStreams.hpp"
+#include "MCPStdio/transport/Standby.hpp"
 
 #include <algorithm>
 #include <exception>
@@ -149,6 +150,7 @@ Task<void> MCPServer::run(int input, int output) {
     openClosedStandardStreams();
     LineSequence lines{input};
     LineSink sink{output};
+    Standby standby{input};
     TaskGroup requests;
     const auto send = [&sink](TextBuffer reply) { sink.send(std::move(reply)); };
     while (const auto line = lines.next()) {
@@ -156,8 +158,17 @@ Task<void> MCPServer::run(int input, int output) {
             auto message = readMessage(*line, JSONReader::Encoding::validUTF8);
             lines.releaseLine();
             if (auto turn = actor_.enterIfIdle()) { // nearly always, and it saves a task
-                if (auto call = answer(*std::move(turn), std::move(message), send)) {
-                    requests.add(*std::move(call));
+                auto call = answer(*std::move(turn), std::move(message), send);
+                if (call && !lines.hasMore() && standby.isReady()) {
+                    const auto absence = standby.absence();
+                    const auto sendBack = [&sink, absence](TextBuffer reply) {
+                        absence.end(); // the next request may follow the reply immediately
+                        sink.send(std::move(reply));
+                    };
+                    auto performed = perform(*std::move(call), CallThread::current, sendBack);
+                    co_await standby.runMeanwhile(absence, requests, std::move(performed));
+                } else if (call) {
+                    requests.add(perform(*std::move(call), CallThread::worker, send));
                 }
             } else {
                 requests.add(serve(std::move(message), send));
@@ -187,21 +198,21 @@ Task<void> MCPServer::serve(std::optional<JSONValue> message, Send send) {
     auto turn = co_await actor_.enter();
     entry.release();
     if (auto call = answer(std::move(turn), std::move(message), send)) {
-        co_await *std::move(call);
+        auto performed = perform(*std::move(call), CallThread::worker, send);
+        co_await std::move(performed);
     }
 }
 
-/// Dispatches a message in this turn and sends its reply. If it calls a tool, returns the task that
-/// makes the call and sends its result.
+/// Dispatches a message in this turn and sends its reply. If it calls a tool, returns the call.
 template <typename Send>
-std::optional<Task<void>> MCPServer::answer(Actor::Turn turn, std::optional<JSONValue> message,
-                                            const Send& send) {
+std::optional<MCPServer::Call> MCPServer::answer(Actor::Turn turn, std::optional<JSONValue> message,
+                                                 const Send& send) {
     auto outcome = dispatch(std::move(message));
     turn.release(); // sending may have to wait for the reader
     if (auto* const reply = std::get_if<TextBuffer>(&outcome)) {
         sendOrReportShortage(send, nullptr, std::move(*reply));
     } else if (auto* const call = std::get_if<Call>(&outcome)) {
-        return perform(std::move(*call), backlog_.enter(), send);
+        return std::move(*call);
     }
     return std::nullopt;
 }
@@ -240,12 +251,15 @@ MCPServer::Outcome MCPServer::dispatch(std::optional<JSONValue> message) const {
     return text;
 }
 
-/// Calls a tool on a worker thread, then formats and sends its result.
+/// Calls a tool, then formats and sends its result.
 template <typename Send>
-Task<void> MCPServer::perform(Call call, Backlog::Entry entry, Send send) {
-    // A handler may take long to reach its first suspension: keep it off the thread that reads.
-    co_await DispatchQueue::global().hop();
-    entry.release();
+Task<void> MCPServer::perform(Call call, CallThread thread, Send send) {
+    if (thread == CallThread::worker) {
+        // A handler may take long to reach its first suspension: keep it off the thread that reads.
+        auto entry = backlog_.enter();
+        co_await DispatchQueue::global().hop();
+        entry.release();
+    }
     MCPToolResult result;
     try {
         auto calling = (*call.handler)(std::move(call.arguments));

@@ -26,7 +26,7 @@ namespace MCPStdio {
 ///     syncWait(server.run());
 ///
 /// The server is an actor: it dispatches messages and formats results one at a time. Tool handlers
-/// run outside it, on worker threads, so calls overlap one another and everything else; replies are
+/// run outside it, on any thread, so calls overlap one another and everything else; replies are
 /// sent in the order in which they are ready. There is no protocol state: every request is answered
 /// at any time, whatever came before it.
 class MCPServer {
@@ -47,7 +47,8 @@ public:
               std::vector<MCPTool> tools);
 
     /// Reads requests from `input` and writes replies to `output` until the input ends and every
-    /// request is answered. Called once. Blocks the awaiting thread while it reads.
+    /// request is answered. Called once. Blocks the awaiting thread while it reads, and may continue to
+    /// read on another one while a handler runs on the first.
     Task<void> run(int input = STDIN_FILENO, int output = STDOUT_FILENO);
 
     /// Answers one line; nullopt if it calls for no answer. The answer is empty if it cannot be
@@ -65,6 +66,8 @@ private:
         const ToolHandler* handler;
         JSONValue arguments;
     };
+    /// Where a handler starts.
+    enum class CallThread { worker, current };
     struct NoReply {};
     /// The outcome of `dispatch`: nothing to send, a reply, or a call.
     using Outcome = std::variant<NoReply, TextBuffer, Call>;
@@ -72,11 +75,11 @@ private:
     template <typename Send>
     Task<void> serve(std::optional<JSONValue> message, Send send);
     template <typename Send>
-    std::optional<Task<void>> answer(Actor::Turn turn, std::optional<JSONValue> message,
-                                     const Send& send);
+    std::optional<Call> answer(Actor::Turn turn, std::optional<JSONValue> message,
+                               const Send& send);
     [[nodiscard]] Outcome dispatch(std::optional<JSONValue> message) const;
     template <typename Send>
-    Task<void> perform(Call call, Backlog::Entry entry, Send send);
+    Task<void> perform(Call call, CallThread thread, Send send);
 
     [[nodiscard]] TextBuffer reply(const JSONValue& id, std::string_view method,
                                    const JSONValue& params) const;

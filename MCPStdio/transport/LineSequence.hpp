@@ -28,6 +28,8 @@ public:
     /// Ends the view that `next` returned last, and frees the memory of a long line, which is then
     /// there for its answer.
     void releaseLine() noexcept;
+    /// Returns whether bytes have been read that follow the line.
+    [[nodiscard]] bool hasMore() const noexcept { return begin_ < buffer_.size(); }
 
 private:
     std::size_t findEnd();

@@ -1,0 +1,178 @@
+#include "MCPStdio/transport/Standby.hpp"
+
+#include "MCPStdio/concurrency/DispatchQueue.hpp"
+#include "MCPStdio/transport/Descriptor.hpp"
+
+#include <exception>
+#include <poll.h>
+
+#if __has_include(<sys/epoll.h>)
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+
+namespace MCPStdio {
+namespace {
+
+/// Wakes a thread when there is input, or when it is to stop. Whether input counts can be changed
+/// without waking it, which a plain `poll` does not offer.
+class InputWatch {
+public:
+    explicit InputWatch(int input) noexcept
+        : input_{input},
+          stop_{::eventfd(0, EFD_CLOEXEC)},
+          events_{::epoll_create1(EPOLL_CLOEXEC)} {
+        isUsable_ = control(EPOLL_CTL_ADD, stop_.get(), EPOLLIN) &&
+                    control(EPOLL_CTL_ADD, input_, EPOLLONESHOT);
+    }
+
+    /// Returns false if the system cannot watch this input, which may be a file.
+    [[nodiscard]] bool isUsable() const noexcept { return isUsable_; }
+    /// Makes the next input wake the thread, once, or none.
+    [[nodiscard]] bool watch(bool input) const noexcept {
+        return control(EPOLL_CTL_MOD, input_, input ? EPOLLIN | EPOLLONESHOT : EPOLLONESHOT);
+    }
+    void stop() const noexcept { static_cast<void>(::eventfd_write(stop_.get(), 1)); }
+
+    /// Waits. Returns false if the thread is to stop.
+    [[nodiscard]] bool wait() const noexcept {
+        epoll_event event{};
+        while (::epoll_wait(events_.get(), &event, 1, -1) != 1) {
+        }
+        return event.data.fd == input_;
+    }
+
+private:
+    [[nodiscard]] bool control(int operation, int descriptor, std::uint32_t events) const noexcept {
+        epoll_event event{};
+        event.events = events;
+        event.data.fd = descriptor;
+        return ::epoll_ctl(events_.get(), operation, descriptor, &event) == 0;
+    }
+
+    int input_;
+    Descriptor stop_;
+    Descriptor events_;
+    bool isUsable_;
+};
+
+} // namespace
+} // namespace MCPStdio
+#else
+namespace MCPStdio {
+namespace {
+
+class InputWatch {
+public:
+    explicit InputWatch(int /*input*/) noexcept {}
+    [[nodiscard]] bool isUsable() const noexcept { return false; }
+    [[nodiscard]] bool watch(bool /*input*/) const noexcept { return false; }
+    void stop() const noexcept {}
+    [[nodiscard]] bool wait() const noexcept { return false; }
+};
+
+} // namespace
+} // namespace MCPStdio
+#endif
+
+namespace MCPStdio {
+
+struct Standby::State {
+    explicit State(int input) noexcept : watch{input} {}
+
+    /// Stands by until there is input in an absence; then goes on reading.
+    void standBy() {
+        isOnStandby.store(true, std::memory_order_release);
+        while (watch.wait()) {
+            // Acquires what the reading thread did before it went.
+            if (away.exchange(0, std::memory_order_acquire) != 0) {
+                isOnStandby.store(false, std::memory_order_relaxed);
+                isAsked.store(false, std::memory_order_relaxed);
+                reader.resume();
+                return;
+            }
+        }
+    }
+
+    /// Ends an absence and returns true, unless somebody has taken over.
+    bool comeBack(std::uint64_t number) noexcept {
+        if (!away.compare_exchange_strong(number, 0, std::memory_order_relaxed)) {
+            return false;
+        }
+        static_cast<void>(watch.watch(false));
+        return true;
+    }
+
+    const InputWatch watch;
+    std::atomic<bool> isAsked{false}; ///< a thread is on standby, or soon will be
+    std::atomic<bool> isOnStandby{false};
+    std::coroutine_handle<> reader;           ///< written before `away`
+    std::atomic<std::uint64_t> away{0};       ///< the number of the present absence, or zero
+    std::atomic<std::uint64_t> endedEarly{0}; ///< the number of the last that was
+};
+
+Standby::~Standby() {
+    if (state_) {
+        state_->watch.stop();
+    }
+}
+
+bool Standby::isReady() noexcept {
+    try {
+        if (!state_) {
+            state_ = std::make_shared<State>(input_);
+        }
+        if (!state_->watch.isUsable()) {
+            return false;
+        }
+        if (state_->isOnStandby.load(std::memory_order_acquire)) {
+            pollfd readable{input_, POLLIN, 0};
+            return ::poll(&readable, 1, 0) == 0;
+        }
+        if (!state_->isAsked.exchange(true, std::memory_order_relaxed)) {
+            // Not one of the queue's threads: it must not take one from blocking jobs.
+            std::thread{[state = state_] { state->standBy(); }}.detach();
+        }
+    } catch (const std::exception&) { // no memory, or no thread
+        if (state_) {
+            state_->isAsked.store(false, std::memory_order_relaxed);
+        }
+    }
+    return false;
+}
+
+bool Standby::Absence::begin(std::coroutine_handle<> reader) const noexcept {
+    state_->reader = reader;
+    state_->away.store(number_, std::memory_order_release);
+    if (state_->watch.watch(true)) {
+        return true;
+    }
+    end();
+    return false;
+}
+
+void Standby::Absence::end() const noexcept {
+    // On another thread, the reading one may be about to come back on its own.
+    if (std::this_thread::get_id() == thread_ && state_->comeBack(number_)) {
+        state_->endedEarly.store(number_, std::memory_order_relaxed);
+    }
+}
+
+/// Begins the absence as a part of the group, whose end the coroutine may then await on another
+/// thread.
+Task<void> Standby::beginAndRun(Absence absence, std::coroutine_handle<> reader, Task<void> task) {
+    if (!absence.begin(reader)) {
+        co_await DispatchQueue::global().hop();
+    }
+    co_await std::move(task);
+}
+
+[[gnu::noinline]] bool Standby::Awaiter::await_suspend(std::coroutine_handle<> reader) {
+    // This object is gone as soon as somebody takes over.
+    const auto state = state_;
+    const auto absence = absence_;
+    group_.add(beginAndRun(absence, reader, std::move(task_)));
+    return !state->comeBack(absence.number_) &&
+           state->endedEarly.load(std::memory_order_relaxed) != absence.number_;
+}
+
+} // namespace MCPStdio

@@ -19,12 +19,16 @@ bool CalendarFiles::visit(const Collection& collection, const Visit& visit) {
     }
     ParseCache<CalendarFile>::Reader reader{cache_, *folder};
     const auto names = Vdir::items(*folder, ".ics");
-    return std::ranges::all_of(names, [&](const std::string& item) {
+    const bool isWhole = std::ranges::all_of(names, [&](const std::string& item) {
         const auto file = reader.read(item, largestItem, [&](std::string bytes) {
             return parse(std::move(bytes), collection, item);
         });
         return !file || visit(item, file);
     });
+    if (isWhole) {
+        reader.forgetOthers();
+    }
+    return isWhole;
 }
 
 CalendarFile CalendarFiles::parse(std::string bytes, const Collection& collection,

@@ -80,6 +80,7 @@ public:
                 readFile(reader, file, name + '/');
             }
         }
+        reader.forgetOthers();
     }
 
     /// Reads files, and folders of files. Any entry but a file of cards counts as a folder, unless
@@ -94,6 +95,7 @@ public:
                         [&] { readFolder(root, name); });
             }
         }
+        reader.forgetOthers();
     }
 
     std::vector<Contact> take() { return std::move(found_); }

@@ -24,7 +24,8 @@ namespace velmiro::local {
 /// A function `std::size_t memoryOf(const Parsed&)`, found by argument-dependent lookup, returns
 /// the size of one result. When the bound is reached, results that nobody has used for a minute are
 /// dropped. If all are in use, further files are parsed each time, so that a folder too large for
-/// the cache costs only its excess.
+/// the cache costs only its excess. Results of deleted files are dropped whenever a reader has read
+/// the whole folder.
 ///
 /// Thread-safe; no file is read by two threads at once.
 template <typename Parsed>
@@ -56,7 +57,8 @@ public:
             : cache_{cache},
               folder_{folder},
               entries_{cache.entriesOf(folder)},
-              next_{entries_.end()} {}
+              next_{entries_.end()},
+              begun_{cache.now_()} {}
 
         /// Returns what `parse` returns for the file's bytes, or returned for them before; null if
         /// `readStamped` returns none. Throws what that throws.
@@ -67,6 +69,10 @@ public:
             return current ? cache_.read(*this, name, *current, largest, parse) : nullptr;
         }
 
+        /// Drops the results of files that were not read since this reader began. To be called
+        /// after it has read the whole folder: those files no longer exist.
+        void forgetOthers() { cache_.forgetOthers(*this); }
+
     private:
         friend class ParseCache;
 
@@ -75,6 +81,8 @@ public:
         Entries& entries_;                ///< guarded by the cache's mutex
         typename Entries::iterator next_; ///< where to look first for the next name
         std::uint64_t removals_ = 0;      ///< as of `next_`, which a further removal may invalidate
+        Time begun_;
+        std::size_t known_ = 0; ///< entries that it found or added
     };
 
     /// Drops everything.
@@ -109,6 +117,7 @@ private:
         if (const auto known = find(reader, name); known != reader.entries_.end()) {
             if (known->second.stamp == current) {
                 known->second.lastRead = now;
+                ++reader.known_;
                 return known->second.parsed;
             }
             forget(reader.entries_, known);
@@ -120,7 +129,7 @@ private:
         auto parsed = std::make_shared<const Parsed>(parse(std::move(file->bytes)));
         if (isSettled(file->stamp, now)) {
             const std::size_t memory = memoryOf(*parsed) + name.size() + memoryOfEntry;
-            keep(reader.entries_, name, {file->stamp, parsed, memory, now});
+            keep(reader, name, {file->stamp, parsed, memory, now});
         }
         return parsed;
     }
@@ -142,13 +151,21 @@ private:
         return std::chrono::nanoseconds{stamp.changed} < (since - tick).time_since_epoch();
     }
 
-    void keep(Entries& entries, const std::string& name, Entry entry) MCPSTDIO_REQUIRES(mutex_) {
+    void keep(Reader& reader, const std::string& name, Entry entry) MCPSTDIO_REQUIRES(mutex_) {
         if (memory_ + entry.memory > mostMemory_) {
             forgetUnread(entry.lastRead);
         }
         if (memory_ + entry.memory <= mostMemory_) {
             memory_ += entry.memory;
-            entries.insert_or_assign(name, std::move(entry));
+            reader.entries_.insert_or_assign(name, std::move(entry));
+            ++reader.known_;
+        }
+    }
+
+    void forgetOthers(const Reader& reader) {
+        const MCPStdio::MutexLock lock{mutex_};
+        if (reader.entries_.size() > reader.known_) { // otherwise there is nothing to look for
+            forgetUnreadSince(reader.begun_, reader.entries_);
         }
     }
 
@@ -159,13 +176,17 @@ private:
         }
         lastCleaning_ = now;
         for (auto& [path, entries] : folders_) {
-            for (auto entry = entries.begin(); entry != entries.end();) {
-                const auto next = std::next(entry);
-                if (entry->second.lastRead + patience < now) {
-                    forget(entries, entry);
-                }
-                entry = next;
+            forgetUnreadSince(now - patience, entries);
+        }
+    }
+
+    void forgetUnreadSince(Time time, Entries& entries) MCPSTDIO_REQUIRES(mutex_) {
+        for (auto entry = entries.begin(); entry != entries.end();) {
+            const auto next = std::next(entry);
+            if (entry->second.lastRead < time) {
+                forget(entries, entry);
             }
+            entry = next;
         }
     }
 

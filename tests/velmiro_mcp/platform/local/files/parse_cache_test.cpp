@@ -195,6 +195,27 @@ TEST_F(ParseCacheTest, DropsWhatNobodyUsesAnyLonger) {
     EXPECT_LE(cache_.memory(), 10'000U);
 }
 
+TEST_F(ParseCacheTest, DropsDeletedFilesOnceAFolderWasReadWhole) {
+    write("a", "one");
+    write("b", "two");
+    read("a");
+    const std::size_t memoryOfOne = cache_.memory();
+    read("b");
+    fs::remove(path("b"));
+    const OpenFolder folder{folder_.path()};
+    {
+        Cache::Reader reader{cache_, folder};
+        read(reader, "a");
+        EXPECT_GT(cache_.memory(), memoryOfOne); // it may be about to read more
+        reader.forgetOthers();
+    }
+    EXPECT_EQ(cache_.memory(), memoryOfOne);
+    Cache::Reader again{cache_, folder};
+    read(again, "a");
+    again.forgetOthers();
+    EXPECT_EQ(parsed_, 2) << "a file that is still there was dropped too";
+}
+
 TEST_F(ParseCacheTest, FindsFilesInWhateverOrderAReaderAsksForThem) {
     const std::vector<std::string> names{"a", "b", "c", "d"};
     for (const std::string& name : names) {

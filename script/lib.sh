@@ -28,7 +28,7 @@ packages_for() {
     local package="$build binutils dpkg-dev gzip python3"
     local npm='nodejs npm ca-certificates'
     local unit="$build libgtest-dev libgmock-dev python3 python3-dateutil"
-    local process="$unit strace bsdutils patch"
+    local process="$unit strace bsdutils patch valgrind"
     local end_to_end="$process $npm khal todoman khard mutt notmuch"
     # What the pages of docs/linux/ are about, and the servers on the network that they speak of.
     end_to_end+=' vdirsyncer isync radicale'

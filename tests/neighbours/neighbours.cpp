@@ -11,7 +11,7 @@
 #include "support/TemporaryFolder.hpp"
 #include "tests/neighbours/Item.hpp"
 #include "tests/neighbours/Servers.hpp"
-#include "tests/support/ScriptedHost.hpp"
+#include "tests/support/SteadyHost.hpp"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -25,9 +25,7 @@ namespace {
 using namespace velmiro::neighbours;
 using velmiro::support::ChildProcess;
 using velmiro::support::TemporaryFolder;
-using velmiro::test::answerWith;
-using velmiro::test::readQuestion;
-using velmiro::test::ScriptedHost;
+using velmiro::test::SteadyHost;
 namespace fs = std::filesystem;
 
 struct Options {
@@ -108,10 +106,7 @@ bool run(const Options& options) {
     fill(home);
     const bool swaps = options.withoutExchange.empty() && canExchange(home.shared());
     const std::string socket = sockets / "approval.sock";
-    const ScriptedHost host{socket, [](int connection) {
-                                readQuestion(connection);
-                                answerWith(connection, "{\"allow\":true}\n");
-                            }};
+    const SteadyHost host{socket, [](const std::string& /*question*/) { return true; }};
     const auto server = serverIn(home, options, socket);
     Server one{server, "A"};
     Server other{server, "B"};

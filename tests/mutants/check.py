@@ -9,7 +9,8 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 import operators  # noqa: E402
-import run  # noqa: E402
+from judging import Verdict, cage, judge  # noqa: E402
+from listed import HERE, Refused, read_explained, read_files, stale  # noqa: E402
 
 
 def changes(source: str) -> list[str]:
@@ -78,46 +79,46 @@ class Operators(unittest.TestCase):
 
 
 class Judging(unittest.TestCase):
-    def verdict(self, script: str, longest: float = 60) -> run.Verdict:
+    def verdict(self, script: str, longest: float = 60) -> Verdict:
         with tempfile.TemporaryDirectory() as folder:
-            return run.judge(["sh", "-c", script], longest, Path(folder))
+            return judge(["sh", "-c", script], longest, Path(folder))
 
     def test_verdicts(self):
-        self.assertEqual(self.verdict("true"), run.Verdict("lives"))
-        self.assertEqual(self.verdict("echo '[  FAILED  ] A.B, where C'; exit 1"),
-                         run.Verdict("killed", "A.B"))
-        self.assertEqual(self.verdict("kill -SEGV $$"), run.Verdict("killed", "exit status 139"))
-        self.assertEqual(self.verdict("sleep 60", 0.2), run.Verdict("killed", "a hang"))
+        self.assertEqual(self.verdict("true"), Verdict("lives"))
+        self.assertEqual(self.verdict("echo '[ RUN      ] A.B'; echo '[ RUN      ] C/D.E/1'; exit 1"),
+                         Verdict("killed", "C/D.E/1"))
+        self.assertEqual(self.verdict("kill -SEGV $$"), Verdict("killed", "exit status 139"))
+        self.assertEqual(self.verdict("sleep 60", 0.2), Verdict("killed", "a hang"))
 
     def test_a_mutant_reaches_no_process_but_its_own(self):
         try:
-            run.cage()
-        except run.Refused:
-            return  # then nothing is run at all
+            cage()
+        except Refused:
+            return  # then no mutant is run
         self.assertEqual(self.verdict("kill -KILL -1; exit 3"),
-                         run.Verdict("killed", "exit status 3"))
+                         Verdict("killed", "exit status 3"))
 
 
 class Explanations(unittest.TestCase):
     entry = "MCPStdio/json/JSONReader.cpp JSONReader::read\n- if (end != text_.size()) {\n"
 
     def test_all_entries_fit(self):
-        files = run.read_files()
+        files = read_files()
         self.assertGreater(sum(len(file.mutants) for file in files), 1000)
-        explained = run.read_explained((run.HERE / "explained.txt").read_text(encoding="utf-8"))
-        self.assertEqual(run.stale(explained, files), [])
+        explained = read_explained((HERE / "explained.txt").read_text(encoding="utf-8"))
+        self.assertEqual(stale(explained, files), [])
 
     def test_an_entry_that_fits_no_mutant_is_found(self):
-        files = run.read_files()
+        files = read_files()
         for after, is_stale in ("if (end == text_.size()) {", False), ("if (end) {", True):
-            explained = run.read_explained(f"# comment\n{self.entry}+ {after}\nwhy\n")
-            self.assertEqual(len(run.stale(explained, files)), int(is_stale))
+            explained = read_explained(f"# comment\n{self.entry}+ {after}\nwhy\n")
+            self.assertEqual(len(stale(explained, files)), int(is_stale))
 
     def test_an_entry_without_a_reason_is_refused(self):
         for text in (self.entry + "+ a\n", self.entry + "why\n", "a b\nwhy\n",
                      f"{self.entry}+ a\nwhy\n\n{self.entry}+ a\nwhy\n"):
-            with self.assertRaises(run.Refused):
-                run.read_explained(text)
+            with self.assertRaises(Refused):
+                read_explained(text)
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 """Compiles a mutant, and runs tests that may do anything with it."""
 
+import ctypes
 import functools
 import hashlib
 import json
@@ -7,7 +8,9 @@ import os
 import re
 import resource
 import shlex
+import signal
 import subprocess
+import tempfile
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -38,22 +41,23 @@ def cage() -> list[str]:
 
 
 def limits() -> None:
+    """Ends the process with this one, and keeps it from taking the machine's memory or disk."""
+    ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_DATA, (4 * GIB, 4 * GIB))
     resource.setrlimit(resource.RLIMIT_FSIZE, (GIB, GIB))
 
 
-def judge(command: list[str], longest: float, folder: Path) -> Verdict:
+def judge(command: list[str], longest: float) -> Verdict:
     """Runs a test program of GoogleTest's and returns whether it killed the mutant."""
-    home = folder / "home"
-    subprocess.run(["rm", "-rf", str(home)], check=True)
-    home.mkdir(parents=True)
-    environment = {**os.environ, "GTEST_FAIL_FAST": "1", "GTEST_COLOR": "no", "TMPDIR": str(home)}
     # The namespace's first process ignores signals that it has not asked for, so it is a shell.
-    with open(folder / "output", "w+b") as output:
-        process = subprocess.Popen([*cage(), "sh", "-c", '"$@"; exit $?', "sh", *command],
-                                   stdin=subprocess.DEVNULL, stdout=output, stderr=output, cwd=ROOT,
-                                   env=environment, preexec_fn=limits, start_new_session=True)
+    caged = [*cage(), "sh", "-c", '"$@"; exit $?', "sh", *command]
+    with (tempfile.TemporaryDirectory(prefix="mutants-", ignore_cleanup_errors=True) as folder,
+          tempfile.TemporaryFile() as output):
+        environment = {**os.environ, "GTEST_FAIL_FAST": "1", "GTEST_COLOR": "no", "TMPDIR": folder}
+        process = subprocess.Popen(caged, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                                   cwd=ROOT, env=environment, preexec_fn=limits,
+                                   start_new_session=True)
         try:
             end = f"exit status {process.wait(longest)}"
         except subprocess.TimeoutExpired:

@@ -77,6 +77,10 @@ class Results:
         verdict = Verdict(kind, by)
         return verdict if kind and self.basis(file, verdict) == basis else None
 
+    def lived(self, file: File, text: str) -> bool:
+        """Returns whether the mutant lived when it was judged last, perhaps under other tests."""
+        return self.known.get(sha(file.path, text), [""])[0] in ("lives", "alive")
+
     def keep(self, file: File, text: str, verdict: Verdict) -> None:
         self.known[sha(file.path, text)] = [verdict.kind, verdict.by, self.basis(file, verdict)]
 
@@ -128,6 +132,8 @@ class Run:
                 self.display.line(f"{file.path:<56} {summary(made)}")
 
     def mutants_of(self, file: File, mutants: list[operators.Mutant]) -> None:
+        # First those that lived: somebody may have written a test for them.
+        mutants = sorted(mutants, key=lambda m: not self.results.lived(file, m.text(file.source)))
         verdicts = {m: self.results.find(file, m.text(file.source)) for m in mutants}
         if None in verdicts.values() and self.has_time():
             self.judge_by_own_tests(file, verdicts)
@@ -157,7 +163,7 @@ class Run:
             else:
                 objects.add(made)
                 self.compiler.link()
-                verdict = judge(own, longest, BUILD)
+                verdict = judge(own, longest)
             self.decide(file, mutant, verdict, verdicts)
 
     def judge_by_all_tests(self, file: File, mutants: list[operators.Mutant], verdicts: dict) -> None:
@@ -171,7 +177,7 @@ class Run:
             self.display.status(f"{file.path}: {number} of {len(mutants)} under all tests")
             self.compiler.compile(file, mutant.text(file.source))
             self.compiler.link()
-            verdict = judge(others, longest, BUILD)
+            verdict = judge(others, longest)
             if verdict.kind == "lives":
                 verdict = Verdict("alive")
             self.decide(file, mutant, verdict, verdicts)
@@ -191,7 +197,7 @@ class Run:
     def longest(file: File, command: list[str]) -> float:
         """Returns how many seconds a run may take, by one with the file as it is."""
         began = time.monotonic()
-        verdict = judge(command, 1800, BUILD)
+        verdict = judge(command, 1800)
         if verdict.kind != "lives":
             raise Refused(f"the tests of {file.path} fail without any change: {verdict.by}")
         return max(SHORTEST, 10 * (time.monotonic() - began))

@@ -49,6 +49,8 @@ TEST(JSONReader, WholeNumbersReadAsNumbersAndAreWrittenWithoutFraction) {
 
 TEST(JSONReader, TrueIsNoNumberAndZeroIsNoBool) {
     EXPECT_EQ(JSONValue::parse("true").boolValue(), true);
+    EXPECT_EQ(JSONValue::parse("false").boolValue(), false);
+    EXPECT_TRUE(JSONValue::parse("null").isNull());
     EXPECT_EQ(JSONValue::parse("true").doubleValue(), std::nullopt);
     EXPECT_EQ(JSONValue::parse("0").boolValue(), std::nullopt);
 }
@@ -279,6 +281,43 @@ TEST(JSONReader, TheFirstErrorInTheTextIsReported) {
               "not JSON at byte 17: ill-formed UTF-8 in a string");
     EXPECT_EQ(error("[\"é\", x, \"\xFF\"]"), "not JSON at byte 7: expected a value");
     EXPECT_EQ(error("[1, 2, \xC3\xA9]"), "not JSON at byte 7: expected a value");
+}
+
+TEST(JSONReader, WhatSurroundsATextInMemoryIsNotRead) {
+    const auto outcome = [](std::string_view text) {
+        const std::string why = error(text);
+        return why == "none" ? rewritten(text) : why;
+    };
+    for (const char around : {' ', '0', '1', 'e', '.', '"', '\\', ']', '}', ',', '\xA9'}) {
+        const std::string frame(100, around);
+        for (const std::string text : {"1",
+                                       "12345678",
+                                       "-0.5e-3",
+                                       "1e400",
+                                       "123456789012345678901234567890",
+                                       "true",
+                                       "\"a\"",
+                                       "\"a\\u00e9\"",
+                                       "[1,         2]",
+                                       "[ ]",
+                                       "{ \"a\" : 1 }  ",
+                                       "1 ",
+                                       "",
+                                       "[",
+                                       "\"a",
+                                       "\"a\\",
+                                       "\"\\u00",
+                                       "1e",
+                                       "1.",
+                                       "-",
+                                       "tru",
+                                       "\"\xC3"}) {
+            const std::string framed = frame + text + frame;
+            EXPECT_EQ(outcome(std::string_view{framed}.substr(frame.size(), text.size())),
+                      outcome(text))
+                << text << " between " << around;
+        }
+    }
 }
 
 TEST(JSONReader, EveryProperPrefixOfATextIsAnError) {

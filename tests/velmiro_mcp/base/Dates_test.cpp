@@ -46,8 +46,43 @@ TEST(ParseDate, KeepsMilliseconds) {
 TEST(ParseDate, AcceptsFieldsOfOneDigitButOnlyYearsOfFour) {
     EXPECT_EQ(read(berlin, "2026-1-5"), "2026-01-05T00:00:00+01:00");
     EXPECT_EQ(read(berlin, "2026-1-5T9:05"), "2026-01-05T09:05:00+01:00");
+    EXPECT_EQ(read(berlin, "2026-1-5T9:5"), "2026-01-05T09:05:00+01:00");
+    EXPECT_EQ(read(berlin, "2026-1-5 9:5"), "2026-01-05T09:05:00+01:00");
+    EXPECT_EQ(read(berlin, "2026-1-5T9:5:7"), "2026-01-05T09:05:07+01:00");
+    EXPECT_EQ(read(berlin, "2026-1-5T9:5:7Z"), "2026-01-05T10:05:07+01:00");
+    EXPECT_EQ(read(berlin, "2026-1-5T9:5:7.5Z"), "2026-01-05T10:05:07+01:00");
     EXPECT_EQ(read(berlin, "26-10-14"), "no date");
+    EXPECT_EQ(read(berlin, "226-10-14"), "no date");
     EXPECT_EQ(read(berlin, "02026-10-14"), "no date");
+}
+
+TEST(ParseDate, RefusesAFieldWithoutDigitsOrWithMoreThanItHas) {
+    for (const char* text :
+         {"-10-14", "2026--14", "2026-10-", "2026-10-14T:00", "2026-10-14T15:", "2026-10-14T15:00:",
+          "2026-10-14T:00:00Z", "2026-10-14T15::00Z", "2026-10-14T15:00:Z", "2026-010-14",
+          "2026-10-014", "2026-10-14T015:00", "2026-10-14T15:000", "2026-10-14T15:00:000",
+          "2026-10-14T015:00:00Z", "2026-10-14T15:000:00Z", "2026-10-14T15:00:000Z"}) {
+        EXPECT_EQ(read(berlin, text), "no date") << text;
+    }
+}
+
+TEST(ParseDate, ReadsEachFieldUpToItsLastValue) {
+    EXPECT_EQ(read("UTC", "2026-12-31T23:59:59Z"), "2026-12-31T23:59:59Z");
+    EXPECT_EQ(read("UTC", "2026-12-31T23:59:59"), "2026-12-31T23:59:59Z");
+    EXPECT_EQ(read("UTC", "2026-01-01T00:00:00Z"), "2026-01-01T00:00:00Z");
+    EXPECT_EQ(read("UTC", "0000-01-01"), "0000-01-01T00:00:00Z");
+    EXPECT_EQ(read("UTC", "9999-12-31"), "9999-12-31T00:00:00Z");
+}
+
+TEST(ParseDate, ReadsOffsetsOfTwoDigitsEachUpToADay) {
+    EXPECT_EQ(read("UTC", "2026-10-14T23:59:00+23:59"), "2026-10-14T00:00:00Z");
+    EXPECT_EQ(read("UTC", "2026-10-14T00:00:00-23:59"), "2026-10-14T23:59:00Z");
+    EXPECT_EQ(read("UTC", "2026-10-14T15:00:00-00:00"), "2026-10-14T15:00:00Z");
+    for (const char* offset : {"+24:00", "+02:60", "+2:00", "+02:0", "+002:00", "+02:000", "+:00",
+                               "+02:", "+02", "+", "", "+-2:00", "Z+02:00", "ZZ"}) {
+        EXPECT_EQ(read("UTC", ("2026-10-14T15:00:00.0" + std::string{offset}).c_str()), "no date")
+            << offset;
+    }
 }
 
 TEST(ParseDate, RefusesAnythingElse) {
@@ -103,6 +138,10 @@ TEST(ParseDate, ABareDayMeansItsFirstInstantEvenWithoutAMidnight) {
     EXPECT_EQ(read(cairo, "2026-04-24"), "2026-04-24T01:00:00+03:00");
     EXPECT_EQ(read(cairo, "2026-04-23"), "2026-04-23T00:00:00+02:00");
     EXPECT_EQ(read(cairo, "2026-04-25"), "2026-04-25T00:00:00+03:00");
+    // Toronto's clock went from 23:30 to 00:30 then: the midnight was skipped, but not all of the hour.
+    EXPECT_EQ(read("America/Toronto", "1919-03-31"), "1919-03-31T00:30:00-04:00");
+    EXPECT_EQ(read("America/Toronto", "1919-03-30"), "1919-03-30T00:00:00-05:00");
+    EXPECT_EQ(read("America/Toronto", "1919-04-01"), "1919-04-01T00:00:00-04:00");
     // Apia skipped the whole of 30 December 2011.
     EXPECT_EQ(read(apia, "2011-12-30"), "2011-12-31T00:00:00+14:00");
     EXPECT_EQ(read(apia, "2011-12-29"), "2011-12-29T00:00:00-10:00");

@@ -4,12 +4,15 @@
 
 #include "MCPStdio/MCPTool.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "support/Eventually.hpp"
 #include "support/ScopedVariable.hpp"
 #include "tests/support/FakeEventDatabase.hpp"
 #include "velmiro_mcp/base/Dates.hpp"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <iterator>
 #include <thread>
 
 using namespace velmiro;
@@ -243,6 +246,31 @@ TEST_F(EventStoreReminders, AnAnswerAndTheDeadlineMayComeInTheSameMoment) {
     for (std::thread& thread : answering) {
         thread.join();
     }
+}
+
+TEST_F(EventStoreReminders, AFetchThatWasAnsweredKeepsNoThread) {
+    const std::filesystem::path tasks{"/proc/self/task"};
+    if (!exists(tasks)) {
+        GTEST_SKIP() << "this system does not list a process's threads";
+    }
+    const auto threads = [&] {
+        return std::distance(std::filesystem::directory_iterator{tasks}, {});
+    };
+    const auto before = threads();
+    for (int round = 0; round < 10; ++round) {
+        std::thread answering;
+        database->fetch = [&](RemindersFound found) {
+            answering = std::thread{[found = std::move(found)] {
+                std::this_thread::sleep_for(std::chrono::milliseconds{20});
+                found(std::vector<Reminder>{});
+            }};
+        };
+        list();
+        answering.join();
+    }
+    // An idle thread ends after a second, one that waited for the deadline only after thirty.
+    EXPECT_TRUE(velmiro::support::eventually([&] { return threads() <= before; },
+                                             std::chrono::seconds{15}));
 }
 
 TEST_F(EventStoreReminders, CreatingPassesEverythingOn) {

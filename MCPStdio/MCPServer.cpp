@@ -1,6 +1,7 @@
 #include "MCPStdio/MCPServer.hpp"
 
 #include "MCPStdio/concurrency/DispatchQueue.hpp"
+#include "MCPStdio/concurrency/Patience.hpp"
 #include "MCPStdio/concurrency/TaskGroup.hpp"
 #include "MCPStdio/json/JSONReader.hpp"
 #include "MCPStdio/json/JSONWriter.hpp"
@@ -77,32 +78,57 @@ TextBuffer callSuccess(const JSONValue& id, MCPToolResult result) {
     return text;
 }
 
-TextBuffer failure(const JSONValue& id, const RPCError& error) {
-    TextBuffer text;
-    text.append("{\"error\":{\"code\":");
-    text.append(std::to_string(error.code));
-    text.append(",\"message\":");
-    appendJSONString(text, error.message);
-    text.append("},\"id\":");
-    compactEncoder().append(text, id);
-    text.append(",\"jsonrpc\":\"2.0\"}");
-    return text;
+TextBuffer failure(const JSONValue& id, std::int64_t code, std::string_view message) {
+    return patiently([&] {
+        TextBuffer text;
+        text.append("{\"error\":{\"code\":");
+        text.append(std::to_string(code));
+        text.append(",\"message\":");
+        appendJSONString(text, message);
+        text.append("},\"id\":");
+        compactEncoder().append(text, id);
+        text.append(",\"jsonrpc\":\"2.0\"}");
+        static_cast<void>(text.room(1)); // for the end of the line
+        return text;
+    });
 }
 
-/// Sends a reply or, if there is not enough memory to send it, a short error instead.
-template <typename Send>
-void sendOrReportShortage(const Send& send, const JSONValue& id, TextBuffer reply) {
+constexpr std::string_view outOfMemory = "out of memory";
+
+/// Returns the reply to a call for which there was not enough memory.
+TextBuffer shortage(const JSONValue& id, std::string_view message) {
+    return patiently([&] {
+        TextBuffer text = callSuccess(id, MCPToolResult::error(std::string{message}));
+        static_cast<void>(text.room(1)); // for the end of the line
+        return text;
+    });
+}
+
+/// Does so for a call that was begun, and whose work may even be done.
+TextBuffer shortageDuring(const JSONValue& id, const MCPTool& tool) {
+    return shortage(id, tool.readOnly
+                            ? outOfMemory
+                            : "out of memory. Whether anything was changed cannot be told: look "
+                              "before trying again");
+}
+
+/// Sends a reply, or if there is not enough memory to send it, the one that `report` returns.
+template <typename Send, typename Report>
+void sendOrReportShortage(const Send& send, TextBuffer reply, const Report& report) {
     try {
         send(std::move(reply));
     } catch (const std::bad_alloc&) {
         reply = TextBuffer{};
-        send(failure(id, {internalErrorCode, "out of memory"}));
+        send(report());
     }
 }
 
-/// Returns the description of the exception being handled.
+/// Returns the description of the exception being handled. Throws std::bad_alloc if it is that, or
+/// if the description does not fit into memory.
 std::string currentDescription() {
     try {
+        throw;
+    } catch (const std::bad_alloc&) {
         throw;
     } catch (const MCPToolError& error) {
         return repairUTF8(error.message); // not what(): the message may contain a NUL
@@ -110,6 +136,27 @@ std::string currentDescription() {
         return repairUTF8(error.what());
     } catch (...) {
         return "unknown error";
+    }
+}
+
+/// Returns the result of a call that threw the exception being handled; none if there was not
+/// enough memory.
+std::optional<MCPToolResult> failedResult() {
+    try {
+        return MCPToolResult::error(currentDescription());
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
+}
+
+/// Returns the reply to a call that ended with this result; an error if it cannot be written.
+TextBuffer writtenResult(const JSONValue& id, const MCPTool& tool, MCPToolResult result) {
+    try {
+        return callSuccess(id, std::move(result));
+    } catch (const std::bad_alloc&) {
+        return shortageDuring(id, tool);
+    } catch (const std::exception& error) {
+        return failure(id, internalErrorCode, error.what());
     }
 }
 
@@ -165,16 +212,20 @@ Task<void> MCPServer::run(int input, int output) {
                         absence.end(); // the next request may follow the reply immediately
                         sink.send(std::move(reply));
                     };
-                    auto performed = perform(*std::move(call), CallThread::current, sendBack);
-                    co_await standby.runMeanwhile(absence, requests, std::move(performed));
+                    auto performed = begin(*std::move(call), CallThread::current, sendBack);
+                    if (performed) {
+                        co_await standby.runMeanwhile(absence, requests, *std::move(performed));
+                    }
                 } else if (call) {
-                    requests.add(perform(*std::move(call), CallThread::worker, send));
+                    if (auto performed = begin(*std::move(call), CallThread::worker, send)) {
+                        requests.add(*std::move(performed));
+                    }
                 }
             } else {
                 requests.add(serve(std::move(message), send));
             }
         } catch (const std::bad_alloc&) { // the task itself did not fit
-            send(failure(nullptr, {parseErrorCode, "parse error"}));
+            send(failure(noID, parseErrorCode, "parse error"));
         }
         backlog_.holdBack();
     }
@@ -198,8 +249,9 @@ Task<void> MCPServer::serve(std::optional<JSONValue> message, Send send) {
     auto turn = co_await actor_.enter();
     entry.release();
     if (auto call = answer(std::move(turn), std::move(message), send)) {
-        auto performed = perform(*std::move(call), CallThread::worker, send);
-        co_await std::move(performed);
+        if (auto performed = begin(*std::move(call), CallThread::worker, send)) {
+            co_await *std::move(performed);
+        }
     }
 }
 
@@ -210,16 +262,32 @@ std::optional<MCPServer::Call> MCPServer::answer(Actor::Turn turn, std::optional
     auto outcome = dispatch(std::move(message));
     turn.release(); // sending may have to wait for the reader
     if (auto* const reply = std::get_if<TextBuffer>(&outcome)) {
-        sendOrReportShortage(send, nullptr, std::move(*reply));
+        sendOrReportShortage(send, std::move(*reply),
+                             [] { return failure(noID, internalErrorCode, outOfMemory); });
     } else if (auto* const call = std::get_if<Call>(&outcome)) {
         return std::move(*call);
     }
     return std::nullopt;
 }
 
+/// Returns the task that makes a call; none if it did not fit into memory, which is reported.
+template <typename Send>
+std::optional<Task<void>> MCPServer::begin(Call call, CallThread thread, const Send& send) {
+    std::optional<JSONValue> id;
+    try {
+        id = call.id; // whatever happens, the client learns it
+        return perform(std::move(call), thread, send);
+    } catch (const std::bad_alloc&) {
+        if (id || call.id) {
+            send(shortage(id ? *id : *call.id, outOfMemory));
+        }
+        return std::nullopt;
+    }
+}
+
 MCPServer::Outcome MCPServer::dispatch(std::optional<JSONValue> message) const {
     if (!message) {
-        return failure(nullptr, {parseErrorCode, "parse error"});
+        return failure(noID, parseErrorCode, "parse error");
     }
     const JSONValue* const methodName = (*message)["method"];
     const auto method = methodName == nullptr ? std::nullopt : methodName->stringValue();
@@ -235,15 +303,17 @@ MCPServer::Outcome MCPServer::dispatch(std::optional<JSONValue> message) const {
             const MCPTool& tool = calledTool(params);
             auto arguments = params.take("arguments").value_or(JSONValue::object());
             arguments.leaveTree(); // the call may take long
-            return Call{std::move(requestId), &tool.handler, std::move(arguments)};
+            return Call{std::move(requestId), &tool, std::move(arguments)};
         }
         text = reply(id, *method, params);
     } catch (const RPCError& error) {
-        text = failure(id, error);
+        text = failure(id, error.code, error.message);
     } catch (const JSONError&) {
         text.clear(); // the reply has no JSON form: send an empty line
-    } catch (...) {
-        text = failure(id, {internalErrorCode, currentDescription()});
+    } catch (const std::bad_alloc&) {
+        text = failure(id, internalErrorCode, outOfMemory);
+    } catch (const std::exception& error) {
+        text = failure(id, internalErrorCode, error.what());
     }
     if (!requestId) {
         return NoReply{};
@@ -260,26 +330,23 @@ Task<void> MCPServer::perform(Call call, CallThread thread, Send send) {
         co_await DispatchQueue::global().hop();
         entry.release();
     }
-    MCPToolResult result;
+    std::optional<MCPToolResult> result;
     try {
-        auto calling = (*call.handler)(std::move(call.arguments));
+        auto calling = call.tool->handler(std::move(call.arguments));
         auto returned = co_await std::move(calling);
         result = std::move(returned);
     } catch (...) { // the call failed, not the protocol
-        result = MCPToolResult::error(currentDescription());
+        result = failedResult();
     }
     if (!call.id) {
         co_return;
     }
     auto turn = co_await actor_.enter();
-    TextBuffer text;
-    try {
-        text = callSuccess(*call.id, std::move(result));
-    } catch (...) {
-        text = failure(*call.id, {internalErrorCode, currentDescription()});
-    }
+    TextBuffer text = result ? writtenResult(*call.id, *call.tool, *std::move(result))
+                             : shortageDuring(*call.id, *call.tool);
     turn.release(); // sending may have to wait for the reader
-    sendOrReportShortage(send, *call.id, std::move(text));
+    sendOrReportShortage(send, std::move(text),
+                         [&] { return shortageDuring(*call.id, *call.tool); });
 }
 
 /// Answers every method except `tools/call`. Throws RPCError, and JSONError if the answer has no

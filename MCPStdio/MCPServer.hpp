@@ -63,7 +63,7 @@ private:
     /// A tool call that is still to be made, and the id of the request, if it has one.
     struct Call {
         std::optional<JSONValue> id;
-        const ToolHandler* handler;
+        const MCPTool* tool;
         JSONValue arguments;
     };
     /// Where a handler starts.
@@ -78,6 +78,8 @@ private:
     std::optional<Call> answer(Actor::Turn turn, std::optional<JSONValue> message,
                                const Send& send);
     [[nodiscard]] Outcome dispatch(std::optional<JSONValue> message) const;
+    template <typename Send>
+    std::optional<Task<void>> begin(Call call, CallThread thread, const Send& send);
     template <typename Send>
     Task<void> perform(Call call, CallThread thread, Send send);
 

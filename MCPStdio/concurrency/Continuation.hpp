@@ -35,7 +35,17 @@ protected:
     ContinuationState() = default;
     ~ContinuationState() = default;
 
+    /// Returns the result or throws the error.
+    Result take() {
+        if (error_) {
+            std::rethrow_exception(std::move(error_));
+        }
+        return *std::move(result_);
+    }
+
     std::coroutine_handle<> waiting_;
+
+private:
     std::optional<Result> result_;
     std::exception_ptr error_;
 };
@@ -88,12 +98,7 @@ auto withContinuation(Body body) {
             Body body{std::move(body_)};
             body(Continuation<Result>{*this});
         }
-        Result await_resume() {
-            if (this->error_) {
-                std::rethrow_exception(std::move(this->error_));
-            }
-            return *std::move(this->result_);
-        }
+        Result await_resume() { return this->take(); }
 
     private:
         Body body_;
@@ -102,30 +107,48 @@ auto withContinuation(Body body) {
 }
 
 /// Runs a function that may block on a thread of its own, and evaluates to its result or throws its
-/// exception: `co_await blocking([&] { return read(...); })`.
+/// exception: `co_await blocking([&] { return read(...); })`. Needs no memory, so once the awaiting
+/// coroutine runs, the function will, too.
 template <typename Function>
 auto blocking(Function function) {
     using Result = std::invoke_result_t<Function&>;
-    return withContinuation<Result>(
-        [function = std::move(function)](Continuation<Result> waiting) mutable {
-            DispatchQueue::global().asyncBlocking(
-                [function = std::move(function), waiting = std::move(waiting)]() mutable {
-                    std::optional<Result> result;
-                    std::exception_ptr error;
-                    try {
-                        result = function();
-                    } catch (...) {
-                        error = std::current_exception();
-                    }
-                    // Outside the handler: this thread must not hold the exception, and perhaps
-                    // destroy it, while another reads it.
-                    if (error) {
-                        waiting.fail(std::move(error));
-                    } else {
-                        waiting.resume(*std::move(result));
-                    }
-                });
-        });
+    class Awaiter final : public detail::ContinuationState<Result> {
+    public:
+        explicit Awaiter(Function work) : work_{std::move(work)} {}
+        [[nodiscard]] bool await_ready() const noexcept { return false; }
+        [[gnu::noinline]] void await_suspend(std::coroutine_handle<> waiting) noexcept {
+            this->waiting_ = waiting;
+            DispatchQueue::global().asyncBlocking(static_cast<Job&>(job_));
+        }
+        Result await_resume() { return this->take(); }
+
+    private:
+        class Blocking final : public Job {
+        public:
+            explicit Blocking(Awaiter& awaiter) : awaiter_{awaiter} {}
+            void run() noexcept override { awaiter_.perform(); }
+
+        private:
+            Awaiter& awaiter_;
+        };
+
+        void perform() noexcept {
+            std::optional<Result> result;
+            std::exception_ptr error;
+            try {
+                result = work_();
+            } catch (...) {
+                error = std::current_exception();
+            }
+            // Outside the handler: this thread must not hold the exception, and perhaps destroy
+            // it, while another reads it.
+            this->finish(std::move(result), std::move(error));
+        }
+
+        Function work_;
+        Blocking job_{*this};
+    };
+    return Awaiter{std::move(function)};
 }
 
 } // namespace MCPStdio

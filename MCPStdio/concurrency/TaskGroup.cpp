@@ -1,8 +1,17 @@
 #include "MCPStdio/concurrency/TaskGroup.hpp"
 
+#include "MCPStdio/concurrency/Patience.hpp"
+
+#include <utility>
+
 namespace MCPStdio {
 
-detail::Detached TaskGroup::runChild(Task<void> child) {
+void TaskGroup::add(Task<void> child) noexcept {
+    patiently([&] { runChild(child); }); // if its frame does not fit, it has not begun
+}
+
+/// Takes the child over before its first suspension, while the reference is valid.
+detail::Detached TaskGroup::runChild(Task<void>& child) {
     running_.fetch_add(1, std::memory_order_relaxed);
     {
         // Its frame must be destroyed before the group may be.

@@ -18,8 +18,9 @@ public:
     TaskGroup(const TaskGroup&) = delete;
     TaskGroup& operator=(const TaskGroup&) = delete;
 
-    /// Starts a child, which runs on this thread up to its first suspension.
-    void add(Task<void> child) { runChild(std::move(child)); }
+    /// Starts a child, which runs on this thread up to its first suspension. Waits if there is no
+    /// memory to start it.
+    void add(Task<void> child) noexcept;
 
     /// `co_await group.finish()` resumes when every child has ended, on the thread of the last one.
     auto finish() noexcept {
@@ -37,7 +38,7 @@ public:
     }
 
 private:
-    detail::Detached runChild(Task<void> child);
+    detail::Detached runChild(Task<void>& child);
 
     /// Returns true for the last one to leave.
     bool leave() noexcept;

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <new>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
@@ -84,11 +85,28 @@ void LineSink::send(TextBuffer line) {
         if (written == line.size()) {
             return;
         }
+    }
+    enqueue(std::move(line), written);
+}
+
+/// Leaves the rest of a line to the thread that writes the queue. If there is no memory for the
+/// queue, waits until it is empty and writes the rest here: a line must not remain incomplete.
+void LineSink::enqueue(TextBuffer line, std::size_t written) {
+    try {
+        queue_.emplace_back();
+    } catch (const std::bad_alloc&) {
+        while (draining_) {
+            drained_.wait(mutex_);
+        }
+        writeAll(line.view().substr(written));
+        return;
+    }
+    queue_.back() = {std::move(line), written};
+    if (!draining_) {
         draining_ = true;
         taken_ = 0;
-        DispatchQueue::global().asyncBlocking([this] { drain(); });
+        DispatchQueue::global().asyncBlocking(static_cast<Job&>(drainingJob_));
     }
-    queue_.push_back({std::move(line), written});
 }
 
 void LineSink::finish() {
@@ -145,6 +163,12 @@ std::size_t LineSink::writeBlocking(std::string_view text) const {
     return bytesOf(written);
 }
 
+void LineSink::writeAll(std::string_view text) const {
+    while (!text.empty()) {
+        text.remove_prefix(writeBlocking(text));
+    }
+}
+
 /// Writes the queue on a thread of its own. While it runs, no other thread writes.
 void LineSink::drain() {
     while (true) {
@@ -159,9 +183,7 @@ void LineSink::drain() {
             next = std::move(queue_.front());
             queue_.pop_front();
         }
-        for (auto rest = next.line.view().substr(next.written); !rest.empty();) {
-            rest.remove_prefix(writeBlocking(rest));
-        }
+        writeAll(next.line.view().substr(next.written));
         const MutexLock lock{mutex_};
         taken_ += next.line.size();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MCPStdio/concurrency/DispatchQueue.hpp"
 #include "MCPStdio/concurrency/Mutex.hpp"
 #include "MCPStdio/text/TextBuffer.hpp"
 #include "MCPStdio/transport/Descriptor.hpp"
@@ -27,7 +28,8 @@ public:
     ~LineSink() = default;
 
     /// Sends a line and appends the line feed. If the other end is closed, the process ends, as it
-    /// would by default: there is nobody left to serve.
+    /// would by default: there is nobody left to serve. Throws std::bad_alloc if the line feed does
+    /// not fit; then nothing is sent.
     void send(TextBuffer line);
 
     /// Waits until all lines have been written.
@@ -38,16 +40,29 @@ private:
         TextBuffer line;
         std::size_t written;
     };
+    /// Runs `drain`. A member, so that a line which is partly written never lacks the memory to be
+    /// finished.
+    class Draining final : public Job {
+    public:
+        explicit Draining(LineSink& sink) : sink_{sink} {}
+        void run() noexcept override { sink_.drain(); }
 
+    private:
+        LineSink& sink_;
+    };
+
+    void enqueue(TextBuffer line, std::size_t written) MCPSTDIO_REQUIRES(mutex_);
     void followReader() MCPSTDIO_REQUIRES(mutex_);
     std::size_t writeWhileReaderKeepsUp(std::string_view text) const;
     std::size_t writeWithoutBlocking(std::string_view text) const;
     std::size_t writeBlocking(std::string_view text) const;
+    void writeAll(std::string_view text) const;
     void drain();
 
     const Descriptor nonblocking_; ///< our own descriptor for the same pipe; none if it is no pipe
     const int descriptor_;
     const bool isSocket_;
+    Draining drainingJob_{*this};
     Mutex mutex_;
     Condition drained_; ///< the queue is empty, or the reader has taken a line
     std::deque<QueuedLine> queue_ MCPSTDIO_GUARDED_BY(mutex_);

@@ -1,6 +1,7 @@
 #include "MCPStdio/transport/Standby.hpp"
 
 #include "MCPStdio/concurrency/DispatchQueue.hpp"
+#include "MCPStdio/concurrency/Patience.hpp"
 #include "MCPStdio/transport/Descriptor.hpp"
 
 #include <exception>
@@ -158,19 +159,20 @@ void Standby::Absence::end() const noexcept {
 }
 
 /// Begins the absence as a part of the group, whose end the coroutine may then await on another
-/// thread.
-Task<void> Standby::beginAndRun(Absence absence, std::coroutine_handle<> reader, Task<void> task) {
+/// thread. Takes the task over first, while the reference is valid.
+Task<void> Standby::beginAndRun(Absence absence, std::coroutine_handle<> reader, Task<void>& task) {
+    Task<void> owned{std::move(task)};
     if (!absence.begin(reader)) {
         co_await DispatchQueue::global().hop();
     }
-    co_await std::move(task);
+    co_await std::move(owned);
 }
 
 [[gnu::noinline]] bool Standby::Awaiter::await_suspend(std::coroutine_handle<> reader) {
     // This object is gone as soon as somebody takes over.
     const auto state = state_;
     const auto absence = absence_;
-    group_.add(beginAndRun(absence, reader, std::move(task_)));
+    group_.add(patiently([&] { return beginAndRun(absence, reader, task_); }));
     return !state->comeBack(absence.number_) &&
            state->endedEarly.load(std::memory_order_relaxed) != absence.number_;
 }

@@ -81,7 +81,8 @@ private:
         Task<void> task_;
     };
 
-    static Task<void> beginAndRun(Absence absence, std::coroutine_handle<> reader, Task<void> task);
+    static Task<void> beginAndRun(Absence absence, std::coroutine_handle<> reader,
+                                  Task<void>& task);
 
     int input_;
     std::uint64_t absences_ = 0;

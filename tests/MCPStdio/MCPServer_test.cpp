@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <new>
 #include <stdexcept>
 #include <thread>
 
@@ -236,6 +237,25 @@ TEST(MCPServerDispatch, IllFormedUTF8FromAHandlerIsRepaired) {
         answerOf(server, R"({"id":1,"method":"tools/call","params":{"name":"latin"}})"),
         "{\"id\":1,\"jsonrpc\":\"2.0\",\"result\":{\"content\":[{\"text\":\"caf\xEF\xBF\xBD\","
         "\"type\":\"text\"}],\"isError\":false}}");
+}
+
+TEST(MCPServerDispatch, ACallThatLacksMemoryIsAnErrorThatSaysWhatMayHaveChanged) {
+    const auto lackMemory = [](JSONValue) -> Task<MCPToolResult> {
+        throw std::bad_alloc{};
+        co_return MCPToolResult{};
+    };
+    MCPTool writing = tool("write", lackMemory);
+    writing.readOnly = false;
+    MCPServer server{"s", "1", std::nullopt, {tool("read", lackMemory), std::move(writing)}};
+    const auto error = [](const std::string& text) {
+        return R"({"id":1,"jsonrpc":"2.0","result":{"content":[{"text":")" + text +
+               R"(","type":"text"}],"isError":true}})";
+    };
+    EXPECT_EQ(answerOf(server, R"({"id":1,"method":"tools/call","params":{"name":"read"}})"),
+              error("out of memory"));
+    EXPECT_EQ(answerOf(server, R"({"id":1,"method":"tools/call","params":{"name":"write"}})"),
+              error("out of memory. Whether anything was changed cannot be told: look before "
+                    "trying again"));
 }
 
 TEST(MCPServerConcurrency, AHandlerRunsNeitherOnTheCallersThreadNorInsideTheActor) {

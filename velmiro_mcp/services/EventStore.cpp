@@ -93,7 +93,11 @@ class PendingFetch {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    explicit PendingFetch(MCPStdio::Continuation<Found> waiting) : waiting_{std::move(waiting)} {}
+    /// Called once, before anything else.
+    void begin(MCPStdio::Continuation<Found> waiting) {
+        const MCPStdio::MutexLock lock{mutex_};
+        waiting_.emplace(std::move(waiting));
+    }
 
     void answer(Found found) {
         if (auto waiting = take()) {
@@ -206,20 +210,22 @@ Task<std::string> EventStore::createEvent(NewEvent event, std::optional<std::str
 /// Waits for the database's callback. No answer counts as no reminders. The deadline is for a
 /// database that never calls back: it would block the store, and the end of the program, forever.
 Task<std::vector<Reminder>> EventStore::fetchReminders(ReminderQuery query) {
-    // The timeout is captured by value: once the fetch is answered, the store may be gone.
-    const auto fetch = [this, query,
-                        timeout = fetchTimeout_](MCPStdio::Continuation<Found> waiting) {
-        const auto pending = std::make_shared<PendingFetch>(std::move(waiting));
+    // Made here, where it may fail for want of memory. The timeout is captured by value: once the
+    // fetch is answered, the store may be gone.
+    const auto fetch = [this, query, timeout = fetchTimeout_,
+                        pending = std::make_shared<PendingFetch>()](
+                           MCPStdio::Continuation<Found> waiting) {
+        pending->begin(std::move(waiting));
         try {
             store_->fetchReminders(query,
                                    [pending](Found found) { pending->answer(std::move(found)); });
+            if (pending->isWaiting()) {
+                const auto deadline = std::chrono::steady_clock::now() + timeout;
+                MCPStdio::DispatchQueue::global().asyncBlocking(
+                    [pending, deadline] { pending->expireAt(deadline); });
+            }
         } catch (...) {
             pending->fail(std::current_exception());
-        }
-        if (pending->isWaiting()) {
-            const auto deadline = std::chrono::steady_clock::now() + timeout;
-            MCPStdio::DispatchQueue::global().asyncBlocking(
-                [pending, deadline] { pending->expireAt(deadline); });
         }
     };
     auto found = co_await MCPStdio::withContinuation<Found>(fetch);

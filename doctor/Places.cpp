@@ -35,10 +35,7 @@ Place::What whatIs(mode_t mode) {
 /// false. Returns false if the time was up before that.
 template <typename Visit>
 bool forEachName(const local::OpenFolder& folder, const Budget& budget, const Visit& visit) {
-    const int again = openat(folder.descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const auto closeListing = [](DIR* listing) { closedir(listing); };
-    const std::unique_ptr<DIR, decltype(closeListing)> entries{
-        again < 0 ? nullptr : fdopendir(again), closeListing};
+    const local::Listing entries = local::openListing(folder.descriptor());
     if (!entries) {
         local::throwLastError();
     }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <memory>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -160,10 +159,7 @@ std::optional<OpenFolder> openFolderIfThere(const std::string& path) {
 }
 
 std::vector<FolderEntry> OpenFolder::visibleEntries() const {
-    const int again = openat(descriptor(), ".", openingFolder); // to read from the beginning
-    const auto closeListing = [](DIR* listing) { closedir(listing); };
-    const std::unique_ptr<DIR, decltype(closeListing)> listing{
-        again < 0 ? nullptr : fdopendir(again), closeListing};
+    const Listing listing = openListing(descriptor());
     if (!listing) {
         throwLastError();
     }
@@ -183,6 +179,19 @@ std::vector<FolderEntry> OpenFolder::visibleEntries() const {
         throwLastError();
     }
     return entries;
+}
+
+void CloseListing::operator()(DIR* listing) const noexcept {
+    closedir(listing);
+}
+
+Listing openListing(int folder) {
+    Descriptor again{openat(folder, ".", openingFolder)};
+    Listing listing{again ? fdopendir(again.get()) : nullptr};
+    if (listing) {
+        static_cast<void>(again.release()); // closed with the listing
+    }
+    return listing;
 }
 
 std::vector<std::string> OpenFolder::visibleNames() const {

@@ -4,10 +4,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
+
+#include <dirent.h>
 
 namespace velmiro::local {
 
@@ -28,6 +31,14 @@ struct FolderEntry {
     std::string name;
     Kind kind = Kind::other;
 };
+
+struct CloseListing {
+    void operator()(DIR* listing) const noexcept;
+};
+using Listing = std::unique_ptr<DIR, CloseListing>;
+
+/// Begins to list a folder, for readdir(3). Returns null, with errno set, if that fails.
+Listing openListing(int folder);
 
 /// A folder, opened once for all its files, so that its path is not resolved for each of them.
 class OpenFolder {

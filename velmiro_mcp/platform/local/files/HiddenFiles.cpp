@@ -103,17 +103,12 @@ std::string asideName(std::string_view oneVersion, std::string_view otherVersion
 }
 
 void removeLeftovers(const Descriptor& folder) {
-    const int copy = openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR* const listing = copy < 0 ? nullptr : fdopendir(copy);
-    if (listing == nullptr) {
-        return;
-    }
-    while (const dirent* entry = readdir(listing)) {
+    const Listing listing = openListing(folder.get());
+    while (const dirent* entry = listing ? readdir(listing.get()) : nullptr) {
         if (const std::string name = &entry->d_name[0]; isLeftover(folder, name)) {
             unlinkat(folder.get(), name.c_str(), 0);
         }
     }
-    closedir(listing);
 }
 
 } // namespace velmiro::local

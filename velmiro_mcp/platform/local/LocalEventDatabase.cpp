@@ -30,8 +30,9 @@ template <typename TextFor>
 std::string addItem(EntityType type, const Calendar& calendar, const TextFor& textFor) {
     for (;;) {
         std::string uid = randomUUID();
+        const std::string text = reading("the time zones", [&] { return textFor(uid); });
         const std::error_code error =
-            CalendarFolders::createItem(type, calendar, uid + ".ics", textFor(uid));
+            CalendarFolders::createItem(type, calendar, uid + ".ics", text);
         if (!error) {
             return uid;
         }

@@ -4,6 +4,7 @@
 #include "velmiro_mcp/platform/local/files/SystemError.hpp"
 
 #include <cerrno>
+#include <new>
 #include <optional>
 
 #include <fcntl.h>
@@ -93,9 +94,14 @@ std::error_code createFile(const std::string& folder, const NameChoices& names,
     if (!opened) {
         return lastError();
     }
-    removeLeftovers(opened);
-    return staging == Staging::nameless ? createNameless(opened, names, contents)
-                                        : createHidden(opened, names, contents);
+    // Nothing after the link needs memory, so without any there is no file.
+    try {
+        removeLeftovers(opened);
+        return staging == Staging::nameless ? createNameless(opened, names, contents)
+                                            : createHidden(opened, names, contents);
+    } catch (const std::bad_alloc&) {
+        return std::make_error_code(std::errc::not_enough_memory);
+    }
 }
 
 std::error_code createFile(const std::string& folder, const NameChoices& names,

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -150,6 +151,8 @@ Replacement replaceBySwap(const NamePair& names, const FileVersion& old, const F
         }
     } catch (const std::system_error& error) {
         reason = failed(error.code());
+    } catch (const std::bad_alloc&) {
+        reason = failed(std::errc::not_enough_memory);
     }
     return putBack(names, ours, versionAside(names), reason);
 }
@@ -214,8 +217,10 @@ bool cannotSwap(const std::error_code& error) {
            error == std::errc::operation_not_supported;
 }
 
+/// `doubt` is returned if nobody knows which version has which name. It is made beforehand: later
+/// there may be no memory for it.
 Replacement replaceIn(const NamePair& names, const FileVersion& old, const FileVersion& ours,
-                      const ReadLease& lease, Replacing how) {
+                      const ReadLease& lease, Replacing how, Replacement doubt) {
     try {
         if (how == Replacing::byRename) {
             return replaceByRename(names, old, ours, lease);
@@ -226,8 +231,11 @@ Replacement replaceIn(const NamePair& names, const FileVersion& old, const FileV
         }
         return error ? notSwapped(names, ours, error) : replaceBySwap(names, old, ours, lease);
     } catch (const std::system_error& error) {
-        return names.unknown(error.code());
+        doubt.error = error.code();
+    } catch (const std::bad_alloc&) {
+        doubt.error = std::make_error_code(std::errc::not_enough_memory);
     }
+    return doubt;
 }
 
 /// Returns false if another program keeps the folder locked for longer than `patience`.
@@ -286,10 +294,11 @@ Replacement replaceIn(const Descriptor& folder, const std::string& name, std::st
         return conflict();
     }
     const NamePair names{folder, name, asideName(expected, contents)};
+    Replacement doubt = names.unknown({});
     if (renameat(folder.get(), fresh.name().c_str(), folder.get(), names.aside.c_str()) != 0) {
         return unchanged(lastError());
     }
-    return replaceIn(names, old, ours, lease, how);
+    return replaceIn(names, old, ours, lease, how, std::move(doubt));
 }
 
 } // namespace
@@ -297,21 +306,23 @@ Replacement replaceIn(const Descriptor& folder, const std::string& name, std::st
 Replacement replaceFile(const std::string& path, std::string_view expected,
                         std::string_view contents, Replacing how,
                         std::chrono::milliseconds patience) {
-    const std::unique_ptr<char, decltype(&std::free)> resolved{realpath(path.c_str(), nullptr),
-                                                               &std::free};
-    if (!resolved) {
-        return unchanged(lastError());
-    }
-    const std::string real = resolved.get();
-    const Descriptor folder{open(parentOf(real).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-    if (!folder) {
-        return unchanged(lastError());
-    }
-    const std::string name = real.substr(real.find_last_of('/') + 1);
     try {
+        const std::unique_ptr<char, decltype(&std::free)> resolved{realpath(path.c_str(), nullptr),
+                                                                   &std::free};
+        if (!resolved) {
+            return unchanged(lastError());
+        }
+        const std::string real = resolved.get();
+        const Descriptor folder{open(parentOf(real).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+        if (!folder) {
+            return unchanged(lastError());
+        }
+        const std::string name = real.substr(real.find_last_of('/') + 1);
         return replaceIn(folder, name, expected, contents, how, patience);
     } catch (const std::system_error& error) {
         return unchanged(error.code());
+    } catch (const std::bad_alloc&) {
+        return failed(std::errc::not_enough_memory);
     }
 }
 

@@ -126,6 +126,25 @@ std::optional<Collection> Vdir::firstWritable() const {
     return first == all.end() ? std::nullopt : std::optional{std::move(*first)};
 }
 
+/// Creates an item in a folder of this name and title. Throws nothing: a root that was made for the
+/// item has to be removed if there is no item.
+std::error_code Vdir::createIn(const RootCreation& root, const std::string& folder,
+                               const std::string& title, const std::string& name,
+                               std::string_view contents) const noexcept {
+    try {
+        // The title is compared because a root that appeared meanwhile may have another collection
+        // in a folder of this name.
+        const auto found = root.isMade ? std::optional{firstCollection()} : collection(folder);
+        return found && found->title == title
+                   ? createFile(found->path, name, contents)
+                   : std::make_error_code(std::errc::no_such_file_or_directory);
+    } catch (const std::system_error& error) {
+        return error.code();
+    } catch (const std::exception&) {
+        return std::make_error_code(std::errc::not_enough_memory);
+    }
+}
+
 std::error_code Vdir::createItem(const std::string& folder, const std::string& title,
                                  const std::string& name, std::string_view contents) const {
     const bool mayCreateRoot = folder == firstCollection_ && title == firstCollection_;
@@ -140,12 +159,7 @@ std::error_code Vdir::createItem(const std::string& folder, const std::string& t
                 return root.error;
             }
         }
-        // The title is compared because a root that appeared meanwhile may have another collection
-        // in a folder of this name.
-        const auto found = root.isMade ? std::optional{firstCollection()} : collection(folder);
-        error = found && found->title == title
-                    ? createFile(found->path, name, contents)
-                    : std::make_error_code(std::errc::no_such_file_or_directory);
+        error = createIn(root, folder, title, name, contents);
         if (error && root.isMade) {
             removeEmptyRoot(path_, firstCollection_);
         }

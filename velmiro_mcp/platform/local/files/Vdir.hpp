@@ -12,6 +12,8 @@
 /// The vdir layout: a root folder with one folder per collection, and in that one file per item.
 namespace velmiro::local {
 
+struct RootCreation;
+
 struct Collection {
     std::string folder; ///< its name in the root, as the file system has it
     std::string path;
@@ -60,6 +62,9 @@ public:
 private:
     [[nodiscard]] Collection firstCollection() const;
     [[nodiscard]] bool isFirstOfMissingRoot(const std::string& folder) const;
+    [[nodiscard]] std::error_code createIn(const RootCreation& root, const std::string& folder,
+                                           const std::string& title, const std::string& name,
+                                           std::string_view contents) const noexcept;
 
     std::string path_;
     std::string firstCollection_;

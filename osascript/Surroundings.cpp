@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,6 +61,7 @@ void requireAddressSpace() {
 } // namespace
 
 void prepareForEngine() {
+    std::set_terminate(std::abort); // without a text of its own on standard error
     removeEngineSettings();
     leaveScriptsUncompiled();
     leaveNoCoreFile();

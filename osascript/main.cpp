@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 
 #include <fcntl.h>
@@ -69,6 +70,8 @@ int main(int count, char* given[]) {
         std::_Exit(isHeard ? status : EXIT_FAILURE); // which ends the engine, too
     } catch (const CommandLineError& error) {
         print(STDERR_FILENO, "osascript: " + std::string{error.what()} + "\n" + usage + "\n");
+    } catch (const std::bad_alloc&) {
+        print(STDERR_FILENO, "osascript: out of memory\n");
     } catch (const std::exception& error) {
         print(STDERR_FILENO, "osascript: " + std::string{error.what()} + "\n");
     }

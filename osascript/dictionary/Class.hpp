@@ -69,9 +69,9 @@ struct Class {
 };
 
 /// Returns the entry of a table with that name; null if there is none.
-template <typename Entry>
-const Entry* entryNamed(const std::vector<Entry>& table, std::string_view name) {
-    for (const Entry& entry : table) {
+template <typename Table>
+const typename Table::value_type* entryNamed(const Table& table, std::string_view name) {
+    for (const auto& entry : table) {
         if (entry.name == name) {
             return &entry;
         }

@@ -5,6 +5,7 @@
 #include "osascript/engine/Filter.hpp"
 #include "osascript/engine/JavaScript.hpp"
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -136,8 +137,8 @@ struct Method {
     JSValueRef (*run)(JSContextRef context, const ElementList& list, JSValueRef given);
 };
 
-const std::vector<Method> methods{
-    {"whose", whose}, {"push", push}, {"at", atGiven}, {"byId", byId}, {"byName", byName}};
+constexpr std::array methods{Method{"whose", whose}, Method{"push", push}, Method{"at", atGiven},
+                             Method{"byId", byId}, Method{"byName", byName}};
 
 /// Elements of an object: `folder.notes`. Calling it returns an array of specifiers.
 class ElementsSpecifier final : public Specifier {

@@ -3,6 +3,7 @@
 #include "MCPStdio/text/UTF8.hpp"
 #include "osascript/notes/NoteFileName.hpp"
 #include "velmiro_mcp/platform/local/files/FileCreation.hpp"
+#include "velmiro_mcp/platform/local/files/SystemError.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -38,6 +39,15 @@ NoteFormat formatOf(std::string_view name) {
     return lowered(name.back()) == 't' ? NoteFormat::plain : NoteFormat::markdown;
 }
 
+/// Throws the last error, unless it is about this folder or note: one that the user may not read, or
+/// that is gone, is passed over; a failing machine says nothing about it.
+void throwUnlessAbout(const std::string& path) {
+    const std::error_code error = local::lastError();
+    if (!local::isAboutTheFile(error)) {
+        throw std::system_error{error, "cannot read " + path};
+    }
+}
+
 /// Returns whether an entry is of a kind, if it is no link to something of that kind.
 bool isOfKind(const OpenFolder& folder, const FolderEntry& entry, FolderEntry::Kind kind) {
     if (entry.kind == FolderEntry::Kind::file || entry.kind == FolderEntry::Kind::folder) {
@@ -45,6 +55,9 @@ bool isOfKind(const OpenFolder& folder, const FolderEntry& entry, FolderEntry::K
     }
     struct stat about{};
     const bool isThere = fstatat(folder.descriptor(), entry.name.c_str(), &about, 0) == 0;
+    if (!isThere) {
+        throwUnlessAbout(folder.path() + "/" + entry.name);
+    }
     return isThere &&
            (kind == FolderEntry::Kind::file ? S_ISREG(about.st_mode) : S_ISDIR(about.st_mode));
 }
@@ -53,18 +66,14 @@ std::int64_t nanoseconds(const statx_timestamp& time) {
     return time.tv_sec * 1'000'000'000 + time.tv_nsec;
 }
 
-/// Returns the entries of a kind; none if the folder cannot be read.
+/// Returns the entries of a kind.
 std::vector<std::string> namesIn(const OpenFolder& folder, FolderEntry::Kind kind) {
     std::vector<std::string> names;
-    try {
-        for (FolderEntry& entry : folder.visibleEntries()) {
-            const bool isWanted = kind == FolderEntry::Kind::folder || isNoteName(entry.name);
-            if (isWanted && isOfKind(folder, entry, kind)) {
-                names.push_back(std::move(entry.name));
-            }
+    for (FolderEntry& entry : folder.visibleEntries()) {
+        const bool isWanted = kind == FolderEntry::Kind::folder || isNoteName(entry.name);
+        if (isWanted && isOfKind(folder, entry, kind)) {
+            names.push_back(std::move(entry.name));
         }
-    } catch (const std::system_error&) {
-        names.clear();
     }
     return names;
 }
@@ -90,8 +99,12 @@ std::vector<std::string> NoteFiles::folders() const {
 
 std::vector<std::string> NoteFiles::notes(std::string_view folder) {
     const OpenFolder* const opened = open(folder);
-    return opened == nullptr ? std::vector<std::string>{}
-                             : namesIn(*opened, FolderEntry::Kind::file);
+    try {
+        return opened == nullptr ? std::vector<std::string>{}
+                                 : namesIn(*opened, FolderEntry::Kind::file);
+    } catch (const std::system_error& error) {
+        throw std::system_error{error.code(), "cannot read " + pathOf(folder)};
+    }
 }
 
 const OpenFolder* NoteFiles::open(std::string_view folder) {
@@ -100,7 +113,10 @@ const OpenFolder* NoteFiles::open(std::string_view folder) {
         openName_ = folder;
         try {
             open_.emplace(pathOf(folder));
-        } catch (const std::system_error&) {
+        } catch (const std::system_error& error) {
+            if (!local::isAboutTheFile(error.code())) {
+                throw std::system_error{error.code(), "cannot read " + pathOf(folder)};
+            }
             return nullptr;
         }
     }
@@ -111,9 +127,15 @@ std::optional<NoteTimes> NoteFiles::times(const NotePath& path) {
     const OpenFolder* const folder = open(path.folder);
     struct statx about{};
     constexpr unsigned wanted = STATX_TYPE | STATX_MTIME | STATX_BTIME;
-    if (folder == nullptr ||
-        statx(folder->descriptor(), std::string{path.file}.c_str(), 0, wanted, &about) != 0 ||
-        !S_ISREG(about.stx_mode)) {
+    if (folder == nullptr) {
+        return std::nullopt;
+    }
+    const std::string file{path.file};
+    if (statx(folder->descriptor(), file.c_str(), 0, wanted, &about) != 0) {
+        throwUnlessAbout(folder->path() + "/" + file);
+        return std::nullopt;
+    }
+    if (!S_ISREG(about.stx_mode)) {
         return std::nullopt;
     }
     const std::int64_t modified = nanoseconds(about.stx_mtime);
@@ -128,12 +150,18 @@ std::size_t NoteFiles::readFile(const NotePath& path) {
     const auto file = folder == nullptr
                           ? local::Descriptor{}
                           : local::openForReading(folder->descriptor(), std::string{path.file});
+    if (folder != nullptr && !file) {
+        throwUnlessAbout(folder->path() + "/" + std::string{path.file});
+    }
     std::size_t length = 0;
     buffer_.resize(std::max(buffer_.size(), firstRoom));
     while (file) {
         const ssize_t count = read(file.get(), buffer_.data() + length, buffer_.size() - length);
         if (count < 0 && errno == EINTR) {
             continue;
+        }
+        if (count < 0 && errno != EISDIR) {
+            throwUnlessAbout(folder->path() + "/" + std::string{path.file});
         }
         length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
         // A read of a regular file fills the buffer, except at the end.

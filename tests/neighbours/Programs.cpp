@@ -24,8 +24,8 @@ namespace fs = std::filesystem;
 using MCPStdio::Descriptor;
 using namespace std::chrono_literals;
 
-/// During a conflict the wrong version is in place for a moment.
-constexpr std::chrono::milliseconds moment = 2s;
+/// During a conflict the wrong version is in place for a moment, on a busy machine for longer.
+constexpr std::chrono::milliseconds moment = 30s;
 
 /// One program while it works: which item is next, and its last number.
 class Work {

@@ -45,7 +45,7 @@ std::string randomTitle(Random& random, std::size_t number, bool mayBeLarge) {
         title += ' ';
         title += random.oneOf(words);
     }
-    if (mayBeLarge && random.percent(1)) {
+    if (mayBeLarge && random.percent(2)) {
         title.append(sizeOfLargeTitle, 'x');
     } else if (random.percent(5)) {
         title.append(random.between(900, 5000), 'y');

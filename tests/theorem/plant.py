@@ -103,8 +103,9 @@ def outcome(build: Build, patch: Path, count: str) -> tuple[str, str]:
                                 errors="replace", check=False)
         if played.returncode == 0:
             return "missed", played.stdout.strip()
+        after = played.stdout.split(" (")[0]  # so many histories
         said = [line for line in played.stderr.split("\n") if re.match(r"^\S", line)]
-        return "caught", " ".join(said)[:150]
+        return "caught", f"after {after}, {' '.join(said)}"[:150]
 
 
 def main() -> int:

@@ -55,9 +55,8 @@ void keepOnly(LineEdits& edits, std::string_view text, const Component& componen
             if (&part != &component && !part.is("VTIMEZONE")) {
                 const std::size_t first = counter.lineOf(part.text.data()) - 1;
                 // A part without END ends at an unknown line, but not after the whole.
-                const bool isWhole = part.complete && endOf(part) < endOf(kept);
-                const std::size_t last = counter.lineOf(isWhole ? endOf(part) : endOf(kept));
-                edits.remove(first, isWhole ? last + 1 : last);
+                const std::size_t last = counter.lineOf(part.complete ? endOf(part) : endOf(kept));
+                edits.remove(first, part.complete ? last + 1 : last);
             }
         }
     }

@@ -19,8 +19,8 @@ struct Completion {
 /// reminder that recurs loses its RRULE; the next occurrence becomes a new reminder with a new UID,
 /// which keeps the RRULE.
 ///
-/// Reads the result back. Throws PlatformError if anything else would change, which has not
-/// happened yet with any file that this program can read.
+/// Reads the result back. Throws PlatformError if anything else would change: with an older version
+/// of a reminder, for instance, whose new SEQUENCE would supersede the version that counts.
 Completion completed(const std::string& bytes, std::size_t index, Instant now,
                      ZoneCatalogue& zones);
 

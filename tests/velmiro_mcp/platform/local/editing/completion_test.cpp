@@ -1,6 +1,8 @@
 // Completing a reminder changes the lines concerned and leaves every other byte of the file.
 
 #include "tests/velmiro_mcp/platform/local/Support.hpp"
+#include "velmiro_mcp/platform/local/editing/ReminderCompletion.hpp"
+#include "velmiro_mcp/platform/local/zones/ZoneCatalogue.hpp"
 #include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include "velmiro_mcp/base/Dates.hpp"
@@ -231,6 +233,34 @@ TEST_F(LocalCompletion, ARecurringOneIsDoneAndTheNextIsANewReminder) {
     const auto open = fetched(*database);
     ASSERT_EQ(open.size(), 2U);
     EXPECT_EQ(std::ranges::count(open, "Water the plants", &Reminder::title), 1);
+}
+
+TEST_F(LocalCompletion, TheNextOneOfASecondCalendarInAFileLeavesTheRestOfTheFileBehind) {
+    completed("a line before\nBEGIN:VCALENDAR\nX-FIRST:1\nBEGIN:VTODO\nUID:b\nEND:VTODO\n"
+              "END:VCALENDAR\nBEGIN:VCALENDAR\nX-SECOND:1\nBEGIN:VTODO\nUID:c\nEND:VTODO\n"
+              "BEGIN:VTODO\nUID:a\nDUE;VALUE=DATE:20261014\nRRULE:FREQ=DAILY\nEND:VTODO\n"
+              "BEGIN:VTODO\nUID:d\nEND:VTODO\nEND:VCALENDAR\nBEGIN:VCALENDAR\nX-THIRD:1\n"
+              "END:VCALENDAR\na line after\n");
+    const std::string text =
+        std::regex_replace(withoutNow(next()), std::regex{"UID:[-0-9a-fA-F]+"}, "UID:new");
+    EXPECT_EQ(text, "BEGIN:VCALENDAR\nX-SECOND:1\nBEGIN:VTODO\nUID:new\n"
+                    "DUE;VALUE=DATE:20261015\nRRULE:FREQ=DAILY\nCREATED:NOW\nDTSTAMP:NOW\n"
+                    "LAST-MODIFIED:NOW\nSTATUS:NEEDS-ACTION\nEND:VTODO\nEND:VCALENDAR\n");
+}
+
+TEST_F(LocalCompletion, AnOlderVersionIsNotChangedBecauseItWouldSupersedeTheOneThatCounts) {
+    const std::string file = "BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nEND:VTODO\nBEGIN:VTODO\nUID:a\n"
+                             "END:VTODO\nEND:VCALENDAR\n";
+    ZoneCatalogue zones;
+    const Instant now = at("2026-10-14T13:00:00Z");
+    EXPECT_NO_THROW(velmiro::local::completed(file, 1, now, zones));
+    try {
+        velmiro::local::completed(file, 0, now, zones);
+        FAIL() << "was completed";
+    } catch (const PlatformError& error) {
+        EXPECT_STREQ(error.what(), "the file of this reminder cannot be changed without changing "
+                                   "more; nothing was saved");
+    }
 }
 
 TEST_F(LocalCompletion, TheNextOneFollowsTheRule) {

@@ -14,6 +14,7 @@
 #include "velmiro_mcp/ports/OSAScriptPath.hpp"
 #include "velmiro_mcp/services/Subprocess.hpp"
 
+#include <atomic>
 #include <csignal>
 #include <fcntl.h>
 #include <future>
@@ -21,6 +22,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace velmiro;
 using namespace std::chrono_literals;
@@ -39,6 +41,13 @@ namespace {
 JSONValue run(const std::string& script) {
     ScriptRunner runner{FAKE_OSASCRIPT};
     return velmiro::test::run(runner, script);
+}
+
+/// Returns the descriptor that would be opened next: as a limit, it lets none be opened.
+rlim_t nextDescriptor() {
+    const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::close(next);
+    return static_cast<rlim_t>(next);
 }
 
 /// Counts the calls that returned the expected value.
@@ -175,6 +184,54 @@ TEST(ScriptChildren, ThatRefuseToEndNoLongerCount) {
         EXPECT_EQ(call.get(), JSONValue{1});
     }
     EXPECT_EQ(next.get(), JSONValue{2});
+}
+
+TEST(ScriptChildren, StartWhenAShortageOfDescriptorsIsOver) {
+    std::future<JSONValue> value;
+    {
+        const ScopedDescriptorLimit none{nextDescriptor()};
+        value = std::async(std::launch::async, [] { return run(steps({"out 1"})); });
+        EXPECT_EQ(value.wait_for(200ms), std::future_status::timeout);
+    }
+    EXPECT_EQ(value.get(), JSONValue{1});
+}
+
+TEST(ScriptChildren, AShortageOfDescriptorsIsReportedAfterAsLongAsTheScriptMayTake) {
+    ScriptRunner runner{FAKE_OSASCRIPT};
+    const ScopedDescriptorLimit none{nextDescriptor()};
+    const auto begin = std::chrono::steady_clock::now();
+    try {
+        MCPStdio::syncWait(runner.run("out 1", {}, 100ms));
+        FAIL() << "started";
+    } catch (const MCPStdio::MCPToolError& error) {
+        EXPECT_EQ(error.message, "osascript could not start: Too many open files");
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 100ms);
+}
+
+TEST(ScriptChildren, AreReadAndAwaitedToTheirEndsBetweenSignals) {
+    struct sigaction handled{};
+    handled.sa_handler = [](int) {}; // without SA_RESTART: calls are interrupted
+    struct sigaction before{};
+    ::sigaction(SIGUSR1, &handled, &before);
+    std::atomic<bool> ended{false};
+    std::string output;
+    bool succeeded = false;
+    std::thread reading{[&] {
+        Subprocess process{"/bin/sh",
+                           {"/bin/sh", "-c", "for i in 1 2 3 4 5; do echo $i; sleep 0.02; done"}};
+        output = process.readOutputToEnd();
+        succeeded = process.waitUntilExit();
+        ended = true;
+    }};
+    while (!ended) {
+        ::pthread_kill(reading.native_handle(), SIGUSR1);
+        std::this_thread::sleep_for(1ms);
+    }
+    reading.join();
+    ::sigaction(SIGUSR1, &before, nullptr);
+    EXPECT_EQ(output, "1\n2\n3\n4\n5\n");
+    EXPECT_TRUE(succeeded);
 }
 
 TEST(OSAScriptPath, IsBesideTheProgramWhereTheSystemHasNone) {

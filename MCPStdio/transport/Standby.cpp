@@ -4,8 +4,12 @@
 #include "MCPStdio/concurrency/Patience.hpp"
 #include "MCPStdio/transport/Descriptor.hpp"
 
+#include <chrono>
 #include <exception>
+#include <limits>
+#include <optional>
 #include <poll.h>
+#include <utility>
 
 #if __has_include(<sys/epoll.h>)
 #include <sys/epoll.h>
@@ -13,6 +17,9 @@
 
 namespace MCPStdio {
 namespace {
+
+/// Why a waiting thread goes on.
+enum class Wake { none, input, stop };
 
 /// Wakes a thread when there is input, or when it is to stop. Whether input counts can be changed
 /// without waking it, which a plain `poll` does not offer.
@@ -34,12 +41,13 @@ public:
     }
     void stop() const noexcept { static_cast<void>(::eventfd_write(stop_.get(), 1)); }
 
-    /// Waits. Returns false if the thread is to stop.
-    [[nodiscard]] bool wait() const noexcept {
+    /// Waits for at most a moment.
+    [[nodiscard]] Wake wait(std::chrono::milliseconds moment) const noexcept {
         epoll_event event{};
-        while (::epoll_wait(events_.get(), &event, 1, -1) != 1) {
+        if (::epoll_wait(events_.get(), &event, 1, static_cast<int>(moment.count())) != 1) {
+            return Wake::none;
         }
-        return event.data.fd == input_;
+        return event.data.fd == input_ ? Wake::input : Wake::stop;
     }
 
 private:
@@ -62,13 +70,17 @@ private:
 namespace MCPStdio {
 namespace {
 
+enum class Wake { none, input, stop };
+
 class InputWatch {
 public:
     explicit InputWatch(int /*input*/) noexcept {}
     [[nodiscard]] bool isUsable() const noexcept { return false; }
     [[nodiscard]] bool watch(bool /*input*/) const noexcept { return false; }
     void stop() const noexcept {}
-    [[nodiscard]] bool wait() const noexcept { return false; }
+    [[nodiscard]] Wake wait(std::chrono::milliseconds /*moment*/) const noexcept {
+        return Wake::stop;
+    }
 };
 
 } // namespace
@@ -77,52 +89,93 @@ public:
 
 namespace MCPStdio {
 
+/// What `Standby` shares with its thread, which ends if nothing needs it for a second: then there is
+/// a new state next time.
 struct Standby::State {
-    explicit State(int input) noexcept : watch{input} {}
+    // The values of `away` that are not the number of an absence.
+    static constexpr std::uint64_t nobody = 0;
+    static constexpr std::uint64_t stopped = std::numeric_limits<std::uint64_t>::max();
+    static constexpr std::uint64_t threadEnded = stopped - 1;
+
+    explicit State(int input) : watch{std::in_place, input} {}
 
     /// Stands by until there is input in an absence; then goes on reading.
-    void standBy() {
+    void standBy() noexcept {
+        constexpr std::chrono::milliseconds idleTime{1000};
         isOnStandby.store(true, std::memory_order_release);
-        while (watch.wait()) {
-            // Acquires what the reading thread did before it went.
-            if (away.exchange(0, std::memory_order_acquire) != 0) {
-                isOnStandby.store(false, std::memory_order_relaxed);
-                isAsked.store(false, std::memory_order_relaxed);
+        std::uint64_t seen = begun.load(std::memory_order_relaxed);
+        while (true) {
+            const Wake wake = watch->wait(idleTime);
+            if (wake == Wake::stop) {
+                return;
+            }
+            if (wake == Wake::input && takeOver()) {
                 reader.resume();
                 return;
             }
+            const auto last = begun.load(std::memory_order_relaxed);
+            if (wake == Wake::none && last == seen && leave()) {
+                watch.reset();
+                return;
+            }
+            seen = last;
         }
+    }
+
+    /// Returns false if the reading thread is away.
+    bool leave() noexcept {
+        auto expected = nobody;
+        return away.compare_exchange_strong(expected, threadEnded, std::memory_order_relaxed);
+    }
+
+    /// Ends the present absence, if there is one, on behalf of the thread on standby.
+    bool takeOver() noexcept {
+        // Acquires what the reading thread did before it went.
+        auto present = away.load(std::memory_order_acquire);
+        if (present == nobody || present == stopped ||
+            !away.compare_exchange_strong(present, nobody, std::memory_order_acquire)) {
+            return false;
+        }
+        isOnStandby.store(false, std::memory_order_relaxed);
+        isAsked.store(false, std::memory_order_relaxed);
+        return true;
     }
 
     /// Ends an absence and returns true, unless somebody has taken over.
     bool comeBack(std::uint64_t number) noexcept {
-        if (!away.compare_exchange_strong(number, 0, std::memory_order_relaxed)) {
+        if (!away.compare_exchange_strong(number, nobody, std::memory_order_relaxed)) {
             return false;
         }
-        static_cast<void>(watch.watch(false));
+        static_cast<void>(watch->watch(false));
         return true;
     }
 
-    const InputWatch watch;
+    std::optional<InputWatch> watch;  ///< none once the thread has ended
     std::atomic<bool> isAsked{false}; ///< a thread is on standby, or soon will be
     std::atomic<bool> isOnStandby{false};
     std::coroutine_handle<> reader;           ///< written before `away`
-    std::atomic<std::uint64_t> away{0};       ///< the number of the present absence, or zero
+    std::atomic<std::uint64_t> away{nobody};  ///< the number of the present absence
+    std::atomic<std::uint64_t> begun{0};      ///< the number of the last one
     std::atomic<std::uint64_t> endedEarly{0}; ///< the number of the last that was
 };
 
 Standby::~Standby() {
-    if (state_) {
-        state_->watch.stop();
+    // From now on the thread does not end on its own.
+    if (isUsable_ && state_->away.exchange(State::stopped) != State::threadEnded) {
+        state_->watch->stop();
     }
 }
 
 bool Standby::isReady() noexcept {
     try {
-        if (!state_) {
+        if (!state_ || state_->away.load(std::memory_order_relaxed) == State::threadEnded) {
             state_ = std::make_shared<State>(input_);
+            isUsable_ = state_->watch->isUsable();
+            if (!isUsable_) {
+                state_->watch.reset();
+            }
         }
-        if (!state_->watch.isUsable()) {
+        if (!isUsable_) {
             return false;
         }
         if (state_->isOnStandby.load(std::memory_order_acquire)) {
@@ -143,8 +196,14 @@ bool Standby::isReady() noexcept {
 
 bool Standby::Absence::begin(std::coroutine_handle<> reader) const noexcept {
     state_->reader = reader;
-    state_->away.store(number_, std::memory_order_release);
-    if (state_->watch.watch(true)) {
+    state_->begun.store(number_, std::memory_order_relaxed);
+    auto expected = State::nobody;
+    if (!state_->away.compare_exchange_strong(expected, number_, std::memory_order_release,
+                                              std::memory_order_relaxed)) {
+        state_->endedEarly.store(number_, std::memory_order_relaxed);
+        return false; // the thread has ended
+    }
+    if (state_->watch->watch(true)) {
         return true;
     }
     end();

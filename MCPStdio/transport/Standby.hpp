@@ -86,6 +86,7 @@ private:
 
     int input_;
     std::uint64_t absences_ = 0;
+    bool isUsable_ = false;
     std::shared_ptr<State> state_; ///< shared with the thread on standby; none before it is needed
 };
 

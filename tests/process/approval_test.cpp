@@ -184,8 +184,9 @@ TEST_F(ApprovalThroughTheServer, AThousandQuestionsWaitAtOnceAndHoldUpNothing) {
         replies.insert(*reply);
     }
     EXPECT_EQ(replies.size(), static_cast<std::size_t>(count));
-    EXPECT_TRUE(eventually([&] { return server.threadCount() == idleThreads; }));
-    EXPECT_EQ(server.descriptorCount(), idleDescriptors);
+    // The first reading thread may have been relieved; it then waits until the server ends.
+    EXPECT_TRUE(eventually([&] { return server.threadCount() <= idleThreads + 1; }));
+    EXPECT_TRUE(eventually([&] { return server.descriptorCount() == idleDescriptors; }));
 }
 
 TEST_F(ApprovalThroughTheServer, ASummaryOfAMegabyteToAHostThatDoesNotReadHoldsUpNothing) {

@@ -1,13 +1,12 @@
-// Completing a recurring reminder while the system fails: whichever call fails, and whenever, the
-// series is never lost, and the agent reads the truth.
+// Completing a recurring reminder while the system fails: the series is never lost, and the agent
+// reads the truth. That whichever call fails is tested with every other tool, in tests/faults.
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/FailingCalls.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -52,19 +51,12 @@ struct Contents {
 class CompletionFaults : public testing::Test {
 protected:
     TemporaryFolder home;
+    FailingCalls calls{FAILING_CALLS};
     fs::path list = home.path() / "Library/Application Support/Velmiro/Reminders/Home";
     ScriptedHost host{home.path() / "approval.sock", [](int connection) {
                           readQuestion(connection);
                           answerWith(connection, "{\"allow\":true}\n");
                       }};
-
-    [[nodiscard]] ChildProcess::Options
-    failingServer(const std::map<std::string, std::string>& faults) const {
-        auto options = serverIn(home);
-        options.environment["LD_PRELOAD"] = FAILING_CALLS;
-        options.environment.insert(faults.begin(), faults.end());
-        return options;
-    }
 
     /// Allows every question, except one about an event, which waits until the asker hangs up.
     static void keepWaiting(int connection) {
@@ -75,10 +67,13 @@ protected:
         }
     }
 
-    [[nodiscard]] Answer complete(const std::map<std::string, std::string>& faults) const {
+    [[nodiscard]] Answer complete(const Failures& failures) {
         fs::remove_all(list);
         home.write(list / "water.ics", weekly);
-        ChildProcess server{failingServer(faults)};
+        calls.arm(failures);
+        auto options = serverIn(home);
+        options.environment.merge(calls.environment());
+        ChildProcess server{options};
         server.writeLine(callLine(1, "reminders_complete", R"({"id":"water"})"));
         return answerOf(server.readLine());
     }
@@ -118,64 +113,26 @@ protected:
     }
 };
 
-constexpr int manyErrors[] = {EIO, EMFILE, ENFILE, ENOMEM, EACCES, ESTALE, EINTR};
-
 } // namespace
-
-TEST_F(CompletionFaults, CallsThatFailAfterTheSwapNeverEndASeries) {
-    int errors = 0;
-    int successes = 0;
-    for (const char* call : {"open", "read", "stat", "rename", "flush", "unlink"}) {
-        for (const int error : manyErrors) {
-            for (int count = 1; count <= 5; ++count) {
-                SCOPED_TRACE(std::string{call} + ": " + std::strerror(error) + ", " +
-                             std::to_string(count) + " times");
-                const Answer answer = complete({{"FAIL_CALL", call},
-                                                {"FAIL_ERROR", std::to_string(error)},
-                                                {"FAIL_COUNT", std::to_string(count)}});
-                expectTruth(answer);
-                (answer.isError ? errors : successes) += 1;
-            }
-        }
-    }
-    EXPECT_GT(errors, 50);
-    EXPECT_GT(successes, 50);
-}
-
-TEST_F(CompletionFaults, NorDoThoseThatFailLater) {
-    for (const char* call : {"open", "read", "stat", "rename"}) {
-        for (int skip = 1; skip <= 6; ++skip) {
-            for (const int count : {1, 2, 100}) {
-                SCOPED_TRACE(std::string{call} + " after " + std::to_string(skip) + ", " +
-                             std::to_string(count) + " times");
-                expectTruth(complete({{"FAIL_CALL", call},
-                                      {"FAIL_ERROR", std::to_string(EIO)},
-                                      {"FAIL_SKIP", std::to_string(skip)},
-                                      {"FAIL_COUNT", std::to_string(count)}}));
-            }
-        }
-    }
-}
 
 TEST_F(CompletionFaults, WhereNamesCannotBeExchangedAFailedFlushKeepsTheNextOne) {
     for (const int refusal : {EINVAL, ENOSYS, EOPNOTSUPP}) {
-        const auto noExchange = std::to_string(refusal);
-        EXPECT_FALSE(complete({{"NO_EXCHANGE", noExchange}}).isError);
+        EXPECT_FALSE(complete({.exchangeError = refusal}).isError);
         expectTruth({});
-        for (const char* call : {"open", "read", "stat", "flush", "unlink"}) {
+        for (const Call call : {Call::open, Call::read, Call::stat, Call::flush, Call::unlink}) {
             for (int count = 1; count <= 3; ++count) {
-                SCOPED_TRACE(std::string{call} + " " + std::to_string(count) + " times");
-                expectTruth(complete({{"NO_EXCHANGE", noExchange},
-                                      {"FAIL_CALL", call},
-                                      {"FAIL_ERROR", std::to_string(EIO)},
-                                      {"FAIL_COUNT", std::to_string(count)}}));
+                SCOPED_TRACE("call " + std::to_string(static_cast<std::uint32_t>(call)) + ", " +
+                             std::to_string(count) + " times");
+                expectTruth(complete({.calls = static_cast<std::uint32_t>(call),
+                                      .count = count,
+                                      .afterChange = true,
+                                      .exchangeError = refusal}));
             }
         }
     }
-    const Answer unflushed = complete({{"NO_EXCHANGE", std::to_string(EINVAL)},
-                                       {"FAIL_CALL", "flush"},
-                                       {"FAIL_ERROR", std::to_string(EIO)},
-                                       {"FAIL_COUNT", "1"}});
+    const Answer unflushed = complete({.calls = static_cast<std::uint32_t>(Call::flush),
+                                       .afterChange = true,
+                                       .exchangeError = EINVAL});
     EXPECT_EQ(unflushed.text,
               "the list ‘Home’ cannot be written: Input/output error. Whether the reminder is "
               "completed now cannot be told: look before trying again");
@@ -184,7 +141,7 @@ TEST_F(CompletionFaults, WhereNamesCannotBeExchangedAFailedFlushKeepsTheNextOne)
 
 TEST_F(CompletionFaults, AStateThatCannotBeToldKeepsBothFilesAndNamesTheOther) {
     const Answer answer = complete(
-        {{"FAIL_CALL", "stat"}, {"FAIL_ERROR", std::to_string(EIO)}, {"FAIL_COUNT", "100"}});
+        {.calls = static_cast<std::uint32_t>(Call::stat), .count = 100, .afterChange = true});
     const Contents found = contents();
     EXPECT_EQ(found.original, weekly);
     EXPECT_EQ(found.hidden, 1);
@@ -192,20 +149,6 @@ TEST_F(CompletionFaults, AStateThatCannotBeToldKeepsBothFilesAndNamesTheOther) {
     ASSERT_NE(name, std::string::npos) << answer.text;
     const std::string other = readFile(list / answer.text.substr(name));
     EXPECT_NE(other.find("STATUS:COMPLETED"), std::string::npos) << other;
-}
-
-TEST_F(CompletionFaults, CallsThatFailFromTheStartChangeNothingOrAll) {
-    for (const char* call : {"open", "read", "stat", "rename", "flush", "unlink"}) {
-        for (int skip = 0; skip <= 24; ++skip) {
-            SCOPED_TRACE(std::string{call} + " after " + std::to_string(skip));
-            expectTruth(complete({{"FAIL_CALL", call},
-                                  {"FAIL_AT", "start"},
-                                  {"FAIL_PART", call == std::string{"read"} ? "" : "/"},
-                                  {"FAIL_ERROR", std::to_string(EIO)},
-                                  {"FAIL_SKIP", std::to_string(skip)},
-                                  {"FAIL_COUNT", "1"}}));
-        }
-    }
 }
 
 TEST_F(CompletionFaults, DescriptorsUsedUpByWaitingQuestionsNeverEndASeries) {

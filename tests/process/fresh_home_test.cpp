@@ -3,6 +3,7 @@
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/FailingCalls.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
 #include <algorithm>
@@ -224,46 +225,11 @@ TEST_F(FreshHome, SeveralServersCreateTheFoldersOnce) {
     }
 }
 
-TEST_F(FreshHome, WhicheverCallFailsAllIsCreatedOrNothing) {
-    constexpr int most = 30; // more calls than a creation makes
-    for (const std::string family : {"open", "stat", "rename", "flush"}) {
-        int failures = 0;
-        for (int skip = 0; skip <= most; ++skip) {
-            fs::remove_all(home.path() / "Library");
-            fs::create_directories(data);
-            auto failing = options();
-            failing.environment["LD_PRELOAD"] = FAILING_CALLS;
-            failing.environment["FAIL_CALL"] = family;
-            failing.environment["FAIL_ERROR"] = std::to_string(EIO);
-            failing.environment["FAIL_AT"] = "start";
-            failing.environment["FAIL_SKIP"] = std::to_string(skip);
-            failing.environment["FAIL_COUNT"] = "1";
-            failing.environment["FAIL_PART"] = family == "flush" ? "" : "Velmiro";
-            ChildProcess server{failing};
-            const Answer answer = call(server, "calendar_create_event", newEvent);
-            const std::string which = family + " after " + std::to_string(skip);
-            if (answer.isError) {
-                EXPECT_NE(answer.text.find("Input/output error"), std::string::npos)
-                    << which << ": " << answer.text;
-                EXPECT_EQ(namesIn(data), Texts{}) << which;
-                EXPECT_LT(skip, most) << which;
-                ++failures;
-            } else {
-                EXPECT_EQ(namesIn(data), Texts{"Calendars"}) << which;
-                EXPECT_EQ(itemsIn(data / "Calendars/Calendar"), 1U) << which;
-            }
-        }
-        EXPECT_GT(failures, 0) << family;
-    }
-}
-
 TEST_F(FreshHome, AFileSystemThatCannotRefuseATakenNameIsNoObstacle) {
+    FailingCalls calls{FAILING_CALLS};
+    calls.arm({.calls = static_cast<std::uint32_t>(Call::rename), .error = EINVAL, .count = 1000});
     auto without = options();
-    without.environment["LD_PRELOAD"] = FAILING_CALLS;
-    without.environment["FAIL_CALL"] = "rename";
-    without.environment["FAIL_ERROR"] = std::to_string(EINVAL);
-    without.environment["FAIL_AT"] = "start";
-    without.environment["FAIL_COUNT"] = "1000";
+    without.environment.merge(calls.environment());
     ChildProcess server{without};
     EXPECT_FALSE(call(server, "calendar_create_event", newEvent).isError);
     EXPECT_EQ(namesIn(data), Texts{"Calendars"});

@@ -5,6 +5,7 @@
 #include "support/Files.hpp"
 #include "support/ScopedVariable.hpp"
 #include "support/TemporaryFolder.hpp"
+#include "tests/support/FailingCalls.hpp"
 
 #include <gtest/gtest.h>
 
@@ -152,16 +153,17 @@ protected:
         std::_Exit(0);
     }
 
-    /// Returns how a process ends that saves a second draft.
-    [[nodiscard]] std::string outcome(std::map<std::string, std::string> failures) const {
-        failures["LD_PRELOAD"] = FAILING_CALLS;
-        failures["FAIL_AT"] = "start";
-        failures["FAIL_ERROR"] = std::to_string(EIO);
-        failures["FAIL_COUNT"] = "1000";
-        failures["SAVE_DRAFT_IN"] = maildir();
+    static constexpr auto flush = static_cast<std::uint32_t>(test::Call::flush);
+
+    /// Returns how a process ends that saves a second draft, in which these calls fail.
+    [[nodiscard]] std::string outcome(std::uint32_t failing, int skip) const {
+        test::FailingCalls calls{FAILING_CALLS};
+        calls.arm({.calls = failing, .skip = skip, .count = 1000});
+        auto environment = calls.environment();
+        environment["SAVE_DRAFT_IN"] = maildir();
         support::ChildProcess child{
             {.arguments = {"/proc/self/exe", "--gtest_filter=DraftSavingOnAFailingDisk.*"},
-             .environment = failures}};
+             .environment = environment}};
         std::string last;
         while (const auto line = child.readLine()) {
             if (line->starts_with("saved") || line->starts_with("failed")) {
@@ -173,19 +175,17 @@ protected:
 };
 
 TEST_F(DraftSavingOnAFailingDisk, ADraftThatCannotBeWrittenIsNotThere) {
-    EXPECT_EQ(outcome({{"FAIL_CALL", "flush"}}),
-              "failed: the draft cannot be saved: Input/output error");
+    EXPECT_EQ(outcome(flush, 0), "failed: the draft cannot be saved: Input/output error");
     EXPECT_EQ(namesIn(drafts() + "/cur").size(), 1U);
 }
 
 TEST_F(DraftSavingOnAFailingDisk, ADraftWhoseNameCannotBeFlushedIsTakenBack) {
-    EXPECT_EQ(outcome({{"FAIL_CALL", "flush"}, {"FAIL_SKIP", "1"}}),
-              "failed: the draft cannot be saved: Input/output error");
+    EXPECT_EQ(outcome(flush, 1), "failed: the draft cannot be saved: Input/output error");
     EXPECT_EQ(namesIn(drafts() + "/cur").size(), 1U);
 }
 
 TEST_F(DraftSavingOnAFailingDisk, ADraftThatCannotBeTakenBackEitherCountsAsSaved) {
-    EXPECT_EQ(outcome({{"FAIL_CALL", "flush, unlink"}, {"FAIL_SKIP", "1"}}), "saved");
+    EXPECT_EQ(outcome(test::Call::flush | test::Call::unlink, 1), "saved");
     EXPECT_EQ(namesIn(drafts() + "/cur").size(), 2U);
 }
 

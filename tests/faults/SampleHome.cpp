@@ -31,13 +31,22 @@ std::string reminder(const std::string& uid, const std::string& lines) {
                         "END:VTODO\r\n");
 }
 
-/// Returns this morning as the date of a message: the tools list recent ones only.
+/// The messages are an hour old: the tools list recent ones only.
+std::time_t timeOfMessages() {
+    static const std::time_t time = std::time(nullptr) - 3600;
+    return time;
+}
+
+std::string deliveryTime() {
+    return std::to_string(timeOfMessages());
+}
+
 std::string messageDate() {
-    const std::time_t now = std::time(nullptr);
+    const std::time_t time = timeOfMessages();
     std::tm parts{};
-    ::gmtime_r(&now, &parts);
+    ::gmtime_r(&time, &parts);
     std::array<char, 64> text{};
-    std::strftime(text.data(), text.size(), "%a, %d %b %Y 00:00:01 +0000", &parts);
+    std::strftime(text.data(), text.size(), "%a, %d %b %Y %H:%M:%S +0000", &parts);
     return text.data();
 }
 
@@ -65,8 +74,8 @@ std::vector<std::pair<std::string, std::string>> sampleFiles() {
          "BEGIN:VCARD\r\nVERSION:4.0\r\nFN:Annette Tal\r\nN:Tal;Annette;;;\r\nEND:VCARD\r\n"},
         {"Notes/Home/bread.md", "# Bread\n\n- flour, 500 g\n- **salt**\n"},
         {"Notes/Work/plan.md", "# Plan\n\nBake bread & rest.\n"},
-        {"Mail/cur/1700000001.M1P1.host:2,S", message("supper")},
-        {"Mail/new/1700000002.M2P2.host", message("lunch")},
+        {"Mail/cur/" + deliveryTime() + ".M1P1.host:2,S", message("supper")},
+        {"Mail/new/" + deliveryTime() + ".M2P2.host", message("lunch")},
     };
 }
 

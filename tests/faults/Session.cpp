@@ -18,7 +18,7 @@ using MCPStdio::JSONValue;
 constexpr std::chrono::seconds hang{20}; ///< longer than any call here may take
 
 Answer answerIn(const std::string& line) {
-    const auto reply = JSONValue::parse(line);
+    const auto reply = JSONValue::parse(line); // one that is no reply of the protocol ends the test
     if (const JSONValue* const error = reply["error"]) {
         return {std::string{*(*error)["message"]->stringValue()}, true};
     }
@@ -66,8 +66,13 @@ std::string Session::argumentsOf(const ToolCall& call) {
 Answer Session::call(const ToolCall& call) {
     if (call.arguments.find(":ID") != std::string::npos && messageID_.empty()) {
         const Answer list = this->call({.name = {}, .tool = "mail_list", .arguments = "{}"});
-        const auto messages = JSONValue::parse(list.text);
-        messageID_ = (*(*messages["messages"])[0])["id"]->jsonString();
+        const auto found = JSONValue::parse(list.text);
+        const JSONValue* const messages = found["messages"];
+        const JSONValue* const message = messages == nullptr ? nullptr : (*messages)[0];
+        if (message == nullptr) {
+            throw std::runtime_error{"the sample has no message: " + list.text};
+        }
+        messageID_ = (*message)["id"]->jsonString();
     }
     const int id = ++lastID_;
     try {

@@ -39,8 +39,8 @@ NoteFormat formatOf(std::string_view name) {
     return lowered(name.back()) == 't' ? NoteFormat::plain : NoteFormat::markdown;
 }
 
-/// Throws the last error, unless it is about this folder or note: one that the user may not read, or
-/// that is gone, is passed over; a failing machine says nothing about it.
+/// Throws the last error, unless it is about this folder or note. One that is gone, or that the
+/// user may not read, is passed over; a failing machine says nothing about it.
 void throwUnlessAbout(const std::string& path) {
     const std::error_code error = local::lastError();
     if (!local::isAboutTheFile(error)) {

@@ -95,32 +95,3 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     return decide(Call::thread) == Decision::fail ? errno : real(thread, attributes, run, argument);
 }
 }
-
-// The child of vfork returns on the stack of its parent, so vfork has to be jumped to: nothing of
-// ours may be on the stack then. A compiler does not promise such a jump.
-#if defined(__x86_64__)
-asm(".globl vfork\n"
-    ".type vfork, @function\n"
-    "vfork:\n"
-    "    sub $8, %rsp\n"
-    "    call velmiro_vfork_target@plt\n"
-    "    add $8, %rsp\n"
-    "    test %rax, %rax\n"
-    "    je 1f\n"
-    "    jmp *%rax\n"
-    "1:  mov $-1, %eax\n"
-    "    ret\n"
-    ".size vfork, . - vfork\n");
-#elif defined(__aarch64__)
-asm(".globl vfork\n"
-    ".type vfork, %function\n"
-    "vfork:\n"
-    "    stp x29, x30, [sp, #-16]!\n"
-    "    bl velmiro_vfork_target\n"
-    "    ldp x29, x30, [sp], #16\n"
-    "    cbz x0, 1f\n"
-    "    br x0\n"
-    "1:  mov w0, #-1\n"
-    "    ret\n"
-    ".size vfork, . - vfork\n");
-#endif

@@ -17,7 +17,7 @@
 
 namespace velmiro::test {
 
-/// The tree of a file system: for each path its contents; for a folder, which ends in a slash, none.
+/// The tree of a file system: for each path its contents. A folder's path ends in a slash.
 using Tree = std::map<std::string, std::string>;
 
 /// One line of a record.

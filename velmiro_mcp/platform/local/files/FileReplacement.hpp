@@ -39,8 +39,9 @@ constexpr std::chrono::seconds folderPatience{30};
 /// link and replaces its target.
 ///
 /// Fails with EBUSY if another program keeps the folder locked (flock), or the file open for
-/// writing, for longer than `patience`; with ENOMEM for want of memory. Throws nothing. Removes only
-/// versions known to be one of the two given; if there is any doubt, both files stay.
+/// writing, for longer than `patience`; with ENOMEM for want of memory. Throws nothing.
+///
+/// Removes only versions known to be one of the two given; if there is any doubt, both files stay.
 Replacement replaceFile(const std::string& path, std::string_view expected,
                         std::string_view contents, Replacing how = Replacing::bySwap,
                         std::chrono::milliseconds patience = folderPatience);

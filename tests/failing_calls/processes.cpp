@@ -70,7 +70,7 @@ void* velmiro_vfork_target() noexcept {
 
 int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
                 const posix_spawnattr_t* attributes, char* const* arguments,
-                char* const* environment) noexcept {
+                char* const* environment) {
     static auto* const real = next<decltype(posix_spawn)>("posix_spawn");
     return decide(Call::spawn) == Decision::fail
                ? errno

@@ -19,8 +19,8 @@ struct Request {
 
 using RandomRequest = std::function<Request(theorem::Random&)>;
 
-/// Returns a `ping`, a `tools/list`, a call of `echo` with a text of random length, or a request for
-/// a method that does not exist.
+/// Returns a `ping`, a `tools/list`, a call of `echo` with a text of random length, or a request
+/// for a method that does not exist.
 Request requestToHello(theorem::Random& random);
 
 /// Likewise for the server, which has no `echo`: it is asked for a tool that does not exist.
@@ -30,8 +30,8 @@ Request requestToServer(theorem::Random& random);
 /// allows what is called "Allowed".
 Request callOfTool(theorem::Random& random);
 
-/// Sends that many requests, many at a time, and checks each reply. Throws std::runtime_error if one
-/// is missing, is not the expected one, or belongs to no request.
+/// Sends that many requests, many at a time, and checks each reply. Throws std::runtime_error if
+/// one is missing, is not the expected one, or belongs to no request.
 void send(support::ChildProcess& server, std::size_t count, const RandomRequest& next,
           theorem::Random& random);
 

@@ -2,12 +2,16 @@
 
 #include "MCPStdio/concurrency/Continuation.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "MCPStdio/transport/LineSequence.hpp"
+#include "support/Pipe.hpp"
 
 #include <cmath>
 #include <gtest/gtest.h>
 #include <new>
+#include <set>
 #include <stdexcept>
 #include <thread>
+#include <unistd.h>
 
 using namespace MCPStdio;
 
@@ -256,6 +260,31 @@ TEST(MCPServerDispatch, ACallThatLacksMemoryIsAnErrorThatSaysWhatMayHaveChanged)
     EXPECT_EQ(answerOf(server, R"({"id":1,"method":"tools/call","params":{"name":"write"}})"),
               error("out of memory. Whether anything was changed cannot be told: look before "
                     "trying again"));
+}
+
+TEST(MCPServerTransport, EveryLineIsAnsweredUntilTheInputEnds) {
+    auto input = velmiro::support::makePipe();
+    auto output = velmiro::support::makePipe();
+    const std::string lines =
+        "{\"id\":1,\"method\":\"ping\"}\nno JSON\n{\"method\":\"notifications/initialized\"}\n"
+        "{\"id\":2,\"method\":\"tools/call\",\"params\":{\"name\":\"args\"}}\n"
+        "{\"id\":3,\"method\":\"ping\"}";
+    ASSERT_EQ(::write(input.writing.get(), lines.data(), lines.size()),
+              static_cast<ssize_t>(lines.size()));
+    input.writing.close();
+    MCPServer server = makeServer();
+    syncWait(server.run(input.reading.get(), output.writing.get()));
+    output.writing.close();
+    std::multiset<std::string> replies; // they may overtake one another
+    LineSequence sequence{output.reading.get()};
+    while (const auto reply = sequence.next()) {
+        replies.emplace(*reply);
+    }
+    EXPECT_EQ(replies, (std::multiset<std::string>{
+                           parseError, R"({"id":1,"jsonrpc":"2.0","result":{}})",
+                           R"({"id":2,"jsonrpc":"2.0","result":{"content":[{"text":"{}",)"
+                           R"("type":"text"}],"isError":false}})",
+                           R"({"id":3,"jsonrpc":"2.0","result":{}})"}));
 }
 
 TEST(MCPServerConcurrency, AHandlerRunsNeitherOnTheCallersThreadNorInsideTheActor) {

@@ -21,6 +21,7 @@ Mutants may signal any process, so each runs in a process namespace of its own, 
 """
 
 import argparse
+import fcntl
 import functools
 import hashlib
 import json
@@ -256,6 +257,8 @@ def main() -> int:
         return 0
     explained = read_explained((HERE / "explained.txt").read_text(encoding="utf-8"))
     BUILD.mkdir(parents=True, exist_ok=True)
+    lock = open(BUILD / "lock", "w", encoding="ascii")  # two runs would share a library
+    fcntl.flock(lock, fcntl.LOCK_EX)
     end = time.monotonic() + arguments.slice if arguments.slice else float("inf")
     run = Run(explained, arguments.own, end)
     chosen = {file: file.mutants for file in files}

@@ -300,6 +300,7 @@ TEST(JSONReader, WhatSurroundsATextInMemoryIsNotRead) {
                                        "\"a\\u00e9\"",
                                        "[1,         2]",
                                        "[ ]",
+                                       "[1, 2, 3, 4, 5, 6, 7, 8, 9]",
                                        "{ \"a\" : 1 }  ",
                                        "1 ",
                                        "",

@@ -138,7 +138,7 @@ TEST(ParseDate, ABareDayMeansItsFirstInstantEvenWithoutAMidnight) {
     EXPECT_EQ(read(cairo, "2026-04-24"), "2026-04-24T01:00:00+03:00");
     EXPECT_EQ(read(cairo, "2026-04-23"), "2026-04-23T00:00:00+02:00");
     EXPECT_EQ(read(cairo, "2026-04-25"), "2026-04-25T00:00:00+03:00");
-    // Toronto's clock went from 23:30 to 00:30 then: the midnight was skipped, but not all of the hour.
+    // Toronto's clock went from 23:30 to 00:30, and the day began at 00:30.
     EXPECT_EQ(read("America/Toronto", "1919-03-31"), "1919-03-31T00:30:00-04:00");
     EXPECT_EQ(read("America/Toronto", "1919-03-30"), "1919-03-30T00:00:00-05:00");
     EXPECT_EQ(read("America/Toronto", "1919-04-01"), "1919-04-01T00:00:00-04:00");

@@ -44,8 +44,8 @@ protected:
     }
 };
 
-/// Returns the flags of this process's descriptor that is connected to the socket of that name; -1 if
-/// there is none.
+/// Returns the flags of this process's descriptor that is connected to the socket of that name, or
+/// -1 if there is none.
 int flagsOfConnectionTo(const std::string& name) {
     for (int descriptor = 0; descriptor < 1024; ++descriptor) {
         sockaddr_un peer{};

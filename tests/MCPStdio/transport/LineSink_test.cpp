@@ -1,10 +1,13 @@
 #include "MCPStdio/transport/LineSink.hpp"
 
 #include "support/Pipe.hpp"
+#include "support/TemporaryFolder.hpp"
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits>
@@ -109,6 +112,71 @@ TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
     }
     ::close(ends.writer);
     reader.join();
+}
+
+TEST(LineSink, ASlowReaderHoldsNobodyUp) {
+    const Ends ends = makePipe();
+    constexpr std::size_t lines = 4096;
+    const std::string line(1023, 'x');
+    std::atomic<std::size_t> received{0};
+    std::atomic<bool> sent{false};
+    std::thread reader{[&] {
+        std::array<char, 1024> chunk{};
+        for (ssize_t count = 0; (count = ::read(ends.reader, chunk.data(), chunk.size())) > 0;) {
+            received += static_cast<std::size_t>(count);
+            if (!sent) { // a tenth of a good pace
+                std::this_thread::sleep_for(std::chrono::milliseconds{1});
+            }
+        }
+    }};
+    {
+        LineSink sink{ends.writer};
+        for (std::size_t i = 0; i < lines; ++i) {
+            sink.send(TextBuffer{line});
+        }
+        EXPECT_LT(received, lines * 1024 / 2);
+        sent = true;
+        sink.finish();
+    }
+    ::close(ends.writer);
+    reader.join();
+    ::close(ends.reader);
+    EXPECT_EQ(received, lines * 1024);
+}
+
+TEST(LineSink, WaitingForAReaderTakesNoProcessorTime) {
+    const Ends ends = makePipe();
+    std::thread reader;
+    {
+        LineSink sink{ends.writer};
+        sink.send(TextBuffer{std::string(1'000'000, 'x')});
+        const auto before = std::clock();
+        std::this_thread::sleep_for(std::chrono::milliseconds{300});
+        EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 10);
+        reader = std::thread{[&] { readAll(ends.reader); }};
+        sink.finish();
+    }
+    ::close(ends.writer);
+    reader.join();
+}
+
+TEST(LineSink, LinesOfEveryLengthReachAFile) {
+    const velmiro::support::TemporaryFolder folder;
+    const std::string path = (folder.path() / "lines").string();
+    const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(file, 0);
+    std::string expected;
+    {
+        LineSink sink{file};
+        for (const std::size_t length : {1U, 4095U, 4096U, 4097U, 100'000U, 0U, 10U}) {
+            const std::string line(length, 'x');
+            sink.send(TextBuffer{line});
+            expected += line + "\n";
+        }
+        sink.finish();
+    }
+    ::lseek(file, 0, SEEK_SET);
+    EXPECT_TRUE(readAll(file) == expected);
 }
 
 TEST(LineSink, ThePipesFlagsStayAsTheParentSetThem) {

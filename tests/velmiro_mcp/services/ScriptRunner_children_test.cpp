@@ -198,15 +198,19 @@ TEST(ScriptChildren, StartWhenAShortageOfDescriptorsIsOver) {
 
 TEST(ScriptChildren, AShortageOfDescriptorsIsReportedAfterAsLongAsTheScriptMayTake) {
     ScriptRunner runner{FAKE_OSASCRIPT};
-    const ScopedDescriptorLimit none{nextDescriptor()};
+    std::string failure;
     const auto begin = std::chrono::steady_clock::now();
-    try {
-        MCPStdio::syncWait(runner.run("out 1", {}, 100ms));
-        FAIL() << "started";
-    } catch (const MCPStdio::MCPToolError& error) {
-        EXPECT_EQ(error.message, "osascript could not start: Too many open files");
+    {
+        const ScopedDescriptorLimit none{nextDescriptor()};
+        try {
+            MCPStdio::syncWait(runner.run("out 1", {}, 100ms));
+        } catch (const MCPStdio::MCPToolError& error) {
+            failure = error.message;
+        }
     }
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, 100ms);
+    const auto passed = std::chrono::steady_clock::now() - begin;
+    EXPECT_EQ(failure, "osascript could not start: Too many open files");
+    EXPECT_GE(passed, 100ms);
 }
 
 TEST(ScriptChildren, AreReadAndAwaitedToTheirEndsBetweenSignals) {

@@ -278,7 +278,8 @@ struct JSONMember {
     }
 };
 
-/// Compares two strings by their bytes. Inlined into the loops that call it a few times per object.
+/// Compares two strings by their bytes. Inlined into the loops that call it a few times per
+/// object. `tools list` takes a seventh longer to read if all keys are compared as texts.
 [[gnu::always_inline]] inline std::strong_ordering
 JSONValue::compareTexts(const Words& left, const Words& right) noexcept {
     if (((left[1] | right[1]) & blockFlag) != 0) {

@@ -6,22 +6,8 @@
 #include <array>
 #include <cstring>
 
-// Lets the system choose a version for the processor when the program starts. A sanitizer is not
-// ready by then.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define MCPSTDIO_WIDE_VERSIONS
-#elif defined(__x86_64__) && defined(__GLIBC__) && !defined(__clang__)
-#define MCPSTDIO_WIDE_VERSIONS [[gnu::target_clones("avx2", "default")]]
-#else
-#define MCPSTDIO_WIDE_VERSIONS
-#endif
-
 namespace MCPStdio {
 namespace {
-
-/// Bytes that are checked together: as wide as registers are, or two registers.
-using WideBlock [[gnu::vector_size(32)]] = unsigned char;
-using WideMarks [[gnu::vector_size(32)]] = signed char;
 
 /// A sequence of a text. If it is ill-formed, `length` is that of the longest prefix of a
 /// well-formed sequence; one for a byte that begins none.
@@ -69,24 +55,38 @@ Sequence sequenceAt(std::string_view text, std::size_t at) noexcept {
 /// The number of preceding bytes that decide whether a byte is well-formed.
 constexpr std::size_t lookBehind = 3;
 
-[[gnu::always_inline]] inline void load(WideBlock& block, const char* bytes) noexcept {
+// The checks exist for blocks of several widths. They return no vectors, for which the convention of
+// calls depends on the processor.
+template <std::size_t width>
+struct Wide {
+    using Block [[gnu::vector_size(width)]] = unsigned char;
+    using Marks [[gnu::vector_size(width)]] = signed char;
+};
+
+template <typename Block>
+[[gnu::always_inline]] inline void load(Block& block, const char* bytes) noexcept {
     std::memcpy(&block, bytes, sizeof block);
 }
 template <typename Block>
 [[gnu::always_inline]] inline bool isZero(const Block& block) noexcept {
     std::array<ByteWord, sizeof(Block) / sizeof(ByteWord)> words;
     std::memcpy(words.data(), &block, sizeof block);
-    return (words[0] | words[1] | words[2] | words[3]) == 0;
+    ByteWord all = 0;
+    for (const ByteWord word : words) {
+        all |= word;
+    }
+    return all == 0;
 }
 
 /// Marks the bytes of a block, from `bytes` on, that continue a sequence where none goes on, or do
 /// not where one does. Marks as rare the bytes before which not every second byte may follow.
-[[gnu::always_inline]] inline void checkLengths(const char* bytes, WideMarks& wrong,
-                                                WideMarks& rare) noexcept {
-    WideBlock byte;
-    WideBlock before;
-    WideBlock twoBefore;
-    WideBlock threeBefore;
+template <std::size_t width, typename Marks>
+[[gnu::always_inline]] inline void checkLengths(const char* bytes, Marks& wrong,
+                                                Marks& rare) noexcept {
+    typename Wide<width>::Block byte;
+    typename Wide<width>::Block before;
+    typename Wide<width>::Block twoBefore;
+    typename Wide<width>::Block threeBefore;
     load(byte, bytes);
     load(before, bytes - 1);
     load(twoBefore, bytes - 2);
@@ -97,9 +97,10 @@ template <typename Block>
     rare |= (before >= 0xF0) | (before == 0xE0) | (before == 0xED) | ((before & 0xFE) == 0xC0);
 }
 /// Marks the second bytes that make overlong forms, surrogates and values above U+10FFFF.
-[[gnu::always_inline]] inline void checkSecondBytes(const char* bytes, WideMarks& wrong) noexcept {
-    WideBlock byte;
-    WideBlock before;
+template <std::size_t width, typename Marks>
+[[gnu::always_inline]] inline void checkSecondBytes(const char* bytes, Marks& wrong) noexcept {
+    typename Wide<width>::Block byte;
+    typename Wide<width>::Block before;
     load(byte, bytes);
     load(before, bytes - 1);
     wrong |= ((before & 0xFE) == 0xC0) | (before >= 0xF5) | ((before == 0xE0) & (byte < 0xA0)) |
@@ -111,9 +112,10 @@ template <typename Block>
 /// `lookBehind` bytes before it; the last pair may overlap the one before. Returns where an
 /// ill-formed pair begins, where the text ends, or where it is too short for a pair. The sequence at
 /// the end of what it skipped may continue wrongly.
-MCPSTDIO_WIDE_VERSIONS std::size_t skipBlocks(const char* text, std::size_t size,
-                                              std::size_t at) noexcept {
-    constexpr std::size_t half = sizeof(WideBlock);
+template <std::size_t width>
+[[gnu::always_inline]] inline std::size_t skipBlocksOf(const char* text, std::size_t size,
+                                                       std::size_t at) noexcept {
+    constexpr std::size_t half = width;
     constexpr std::size_t pair = 2 * half;
     for (; at < size; at += pair) {
         if (size - at < pair) {
@@ -123,22 +125,22 @@ MCPSTDIO_WIDE_VERSIONS std::size_t skipBlocks(const char* text, std::size_t size
             at = size - pair;
         }
         const char* const bytes = text + at;
-        WideBlock first;
-        WideBlock second;
+        typename Wide<width>::Block first;
+        typename Wide<width>::Block second;
         load(first, bytes);
         load(second, bytes + half);
         first = (first | second) & 0x80;
         if (isZero(first) && static_cast<unsigned char>(bytes[-1]) < 0x80) {
             continue;
         }
-        WideMarks wrong{};
-        WideMarks rare{};
-        checkLengths(bytes, wrong, rare);
-        checkLengths(bytes + half, wrong, rare);
+        typename Wide<width>::Marks wrong{};
+        typename Wide<width>::Marks rare{};
+        checkLengths<width>(bytes, wrong, rare);
+        checkLengths<width>(bytes + half, wrong, rare);
         rare |= wrong;
         if (!isZero(rare)) {
-            checkSecondBytes(bytes, wrong);
-            checkSecondBytes(bytes + half, wrong);
+            checkSecondBytes<width>(bytes, wrong);
+            checkSecondBytes<width>(bytes + half, wrong);
             if (!isZero(wrong)) {
                 break;
             }
@@ -146,6 +148,23 @@ MCPSTDIO_WIDE_VERSIONS std::size_t skipBlocks(const char* text, std::size_t size
     }
     return at;
 }
+
+// It makes `Unicode text` three times as fast to read as sequence by sequence; registers of 32 bytes,
+// where the processor has them, another third faster.
+#if defined(__x86_64__) && defined(__GLIBC__)
+[[gnu::target("avx2")]] std::size_t skipWideBlocks(const char* text, std::size_t size,
+                                                   std::size_t at) noexcept {
+    return skipBlocksOf<32>(text, size, at);
+}
+std::size_t skipBlocks(const char* text, std::size_t size, std::size_t at) noexcept {
+    static const bool hasWide = __builtin_cpu_supports("avx2") != 0;
+    return hasWide ? skipWideBlocks(text, size, at) : skipBlocksOf<16>(text, size, at);
+}
+#else
+std::size_t skipBlocks(const char* text, std::size_t size, std::size_t at) noexcept {
+    return skipBlocksOf<16>(text, size, at);
+}
+#endif
 
 /// Returns the start of the first sequence from `at` on that is ill-formed or begins at or after
 /// `end`.

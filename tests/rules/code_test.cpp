@@ -79,10 +79,8 @@ TEST(Rules, OutsideThePlatformNothingIsCompiledOnlyOnSomeSystems) {
         "#ifdef EVENTKIT_IN_PART", // the framework is declared by us, else by the SDK
         "#ifdef MADV_HUGEPAGE",    // a hint, if the system accepts it
         "#if __has_include(<sys/epoll.h>)", // to wait for input, else a thread does nothing else
+        "#if defined(__x86_64__) && defined(__GLIBC__)", // a version for wider registers
         "#ifdef __SSE2__", // one instruction, else arithmetic that all processors have
-        // Where one function can have versions for several processors:
-        "#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)",
-        "#elif defined(__x86_64__) && defined(__GLIBC__) && !defined(__clang__)",
     };
     for (const SourceFile& file :
          sourcesIn({"MCPStdio", "velmiro_mcp", "osascript", "approval_host", "doctor", "examples",

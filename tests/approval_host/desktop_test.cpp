@@ -26,8 +26,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int screenWidth = 1024;
 constexpr int screenHeight = 768;
 
-/// An X server that draws into memory. Without -noreset it would start anew, and refuse programs for
-/// that moment, whenever no window is left.
+/// An X server that draws into memory. Without -noreset it would start anew whenever no window is
+/// left, and refuse programs for that moment.
 class Desktop {
 public:
     Desktop()

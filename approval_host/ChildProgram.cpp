@@ -15,9 +15,7 @@
 #include <string_view>
 #include <utility>
 
-#include <locale.h> // newlocale, which <clocale> need not have
-
-extern char** environ;
+extern "C" char** environ; // NOLINT(readability-redundant-declaration): not every libc declares it
 
 namespace velmiro::host {
 
@@ -40,14 +38,13 @@ struct Actions {
     }
 };
 
+/// A locale that is not installed counts as C. Sets this program's own for a moment; nothing in it
+/// depends on that.
 bool isLocaleUTF8() {
-    const locale_t user = ::newlocale(LC_CTYPE_MASK, "", nullptr);
-    if (user == nullptr) {
-        return false; // a locale that is not installed counts as C
-    }
-    const std::string_view codes = ::nl_langinfo_l(CODESET, user);
-    const bool is = codes == "UTF-8" || codes == "utf8";
-    ::freelocale(user);
+    const bool isInstalled = std::setlocale(LC_CTYPE, "") != nullptr;
+    const std::string_view codes = ::nl_langinfo(CODESET);
+    const bool is = isInstalled && (codes == "UTF-8" || codes == "utf8");
+    std::setlocale(LC_CTYPE, "C");
     return is;
 }
 

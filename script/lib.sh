@@ -25,7 +25,7 @@ packages_for() {
     local libraries='libical-dev libicu-dev libjavascriptcoregtk-4.1-dev libgmime-3.0-dev'
     libraries+=' libgumbo-dev'
     local build="g++ cmake ninja-build pkg-config tzdata $libraries"
-    local package="$build binutils dpkg-dev gzip python3"
+    local package="$build binutils dpkg-dev file gzip python3"
     local npm='nodejs npm ca-certificates'
     local unit="$build libgtest-dev libgmock-dev python3 python3-dateutil"
     local process="$unit strace bsdutils patch valgrind"

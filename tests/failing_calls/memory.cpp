@@ -88,6 +88,7 @@ void* orThrow(void* memory) {
 
 } // namespace
 
+// NOLINTBEGIN(misc-new-delete-overloads): the C++ library's own operators free what is from malloc
 void* operator new(std::size_t size) {
     return orThrow(allocate(size));
 }
@@ -106,6 +107,7 @@ void* operator new(std::size_t size, std::align_val_t alignment) {
 void* operator new[](std::size_t size, std::align_val_t alignment) {
     return orThrow(allocate(size, static_cast<std::size_t>(alignment)));
 }
+// NOLINTEND(misc-new-delete-overloads)
 
 extern "C" {
 

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <system_error>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace velmiro::osascript {
@@ -33,10 +35,13 @@ void makeDraftsFolder(const std::string& maildir, const std::string& drafts) {
         makeFolder(maildir + part);
         makeFolder(drafts + part);
     }
-    // This file tells a folder of a Maildir from a Maildir.
-    if (!local::stampOf(drafts + "/maildirfolder")) {
-        const std::error_code error = local::createFile(drafts, "maildirfolder", "");
-        throwIf(error == std::errc::file_exists ? std::error_code{} : error);
+    // This file tells a folder of a Maildir from a Maildir. It is empty, so it needs no hidden file
+    // first, which a process that is killed would leave where no later one looks.
+    const std::string mark = drafts + "/maildirfolder";
+    if (!local::stampOf(mark)) {
+        const local::Descriptor file{
+            open(mark.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR)};
+        throwIf(file ? local::flushFolder(drafts) : local::lastError());
     }
 }
 

@@ -152,9 +152,9 @@ public:
     [[nodiscard]] int signal() const override { return signal_.get(); }
 
     std::optional<Outcome> outcome(std::size_t question) override {
-        std::unique_lock lock{mutex_};
         std::uint64_t ended = 0;
         static_cast<void>(::read(signal_.get(), &ended, sizeof ended) > 0);
+        std::unique_lock lock{mutex_};
         const auto found = outcomes_.find(question);
         if (found == outcomes_.end()) {
             return std::nullopt;

@@ -175,7 +175,8 @@ int main(int count, char** arguments) {
     std::optional<Options> options;
     try {
         options = optionsFrom({arguments + 1, arguments + count});
-    } catch (const std::logic_error&) { // not a number
+    } catch (const std::logic_error&) {
+        options.reset(); // not a number
     }
     if (!options || options->count == 0 || options->workers == 0) {
         std::fputs("usage: theorem [COUNT] [--seed NUMBER] [--server BINARY] [--workers COUNT]\n",

@@ -1,7 +1,7 @@
 #include "MCPStdio/MCPServer.hpp"
 
+#include "MCPStdio/Replies.hpp"
 #include "MCPStdio/concurrency/DispatchQueue.hpp"
-#include "MCPStdio/concurrency/Patience.hpp"
 #include "MCPStdio/concurrency/TaskGroup.hpp"
 #include "MCPStdio/json/JSONReader.hpp"
 #include "MCPStdio/json/JSONWriter.hpp"
@@ -20,11 +20,6 @@ namespace {
 
 using RPCError = MCPServer::RPCError;
 
-constexpr std::int64_t parseErrorCode = -32700;
-constexpr std::int64_t methodNotFoundCode = -32601;
-constexpr std::int64_t invalidParamsCode = -32602;
-constexpr std::int64_t internalErrorCode = -32603;
-
 const JSONValue noID; // null, the id of a reply to a request without one
 
 /// Reads a line as a message; nullopt if it is not a JSON object, or does not fit into memory.
@@ -40,76 +35,6 @@ std::optional<JSONValue> readMessage(std::string_view line, JSONReader::Encoding
     } catch (const std::bad_alloc&) {
         return std::nullopt;
     }
-}
-
-// Replies are written around their content rather than built as values. Members are in the order of
-// their keys, as the writer would write them.
-
-TextBuffer beginSuccess(const JSONValue& id) {
-    TextBuffer text;
-    text.append("{\"id\":");
-    compactEncoder().append(text, id);
-    text.append(",\"jsonrpc\":\"2.0\",\"result\":");
-    return text;
-}
-
-TextBuffer writtenSuccess(const JSONValue& id, std::string_view result) {
-    TextBuffer text = beginSuccess(id);
-    static_cast<void>(text.room(result.size() + 2)); // one allocation, with the end of the line
-    text.append(result);
-    text.append('}');
-    return text;
-}
-
-TextBuffer success(const JSONValue& id, const JSONValue& result) {
-    TextBuffer text = beginSuccess(id);
-    compactEncoder().append(text, result);
-    text.append('}');
-    return text;
-}
-
-TextBuffer callSuccess(const JSONValue& id, MCPToolResult result) {
-    TextBuffer text = beginSuccess(id);
-    text.append("{\"content\":[{\"text\":");
-    // Clients reject a line that is not UTF-8, and a handler may pass on what it was given.
-    appendJSONString(text, repairUTF8(std::move(result.text)));
-    text.append(",\"type\":\"text\"}],\"isError\":");
-    text.append(result.isError ? "true}}" : "false}}");
-    return text;
-}
-
-TextBuffer failure(const JSONValue& id, std::int64_t code, std::string_view message) {
-    return patiently([&] {
-        TextBuffer text;
-        text.append("{\"error\":{\"code\":");
-        text.append(std::to_string(code));
-        text.append(",\"message\":");
-        appendJSONString(text, message);
-        text.append("},\"id\":");
-        compactEncoder().append(text, id);
-        text.append(",\"jsonrpc\":\"2.0\"}");
-        static_cast<void>(text.room(1)); // for the end of the line
-        return text;
-    });
-}
-
-constexpr std::string_view outOfMemory = "out of memory";
-
-/// Returns the reply to a call for which there was not enough memory.
-TextBuffer shortage(const JSONValue& id, std::string_view message) {
-    return patiently([&] {
-        TextBuffer text = callSuccess(id, MCPToolResult::error(std::string{message}));
-        static_cast<void>(text.room(1)); // for the end of the line
-        return text;
-    });
-}
-
-/// Does so for a call that was begun, and whose work may even be done.
-TextBuffer shortageDuring(const JSONValue& id, const MCPTool& tool) {
-    return shortage(id, tool.readOnly
-                            ? outOfMemory
-                            : "out of memory. Whether anything was changed cannot be told: look "
-                              "before trying again");
 }
 
 /// Sends a reply, or if there is not enough memory to send it, the one that `report` returns.
@@ -146,17 +71,6 @@ std::optional<MCPToolResult> failedResult() {
         return MCPToolResult::error(currentDescription());
     } catch (const std::bad_alloc&) {
         return std::nullopt;
-    }
-}
-
-/// Returns the reply to a call that ended with this result; an error if it cannot be written.
-TextBuffer writtenResult(const JSONValue& id, const MCPTool& tool, MCPToolResult result) {
-    try {
-        return callSuccess(id, std::move(result));
-    } catch (const std::bad_alloc&) {
-        return shortageDuring(id, tool);
-    } catch (const std::exception& error) {
-        return failure(id, internalErrorCode, error.what());
     }
 }
 

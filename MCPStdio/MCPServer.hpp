@@ -47,8 +47,8 @@ public:
               std::vector<MCPTool> tools);
 
     /// Reads requests from `input` and writes replies to `output` until the input ends and every
-    /// request is answered. Called once. Blocks the awaiting thread while it reads, and may continue to
-    /// read on another one while a handler runs on the first.
+    /// request is answered. Called once. Blocks the awaiting thread while it reads, and may
+    /// continue to read on another one while a handler runs on the first.
     Task<void> run(int input = STDIN_FILENO, int output = STDOUT_FILENO);
 
     /// Answers one line; nullopt if it calls for no answer. The answer is empty if it cannot be

@@ -210,8 +210,8 @@ void JSONReader::requireEnd(std::size_t begin, std::size_t end) const {
     fail(end, end == text_.size() ? "a string without an end" : "a control character");
 }
 
-/// Unescapes a string from `at` to its quote at `end`, or as much as surely fits `room` bytes. Those
-/// beyond what it returns are overwritten too.
+/// Unescapes a string from `at` to its quote at `end`, or as much as surely fits `room` bytes.
+/// Those beyond what it returns are overwritten too.
 JSONReader::Unescaped JSONReader::unescape(std::size_t at, std::size_t end, char* to,
                                            std::size_t room) const {
     char* const begin = to;

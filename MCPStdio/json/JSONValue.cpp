@@ -172,8 +172,8 @@ JSONMemory* JSONValue::memory() const noexcept {
     return kind() == Case::array ? block<JSONValue>()->memory : block<JSONMember>()->memory;
 }
 
-/// Replaces content in a tree's memory with a copy that can grow. Returns what was replaced, to which
-/// an argument of the caller may point.
+/// Replaces content in a tree's memory with a copy that can grow. Returns what was replaced, to
+/// which an argument of the caller may point.
 JSONValue JSONValue::unpool() {
     JSONValue old;
     if (has(blockFlag | pooledFlag)) {

@@ -57,8 +57,8 @@ constexpr std::size_t bytesBefore(ByteMarks marks) noexcept {
     return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
 }
 
-// A byte of a block is marked if its high bit is set. `markBits` returns one bit for each, the first
-// byte's lowest; `anyMark` is cheaper where that takes more than one instruction.
+// A byte of a block is marked if its high bit is set. `markBits` returns one bit for each, the
+// first byte's lowest; `anyMark` is cheaper where that takes more than one instruction.
 #ifdef __SSE2__
 template <typename Marks>
 std::uint32_t markBits(Marks marks) noexcept {

@@ -89,8 +89,8 @@ public:
 
 namespace MCPStdio {
 
-/// What `Standby` shares with its thread, which ends if nothing needs it for a second: then there is
-/// a new state next time.
+/// What `Standby` shares with its thread, which ends if nothing needs it for a second: then there
+/// is a new state next time.
 struct Standby::State {
     // The values of `away` that are not the number of an absence.
     static constexpr std::uint64_t nobody = 0;

@@ -11,15 +11,15 @@
 
 namespace MCPStdio {
 
-/// Lets the thread that reads an input run a task meanwhile. A thread on standby waits for input, and
-/// only while the reading thread is away: what arrives then makes it continue the coroutine that
-/// reads, so reading never waits for the task.
+/// Lets the thread that reads an input run a task meanwhile. A thread on standby waits for input,
+/// and only while the reading thread is away: what arrives then makes it continue the coroutine
+/// that reads, so reading never waits for the task.
 ///
 /// Handing each task to another thread instead costs two switches of threads: `echo, round trip`
 /// takes 2.5 times as long as the limit then, and 1.5 times with this.
 ///
-/// Used by one coroutine, on the thread that it is on. Where the system or the input lacks what this
-/// needs, it is never ready.
+/// Used by one coroutine, on the thread that it is on. Where the system or the input lacks what
+/// this needs, it is never ready.
 class Standby {
     struct State;
 

@@ -40,9 +40,9 @@ class MaildirNames {
 public:
     using Index = NumberedNames::Index;
 
-    /// Lists `new` and `cur`; a missing folder is empty, a link that leads nowhere is an error. A message in both counts once, as the one
-    /// in `cur`; of two names in one folder, the greater counts. Throws std::system_error, with the
-    /// folder in its text, if a folder cannot be read.
+    /// Lists `new` and `cur`; a missing folder is empty, a link that leads nowhere is an error. A
+    /// message in both counts once, as the one in `cur`; of two names in one folder, the greater
+    /// counts. Throws std::system_error, with the folder in its text, if a folder cannot be read.
     ///
     /// If a number is wanted, only those messages are listed that matter for who has it.
     explicit MaildirNames(const std::string& maildir, std::optional<std::uint64_t> wanted = {});

@@ -44,11 +44,6 @@ std::uint64_t numberOf(std::string_view name) noexcept {
     return std::max<std::uint64_t>(hash >> (64U - numberBits), 1);
 }
 
-bool mayGet(std::uint64_t own, std::uint64_t number) noexcept {
-    // Names are pushed on by at most their count, which an index holds.
-    return own == number || before(number, std::min(own, number)) == 0;
-}
-
 bool mayMatter(std::uint64_t own, std::uint64_t wanted) noexcept {
     // A name is pushed on by fewer steps than there are names.
     constexpr std::uint64_t mostSteps = std::numeric_limits<NumberedNames::Index>::max();

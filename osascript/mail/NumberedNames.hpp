@@ -19,15 +19,11 @@ std::uint64_t numberOf(std::string_view name) noexcept;
 /// name from it. Whoever looks for one number may leave out all other names.
 bool mayMatter(std::uint64_t own, std::uint64_t wanted) noexcept;
 
-/// Returns whether a name with this number of its own may get that one, or keep another name from
-/// it: whether it is at, or not far below it. Who looks for one number can pass over other names.
-bool mayGet(std::uint64_t own, std::uint64_t number) noexcept;
-
 /// Different names with a number for each: the name's own, or if other names have the same, the
 /// next free one, in the order of the names. The number after the largest is 1.
 ///
-/// The number of a name is found without numbering all. Of n names, fewer than n can push a name on, so
-/// only those whose own numbers are at most n away matter: nearly always none.
+/// The number of a name is found without numbering all. Of n names, fewer than n can push a name
+/// on, so only those whose own numbers are at most n away matter: nearly always none.
 class NumberedNames {
 public:
     using Index = std::uint32_t;

@@ -1,5 +1,6 @@
-// vfork, which a plan may let fail. Its child returns on the stack of its parent, so nothing of ours
-// may be on the stack then: vfork has to be jumped to, and a compiler does not promise such a jump.
+// vfork, which a plan may let fail. Its child returns on the stack of its parent, so nothing of
+// ours may be on the stack then: vfork has to be jumped to, and a compiler does not promise such a
+// jump.
 
 asm(".globl vfork\n"
     ".type vfork, %function\n"

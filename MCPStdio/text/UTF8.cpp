@@ -149,8 +149,8 @@ template <std::size_t width>
     return at;
 }
 
-// It makes `Unicode text` three times as fast to read as sequence by sequence; registers of 32 bytes,
-// where the processor has them, another third faster.
+// It makes `Unicode text` three times as fast to read as sequence by sequence; registers of 32
+// bytes, where the processor has them, another third faster.
 #if defined(__x86_64__) && defined(__GLIBC__)
 [[gnu::target("avx2")]] std::size_t skipWideBlocks(const char* text, std::size_t size,
                                                    std::size_t at) noexcept {

@@ -110,8 +110,8 @@ template <std::size_t width, typename Marks>
 
 /// Skips pairs of blocks of well-formed text from a sequence at `at`, which has at least
 /// `lookBehind` bytes before it; the last pair may overlap the one before. Returns where an
-/// ill-formed pair begins, where the text ends, or where it is too short for a pair. The sequence at
-/// the end of what it skipped may continue wrongly.
+/// ill-formed pair begins, where the text ends, or where it is too short for a pair. The sequence
+/// at the end of what it skipped may continue wrongly.
 template <std::size_t width>
 [[gnu::always_inline]] inline std::size_t skipBlocksOf(const char* text, std::size_t size,
                                                        std::size_t at) noexcept {

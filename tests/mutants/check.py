@@ -84,6 +84,8 @@ class Judging(unittest.TestCase):
         self.assertEqual(self.verdict("true"), Verdict("lives"))
         self.assertEqual(self.verdict("echo '[ RUN      ] A.B'; echo '[ RUN      ] C/D.E/1'; exit 1"),
                          Verdict("killed", "C/D.E/1"))
+        self.assertEqual(self.verdict("echo '[  FAILED  ] A.B (1 ms)'; echo '[ RUN      ] C.D'; exit 1"),
+                         Verdict("killed", "A.B"))
         self.assertEqual(self.verdict("kill -SEGV $$"), Verdict("killed", "exit status 139"))
         self.assertEqual(self.verdict("sleep 60", 0.2), Verdict("killed", "a hang"))
 

@@ -66,10 +66,13 @@ def judge(command: list[str], longest: float) -> Verdict:
             process.kill()
             process.wait()
         output.seek(0)
-        begun = re.findall(rb"^\[ RUN      \] ([\w./]+)", output.read(), re.MULTILINE)
+        text = output.read().decode(errors="replace")
     if end == "exit status 0":
         return Verdict("lives")
-    return Verdict("killed", begun[-1].decode() if begun else end)
+    # After a failure GoogleTest lists all other tests as begun and skipped; a crash ends the list.
+    failed = re.findall(r"^\[  FAILED  \] ([\w./]+)", text, re.MULTILINE)
+    begun = re.findall(r"^\[ RUN      \] ([\w./]+)", text, re.MULTILINE)
+    return Verdict("killed", [*failed[:1], *begun[-1:], end][0])
 
 
 class Compiler:

@@ -54,6 +54,7 @@ def judge(command: list[str], longest: float) -> Verdict:
     caged = [*cage(), "sh", "-c", '"$@"; exit $?', "sh", *command]
     with (tempfile.TemporaryDirectory(prefix="mutants-", ignore_cleanup_errors=True) as folder,
           tempfile.TemporaryFile() as output):
+        os.chmod(folder, 0o755)  # some tests give up the rights of root
         environment = {**os.environ, "GTEST_FAIL_FAST": "1", "GTEST_COLOR": "no", "TMPDIR": folder}
         process = subprocess.Popen(caged, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
                                    cwd=ROOT, env=environment, preexec_fn=limits,

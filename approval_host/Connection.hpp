@@ -2,7 +2,7 @@
 
 #include "MCPStdio/transport/Descriptor.hpp"
 #include "approval_host/LineBuffer.hpp"
-#include "approval_host/Question.hpp"
+#include "approval_host/question/Question.hpp"
 
 #include <chrono>
 #include <utility>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "approval_host/Connection.hpp"
-#include "approval_host/Screen.hpp"
+#include "approval_host/screens/Screen.hpp"
 
 #include <poll.h>
 

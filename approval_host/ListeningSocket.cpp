@@ -6,7 +6,7 @@
 
 #include "approval_host/ListeningSocket.hpp"
 
-#include "approval_host/HostError.hpp"
+#include "approval_host/process/HostError.hpp"
 
 #include <fcntl.h>
 #include <poll.h>

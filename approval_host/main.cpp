@@ -2,13 +2,13 @@
 
 #include "approval_host/CommandLine.hpp"
 #include "approval_host/Host.hpp"
-#include "approval_host/HostError.hpp"
 #include "approval_host/ListeningSocket.hpp"
-#include "approval_host/Process.hpp"
 #include "approval_host/SocketPath.hpp"
-#include "approval_host/TerminalScreen.hpp"
-#include "approval_host/UnattendedScreen.hpp"
-#include "approval_host/WindowScreen.hpp"
+#include "approval_host/process/HostError.hpp"
+#include "approval_host/process/Process.hpp"
+#include "approval_host/screens/TerminalScreen.hpp"
+#include "approval_host/screens/UnattendedScreen.hpp"
+#include "approval_host/screens/WindowScreen.hpp"
 
 #include <csignal>
 #include <cstdlib>

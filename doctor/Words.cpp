@@ -1,6 +1,6 @@
 #include "doctor/Words.hpp"
 
-#include "approval_host/VisibleText.hpp"
+#include "approval_host/question/VisibleText.hpp"
 
 #include <algorithm>
 #include <array>

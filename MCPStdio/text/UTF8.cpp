@@ -55,8 +55,8 @@ Sequence sequenceAt(std::string_view text, std::size_t at) noexcept {
 /// The number of preceding bytes that decide whether a byte is well-formed.
 constexpr std::size_t lookBehind = 3;
 
-// The checks exist for blocks of several widths. They return no vectors, for which the convention of
-// calls depends on the processor.
+// The checks exist for blocks of several widths. They return no vectors, for which the convention
+// of calls depends on the processor.
 template <std::size_t width>
 struct Wide {
     using Block [[gnu::vector_size(width)]] = unsigned char;

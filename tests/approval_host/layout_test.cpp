@@ -1,6 +1,6 @@
-#include "approval_host/Layout.hpp"
+#include "approval_host/question/Layout.hpp"
 
-#include "approval_host/Question.hpp"
+#include "approval_host/question/Question.hpp"
 
 #include <gtest/gtest.h>
 

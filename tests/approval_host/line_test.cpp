@@ -1,6 +1,6 @@
 #include "approval_host/LineBuffer.hpp"
-#include "approval_host/Question.hpp"
-#include "approval_host/TypedLines.hpp"
+#include "approval_host/question/Question.hpp"
+#include "approval_host/screens/TypedLines.hpp"
 
 #include <gtest/gtest.h>
 

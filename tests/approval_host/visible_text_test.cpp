@@ -1,4 +1,4 @@
-#include "approval_host/VisibleText.hpp"
+#include "approval_host/question/VisibleText.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
 

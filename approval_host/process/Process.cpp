@@ -1,6 +1,6 @@
-#include "approval_host/Process.hpp"
+#include "approval_host/process/Process.hpp"
 
-#include "approval_host/HostError.hpp"
+#include "approval_host/process/HostError.hpp"
 
 #include <fcntl.h>
 

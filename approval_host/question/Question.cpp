@@ -1,7 +1,7 @@
-#include "approval_host/Question.hpp"
+#include "approval_host/question/Question.hpp"
 
 #include "MCPStdio/json/JSONValue.hpp"
-#include "approval_host/VisibleText.hpp"
+#include "approval_host/question/VisibleText.hpp"
 
 namespace velmiro::host {
 

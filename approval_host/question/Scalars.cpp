@@ -1,6 +1,6 @@
-#include "approval_host/Scalars.hpp"
+#include "approval_host/question/Scalars.hpp"
 
-#include "approval_host/ScalarRanges.hpp"
+#include "approval_host/question/ScalarRanges.hpp"
 
 #include <algorithm>
 #include <iterator>

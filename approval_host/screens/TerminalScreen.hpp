@@ -1,8 +1,8 @@
 #pragma once
 
-#include "approval_host/Output.hpp"
-#include "approval_host/Screen.hpp"
-#include "approval_host/TypedLines.hpp"
+#include "approval_host/screens/Output.hpp"
+#include "approval_host/screens/Screen.hpp"
+#include "approval_host/screens/TypedLines.hpp"
 
 #include <string_view>
 

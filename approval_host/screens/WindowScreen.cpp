@@ -1,6 +1,6 @@
-#include "approval_host/WindowScreen.hpp"
+#include "approval_host/screens/WindowScreen.hpp"
 
-#include "approval_host/HostError.hpp"
+#include "approval_host/process/HostError.hpp"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "approval_host/Output.hpp"
+#include "approval_host/screens/Output.hpp"
 
 #include <poll.h>
 #include <sys/ioctl.h>

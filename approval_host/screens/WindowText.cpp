@@ -1,6 +1,6 @@
-#include "approval_host/WindowText.hpp"
+#include "approval_host/screens/WindowText.hpp"
 
-#include "approval_host/Layout.hpp"
+#include "approval_host/question/Layout.hpp"
 
 #include <string_view>
 

@@ -2,7 +2,7 @@
 // there: before a question is shown, all input typed so far is dropped, including an unfinished
 // line.
 
-#include "approval_host/TerminalScreen.hpp"
+#include "approval_host/screens/TerminalScreen.hpp"
 
 #include <poll.h>
 #include <termios.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "approval_host/Question.hpp"
+#include "approval_host/question/Question.hpp"
 
 #include <cstddef>
 #include <string>

@@ -1,6 +1,6 @@
-#include "approval_host/ChildProgram.hpp"
+#include "approval_host/process/ChildProgram.hpp"
 
-#include "approval_host/HostError.hpp"
+#include "approval_host/process/HostError.hpp"
 #include "velmiro_mcp/base/DescriptorLimit.hpp"
 
 #include <fcntl.h>

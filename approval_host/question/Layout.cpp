@@ -1,6 +1,6 @@
-#include "approval_host/Layout.hpp"
+#include "approval_host/question/Layout.hpp"
 
-#include "approval_host/Scalars.hpp"
+#include "approval_host/question/Scalars.hpp"
 
 #include <algorithm>
 

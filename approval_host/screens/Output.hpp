@@ -1,6 +1,6 @@
 #pragma once
 
-#include "approval_host/Layout.hpp"
+#include "approval_host/question/Layout.hpp"
 
 #include <string_view>
 

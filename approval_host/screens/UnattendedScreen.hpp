@@ -1,7 +1,7 @@
 #pragma once
 
-#include "approval_host/Output.hpp"
-#include "approval_host/Screen.hpp"
+#include "approval_host/screens/Output.hpp"
+#include "approval_host/screens/Screen.hpp"
 
 namespace velmiro::host {
 

@@ -1,4 +1,4 @@
-#include "approval_host/TypedLines.hpp"
+#include "approval_host/screens/TypedLines.hpp"
 
 namespace velmiro::host {
 

@@ -1,4 +1,4 @@
-#include "approval_host/ScalarRanges.hpp"
+#include "approval_host/question/ScalarRanges.hpp"
 
 namespace velmiro::host {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "approval_host/ChildProgram.hpp"
-#include "approval_host/Output.hpp"
-#include "approval_host/Process.hpp"
-#include "approval_host/Screen.hpp"
-#include "approval_host/WindowProgram.hpp"
+#include "approval_host/process/ChildProgram.hpp"
+#include "approval_host/process/Process.hpp"
+#include "approval_host/screens/Output.hpp"
+#include "approval_host/screens/Screen.hpp"
+#include "approval_host/screens/WindowProgram.hpp"
 
 #include <chrono>
 #include <optional>

@@ -1,6 +1,6 @@
-#include "approval_host/WindowProgram.hpp"
+#include "approval_host/screens/WindowProgram.hpp"
 
-#include "approval_host/WindowText.hpp"
+#include "approval_host/screens/WindowText.hpp"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
-#include "approval_host/VisibleText.hpp"
+#include "approval_host/question/VisibleText.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
-#include "approval_host/Scalars.hpp"
+#include "approval_host/question/Scalars.hpp"
 
 #include <array>
 #include <cstdio>

@@ -94,7 +94,7 @@ protected:
     static std::string window(bool there = true) {
         const auto deadline = Clock::now() + 30s;
         while (Clock::now() < deadline) {
-            std::string found = xdotool({"search", "--onlyvisible", "--name", "^Allow this"});
+            const std::string found = xdotool({"search", "--onlyvisible", "--name", "^Allow this"});
             if (found.empty() != there) {
                 return found.substr(0, found.find('\n'));
             }

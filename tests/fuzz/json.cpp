@@ -16,7 +16,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
         const auto again = JSONValue::parse(written);
         require(again == value, "a value reads back as itself");
         require(again.jsonString() == written, "and is written alike");
-        JSONValue copy = value;
+        JSONValue copy;
+        copy = value;
         require(copy == value, "a copy is equal");
     } catch (const MCPStdio::JSONError&) {
         return 0; // it is not JSON

@@ -71,7 +71,7 @@ TEST(LineSequence, EverySeparatorIsFoundAtEveryPositionAndNothingElseIsOne) {
     constexpr std::array<std::string_view, 7> separators{
         "\n", "\v", "\f", "\r", "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"};
     constexpr std::array<std::string_view, 6> fillers{"x",  "\t",       "é",
-                                                      "“”", "\xC2\x86", "\xE2\x80\xAA"};
+                                                      "“”", "\xC2\x86", "\xE2\x80\xA7"};
     for (const std::string_view filler : fillers) {
         for (std::size_t count = 1; count < 70; ++count) {
             std::string line;

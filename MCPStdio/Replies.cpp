@@ -12,8 +12,13 @@
 namespace MCPStdio {
 namespace {
 
-TextBuffer beginSuccess(const JSONValue& id) {
+/// The frame of a reply, with its id if that is a number, and the end of the line.
+constexpr std::size_t frameSize = 64;
+
+/// Begins a reply whose result will take that many bytes, in one allocation if the id is short.
+TextBuffer beginSuccess(const JSONValue& id, std::size_t resultSize = 0) {
     TextBuffer text;
+    static_cast<void>(text.room(resultSize + frameSize));
     text.append("{\"id\":");
     compactEncoder().append(text, id);
     text.append(",\"jsonrpc\":\"2.0\",\"result\":");
@@ -33,8 +38,7 @@ TextBuffer callSuccess(const JSONValue& id, MCPToolResult result) {
 } // namespace
 
 TextBuffer writtenSuccess(const JSONValue& id, std::string_view result) {
-    TextBuffer text = beginSuccess(id);
-    static_cast<void>(text.room(result.size() + 2)); // one allocation, with the end of the line
+    TextBuffer text = beginSuccess(id, result.size());
     text.append(result);
     text.append('}');
     return text;

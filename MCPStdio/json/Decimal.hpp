@@ -2,6 +2,7 @@
 
 #include "MCPStdio/text/ByteScan.hpp"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -13,10 +14,14 @@ struct Digits {
     std::size_t count;
     std::uint64_t number;
 };
-/// Reads the digits at the beginning of a word, up to the first byte that is none.
+/// Reads the digits at the beginning of a word, up to the first byte that is none. `coordinates`
+/// takes a fifth longer to read digit by digit.
 constexpr Digits leadingDigits(ByteWord word) noexcept {
-    word ^= allBytes('0');
-    const std::size_t count = bytesBefore((word | (word + allBytes(0x80 - 10))) & allBytes(0x80));
+    constexpr ByteWord inEachByte = 0x0101'0101'0101'0101;
+    word ^= inEachByte * '0';
+    // The lowest high bit marks the first byte that is no digit; those above it may be wrong.
+    const ByteWord marks = (word | (word + inEachByte * (0x80 - 10))) & inEachByte * 0x80;
+    const auto count = static_cast<std::size_t>(std::countr_zero(marks)) / 8;
     if (count == 0) {
         return {0, 0};
     }

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <utility>
 
@@ -163,7 +162,8 @@ std::size_t JSONReader::readEscapedString(std::size_t begin, std::size_t at) {
         tree_.pushTextIn(to, unescape(begin, end, to, room).written);
         return end + 1;
     }
-    // Faster through a piece of the cache than with room that has to be filled before.
+    // Through a piece of the cache: `echo of 16 MiB` takes a twentieth longer, and 8 % more memory,
+    // with room that has to be filled before.
     std::array<char, 4096> piece;
     std::string& text = tree_.pushLongText();
     text.reserve(size);
@@ -179,7 +179,7 @@ std::size_t JSONReader::readEscapedString(std::size_t begin, std::size_t at) {
 std::size_t JSONReader::findStop(std::size_t at) {
     if (!isValid_) {
         at = findByte(text_, at,
-                      [](auto bytes) { return markStringStop(bytes) | markNonASCII(bytes); });
+                      [](ByteBlock block) { return markStringStop(block) | markNonASCII(block); });
         if (static_cast<unsigned char>(byteAt(at)) < 0x80) {
             return at;
         }
@@ -215,28 +215,10 @@ void JSONReader::requireEnd(std::size_t begin, std::size_t end) const {
 JSONReader::Unescaped JSONReader::unescape(std::size_t at, std::size_t end, char* to,
                                            std::size_t room) const {
     char* const begin = to;
-    const char* const last = to + room - unescapeSlack;
-    while (at < end && to <= last) {
-        const std::size_t rest = text_.size() - at;
-        ByteBlock block{};
-        if (rest >= sizeof block) {
-            block = loadBlock(text_.data() + at);
-        } else {
-            std::memcpy(&block, text_.data() + at, rest);
-        }
-        std::memcpy(to, &block, sizeof block);
-        const auto stops = markStringStop(block);
-        if (!anyMark(stops)) {
-            at += sizeof block;
-            to += sizeof block;
-            continue;
-        }
-        const std::size_t plain = bytesBeforeMark(stops);
-        at += plain;
-        to += plain;
-        if (at < end) {
-            at = readEscape(at + 1, to);
-        }
+    // What is unescaped is never longer.
+    const auto part = text_.substr(0, std::min(end, at + room - unescapeSlack));
+    while ((at = copyUpToStop(part, at, to)) < part.size()) {
+        at = readEscape(at + 1, to);
     }
     return {at, static_cast<std::size_t>(to - begin)};
 }
@@ -384,11 +366,6 @@ std::size_t JSONReader::skipSpaces(std::size_t at) const noexcept {
     };
     while (at < text_.size() && isSpace(text_[at])) {
         ++at;
-        // Indented texts have many spaces in a row.
-        while (text_.size() - at >= sizeof(ByteWord) &&
-               loadWord(text_.data() + at) == allBytes(' ')) {
-            at += sizeof(ByteWord);
-        }
     }
     return at;
 }

@@ -113,7 +113,9 @@ void JSONTree::closeObject(std::size_t first) {
         return Member{elements_[first + 2 * i], elements_[first + 2 * i + 1]};
     };
     std::size_t kept = 0;
-    constexpr std::size_t insertionSortLimit = 16; // nearly all objects have no more
+    // Nearly all objects have no more. `tools list` takes a fifth longer to read if these are
+    // sorted like larger ones.
+    constexpr std::size_t insertionSortLimit = 16;
     if (count <= insertionSortLimit) {
         for (std::size_t i = 0; i < count; ++i) {
             kept = insert(sorted, kept, member(i), [](const Words& left, const Words& right) {

@@ -274,14 +274,6 @@ std::optional<JSONValue> JSONValue::take(std::string_view key) {
 
 const JSONValue* JSONValue::operator[](std::string_view key) const noexcept {
     const auto members = objectValue().value_or(std::span<const JSONMember>{});
-    constexpr std::size_t linearSearchLimit = 8;
-    if (members.size() <= linearSearchLimit && key.size() <= longestInline) {
-        // Short names are equal if their words are; no long name has such words.
-        const auto wanted = inlineWords(key);
-        const auto at = std::ranges::find(
-            members, wanted, [](const JSONMember& member) { return member.name.words_; });
-        return at == members.end() ? nullptr : &at->value;
-    }
     const auto at = std::ranges::lower_bound(members, key, {}, &JSONMember::key);
     return at != members.end() && at->key() == key ? &at->value : nullptr;
 }

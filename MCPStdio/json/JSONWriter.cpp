@@ -2,12 +2,10 @@
 
 #include "MCPStdio/text/ByteScan.hpp"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 namespace MCPStdio {
 namespace {
@@ -54,36 +52,11 @@ char* writeEscape(char* to, unsigned char byte) noexcept {
     return to;
 }
 
-/// Writes a text with its escapes and returns the end of it; a few more bytes are overwritten.
+/// Writes a text with its escapes and returns the end of it; up to a block behind it is
+/// overwritten.
 char* writeEscaped(char* to, std::string_view content) noexcept {
-    std::size_t at = 0;
-    while (at < content.size()) {
-        const std::size_t rest = content.size() - at;
-        if (rest >= sizeof(ByteBlock)) {
-            const ByteBlock block = loadBlock(content.data() + at);
-            std::memcpy(to, &block, sizeof block);
-            const auto stops = markStringStop(block);
-            if (!anyMark(stops)) {
-                at += sizeof block;
-                to += sizeof block;
-                continue;
-            }
-            const std::size_t plain = bytesBeforeMark(stops);
-            at += plain;
-            to += plain;
-        } else {
-            const std::size_t width = std::min(rest, sizeof(ByteWord));
-            const ByteWord word = loadShort(content.data() + at, width);
-            std::memcpy(to, &word, sizeof word);
-            const std::size_t plain = std::min(bytesBefore(markStringStop(word)), width);
-            at += plain;
-            to += plain;
-            if (plain == width) {
-                continue;
-            }
-        }
+    for (std::size_t at = 0; (at = copyUpToStop(content, at, to)) < content.size(); ++at) {
         to = writeEscape(to, static_cast<unsigned char>(content[at]));
-        ++at;
     }
     return to;
 }

@@ -8,54 +8,30 @@
 #include <string_view>
 #include <type_traits>
 
-/// Searches texts for bytes: eight at a time in a plain integer, which is fast for short texts, as
-/// keys and most strings are, and sixteen at a time in a vector. The code is the same on every
-/// processor.
+/// Searches texts for bytes, sixteen at a time in a vector. The code is the same on every
+/// processor. Byte by byte, `tools list` takes nearly four times as long to read and `Unicode text`
+/// ten times.
 namespace MCPStdio {
 
 /// Eight bytes of a text, the first in the lowest byte.
 using ByteWord = std::uint64_t;
 
-/// The high bit of each byte that matches. Only the lowest mark is reliable; those above it may be
-/// wrong.
-using ByteMarks = std::uint64_t;
-
 /// Sixteen bytes, for which the compiler uses the vector registers that the processor has.
 using ByteBlock [[gnu::vector_size(16)]] = unsigned char;
 
-constexpr ByteWord allBytes(unsigned char byte) noexcept {
-    return 0x0101010101010101U * byte;
-}
-// Each mark has two forms: integer arithmetic on a word, vector comparisons on a block.
-/// Marks the bytes below `limit`, which is at most 0x80.
-constexpr ByteMarks markBelow(ByteWord word, unsigned char limit) noexcept {
-    return (word - allBytes(limit)) & ~word & allBytes(0x80);
-}
+// Each marks bytes of a block. Those that are passed to `findByte` are function objects, so that
+// their calls are inlined.
 inline auto markBelow(ByteBlock block, unsigned char limit) noexcept {
     return block < limit;
-}
-constexpr ByteMarks markEqual(ByteWord word, unsigned char byte) noexcept {
-    return markBelow(word ^ allBytes(byte), 1);
 }
 inline auto markEqual(ByteBlock block, unsigned char byte) noexcept {
     return block == byte;
 }
-constexpr ByteMarks markNotBelow0x80(ByteWord word) noexcept {
-    return word & allBytes(0x80);
-}
-inline auto markNotBelow0x80(ByteBlock block) noexcept {
-    return block >= 0x80;
-}
-// Arguments of `findByte` are function objects, so that their calls are inlined.
-constexpr auto markNonASCII = [](auto bytes) noexcept { return markNotBelow0x80(bytes); };
+constexpr auto markNonASCII = [](ByteBlock block) noexcept { return block >= 0x80; };
 /// Marks what a JSON string cannot hold unescaped: control characters, quotes and backslashes.
-constexpr auto markStringStop = [](auto bytes) noexcept {
-    return markBelow(bytes, 0x20) | markEqual(bytes, '"') | markEqual(bytes, '\\');
+constexpr auto markStringStop = [](ByteBlock block) noexcept {
+    return markBelow(block, 0x20) | markEqual(block, '"') | markEqual(block, '\\');
 };
-/// Returns the number of bytes before the first marked one; eight if none is marked.
-constexpr std::size_t bytesBefore(ByteMarks marks) noexcept {
-    return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
-}
 
 // A byte of a block is marked if its high bit is set. `markBits` returns one bit for each, the
 // first byte's lowest; `anyMark` is cheaper where that takes more than one instruction.
@@ -100,12 +76,6 @@ inline ByteWord loadWord(const char* bytes) noexcept {
     return word;
 }
 
-inline ByteBlock loadBlock(const char* bytes) noexcept {
-    ByteBlock block;
-    std::memcpy(&block, bytes, sizeof block);
-    return block;
-}
-
 /// Loads `count` bytes, at most eight, followed by zeros.
 inline ByteWord loadShort(const char* bytes, std::size_t count) noexcept {
     const auto load = [bytes](auto width, std::size_t at) {
@@ -125,36 +95,58 @@ inline ByteWord loadShort(const char* bytes, std::size_t count) noexcept {
     return count == 0 ? 0 : load(one, 0) | load(one, count / 2) | load(one, count - 1);
 }
 
+inline ByteBlock loadBlock(const char* bytes) noexcept {
+    ByteBlock block;
+    std::memcpy(&block, bytes, sizeof block);
+    return block;
+}
+
+/// Loads the block of a text at `at`, with zeros behind the end of the text.
+inline ByteBlock blockAt(std::string_view text, std::size_t at) noexcept {
+    const char* const bytes = text.data() + at;
+    const std::size_t rest = text.size() - at;
+    if (rest >= sizeof(ByteBlock)) {
+        return loadBlock(bytes);
+    }
+    const std::size_t first = std::min(rest, sizeof(ByteWord));
+    // A vector of words stays in registers; through an array in memory `tools list` would take half
+    // as long again to write.
+    using Words [[gnu::vector_size(sizeof(ByteBlock))]] = ByteWord;
+    return std::bit_cast<ByteBlock>(
+        Words{loadShort(bytes, first), loadShort(bytes + first, rest - first)});
+}
+
 /// Returns the index of the first byte of `text`, from index `from` on, that `mark` marks;
-/// `text.size()` if there is none. `mark` accepts a ByteWord as well as a ByteBlock.
+/// `text.size()` if there is none.
 template <typename Mark>
 std::size_t findByte(std::string_view text, std::size_t from, Mark mark) noexcept {
-    constexpr std::size_t wordSize = sizeof(ByteWord);
-    constexpr std::size_t blockSize = sizeof(ByteBlock);
-    const char* const bytes = text.data();
-    std::size_t at = from;
-    for (; text.size() - at >= 2 * blockSize; at += 2 * blockSize) {
-        const auto first = mark(loadBlock(bytes + at));
-        const auto second = mark(loadBlock(bytes + at + blockSize));
-        if (anyMark(first | second)) {
-            const std::uint32_t bits = markBits(first) | markBits(second) << blockSize;
-            return at + static_cast<std::size_t>(std::countr_zero(bits));
-        }
-    }
-    if (text.size() - at >= blockSize) {
-        const auto marks = mark(loadBlock(bytes + at));
+    for (std::size_t at = from; at < text.size(); at += sizeof(ByteBlock)) {
+        const auto marks = mark(blockAt(text, at));
         if (anyMark(marks)) {
-            return at + bytesBeforeMark(marks);
-        }
-        at += blockSize;
-    }
-    for (; text.size() - at >= wordSize; at += wordSize) {
-        if (const ByteMarks marks = mark(loadWord(bytes + at))) {
-            return at + bytesBefore(marks);
+            return std::min(at + bytesBeforeMark(marks), text.size());
         }
     }
-    const std::size_t rest = text.size() - at;
-    return at + std::min(bytesBefore(mark(loadShort(bytes + at, rest))), rest);
+    return text.size();
+}
+
+/// Copies a text, from index `at` on, up to the first byte that a JSON string cannot hold
+/// unescaped. Returns the index of that byte, and moves `to` behind the copy; up to a block behind
+/// it is overwritten. Byte by byte, `Unicode text` takes 2.6 times as long to write, and `echo of
+/// 16 MiB` twice as long.
+inline std::size_t copyUpToStop(std::string_view text, std::size_t at, char*& to) noexcept {
+    while (at < text.size()) {
+        const ByteBlock block = blockAt(text, at);
+        std::memcpy(to, &block, sizeof block);
+        const auto stops = markStringStop(block);
+        if (anyMark(stops)) {
+            const std::size_t plain = std::min(bytesBeforeMark(stops), text.size() - at);
+            to += plain;
+            return at + plain;
+        }
+        at += sizeof block;
+        to += sizeof block;
+    }
+    return at;
 }
 
 } // namespace MCPStdio

@@ -7,6 +7,7 @@
 /// Faulting in 4 KB pages costs several times more than filling them. So large pages are used where
 /// the system has them, and one unmapped piece is kept as a spare: the memory of a large request's
 /// line then holds its reply. The system may reclaim the spare's pages whenever it needs them.
+/// `echo of 16 MiB` takes 6 % longer with memory from the heap.
 namespace MCPStdio {
 
 /// The size in bytes from which it pays off.

@@ -40,7 +40,8 @@ std::optional<std::size_t> lineEndLength(std::string_view text, std::size_t at) 
 }
 
 /// Skips blocks without a line end, from `at` on, and adds their bytes to `seen`. Returns where a
-/// line end begins, or where too few bytes are left for a block.
+/// line end begins, or where too few bytes are left for a block. `echo of 16 MiB` takes half as
+/// long again if each byte that may begin a line end is looked at alone.
 std::size_t skipBlocks(std::string_view text, std::size_t at, ByteBlock& seen) noexcept {
     constexpr std::size_t size = sizeof(ByteBlock);
     for (; text.size() - at >= size + longestEnd - 1; at += size) {
@@ -102,8 +103,8 @@ std::size_t LineSequence::findEnd() {
     scanned_ = skipBlocks(text, scanned_, seen);
     isASCII_ = isASCII_ && !anyMark(seen);
     while (true) {
-        scanned_ = findByte(text, scanned_, [](auto bytes) {
-            return markBelow(bytes, '\r' + 1) | markNonASCII(bytes);
+        scanned_ = findByte(text, scanned_, [](ByteBlock block) {
+            return markBelow(block, '\r' + 1) | markNonASCII(block);
         });
         if (scanned_ == text.size()) {
             return 0;

@@ -87,8 +87,8 @@ std::string shown(double cost, double bytes) {
                              : decimal(bytes / cost / 1e6, 0) + " MB/s";
 }
 
-/// Among trees that own their text and can be changed, ours has to be the fastest by far. For a text
-/// as short as most requests the bound is 180 ns where simdjson with a tree takes 260.
+/// Among trees that own their text and can be changed, ours has to be the fastest by far. For a
+/// text as short as most requests the bound is 180 ns where simdjson with a tree takes 260.
 Target target(Work work, double bytes) {
     if (work == Work::writing) {
         return leadAtLeast(1.2, {rapidJSONContender()->name()});

@@ -143,9 +143,9 @@ bool WordSieve::mayShow(std::string_view bytes) {
     }
     const auto upper = static_cast<unsigned char>(anchor_ < 0x80 ? anchor_ : U'&');
     const auto lower = static_cast<unsigned char>(upper >= 'A' ? upper | 0x20U : upper);
-    const auto mark = [=](auto block) {
+    const auto mark = [=](MCPStdio::ByteBlock block) {
         return MCPStdio::markEqual(block, upper) | MCPStdio::markEqual(block, lower) |
-               MCPStdio::markEqual(block, '&') | MCPStdio::markNotBelow0x80(block);
+               MCPStdio::markEqual(block, '&') | MCPStdio::markNonASCII(block);
     };
     for (std::size_t at = 0; at < bytes.size();) {
         if (isASCIIByte(bytes[at])) {

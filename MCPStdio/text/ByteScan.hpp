@@ -49,7 +49,7 @@ bool anyMark(Marks marks) noexcept {
 template <typename Marks>
 auto highBits(Marks marks) noexcept {
     using Words [[gnu::vector_size(sizeof(ByteBlock))]] = ByteWord;
-    return std::bit_cast<Words>(marks) & allBytes(0x80);
+    return std::bit_cast<Words>(marks) & 0x8080808080808080U;
 }
 template <typename Marks>
 std::uint32_t markBits(Marks marks) noexcept {

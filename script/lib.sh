@@ -40,7 +40,7 @@ packages_for() {
     local gnustep="$process $clang ccache libgnustep-base-dev libobjc-12-dev libblocksruntime-dev"
     local macos="$build $npm python3 clang-19 llvm-19 file libgtest-dev"
     # Apple's processors are ARM's: a compiler and an emulator for those.
-    [[ $(uname -m) != x86_64 ]] || macos+=' g++-aarch64-linux-gnu qemu-user'
+    [[ $HOSTTYPE != x86_64 ]] || macos+=' g++-aarch64-linux-gnu qemu-user'
     local lint="$unit $npm $clang clang-format-19 clang-tidy-19 shellcheck doxygen"
     local bench="$build $npm nlohmann-json3-dev rapidjson-dev libsimdjson-dev khal todoman khard notmuch"
     case $1 in

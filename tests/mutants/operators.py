@@ -160,7 +160,7 @@ def dropped_statements(code: str):
     for begin, end in statements(code):
         text = code[begin:end]
         call = CALL.match(text)
-        if call and text.endswith(");") and re.split(r"\W", text, 1)[0] not in NOT_CALLS:
+        if call and text.endswith(");") and re.split(r"\W", text, maxsplit=1)[0] not in NOT_CALLS:
             yield Mutant(begin, end, ";")
         elif ASSIGNMENT.match(text):
             yield Mutant(begin, end, ";")

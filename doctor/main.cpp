@@ -43,7 +43,7 @@ bool print(int descriptor, std::string_view text) {
 void giveUp(int /*signal*/) {
     constexpr std::string_view text =
         "velmiro_doctor: gave up, because a folder or a program does not answer\n";
-    static_cast<void>(::write(STDERR_FILENO, text.data(), text.size()));
+    static_cast<void>(::write(STDERR_FILENO, text.data(), text.size()) > 0);
     ::_exit(1);
 }
 

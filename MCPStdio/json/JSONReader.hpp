@@ -50,13 +50,14 @@ private:
     std::size_t readNumber(std::size_t at);
     std::size_t readLongString(std::size_t begin, std::size_t at);
     std::size_t readEscapedString(std::size_t begin, std::size_t at);
+    std::size_t readHugeString(std::size_t begin);
 
     [[nodiscard]] std::size_t findStop(std::size_t at);
     void requireEnd(std::size_t begin, std::size_t end) const;
-    [[nodiscard]] Unescaped unescape(std::size_t at, std::size_t end, char* to,
-                                     std::size_t room) const;
+    [[nodiscard]] Unescaped unescape(std::size_t at, char* to, std::size_t room) const;
 
     // Each returns the index after what it read or skipped.
+    std::size_t appendUnescaped(std::string& text, std::size_t at) const;
     std::size_t readEscape(std::size_t at, char*& to) const;
     [[nodiscard]] std::size_t skipLiteral(std::size_t at, std::string_view literal) const;
     [[nodiscard]] std::size_t skipSpace(std::size_t at) const noexcept {

@@ -112,6 +112,27 @@ TEST(JSONReader, EscapesAndSurrogatePairsBecomeText) {
     EXPECT_EQ(JSONValue::parse("\"caf\xC3\xA9 \\n \xF0\x9F\x98\x80\"").stringValue(), "café \n 😀");
 }
 
+TEST(JSONReader, EveryHexadecimalDigitOfEitherCaseIsOne) {
+    constexpr std::string_view digits = "0123456789abcdefABCDEF";
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        const auto value = static_cast<char32_t>(i < 16 ? i : i - 6);
+        std::string text = R"("\u1111")";
+        for (std::size_t place = 0; place < 4; ++place) {
+            std::string escape = text;
+            escape[3 + place] = digits[i];
+            const char32_t unit = 0x1111 + (value - 1) * (char32_t{0x1000} >> 4 * place);
+            std::string expected;
+            appendUTF8(expected, unit);
+            ASSERT_EQ(JSONValue::parse(escape).stringValue(), expected) << escape;
+        }
+    }
+}
+
+TEST(JSONReader, EmptyArraysAndObjectsAreFollowedByMore) {
+    const std::string text = R"([{},[],{"a":{},"b":[],"c":1},[],{},2])";
+    EXPECT_EQ(rewritten(text), text);
+}
+
 TEST(JSONReader, EveryPairOfEscapesIsASurrogatePairOrAnError) {
     const auto escape = [](unsigned unit) {
         std::array<char, 8> text{};
@@ -281,6 +302,9 @@ TEST(JSONReader, TheFirstErrorInTheTextIsReported) {
               "not JSON at byte 17: ill-formed UTF-8 in a string");
     EXPECT_EQ(error("[\"é\", x, \"\xFF\"]"), "not JSON at byte 7: expected a value");
     EXPECT_EQ(error("[1, 2, \xC3\xA9]"), "not JSON at byte 7: expected a value");
+    EXPECT_EQ(error("[\"é\",\"\xFF\",\"and a text that is longer\"]"),
+              "not JSON at byte 7: ill-formed UTF-8 in a string");
+    EXPECT_EQ(error("[\"a\x80\"]"), "not JSON at byte 3: ill-formed UTF-8 in a string");
 }
 
 TEST(JSONReader, WhatSurroundsATextInMemoryIsNotRead) {

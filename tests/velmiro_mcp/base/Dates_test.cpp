@@ -217,3 +217,10 @@ TEST(StartOfDay, IsTheFirstSecondOfADayWhoseMidnightIsSkipped) {
     }
     EXPECT_GT(skipped, 50);
 }
+
+TEST(StartOfDay, IsWhereAGapEndsThatBeganBeforeMidnight) {
+    const ScopedVariable zone{"TZ", "America/Toronto"};
+    const Instant start = startOfDay(1919, 3, 31);
+    EXPECT_EQ(dateText(start), "1919-03-31T00:30:00-04:00");
+    EXPECT_EQ(dateText(start - std::chrono::seconds{1}), "1919-03-30T23:29:59-05:00");
+}

@@ -116,7 +116,7 @@ TEST(JSONReader, EveryHexadecimalDigitOfEitherCaseIsOne) {
     constexpr std::string_view digits = "0123456789abcdefABCDEF";
     for (std::size_t i = 0; i < digits.size(); ++i) {
         const auto value = static_cast<char32_t>(i < 16 ? i : i - 6);
-        std::string text = R"("\u1111")";
+        const std::string text = R"("\u1111")";
         for (std::size_t place = 0; place < 4; ++place) {
             std::string escape = text;
             escape[3 + place] = digits[i];

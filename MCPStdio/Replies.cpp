@@ -12,7 +12,7 @@
 namespace MCPStdio {
 namespace {
 
-/// The frame of a reply, with its id if that is a number, and the end of the line.
+/// Enough for what surrounds a result: the frame, an id that is a number, and the end of the line.
 constexpr std::size_t frameSize = 64;
 
 /// Begins a reply whose result will take that many bytes, in one allocation if the id is short.

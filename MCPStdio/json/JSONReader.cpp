@@ -174,7 +174,7 @@ std::size_t JSONReader::readEscapedString(std::size_t begin, std::size_t at) {
     return appendUnescaped(text, begin) + 1;
 }
 
-/// Reads a string that begins at `begin` and takes up most of the text, which is UTF-8.
+/// Reads a string that begins at `begin`, of a text that is UTF-8, in one pass.
 std::size_t JSONReader::readHugeString(std::size_t begin) {
     std::string& text = tree_.pushLongText();
     text.reserve(text_.size() - begin);

@@ -62,11 +62,9 @@ JSONValue::Block<Element>* JSONValue::Block<Element>::grown(Block* block) {
 
 /// Returns the words of a string that is stored inside the value.
 JSONValue::Words JSONValue::inlineWords(std::string_view text) noexcept {
-    const std::size_t size = text.size();
-    const std::size_t first = std::min<std::size_t>(size, 8);
-    return {loadShort(text.data(), first),
-            loadShort(text.data() + first, size - first) | size << lengthShift |
-                std::uint64_t{static_cast<unsigned char>(Case::string)} << caseShift};
+    auto words = std::bit_cast<Words>(blockAt(text, 0));
+    words[1] |= text.size() << lengthShift | wordsOf(Case::string, 0)[1];
+    return words;
 }
 
 JSONValue::JSONValue(std::string_view text) {

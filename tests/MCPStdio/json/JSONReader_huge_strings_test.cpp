@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <string_view>
+#include <utility>
 
 using namespace MCPStdio;
 using namespace std::string_literals;
@@ -25,17 +27,21 @@ std::string times(std::size_t count, std::string_view text) {
     return repeated;
 }
 
-/// Returns the message with which a text is refused, without the index of a byte in it.
-std::string refusal(std::string_view text, JSONReader::Encoding encoding, std::size_t& at) {
+struct Refusal {
+    std::size_t at = 0; ///< the byte that the message names
+    std::string why;    ///< the rest of the message
+};
+
+/// Returns how a text is refused.
+Refusal refusal(std::string_view text, JSONReader::Encoding encoding) {
     try {
         JSONReader{text, encoding}.read();
-        return "none";
+        return {0, "none"};
     } catch (const JSONError& found) {
         const std::string message = found.what();
         const auto digits = message.find_first_of("0123456789");
         const auto end = message.find_first_not_of("0123456789", digits);
-        at = std::stoul(message.substr(digits, end - digits));
-        return message.substr(end);
+        return {std::stoul(message.substr(digits, end - digits)), message.substr(end)};
     }
 }
 
@@ -44,13 +50,14 @@ std::string refusal(std::string_view text, JSONReader::Encoding encoding, std::s
 TEST(JSONReader, HugeStringsOfEveryLengthAroundTheLimitsReadAsWhatTheyMean) {
     const std::string begin = times(4100, written);
     const std::string text = times(4100, meant);
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 3> endings{
+        {{"", ""}, {R"(\n)", "\n"}, {R"(\ud83d\ude00)", "😀"}}};
     for (std::size_t more = 0; more < 40; ++more) {
-        for (const char* const end : {"", R"(\n)", R"(\ud83d\ude00)"}) {
-            const std::string_view ending = end;
-            const std::string last = ending.empty() ? "" : ending == R"(\n)" ? "\n" : "😀";
-            const std::string json = "[\"" + begin + std::string(more, 'x') + end + R"(","after"])";
+        for (const auto& [ending, read] : endings) {
+            const std::string filler(more, 'x');
+            const std::string json = "[\"" + begin + filler + std::string{ending} + R"(","after"])";
             const auto value = JSONReader{json, JSONReader::Encoding::validUTF8}.read();
-            ASSERT_EQ(value, JSONValue::array(text + std::string(more, 'x') + last, "after"));
+            ASSERT_EQ(value, JSONValue::array(text + filler + std::string{read}, "after"));
             ASSERT_EQ(value, JSONValue::parse(json));
         }
     }
@@ -70,12 +77,11 @@ TEST(JSONReader, AHugeStringIsRefusedForWhatAShortOneIs) {
           "\\"s, R"(\u12)"s, R"(\")"s, R"(" x)"s}) {
         for (const auto encoding :
              {JSONReader::Encoding::validUTF8, JSONReader::Encoding::unknown}) {
-            std::size_t near = 0;
-            std::size_t far = 0;
-            const auto expected = refusal("[\"é\\n" + wrong, encoding, near);
-            ASSERT_NE(expected, "none") << wrong;
-            EXPECT_EQ(refusal("[\"é\\n" + begin + wrong, encoding, far), expected) << wrong;
-            EXPECT_EQ(far, near + begin.size()) << wrong;
+            const auto near = refusal("[\"é\\n" + wrong, encoding);
+            const auto far = refusal("[\"é\\n" + begin + wrong, encoding);
+            ASSERT_NE(near.why, "none") << wrong;
+            EXPECT_EQ(far.why, near.why) << wrong;
+            EXPECT_EQ(far.at, near.at + begin.size()) << wrong;
         }
     }
 }
@@ -83,11 +89,10 @@ TEST(JSONReader, AHugeStringIsRefusedForWhatAShortOneIs) {
 TEST(JSONReader, OfTwoFaultsInAHugeStringTheFirstIsReported) {
     const std::string begin = times(5000, written);
     for (const std::string& wrong : {"\xFF \\x\""s, "\\x \xFF\""s, "\xFF"s, "\xFF\""s}) {
-        std::size_t near = 0;
-        std::size_t far = 0;
-        const auto expected = refusal("[\"é\\n" + wrong, JSONReader::Encoding::unknown, near);
-        ASSERT_NE(expected, "none");
-        EXPECT_EQ(refusal("[\"é\\n" + begin + wrong, JSONReader::Encoding::unknown, far), expected);
-        EXPECT_EQ(far, near + begin.size());
+        const auto near = refusal("[\"é\\n" + wrong, JSONReader::Encoding::unknown);
+        const auto far = refusal("[\"é\\n" + begin + wrong, JSONReader::Encoding::unknown);
+        ASSERT_NE(near.why, "none");
+        EXPECT_EQ(far.why, near.why);
+        EXPECT_EQ(far.at, near.at + begin.size());
     }
 }

@@ -17,19 +17,23 @@
 namespace velmiro::local {
 namespace {
 
+std::string lastPart(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
 std::error_code makeFolder(const std::string& path) {
     const bool isThere = mkdir(path.c_str(), S_IRWXU) == 0 || errno == EEXIST;
     return isThere ? std::error_code{} : lastError();
 }
 
-std::error_code prepare(const std::string& path, const std::string& collection) {
-    if (const std::error_code error = makeFolder(path)) {
+std::error_code prepare(const NewRoot& root) {
+    if (const std::error_code error = makeFolder(root.path)) {
         return error;
     }
-    if (const std::error_code error = makeFolder(path + "/" + collection)) {
+    if (const std::error_code error = makeFolder(root.collection)) {
         return error;
     }
-    return flushFolder(path);
+    return flushFolder(root.path);
 }
 
 /// Renames a folder on a file system that cannot refuse a taken name itself. The name may be taken
@@ -55,36 +59,37 @@ std::error_code renameUnlessTaken(const std::string& from, const std::string& to
 
 } // namespace
 
-RootCreation createRoot(const std::string& path, const std::string& collection) {
-    const std::string above = parentOf(path);
+RootCreation createRoot(const NewRoot& root) {
+    const std::string above = parentOf(root.path);
     if (!makeFolders(above)) {
         return {false, lastError()};
     }
-    const std::string prepared = above + "/.velmiro-new-" + path.substr(path.rfind('/') + 1);
+    const NewRoot prepared{above + "/.velmiro-new-" + lastPart(root.path),
+                           lastPart(root.collection)};
     constexpr int tries = 100;
     for (int attempt = 0; attempt < tries; ++attempt) {
-        std::error_code error = prepare(prepared, collection);
+        std::error_code error = prepare(prepared);
         if (!error) {
-            error = renameUnlessTaken(prepared, path);
+            error = renameUnlessTaken(prepared.path, root.path);
         }
         if (!error) {
             error = flushFolder(above);
             if (error) {
-                removeEmptyRoot(path, collection);
+                removeEmpty(root);
             }
             return {!error, error};
         }
         if (error != std::errc::no_such_file_or_directory) {
-            removeEmptyRoot(prepared, collection);
+            removeEmpty(prepared);
             return {false, error == std::errc::file_exists ? std::error_code{} : error};
         }
     }
     return {false, std::make_error_code(std::errc::resource_unavailable_try_again)};
 }
 
-void removeEmptyRoot(const std::string& path, const std::string& collection) {
-    rmdir((path + "/" + collection).c_str());
-    rmdir(path.c_str());
+void removeEmpty(const NewRoot& root) noexcept {
+    rmdir(root.collection.c_str());
+    rmdir(root.path.c_str());
 }
 
 } // namespace velmiro::local

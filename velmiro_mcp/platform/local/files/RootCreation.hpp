@@ -2,8 +2,19 @@
 
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace velmiro::local {
+
+/// The paths of a root and of the one collection in it.
+struct NewRoot {
+    NewRoot(std::string root, const std::string& collectionName)
+        : path{std::move(root)},
+          collection{path + "/" + collectionName} {}
+
+    std::string path;
+    std::string collection;
+};
 
 /// The outcome of creating a root of collections.
 struct RootCreation {
@@ -18,9 +29,10 @@ struct RootCreation {
 ///
 /// If the process is killed, both are there or neither, and at most an empty hidden folder, which
 /// the next call uses. Throws std::system_error if memory runs out or the disk fails.
-RootCreation createRoot(const std::string& path, const std::string& collection);
+RootCreation createRoot(const NewRoot& root);
 
-/// Removes a root and its collection if nothing is in them.
-void removeEmptyRoot(const std::string& path, const std::string& collection);
+/// Removes a root and its collection if nothing is in them. Allocates nothing, because it undoes what
+/// may have failed for lack of memory.
+void removeEmpty(const NewRoot& root) noexcept;
 
 } // namespace velmiro::local

@@ -128,13 +128,13 @@ std::optional<Collection> Vdir::firstWritable() const {
 
 /// Creates an item in a folder of this name and title. Throws nothing: a root that was made for the
 /// item has to be removed if there is no item.
-std::error_code Vdir::createIn(const RootCreation& root, const std::string& folder,
+std::error_code Vdir::createIn(const RootCreation& creation, const std::string& folder,
                                const std::string& title, const std::string& name,
                                std::string_view contents) const noexcept {
     try {
         // The title is compared because a root that appeared meanwhile may have another collection
         // in a folder of this name.
-        const auto found = root.isMade ? std::optional{firstCollection()} : collection(folder);
+        const auto found = creation.isMade ? std::optional{firstCollection()} : collection(folder);
         return found && found->title == title
                    ? createFile(found->path, name, contents)
                    : std::make_error_code(std::errc::no_such_file_or_directory);
@@ -150,18 +150,19 @@ std::error_code Vdir::createItem(const std::string& folder, const std::string& t
     const bool mayCreateRoot = folder == firstCollection_ && title == firstCollection_;
     // Repeated if another process removes the root that it made, because its own item failed.
     constexpr int tries = 100;
+    const NewRoot root{path_, firstCollection_};
     std::error_code error;
     for (int attempt = 0; attempt < tries; ++attempt) {
-        RootCreation root;
+        RootCreation creation;
         if (mayCreateRoot && isMissing(path_)) {
-            root = createRoot(path_, firstCollection_);
-            if (root.error) {
-                return root.error;
+            creation = createRoot(root);
+            if (creation.error) {
+                return creation.error;
             }
         }
-        error = createIn(root, folder, title, name, contents);
-        if (error && root.isMade) {
-            removeEmptyRoot(path_, firstCollection_);
+        error = createIn(creation, folder, title, name, contents);
+        if (error && creation.isMade) {
+            removeEmpty(root);
         }
         const bool isGone = error == std::errc::no_such_file_or_directory;
         if (!isGone || !mayCreateRoot || !isMissing(path_)) {

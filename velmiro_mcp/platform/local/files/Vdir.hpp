@@ -62,7 +62,7 @@ public:
 private:
     [[nodiscard]] Collection firstCollection() const;
     [[nodiscard]] bool isFirstOfMissingRoot(const std::string& folder) const;
-    [[nodiscard]] std::error_code createIn(const RootCreation& root, const std::string& folder,
+    [[nodiscard]] std::error_code createIn(const RootCreation& creation, const std::string& folder,
                                            const std::string& title, const std::string& name,
                                            std::string_view contents) const noexcept;
 

@@ -262,7 +262,7 @@ TEST_F(LocalMissingRoot, IsCreatedWholeOrNotAtAllByOneThatIsKilled) {
         ASSERT_GE(child, 0);
         if (child == 0) {
             for (int number = 0;; ++number) {
-                createRoot(root, "Calendar");
+                createRoot({root, "Calendar"});
                 rename(root.c_str(), (done / std::to_string(number)).c_str());
             }
         }
@@ -282,7 +282,7 @@ TEST_F(LocalMissingRoot, IsCreatedWholeOrNotAtAllByOneThatIsKilled) {
 TEST_F(LocalMissingRoot, ANameThatIsTakenIsNeverReplaced) {
     const std::string root = makeParent() + "/Calendars";
     const auto isLeftAlone = [&] {
-        const RootCreation creation = createRoot(root, "Calendar");
+        const RootCreation creation = createRoot({root, "Calendar"});
         EXPECT_FALSE(creation.isMade);
         EXPECT_EQ(creation.error, std::error_code{});
         EXPECT_EQ(namesIn(parent_), Texts{"Calendars"});

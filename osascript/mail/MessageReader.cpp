@@ -107,7 +107,10 @@ public:
             if (count < 0 && errno == EINTR) {
                 continue;
             }
-            if (count <= 0) {
+            if (count < 0) {
+                return std::nullopt;
+            }
+            if (count == 0) {
                 break;
             }
             text.added(static_cast<std::size_t>(count));

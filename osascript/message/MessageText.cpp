@@ -7,9 +7,10 @@
 #include "osascript/message/TextPart.hpp"
 
 #include <algorithm>
-#include <array>
+#include <fcntl.h>
 #include <optional>
 #include <string_view>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -21,8 +22,8 @@ namespace {
 /// How deep parts and messages within one another are read.
 constexpr int deepestPart = 50;
 
-/// A file is not read beyond this many bytes.
-constexpr gint64 mostOfAFile = gint64{1} << 30U;
+/// A file is not read beyond this many bytes, half of the address space that its reader gets.
+constexpr off_t mostOfAFile = off_t{1} << 29U;
 
 /// More text than this is not read, and messages that have to be held in memory are cut there.
 constexpr std::size_t mostText = std::size_t{64} << 20U;
@@ -58,6 +59,25 @@ bool holdsReport(GMimeObject* part, int depth = 0) {
 Owned<GMimeMessage> parsed(GMimeStream* stream) {
     const Owned<GMimeParser> parser{g_mime_parser_new_with_stream(stream)};
     return Owned<GMimeMessage>{g_mime_parser_construct_message(parser.get(), nullptr)};
+}
+
+/// Returns a stream over the beginning of a file. It is mapped because the library takes an error of
+/// a read for the end of the message; in a mapping, an error ends the process.
+Owned<GMimeStream> mapped(int descriptor, off_t size) {
+    const int own = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0); // the stream closes it
+    GMimeStream* const stream =
+        own < 0 ? nullptr
+                : g_mime_stream_mmap_new_with_bounds(own, PROT_READ, MAP_PRIVATE, 0, size);
+    if (stream == nullptr) {
+        ::close(own);
+        throw UnreadableMessage{"The message cannot be mapped into memory."};
+    }
+    return Owned<GMimeStream>{stream};
+}
+
+std::string_view mappedBytes(GMimeStream* stream) {
+    const auto* const map = GMIME_STREAM_MMAP(stream);
+    return {map->map, map->maplen};
 }
 
 Owned<GMimeStream> streamOver(const std::string& bytes) {
@@ -180,39 +200,24 @@ private:
     std::vector<Texts> texts_;
 };
 
-std::string readFrom(int descriptor, std::size_t most) {
-    std::string bytes;
-    std::array<char, 32UL * 1024> piece;
-    while (bytes.size() < most) {
-        const ssize_t count =
-            ::pread(descriptor, piece.data(), piece.size(), static_cast<off_t>(bytes.size()));
-        if (count <= 0) {
-            break;
-        }
-        bytes.append(piece.data(), static_cast<std::size_t>(count));
-    }
-    return bytes;
-}
-
 /// Returns the text after the first blank line of what has no header.
-std::string textWithoutHeader(int descriptor) {
-    const std::string bytes = readFrom(descriptor, mostText);
-    const std::string text = textOf(bytes, {TextKind::plain, {}});
+std::string textWithoutHeader(std::string_view message) {
+    const std::string text = textOf(message.substr(0, mostText), {TextKind::plain, {}});
     const std::size_t end = text.find("\n\n");
     return end == std::string::npos ? std::string{} : text.substr(end + 2);
 }
 
 /// Returns a message that ends its lines with bare carriage returns, which the library does not
 /// know, with line feeds; an empty text for any other message.
-std::string repairedLines(int descriptor) {
-    constexpr std::size_t beginning = 64UL * 1024;
-    const std::string first = readFrom(descriptor, beginning);
-    if (first.find('\n') != std::string::npos || first.find('\r') == std::string::npos) {
+std::string repairedLines(std::string_view message) {
+    const std::string_view beginning = message.substr(0, 64UL * 1024);
+    if (beginning.find('\n') != std::string_view::npos ||
+        beginning.find('\r') == std::string_view::npos) {
         return {};
     }
-    std::string bytes = readFrom(descriptor, mostText);
-    std::ranges::replace(bytes, '\r', '\n');
-    return bytes;
+    std::string text{message.substr(0, mostText)};
+    std::ranges::replace(text, '\r', '\n');
+    return text;
 }
 
 std::string collected(GMimeMessage* message) {
@@ -237,17 +242,16 @@ std::string messageText(int descriptor) {
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         throw UnreadableMessage{"A message is read from a regular file."};
     }
-    g_mime_init();
-    const std::string repaired = repairedLines(descriptor);
-    const Owned<GMimeStream> stream =
-        repaired.empty()
-            ? Owned<GMimeStream>{g_mime_stream_fs_new_with_bounds(descriptor, 0, mostOfAFile)}
-            : streamOver(repaired);
-    if (repaired.empty()) {
-        g_mime_stream_fs_set_owner(GMIME_STREAM_FS(stream.get()), FALSE);
+    if (status.st_size == 0) {
+        return {};
     }
-    const Owned<GMimeMessage> message = parsed(stream.get());
-    std::string text = message ? collected(message.get()) : textWithoutHeader(descriptor);
+    g_mime_init();
+    const Owned<GMimeStream> file = mapped(descriptor, std::min(status.st_size, mostOfAFile));
+    const std::string_view bytes = mappedBytes(file.get());
+    const std::string repaired = repairedLines(bytes);
+    const Owned<GMimeStream> lines = repaired.empty() ? nullptr : streamOver(repaired);
+    const Owned<GMimeMessage> message = parsed(lines ? lines.get() : file.get());
+    std::string text = message ? collected(message.get()) : textWithoutHeader(bytes);
     text.resize(text.find_last_not_of('\n') + 1);
     return text;
 }

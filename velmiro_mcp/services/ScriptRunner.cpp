@@ -102,20 +102,35 @@ JSONValue valueOf(std::string output) {
     throw MCPToolError{message.empty() ? "the script failed" : std::string{message}};
 }
 
+struct Streams {
+    std::string output;
+    std::string error;
+};
+
+/// Reads both streams, one after the other: a script that fills standard error before it has closed
+/// its output is ended by the timeout.
+Streams readToEnd(Subprocess& process) {
+    try {
+        std::string output = process.readOutputToEnd();
+        return {std::move(output), process.readErrorToEnd()};
+    } catch (const std::system_error& error) {
+        throw MCPToolError{"what the script wrote cannot be read: " + error.code().message() +
+                           ". Whether it changed anything cannot be told: look before trying "
+                           "again"};
+    }
+}
+
 /// Blocks the calling thread until the script has ended.
 JSONValue runScript(const std::vector<std::string>& line, milliseconds timeout,
                     Semaphore::Permit& running, Semaphore::Permit& starting) {
     Subprocess process = start(line, timeout);
     starting.release();
     process.terminateAt(Subprocess::Clock::now() + timeout, [&] { running.release(); });
-    // One after the other: a script that fills standard error before it has closed its output is
-    // ended by the timeout.
-    std::string output = process.readOutputToEnd();
-    std::string error = process.readErrorToEnd();
+    Streams written = readToEnd(process);
     if (!process.waitUntilExit()) {
-        fail(std::move(error));
+        fail(std::move(written.error));
     }
-    return valueOf(std::move(output));
+    return valueOf(std::move(written.output));
 }
 
 } // namespace

@@ -61,8 +61,10 @@ std::string Subprocess::readToEnd(const Pipe& pipe) {
         const ssize_t count = ::read(pipe.reading.get(), chunk.data(), chunk.size());
         if (count > 0) {
             text.append(chunk.data(), static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
+        } else if (count == 0) {
             return text;
+        } else if (errno != EINTR) {
+            throw std::system_error{errno, std::system_category()};
         }
     }
 }

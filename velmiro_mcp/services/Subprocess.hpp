@@ -32,7 +32,7 @@ public:
     void terminateAt(Clock::time_point deadline, std::function<void()> passed);
 
     /// Return all that is written until the child, and every process that inherited the pipe from
-    /// the child, has closed its end.
+    /// the child, has closed its end. Throw std::system_error.
     std::string readOutputToEnd() { return readToEnd(output_); }
     std::string readErrorToEnd() { return readToEnd(error_); }
 

@@ -135,7 +135,8 @@ TEST_F(CompletionFaults, WhereNamesCannotBeExchangedAFailedFlushKeepsTheNextOne)
                                        .exchangeError = EINVAL});
     EXPECT_EQ(unflushed.text,
               "the list ‘Home’ cannot be written: Input/output error. Whether the reminder is "
-              "completed now cannot be told: look before trying again");
+              "completed now cannot be told: look before trying again; the next one of its series "
+              "was added");
     EXPECT_TRUE(contents().isCompleted());
 }
 

@@ -73,9 +73,13 @@ private:
     std::string list_;
 };
 
-PlatformError unknownEnd(const std::string& list, const Replacement& replacement) {
+/// The next one of a series stays then: one too many is better than a series that has ended.
+PlatformError unknownEnd(const std::string& list, const Replacement& replacement, bool hasNext) {
     std::string text = cannotWrite(list, replacement.error).what();
     text += ". Whether the reminder is completed now cannot be told: look before trying again";
+    if (hasNext) {
+        text += "; the next one of its series was added";
+    }
     if (!replacement.kept.empty()) {
         text += "; the other version of its file is kept beside it as " + replacement.kept;
     }
@@ -109,7 +113,7 @@ Attempt tryToComplete(const FoundReminder& found, const std::string& identifier,
         return Attempt::completed;
     }
     if (replacement.end == Replacement::End::unknown) {
-        throw unknownEnd(list, replacement);
+        throw unknownEnd(list, replacement, next.has_value());
     }
     if (next) {
         next->remove();

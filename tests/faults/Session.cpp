@@ -17,16 +17,6 @@ using MCPStdio::JSONValue;
 
 constexpr std::chrono::seconds hang{20}; ///< longer than any call here may take
 
-Answer answerIn(const std::string& line) {
-    const auto reply = JSONValue::parse(line); // one that is no reply of the protocol ends the test
-    if (const JSONValue* const error = reply["error"]) {
-        return {std::string{*(*error)["message"]->stringValue()}, true};
-    }
-    const JSONValue& result = *reply["result"];
-    return {std::string{*(*(*result["content"])[0])["text"]->stringValue()},
-            result["isError"]->boolValue() == true};
-}
-
 std::string request(int id, const std::string& method, const std::string& params) {
     return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":")" + method +
            R"(","params":)" + params + "}";

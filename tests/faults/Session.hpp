@@ -3,6 +3,7 @@
 #include "support/ChildProcess.hpp"
 #include "tests/faults/SampleHome.hpp"
 #include "tests/faults/ToolCalls.hpp"
+#include "tests/support/Answer.hpp"
 #include "tests/support/FailingCalls.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
@@ -11,13 +12,6 @@
 #include <string>
 
 namespace velmiro::test {
-
-/// What the agent gets for a call.
-struct Answer {
-    std::string text{};
-    bool isError = false;
-    bool isThere = true; ///< false: the server ended or hung instead
-};
 
 /// A server whose calls can be made to fail, on a sample home, with a user who allows everything.
 class Session {

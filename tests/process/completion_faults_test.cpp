@@ -1,8 +1,8 @@
 // Completing a recurring reminder while the system fails: the series is never lost, and the agent
 // reads the truth. That whichever call fails is tested with every other tool, in tests/faults.
 
-#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/Answer.hpp"
 #include "tests/support/FailingCalls.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 using namespace velmiro::test;
-using MCPStdio::JSONValue;
 namespace fs = std::filesystem;
 
 namespace {
@@ -19,22 +18,6 @@ namespace {
 const std::string weekly = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//t//EN\r\nBEGIN:VTODO\r\n"
                            "UID:water\r\nDTSTAMP:20260901T080000Z\r\nDUE:20261014T080000Z\r\n"
                            "RRULE:FREQ=WEEKLY\r\nSUMMARY:Water\r\nEND:VTODO\r\nEND:VCALENDAR\r\n";
-
-/// The text that the agent reads, and whether it is an error.
-struct Answer {
-    std::string text;
-    bool isError = false;
-};
-
-Answer answerOf(const std::optional<std::string>& line) {
-    if (!line) {
-        return {"(no reply)", true};
-    }
-    const auto reply = JSONValue::parse(*line);
-    const JSONValue& result = *reply["result"];
-    return {std::string{*(*(*result["content"])[0])["text"]->stringValue()},
-            result["isError"]->boolValue() == true};
-}
 
 /// The content of the list's folder.
 struct Contents {
@@ -75,7 +58,7 @@ protected:
         options.environment.merge(calls.environment());
         ChildProcess server{options};
         server.writeLine(callLine(1, "reminders_complete", R"({"id":"water"})"));
-        return answerOf(server.readLine());
+        return answerIn(server.readLine());
     }
 
     [[nodiscard]] Contents contents() const {
@@ -179,7 +162,7 @@ TEST_F(CompletionFaults, DescriptorsUsedUpByWaitingQuestionsNeverEndASeries) {
             ++answered;
         }
         server.writeLine(callLine(9000, "reminders_complete", R"({"id":"water"})"));
-        const Answer answer = answerOf(server.readLine());
+        const Answer answer = answerIn(server.readLine());
         expectTruth(answer);
         (answer.isError ? errors : successes) += 1;
         fs::remove(socket);
@@ -203,7 +186,7 @@ TEST_F(CompletionFaults, WhatChangesWhileTheUserIsAskedIsSeenAfterTheYes) {
         options.environment["VELMIRO_APPROVAL_SOCKET"] = socket;
         ChildProcess server{options};
         server.writeLine(callLine(1, "reminders_complete", R"({"id":"water"})"));
-        const Answer answer = answerOf(server.readLine());
+        const Answer answer = answerIn(server.readLine());
         fs::remove(socket);
         return answer.text;
     };

@@ -1,14 +1,13 @@
 // Every tool with hardly any descriptor left: its answer is right, or an error. An empty list would
 // tell the agent that the day is free.
 
-#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/Answer.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
 #include <gtest/gtest.h>
 
 using namespace velmiro::test;
-using MCPStdio::JSONValue;
 namespace fs = std::filesystem;
 
 namespace {
@@ -20,15 +19,6 @@ std::string component(const std::string& kind, const std::string& lines) {
     return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//t//EN\r\nBEGIN:" + kind +
            "\r\nDTSTAMP:20260901T080000Z\r\n" + lines + "END:" + kind + "\r\nEND:VCALENDAR\r\n";
 }
-
-struct Answer {
-    std::string text;
-    bool isError = false;
-
-    [[nodiscard]] bool has(const std::string& part) const {
-        return text.find(part) != std::string::npos;
-    }
-};
 
 class DescriptorShortage : public testing::TestWithParam<int> {
 protected:
@@ -66,15 +56,9 @@ protected:
     static Answer call(ChildProcess& server, const std::string& tool,
                        const std::string& arguments) {
         server.writeLine(callLine(1, tool, arguments));
-        const auto line = server.readLine(std::chrono::seconds{90});
-        if (!line) {
-            ADD_FAILURE() << tool << ": no reply";
-            return {};
-        }
-        const auto reply = JSONValue::parse(*line);
-        const JSONValue& result = *reply["result"];
-        return {std::string{*(*(*result["content"])[0])["text"]->stringValue()},
-                result["isError"]->boolValue() == true};
+        const auto answer = answerIn(server.readLine(std::chrono::seconds{90}));
+        EXPECT_TRUE(answer.isThere) << tool;
+        return answer;
     }
 
     [[nodiscard]] std::size_t filesIn(const std::string& folder) const {

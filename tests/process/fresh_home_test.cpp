@@ -3,6 +3,7 @@
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/Answer.hpp"
 #include "tests/support/FailingCalls.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
@@ -20,25 +21,9 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// The text that the agent reads, and whether it is an error.
-struct Answer {
-    std::string text;
-    bool isError = false;
-};
-
-Answer answerOf(const std::optional<std::string>& line) {
-    if (!line) {
-        return {"(no reply)", true};
-    }
-    const auto reply = JSONValue::parse(*line);
-    const JSONValue& result = *reply["result"];
-    return {std::string{*(*(*result["content"])[0])["text"]->stringValue()},
-            result["isError"]->boolValue() == true};
-}
-
 Answer call(ChildProcess& server, const std::string& tool, const std::string& arguments = "{}") {
     server.writeLine(callLine(1, tool, arguments));
-    return answerOf(server.readLine());
+    return answerIn(server.readLine());
 }
 
 const std::string eventOfDay = R"({"start":"2026-10-14","days":1})";
@@ -213,7 +198,7 @@ TEST_F(FreshHome, SeveralServersCreateTheFoldersOnce) {
         }
         for (ChildProcess& server : servers) {
             for (int id = 0; id < calls; ++id) {
-                const Answer answer = answerOf(server.readLine());
+                const Answer answer = answerIn(server.readLine());
                 EXPECT_FALSE(answer.isError) << answer.text;
             }
         }

@@ -1,8 +1,8 @@
 // The libraries that the server loads on demand: none earlier, and none that is missing or broken
 // ends the server.
 
-#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/Answer.hpp"
 
 #include <csignal>
 #include <fstream>
@@ -12,7 +12,6 @@
 #include <unicode/uvernum.h>
 
 using namespace velmiro::test;
-using MCPStdio::JSONValue;
 namespace fs = std::filesystem;
 
 namespace {
@@ -20,21 +19,6 @@ namespace {
 const std::string libical = "libical.so." + std::to_string(ICAL_MAJOR_VERSION);
 const std::string icuCommon = "libicuuc.so." U_ICU_VERSION_SHORT;
 const std::string icuDates = "libicui18n.so." U_ICU_VERSION_SHORT;
-
-struct Answer {
-    bool isError;
-    std::string text;
-};
-
-Answer answerOf(const std::optional<std::string>& line) {
-    if (!line) {
-        return {true, "(no reply)"};
-    }
-    const auto reply = JSONValue::parse(*line);
-    const JSONValue& result = *reply["result"];
-    return {*result["isError"]->boolValue(),
-            std::string{*(*(*result["content"])[0])["text"]->stringValue()}};
-}
 
 /// Returns the mappings of the process.
 std::string mapsOf(const ChildProcess& process) {
@@ -82,7 +66,7 @@ protected:
         server.writeLine(
             callLine(1, "calendar_list_events",
                      R"({"start":"2026-10-14","days":3,"calendar":")" + calendar + R"("})"));
-        return answerOf(server.readLine());
+        return answerIn(server.readLine());
     }
 
     static void expectFailure(ChildProcess& server, const std::string& calendar,
@@ -138,16 +122,16 @@ TEST_F(Libraries, WithoutICUOnlyTheCallsThatNeedItFail) {
     expectFailure(server, "Noted", "ICU", icuCommon);
     expectEvent(server, "Plain");
     server.writeLine(callLine(1, "contacts_search", R"({"query":"Zoë"})"));
-    EXPECT_TRUE(answerOf(server.readLine()).text.starts_with("ICU could not be loaded: "));
+    EXPECT_TRUE(answerIn(server.readLine()).text.starts_with("ICU could not be loaded: "));
     server.writeLine(callLine(1, "contacts_search", R"({"query":"Zoe"})"));
-    EXPECT_FALSE(answerOf(server.readLine()).isError);
+    EXPECT_FALSE(answerIn(server.readLine()).isError);
 }
 
 TEST_F(Libraries, WithoutICUsDatesItsCharactersAreThere) {
     ChildProcess server{serverWithBroken(icuDates)};
     expectFailure(server, "Zoned", "ICU", icuDates);
     server.writeLine(creation(1));
-    EXPECT_TRUE(answerOf(server.readLine()).text.starts_with("ICU could not be loaded: "));
+    EXPECT_TRUE(answerIn(server.readLine()).text.starts_with("ICU could not be loaded: "));
     expectEvent(server, "Noted");
 }
 

@@ -3,6 +3,8 @@
 
 #include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/Answer.hpp"
+#include "tests/support/FailingCalls.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
 #include <csignal>
@@ -19,30 +21,6 @@ using MCPStdio::JSONValue;
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The text of a tool's answer, and whether it reports a failure.
-struct Answer {
-    int id = 0;
-    std::string text;
-    bool isError = false;
-};
-
-Answer answerIn(const std::optional<std::string>& line) {
-    if (!line) {
-        ADD_FAILURE() << "no reply";
-        return {};
-    }
-    const auto reply = JSONValue::parse(*line);
-    const JSONValue* result = reply["result"];
-    if (result == nullptr) {
-        ADD_FAILURE() << *line;
-        return {};
-    }
-    const JSONValue& content = *(*(*result)["content"])[0];
-    return {static_cast<int>(reply["id"]->intValue().value_or(-1)),
-            std::string{content["text"]->stringValue().value_or("")},
-            (*result)["isError"]->boolValue().value_or(false)};
-}
 
 class ScriptsThroughTheServer : public testing::Test {
 protected:
@@ -105,7 +83,7 @@ protected:
     }
     /// Checks that as many calls are answered, each with the number that its script printed.
     void areAnsweredByTheirNumbers(ChildProcess& child, int count) {
-        std::set<int> answered;
+        std::set<std::int64_t> answered;
         for (int i = 0; i < count; ++i) {
             const Answer answer = answerIn(child.readLine(120s));
             ASSERT_EQ(answer.text, std::to_string(answer.id));
@@ -263,6 +241,22 @@ TEST_F(ScriptsThroughTheServer, ThatRunWhenTheInputEndsAreStillAnswered) {
     const auto status = child.waitForEnd();
     ASSERT_TRUE(status);
     EXPECT_EQ(*status, 0);
+}
+
+TEST_F(ScriptsThroughTheServer, WhoseOutputCannotBeReadAreNoSuccess) {
+    FailingCalls calls{FAILING_CALLS};
+    calls.arm({.calls = static_cast<std::uint32_t>(Call::receive),
+               .count = 100,
+               .program = "velmiro_mcp"});
+    auto options = server();
+    options.environment.merge(calls.environment());
+    ChildProcess child{options};
+    child.writeLine(search(1, "do out 1"));
+    const Answer answer = answerIn(child.readLine());
+    EXPECT_TRUE(answer.isError);
+    EXPECT_EQ(answer.text,
+              "what the script wrote cannot be read: Input/output error. Whether it changed "
+              "anything cannot be told: look before trying again");
 }
 
 TEST_F(ScriptsThroughTheServer, DoNotOutliveTheServerAndLiveAsLongAsItDoes) {

@@ -11,6 +11,7 @@ namespace velmiro::test {
 
 /// The families of calls that are counted, one bit for each.
 enum class Call : std::uint32_t {
+    none = 0, ///< never selected
     open = 1U << 0U,
     close = 1U << 1U,
     read = 1U << 2U,      ///< from regular files

@@ -35,11 +35,27 @@ mode_t kindOf(int file) {
     return ::syscall(SYS_fstat, file, &about) == 0 ? about.st_mode & S_IFMT : 0;
 }
 
+/// An event counter, by which threads of a library wake one another, is no file, and its calls do not
+/// fail: a wake-up that is lost is never made up for.
+constexpr mode_t eventCounter = 0;
+
 Call readingFrom(int file) {
-    if (S_ISREG(kindOf(file))) {
+    const mode_t kind = kindOf(file);
+    if (kind == eventCounter) {
+        return Call::none;
+    }
+    if (S_ISREG(kind)) {
         return Call::read;
     }
     return file == STDIN_FILENO ? Call::input : Call::receive;
+}
+
+Call writingTo(int file) {
+    const mode_t kind = kindOf(file);
+    if (kind == eventCounter) {
+        return Call::none;
+    }
+    return S_ISREG(kind) ? Call::write : Call::output;
 }
 
 int rename2(int oldFolder, const char* oldName, int newFolder, const char* newName, unsigned how) {
@@ -141,13 +157,13 @@ ssize_t pread(int file, void* into, size_t size, off_t offset) {
 }
 
 ssize_t write(int file, const void* from, size_t size) {
-    const bool isRegular = S_ISREG(kindOf(file));
-    const Decision decision = decide(isRegular ? Call::write : Call::output);
+    const Call call = writingTo(file);
+    const Decision decision = decide(call);
     if (decision == Decision::fail) {
         return -1;
     }
     const ssize_t count = ::syscall(SYS_write, file, from, partOf(size, decision));
-    if (isRegular) {
+    if (call == Call::write) {
         recordWrite(file, from, count);
     }
     carryOut(decision);

@@ -148,3 +148,14 @@ TEST(Schema, AlwaysHasFourMembers) {
         schema(JSONValue::object({{"x", JSONValue::object()}}), {"z", "a"}).jsonString(),
         R"({"additionalProperties":false,"properties":{"x":{}},"required":["z","a"],"type":"object"})");
 }
+
+TEST(Schema, DescribesEachKindOfArgument) {
+    EXPECT_EQ(textProperty().jsonString(), R"({"type":"string"})");
+    EXPECT_EQ(textProperty("A name.").jsonString(), R"({"description":"A name.","type":"string"})");
+    EXPECT_EQ(integerProperty(1, 31).jsonString(),
+              R"({"maximum":31,"minimum":1,"type":"integer"})");
+    EXPECT_EQ(flagProperty().jsonString(), R"({"type":"boolean"})");
+    EXPECT_EQ(dateProperty().jsonString(),
+              R"({"description":"Date or date-time: 2026-10-14, 2026-10-14T15:00 (this Mac's time )"
+              R"(zone) or ISO 8601 with an offset.","type":"string"})");
+}

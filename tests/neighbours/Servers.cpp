@@ -151,6 +151,10 @@ Record completeTogether(const support::ChildProcess::Options& options, const Hom
         const std::string after = support::readFile(file);
         std::size_t next = 0;
         for (const auto& entry : fs::directory_iterator{home.together()}) {
+            // FUSE keeps a replaced file under a hidden name until the kernel has closed it.
+            if (entry.path().filename().string().starts_with('.')) {
+                continue;
+            }
             const std::string item = support::readFile(entry.path());
             next += item.find("RRULE:FREQ=WEEKLY") != std::string::npos && isWhole(item) ? 1U : 0U;
         }

@@ -3,8 +3,10 @@
 #include "MCPStdio/json/JSONValue.hpp"
 #include "MCPStdio/text/UTF8.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/FailingCalls.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -109,6 +111,27 @@ TEST_F(CalendarFiles, EveryLineIsValidWhateverBytesAFileHolds) {
     const std::string text = list();
     EXPECT_NE(text.find("Caf\xEF\xBF\xBD"), std::string::npos) << text;
     EXPECT_EQ(titlesIn(text).size(), 2U);
+}
+
+TEST_F(CalendarFiles, OneThatIsReplacedWhileItIsReadIsReadAnew) {
+    FailingCalls calls{FAILING_CALLS};
+    auto options = serverIn(home);
+    options.environment.merge(calls.environment());
+    ChildProcess server{options};
+    bool wasReached = true;
+    for (int skip = 0; wasReached; ++skip) {
+        write("lunch.ics", eventFile("lunch", "Lunch " + std::to_string(skip)));
+        calls.arm({.calls = static_cast<std::uint32_t>(Call::read),
+                   .error = ESTALE,
+                   .skip = skip,
+                   .count = 2});
+        server.writeLine(listAll);
+        const std::string text = textOf(server.readLine());
+        calls.disarm();
+        wasReached = calls.failed() > 0;
+        EXPECT_EQ(titlesIn(text), std::vector{"Lunch " + std::to_string(skip)}) << text;
+        EXPECT_TRUE(skip > 1 || wasReached);
+    }
 }
 
 TEST_F(CalendarFiles, ATitleThatCannotBeStoredAsAskedIsAnErrorAndNoFile) {

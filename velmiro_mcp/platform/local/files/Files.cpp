@@ -91,13 +91,30 @@ std::optional<StampedContents> readOpenStamped(const Descriptor& file, std::size
     return StampedContents{stampOf(about), readToEnd(file, size)};
 }
 
-/// Reads the result of opening a file; nullopt if that failed because the file is not there.
-std::optional<StampedContents> readOpened(const Descriptor& file, std::size_t largest) {
-    if (!file) {
-        throwUnlessAbsent();
-        return std::nullopt;
+/// Returns whether an error of an open file says that its name was given to another one. Network file
+/// systems and FUSE forget the old file then.
+bool isReplaced(const std::error_code& error) {
+    return error.value() == ENOENT || error.value() == ESTALE;
+}
+
+/// Opens a file with `openForReading` and reads it; nullopt if it is not there.
+std::optional<StampedContents> readNamed(int folder, const std::string& name, std::size_t largest,
+                                         int flags = 0) {
+    constexpr int tries = 10;
+    for (int attempt = 1;; ++attempt) {
+        const Descriptor file = openForReading(folder, name, flags);
+        if (!file) {
+            throwUnlessAbsent();
+            return std::nullopt;
+        }
+        try {
+            return readOpenStamped(file, largest);
+        } catch (const std::system_error& error) {
+            if (!isReplaced(error.code()) || attempt == tries) {
+                throw;
+            }
+        }
     }
-    return readOpenStamped(file, largest);
 }
 
 std::optional<std::string> bytesOf(std::optional<StampedContents> read) {
@@ -229,17 +246,17 @@ std::optional<std::string> readOpenFile(const Descriptor& file, std::size_t larg
 }
 
 std::optional<std::string> readRegularFile(const std::string& path, std::size_t largest) {
-    return bytesOf(readOpened(openForReading(AT_FDCWD, path), largest));
+    return bytesOf(readNamed(AT_FDCWD, path, largest));
 }
 
 std::optional<std::string> readRegularFile(const Descriptor& folder, const std::string& name,
                                            std::size_t largest) {
-    return bytesOf(readOpened(openForReading(folder.get(), name, O_NOFOLLOW), largest));
+    return bytesOf(readNamed(folder.get(), name, largest, O_NOFOLLOW));
 }
 
 std::optional<StampedContents> readStamped(const OpenFolder& folder, const std::string& name,
                                            std::size_t largest) {
-    return readOpened(openForReading(folder.descriptor(), name), largest);
+    return readNamed(folder.descriptor(), name, largest);
 }
 
 bool isFolder(const std::string& path) {

@@ -58,7 +58,7 @@ def function_at(source: str, at: int) -> str:
     name = "-"
     for line in source[: source.find("\n", at)].split("\n"):
         kind = re.match(r"(?:class|struct) ([\w:]+) ?[\w:]* ?\{|[^\s#/}].*?([\w:~]+)\(", line)
-        if kind and not line.startswith("using "):
+        if kind and not line.endswith(";"):  # which is a constant, or declares a function elsewhere
             name = kind[1] or kind[2]
         elif line.startswith("}"):
             name = "-"

@@ -73,8 +73,8 @@ TEST(JSONReader, HugeStringsFollowOneAnother) {
 TEST(JSONReader, AHugeStringIsRefusedForWhatAShortOneIs) {
     const std::string begin = times(5000, written);
     for (const std::string& wrong :
-         {R"(\x")"s, R"(\ud800")"s, R"(\udc00 ")"s, R"(\u12G4")"s, "\x01\""s, "\0\""s, "\n"s, ""s,
-          "\\"s, R"(\u12)"s, R"(\")"s, R"(" x)"s}) {
+         {R"(\x")"s, R"(\ud800")"s, R"(\udc00 ")"s, R"(\u12G4")"s, "\x01\""s, "\x1f\""s, "\0\""s,
+          "\n"s, ""s, "\\"s, R"(\u12)"s, R"(\")"s, R"(" x)"s}) {
         for (const auto encoding :
              {JSONReader::Encoding::validUTF8, JSONReader::Encoding::unknown}) {
             const auto near = refusal("[\"é\\n" + wrong, encoding);

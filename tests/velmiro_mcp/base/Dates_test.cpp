@@ -218,6 +218,16 @@ TEST(StartOfDay, IsTheFirstSecondOfADayWhoseMidnightIsSkipped) {
     EXPECT_GT(skipped, 50);
 }
 
+TEST(StartOfDay, IsExactToTheSecondWhereverAGapBegins) {
+    for (const char* const second : {"56", "57", "58", "59"}) {
+        // The second Sunday in March: one second or a few before midnight the clock skips an hour.
+        const std::string rule = std::string{"AAA0BBB,M3.2.0/23:59:"} + second + ",M11.1.0";
+        const ScopedVariable zone{"TZ", rule.c_str()};
+        EXPECT_EQ(dateText(startOfDay(2026, 3, 9)),
+                  std::string{"2026-03-09T00:59:"} + second + "+01:00");
+    }
+}
+
 TEST(StartOfDay, IsWhereAGapEndsThatBeganBeforeMidnight) {
     const ScopedVariable zone{"TZ", "America/Toronto"};
     const Instant start = startOfDay(1919, 3, 31);

@@ -61,8 +61,9 @@ private:
 };
 
 /// Lets two servers complete the same recurring reminder at the same time, over and over. One must
-/// be completed, and one must follow: lost is whatever differs.
+/// be completed, and one must follow: lost is whatever differs. With `mayMiss` a server may say that
+/// it finds none.
 Record completeTogether(const support::ChildProcess::Options& options, const Home& home,
-                        const std::atomic<bool>& isOver);
+                        bool mayMiss, const std::atomic<bool>& isOver);
 
 } // namespace velmiro::neighbours

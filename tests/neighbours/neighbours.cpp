@@ -115,6 +115,7 @@ bool run(const Options& options) {
     const TemporaryFolder sockets{"/tmp"}; // a short path
     const Home home{folder.path()};
     fill(home);
+    const bool onFuse = isFuse(home.shared());
     const bool swaps = options.withoutExchange.empty() && canExchange(home.shared());
     const std::string socket = sockets / "approval.sock";
     const SteadyHost host{socket, [](const std::string& /*question*/) { return true; }};
@@ -134,7 +135,7 @@ bool run(const Options& options) {
     programs.push_back(start([&] { return rewriteInPlace(share(ofRewriter)); }));
     programs.push_back(start([&] { return readItems(share(allItems()), ofRewriter); }));
     programs.push_back(start([&] { return moveMail(home.maildir(), isOver); }));
-    programs.push_back(start([&] { return completeTogether(server, home, isOver); }));
+    programs.push_back(start([&] { return completeTogether(server, home, onFuse, isOver); }));
     auto first = start([&] { one.work(allItems(), isOver); });
     auto second = start([&] { other.work(allItems(), isOver); });
     std::this_thread::sleep_for(options.time);
@@ -143,7 +144,7 @@ bool run(const Options& options) {
     std::printf("%s\n%-28s %10s %6s\n",
                 swaps ? "names are exchanged" : "the file system cannot exchange names",
                 "while the servers work", "changes", "lost");
-    const std::size_t exposed = isFuse(home.shared()) ? 5 : 2; // the first of the programs
+    const std::size_t exposed = onFuse ? 5 : 2; // the first of the programs
     bool right = true;
     for (std::size_t number = 0; number < programs.size(); ++number) {
         const bool mayLose = !swaps && number < exposed;

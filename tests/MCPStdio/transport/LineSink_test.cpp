@@ -6,14 +6,19 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <ctime>
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <limits>
+#include <pty.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -78,6 +83,37 @@ void sendsEverythingBeforeAnyoneReads(Ends ends) {
     sendsEverything(ends, std::numeric_limits<int>::max());
 }
 
+Ends makeSocketPair() {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+    return {ends[0], ends[1]};
+}
+
+/// Opens a terminal that passes on the bytes as they are.
+Ends makeTerminal() {
+    termios raw{};
+    ::cfmakeraw(&raw);
+    Ends ends;
+    EXPECT_EQ(::openpty(&ends.reader, &ends.writer, nullptr, &raw, nullptr), 0);
+    return ends;
+}
+
+/// Lines that fit are written by the sender itself: no other thread could be as fast.
+void areThereWhenSendReturns(Ends ends) {
+    for (const int length : {1, PIPE_BUF - 1, PIPE_BUF, 10'000, 60'000}) {
+        LineSink sink{ends.writer};
+        sink.send(TextBuffer{std::string(static_cast<std::size_t>(length), 'x')});
+        int readable = 0;
+        ::ioctl(ends.reader, FIONREAD, &readable);
+        EXPECT_EQ(readable, length + 1);
+        sink.finish();
+        std::vector<char> taken(static_cast<std::size_t>(length) + 1);
+        EXPECT_EQ(::read(ends.reader, taken.data(), taken.size()), length + 1);
+    }
+    ::close(ends.writer);
+    ::close(ends.reader);
+}
+
 } // namespace
 
 TEST(LineSink, SendingContinuesWithoutAReaderOfAPipe) {
@@ -86,6 +122,54 @@ TEST(LineSink, SendingContinuesWithoutAReaderOfAPipe) {
 
 TEST(LineSink, SendingContinuesBeforeAndWhileAPipeIsRead) {
     sendsEverything(makePipe(), 10'000);
+}
+
+TEST(LineSink, ALineThatFitsIsThereWhenSendReturns) {
+    areThereWhenSendReturns(makePipe());
+    const Ends nonblocking = makePipe();
+    ASSERT_EQ(::fcntl(nonblocking.writer, F_SETFL, O_NONBLOCK), 0);
+    areThereWhenSendReturns(nonblocking);
+    areThereWhenSendReturns(makeSocketPair());
+}
+
+TEST(LineSink, AShortLineIsInAFileWhenSendReturns) {
+    const velmiro::support::TemporaryFolder folder;
+    const std::string path = (folder.path() / "lines").string();
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(file, 0);
+    std::size_t size = 0;
+    for (const std::size_t length : {std::size_t{1}, std::size_t{PIPE_BUF} - 1}) {
+        LineSink sink{file};
+        sink.send(TextBuffer{std::string(length, 'x')});
+        size += length + 1;
+        EXPECT_EQ(std::filesystem::file_size(path), size);
+        sink.finish();
+    }
+    ::close(file);
+}
+
+TEST(LineSink, TheSenderOfALargeLineWaitsForAReaderThatTakesIt) {
+    using namespace std::chrono_literals;
+    const Ends ends = makePipe();
+    constexpr std::size_t size = 1'000'000;
+    std::thread reader{[&] { // takes a pipe's content every two milliseconds
+        std::vector<char> chunk(65'536);
+        for (std::size_t taken = 0; taken < size + 1;) {
+            std::this_thread::sleep_for(2ms);
+            const ssize_t count = ::read(ends.reader, chunk.data(), chunk.size());
+            ASSERT_GT(count, 0);
+            taken += static_cast<std::size_t>(count);
+        }
+    }};
+    LineSink sink{ends.writer};
+    const auto before = std::chrono::steady_clock::now();
+    sink.send(TextBuffer{std::string(size, 'x')});
+    // As long as the reader takes, or until it has taken nothing for ten milliseconds.
+    EXPECT_GE(std::chrono::steady_clock::now() - before, 10ms);
+    sink.finish();
+    reader.join();
+    ::close(ends.writer);
+    ::close(ends.reader);
 }
 
 TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
@@ -140,20 +224,23 @@ TEST(LineSink, ASlowReaderIsNotWaitedFor) {
     reader.join();
 }
 
-TEST(LineSink, WaitingForAReaderTakesNoProcessorTime) {
+TEST(LineSink, WaitingForAReaderTakesNoProcessorTimeAndCutsNothingOff) {
     const Ends ends = makePipe();
+    const std::string line(1'000'000, 'x');
+    std::string received;
     std::thread reader;
     {
         LineSink sink{ends.writer};
-        sink.send(TextBuffer{std::string(1'000'000, 'x')});
+        sink.send(TextBuffer{line});
         const auto before = std::clock();
         std::this_thread::sleep_for(std::chrono::milliseconds{300});
         EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 10);
-        reader = std::thread{[&] { readAll(ends.reader); }};
+        reader = std::thread{[&] { received = readAll(ends.reader); }};
         sink.finish();
     }
     ::close(ends.writer);
     reader.join();
+    EXPECT_TRUE(received == line + "\n");
 }
 
 TEST(LineSink, LinesOfEveryLengthReachAFile) {
@@ -191,9 +278,11 @@ TEST(LineSink, SendingContinuesWithoutAReaderOfANonBlockingPipe) {
 }
 
 TEST(LineSink, SendingContinuesWithoutAReaderOfASocket) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
-    sendsEverythingBeforeAnyoneReads({ends[0], ends[1]});
+    sendsEverythingBeforeAnyoneReads(makeSocketPair());
+}
+
+TEST(LineSink, SendingContinuesWithoutAReaderOfATerminal) {
+    sendsEverythingBeforeAnyoneReads(makeTerminal());
 }
 
 TEST(LineSink, LinesOfManyThreadsStayWhole) {
@@ -237,6 +326,22 @@ TEST(LineSinkDeathTest, AClosedReaderEndsTheProcessEvenIfTheSignalIsIgnored) {
             ::close(ends.reader);
             LineSink sink{ends.writer};
             sink.send(TextBuffer{"to nobody"});
+            std::_Exit(0);
+        },
+        testing::KilledBySignal(SIGPIPE), "");
+}
+
+TEST(LineSinkDeathTest, AReaderThatClosesWhileLinesWaitEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style,
+                   "threadsafe"); // a forked process would lack the queue's threads
+    EXPECT_EXIT(
+        {
+            std::signal(SIGPIPE, SIG_IGN);
+            const Ends ends = makePipe();
+            LineSink sink{ends.writer};
+            sink.send(TextBuffer{std::string(1'000'000, 'x')});
+            ::close(ends.reader);
+            sink.finish();
             std::_Exit(0);
         },
         testing::KilledBySignal(SIGPIPE), "");

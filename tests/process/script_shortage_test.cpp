@@ -27,8 +27,6 @@ using velmiro::test::run;
 using velmiro::test::ScopedDescriptorLimit;
 using velmiro::test::steps;
 
-namespace {} // namespace
-
 TEST(ScriptShortage, WaitForDescriptorsThatOthersHave) {
     ScriptRunner runner{FAKE_OSASCRIPT};
     const ScopedDescriptorLimit few{200};
@@ -76,4 +74,23 @@ TEST(ScriptShortage, AreAwaitedAlsoWhereThatTakesADescriptorNobodyHas) {
     EXPECT_EQ(call.wait_for(100ms), std::future_status::timeout);
     std::filesystem::create_directory(go);
     EXPECT_EQ(call.get(), JSONValue{1});
+}
+
+TEST(ScriptShortage, DoesNotKeepAScriptFromEndingInTime) {
+    const TemporaryFolder folder;
+    const std::string ready = (folder.path() / "ready").string();
+    const std::string never = (folder.path() / "never").string();
+    ScriptRunner runner{FAKE_OSASCRIPT};
+    auto call = std::async(std::launch::async, [&] {
+        const std::string script =
+            steps({"mark " + ready, "close-out", "close-err", "await " + never});
+        try {
+            return MCPStdio::syncWait(runner.run(script, {}, 1s)).jsonString();
+        } catch (const MCPStdio::MCPToolError& error) {
+            return error.message;
+        }
+    });
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(ready); }));
+    const ScopedDescriptorLimit none{3};
+    EXPECT_EQ(call.get(), "the script failed");
 }

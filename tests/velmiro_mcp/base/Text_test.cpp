@@ -23,5 +23,6 @@ TEST(SplitAtCommas, LeavesEmptyPiecesOut) {
     EXPECT_EQ(splitAtCommas("a,,b ,"), (std::vector<std::string_view>{"a", "b "}));
     EXPECT_EQ(splitAtCommas(","), std::vector<std::string_view>{});
     EXPECT_EQ(splitAtCommas(""), std::vector<std::string_view>{});
+    EXPECT_EQ(splitAtCommas("a,b"), (std::vector<std::string_view>{"a", "b"}));
     EXPECT_EQ(splitAtCommas("one"), (std::vector<std::string_view>{"one"}));
 }

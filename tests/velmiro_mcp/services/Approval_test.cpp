@@ -7,6 +7,7 @@
 #include "support/TemporaryFolder.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
+#include <array>
 #include <atomic>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -69,6 +70,17 @@ TEST_F(ApprovalTest, OnlyAnExplicitYesIsAYes) {
           "{\"allow\":true}{}\n", "{\"allow\":true,\"allow\":false}\n", "\xFF\n"}) {
         EXPECT_FALSE(answerTo(reply)) << reply;
     }
+}
+
+TEST_F(ApprovalTest, AYesToAQuestionThatWasNotReadWholeIsNone) {
+    const ScriptedHost host{path, [](int connection) {
+                                answerWith(connection, "{\"allow\":true}\n");
+                                ::shutdown(connection, SHUT_RD); // what is sent by then is a part
+                                std::array<char, 1> end{};
+                                static_cast<void>(::recv(connection, end.data(), 1, MSG_PEEK));
+                            }};
+    const std::string muchLongerThanASocketHolds(std::size_t{16} << 20U, 'x');
+    EXPECT_FALSE(syncWait(approval.ask("notes_create", muchLongerThanASocketHolds)));
 }
 
 TEST_F(ApprovalTest, AReplyWithoutItsLineFeedIsANo) {

@@ -47,11 +47,13 @@ Task<bool> acquireTwice(Semaphore& semaphore) {
 
 TEST(Semaphore, AdmitsAsManyAsItHasPermitsAndEverybodyInTheEnd) {
     Semaphore semaphore{3};
-    Seen seen;
-    MCPStdio::syncWait(letIn(1000, semaphore, seen));
-    EXPECT_EQ(seen.all, 1000);
-    EXPECT_LE(seen.most, 3);
-    EXPECT_EQ(seen.inside, 0);
+    for (int round = 0; round < 3; ++round) { // the permits are free again in between
+        Seen seen;
+        MCPStdio::syncWait(letIn(1000, semaphore, seen));
+        EXPECT_EQ(seen.all, 1000);
+        EXPECT_LE(seen.most, 3);
+        EXPECT_EQ(seen.inside, 0);
+    }
 }
 
 TEST(Semaphore, TakesAPermitBackOnlyOnce) {

@@ -1,9 +1,13 @@
 // Lines that are too large for the memory there is. Not a unit test: the sanitizers need far more
 // address space than this leaves.
 
+#include "MCPStdio/json/JSONValue.hpp"
 #include "tests/process/ServerUnderTest.hpp"
+#include "tests/support/FailingCalls.hpp"
 
+#include <chrono>
 #include <gtest/gtest.h>
+#include <thread>
 
 using namespace velmiro::test;
 
@@ -83,4 +87,37 @@ TEST(Memory, ACallThatNeedsMoreThanThereIsFailsAlone) {
             ASSERT_EQ(server.readLine(), pong(4)) << megabytes;
         }
     }
+}
+
+TEST(Memory, EveryReplyIsWholeWhicheverRequestForMemoryFailsWhileTheyAreQueued) {
+    using namespace std::chrono_literals;
+    const TemporaryFolder home;
+    FailingCalls calls{FAILING_CALLS};
+    auto options = serverIn(home);
+    options.environment.merge(calls.environment());
+    ChildProcess server{options};
+    const std::string list = R"({"jsonrpc":"2.0","id":1,"method":"tools/list"})";
+    server.writeLine(list);
+    const auto catalogue = server.readLine();
+    constexpr int count = 40; // several times what a pipe holds
+    int refused = 0;
+    bool wasReached = true;
+    for (int skip = 0; wasReached; ++skip) {
+        calls.arm({.calls = static_cast<std::uint32_t>(Call::allocate), .skip = skip});
+        for (int i = 0; i < count; ++i) {
+            server.writeLine(list);
+        }
+        std::this_thread::sleep_for(20ms); // replies are queued once nobody reads for ten
+        for (int i = 0; i < count; ++i) {
+            const auto reply = server.readLine();
+            ASSERT_TRUE(reply) << skip;
+            if (reply != catalogue) {
+                ++refused;
+                EXPECT_NE(MCPStdio::JSONValue::parse(*reply)["error"], nullptr) << *reply;
+            }
+        }
+        calls.disarm();
+        wasReached = calls.failed() > 0;
+    }
+    EXPECT_GT(refused, 0);
 }

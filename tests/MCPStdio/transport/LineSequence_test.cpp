@@ -3,6 +3,8 @@
 #include "support/Pipe.hpp"
 
 #include <array>
+#include <csignal>
+#include <ctime>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <thread>
@@ -124,6 +126,21 @@ TEST(LineSequence, BytesThatAreNotUTF8AreReplaced) {
     EXPECT_EQ(linesOf(std::string_view{"a\0b\n", 4}), (Lines{std::string{"a\0b", 3}}));
 }
 
+TEST(LineSequence, ABadByteIsReplacedWhereverItIs) {
+    for (const char bad : {'\xFF', '\x80'}) {
+        for (std::size_t length = 1; length < 60; ++length) {
+            for (std::size_t place = 0; place < length; ++place) {
+                std::string line(length, 'x');
+                line[place] = bad;
+                const std::string text = line + '\n' + line;
+                line.replace(place, 1, "\xEF\xBF\xBD");
+                ASSERT_EQ(linesOf(text), (Lines{line, line})) << length << ' ' << place;
+                ASSERT_EQ(linesOf(text, 25), (Lines{line, line})) << length << ' ' << place;
+            }
+        }
+    }
+}
+
 TEST(LineSequence, LinesOfEveryLengthAroundTheBufferSizeAreWhole) {
     std::string text;
     Lines expected;
@@ -135,10 +152,11 @@ TEST(LineSequence, LinesOfEveryLengthAroundTheBufferSizeAreWhole) {
     EXPECT_EQ(linesOf(text, 60000), expected);
 }
 
-TEST(LineSequence, ANonBlockingStreamIsWaitedFor) {
+TEST(LineSequence, ANonBlockingStreamIsWaitedForWithoutTakingProcessorTime) {
     auto ends = velmiro::support::makePipe(O_NONBLOCK);
+    const auto before = std::clock();
     std::thread writer{[&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+        std::this_thread::sleep_for(std::chrono::milliseconds{500});
         EXPECT_EQ(::write(ends.writing.get(), "late\n", 5), 5);
         ends.writing.close();
     }};
@@ -146,6 +164,27 @@ TEST(LineSequence, ANonBlockingStreamIsWaitedFor) {
     EXPECT_EQ(sequence.next(), "late");
     EXPECT_EQ(sequence.next(), std::nullopt);
     writer.join();
+    EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 5);
+}
+
+TEST(LineSequence, ASignalDoesNotEndAStream) {
+    struct sigaction action{};
+    action.sa_handler = [](int /*signal*/) {}; // without SA_RESTART: reading is interrupted
+    ::sigaction(SIGUSR1, &action, nullptr);
+    auto ends = velmiro::support::makePipe();
+    std::thread writer{[&, reader = ::pthread_self()] {
+        for (int i = 0; i < 20; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds{2});
+            ::pthread_kill(reader, SIGUSR1);
+        }
+        EXPECT_EQ(::write(ends.writing.get(), "late\n", 5), 5);
+        ends.writing.close();
+    }};
+    LineSequence sequence{ends.reading.get()};
+    EXPECT_EQ(sequence.next(), "late");
+    EXPECT_EQ(sequence.next(), std::nullopt);
+    writer.join();
+    std::signal(SIGUSR1, SIG_DFL);
 }
 
 TEST(LineSequence, AnUnreadableDescriptorIsAtItsEnd) {

@@ -89,29 +89,34 @@ TEST(Memory, ACallThatNeedsMoreThanThereIsFailsAlone) {
     }
 }
 
-TEST(Memory, EveryReplyIsWholeWhicheverRequestForMemoryFailsWhileTheyAreQueued) {
+TEST(Memory, RepliesAreWholeAndInOrderWhicheverRequestForMemoryFailsWhileTheyAreQueued) {
     using namespace std::chrono_literals;
+    const auto listing = [](int id) {
+        return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"tools/list"})";
+    };
     const TemporaryFolder home;
     FailingCalls calls{FAILING_CALLS};
     auto options = serverIn(home);
     options.environment.merge(calls.environment());
     ChildProcess server{options};
-    const std::string list = R"({"jsonrpc":"2.0","id":1,"method":"tools/list"})";
-    server.writeLine(list);
-    const auto catalogue = server.readLine();
+    server.writeLine(listing(0));
+    const std::string first = server.readLine().value_or("");
+    const std::string begin = R"({"id":)";
+    ASSERT_TRUE(first.starts_with(begin + "0"));
+    const std::string rest = first.substr(begin.size() + 1);
     constexpr int count = 40; // several times what a pipe holds
     int refused = 0;
     bool wasReached = true;
     for (int skip = 0; wasReached; ++skip) {
         calls.arm({.calls = static_cast<std::uint32_t>(Call::allocate), .skip = skip});
-        for (int i = 0; i < count; ++i) {
-            server.writeLine(list);
+        for (int id = 0; id < count; ++id) {
+            server.writeLine(listing(id));
         }
         std::this_thread::sleep_for(20ms); // replies are queued once nobody reads for ten
-        for (int i = 0; i < count; ++i) {
+        for (int id = 0; id < count; ++id) {
             const auto reply = server.readLine();
             ASSERT_TRUE(reply) << skip;
-            if (reply != catalogue) {
+            if (reply != begin + std::to_string(id) + rest) {
                 ++refused;
                 EXPECT_NE(MCPStdio::JSONValue::parse(*reply)["error"], nullptr) << *reply;
             }

@@ -69,6 +69,15 @@ TEST(Memory, ALastLineThatDoesNotFitIsAnsweredAtTheEnd) {
     EXPECT_EQ(server.waitForEnd(), 0);
 }
 
+TEST(Memory, TheEndOfALineThatDoesNotFitIsNoLine) {
+    const TemporaryFolder home;
+    ChildProcess server{limitedServer(home, most)};
+    server.writeLine(std::string(std::size_t{100} << 20U, ' ') + ping(1));
+    EXPECT_EQ(server.readLine(), parseError);
+    server.writeLine(ping(2));
+    EXPECT_EQ(server.readLine(), pong(2));
+}
+
 TEST(Memory, ACallThatNeedsMoreThanThereIsFailsAlone) {
     const TemporaryFolder home;
     ChildProcess server{limitedServer(home, most)};
@@ -86,6 +95,56 @@ TEST(Memory, ACallThatNeedsMoreThanThereIsFailsAlone) {
             server.writeLine(ping(4));
             ASSERT_EQ(server.readLine(), pong(4)) << megabytes;
         }
+    }
+}
+
+TEST(Memory, ALineThatIsGivenUpEndsWithItsOwnEnd) {
+    using namespace std::chrono_literals;
+    const TemporaryFolder home;
+    FailingCalls calls{FAILING_CALLS};
+    auto options = serverIn(home);
+    options.environment.merge(calls.environment());
+    ChildProcess server{options};
+    for (const std::size_t kilobytes : {64U, 128U, 256U}) {
+        // What may begin a separator stays unscanned until more has come.
+        const std::string begin = std::string((kilobytes << 10U) - 2, 'x') + "\xE2\x80";
+        bool wasReached = true;
+        for (int skip = 0; wasReached; ++skip) {
+            SCOPED_TRACE(std::to_string(kilobytes) + " after " + std::to_string(skip));
+            server.writeLine(std::string(std::size_t{400} << 10U, 'x')); // frees the buffer
+            ASSERT_EQ(server.readLine(), parseError);
+            calls.arm({.calls = Call::allocate | Call::heap, .skip = skip / 2, .count = 2});
+            server.write(begin);
+            std::this_thread::sleep_for(10ms); // all of it is read
+            calls.disarm();
+            wasReached = calls.failed() > 0;
+            server.writeLine((skip % 2 == 0 ? "\n" : "\xA8") + ping(1));
+            EXPECT_EQ(server.readLine(), parseError);
+            ASSERT_EQ(server.readLine(), pong(1));
+        }
+    }
+}
+
+TEST(Memory, NoLineIsReadTwiceWhicheverRequestForMemoryFails) {
+    const TemporaryFolder home;
+    FailingCalls calls{FAILING_CALLS};
+    auto options = serverIn(home);
+    options.environment.merge(calls.environment());
+    ChildProcess server{options};
+    const auto repairedPing = [](int id) {
+        return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +
+               R"(,"method":"ping","params":{"x":")" + std::string(5000, '\xFF') + "\"}}";
+    };
+    bool wasReached = true;
+    for (int skip = 0; wasReached; ++skip) {
+        server.writeLine(repairedPing(1));
+        ASSERT_EQ(server.readLine(), pong(1));
+        calls.arm({.calls = Call::allocate | Call::heap, .skip = skip});
+        server.writeLine(repairedPing(2));
+        const auto reply = server.readLine();
+        calls.disarm();
+        wasReached = calls.failed() > 0;
+        EXPECT_TRUE(reply && *reply != pong(1)) << reply.value_or("(no reply)");
     }
 }
 

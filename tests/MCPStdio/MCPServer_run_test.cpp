@@ -4,6 +4,7 @@
 
 #include "MCPStdio/concurrency/DispatchQueue.hpp"
 #include "MCPStdio/concurrency/SyncWait.hpp"
+#include "MCPStdio/transport/Standby.hpp"
 #include "support/Pipe.hpp"
 
 #include <array>
@@ -119,16 +120,22 @@ bool becomesTrue(Condition condition) {
     return true;
 }
 
-constexpr const char* noStandby = "a thread cannot stand by for input on this system";
+/// Returns whether a thread can stand by for input on this system.
+bool canStandBy() {
+    const auto input = velmiro::support::makePipe();
+    Standby standby{input.reading.get()};
+    return becomesTrue([&] { return standby.isReady(); });
+}
 
 } // namespace
 
 TEST(MCPServerRun, ACallAloneRunsOnTheThreadThatReads) {
+    if (!canStandBy()) {
+        GTEST_SKIP() << "a thread cannot stand by for input on this system";
+    }
     std::atomic<std::thread::id> ranOn;
     RunningServer server{{notingTool(ranOn)}};
-    if (!server.warmUp("note", ranOn)) {
-        GTEST_SKIP() << noStandby;
-    }
+    ASSERT_TRUE(server.warmUp("note", ranOn));
     // Of two calls at once, the first does not: the second may not wait for it.
     server.send(callOf("note", 1) + callOf("missing", 2));
     const std::string replies = server.receive() + server.receive(); // in any order
@@ -249,4 +256,19 @@ TEST(MCPServerRun, EachOfManyCallsIsAnsweredOnceHoweverTheyArrive) {
     }
     sender.join();
     EXPECT_EQ(ids.size(), static_cast<std::size_t>(calls));
+}
+
+TEST(MCPServerRun, EveryReplyIsWrittenBeforeItEnds) {
+    const std::string text(200'000, 'x');
+    RunningServer server{{tool(
+        "much", [&](JSONValue) -> Task<MCPToolResult> { co_return MCPToolResult{text, false}; })}};
+    constexpr int calls = 5;
+    for (int i = 0; i < calls; ++i) {
+        server.send(callOf("much", i));
+    }
+    server.finish();
+    std::this_thread::sleep_for(100ms); // all is done, but most is still queued
+    for (int i = 0; i < calls; ++i) {
+        EXPECT_NE(server.receive().find(text), std::string::npos);
+    }
 }

@@ -97,7 +97,7 @@ TEST_F(LocalCompletion, LeavesEveryOtherByteAsItIs) {
     const std::string before =
         "\xEF\xBB\xBF"
         "BEGIN:VCALENDAR\r\nX-WR-CALNAME:caf\xE9 \r\n\r\n"
-        "BEGIN:VTODO\nUID:other\nSTATUS:NEEDS-ACTION\nEND:VTODO\n"
+        "BEGIN:VTODO\nUID:other\n\nSTATUS:NEEDS-ACTION\nEND:VTODO\n"
         "BEGIN:VTODO\r\nUID\r\n :\r\n\ta\r\nno colon here\r\nSUMMARY:  long\n  folded\r\n"
         "\t title \xF0\x9F\r\n \xA5\x9B  \r\nX-\x01:\x02\r\n";
     const std::string after = "BEGIN:VALARM\r\nSTATUS:NEEDS-ACTION\r\nTRIGGER:-PT1H\r\n"
@@ -107,6 +107,13 @@ TEST_F(LocalCompletion, LeavesEveryOtherByteAsItIs) {
     std::string done = doneLines;
     done = std::regex_replace(done, std::regex{"\n"}, "\r\n");
     EXPECT_EQ(completed(before + after), before + done + after);
+}
+
+TEST_F(LocalCompletion, NewLinesEndAsTheFirstLineOfTheReminderDoes) {
+    EXPECT_EQ(completed("BEGIN:VCALENDAR\r\nBEGIN:VTODO\nUID:a\r\nSUMMARY:Milk\r\nEND:VTODO\r\n"
+                        "END:VCALENDAR\r\n"),
+              "BEGIN:VCALENDAR\r\nBEGIN:VTODO\nUID:a\r\nSUMMARY:Milk\r\n" + std::string{doneLines} +
+                  "END:VTODO\r\nEND:VCALENDAR\r\n");
 }
 
 TEST_F(LocalCompletion, RemovesSecondLinesOfAChangedProperty) {
@@ -462,6 +469,24 @@ TEST_F(LocalCompletion, DamagedFilesAreChangedCorrectlyOrNotAtAll) {
 TEST_F(LocalCompletion, TheRestOfACountIsFoundHoweverTheRuleIsWritten) {
     EXPECT_EQ(nextLines("DUE:20260910T080000Z\nRRULE:X-FOO=1;freq=daily; Count = 5;BYDAY=\n"),
               (Texts{"DUE:20260911T080000Z", "RRULE:X-FOO=1;freq=daily;COUNT=4;BYDAY="}));
+}
+
+TEST_F(LocalCompletion, AnOccurrenceBesidesTheRuleUsesUpOneOfACountAndLeavesOne) {
+    EXPECT_EQ(nextLines("DUE:20260910T080000Z\nRRULE:FREQ=WEEKLY;COUNT=5\n"
+                        "RDATE:20260911T080000Z\n"),
+              (Texts{"DUE:20260911T080000Z", "RRULE:FREQ=WEEKLY;COUNT=4"}));
+    EXPECT_EQ(nextLines("DUE:20260910T080000Z\nRRULE:FREQ=WEEKLY;COUNT=1\n"
+                        "RDATE:20260911T080000Z\n"),
+              (Texts{"DUE:20260911T080000Z", "RRULE:FREQ=WEEKLY;COUNT=1"}));
+}
+
+TEST_F(LocalCompletion, TheEndOfASeriesIsReadInTheZoneOfItsFile) {
+    // The day after at nine is half past three in UTC, half an hour before the end.
+    completed("BEGIN:VCALENDAR\nBEGIN:VTIMEZONE\nTZID:Site\nBEGIN:STANDARD\n"
+              "DTSTART:19700101T000000\nTZOFFSETFROM:+0530\nTZOFFSETTO:+0530\nEND:STANDARD\n"
+              "END:VTIMEZONE\nBEGIN:VTODO\nUID:a\nDUE;TZID=Site:20261014T090000\n"
+              "RRULE:FREQ=DAILY;UNTIL=20261015T040000Z\nEND:VTODO\nEND:VCALENDAR\n");
+    EXPECT_NE(next().find("DUE;TZID=Site:20261015T090000"), std::string::npos);
 }
 
 TEST_F(LocalCompletion, ANameOfAZoneWithAColonStaysWhole) {

@@ -109,6 +109,13 @@ TEST_F(LocalCompletion, LeavesEveryOtherByteAsItIs) {
     EXPECT_EQ(completed(before + after), before + done + after);
 }
 
+TEST_F(LocalCompletion, ACancelledOneCanBeDoneAfterAll) {
+    EXPECT_EQ(completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nSTATUS:CANCELLED\nEND:VTODO\n"
+                        "END:VCALENDAR\n"),
+              "BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nSTATUS:COMPLETED\nCOMPLETED:NOW\n"
+              "LAST-MODIFIED:NOW\nPERCENT-COMPLETE:100\nSEQUENCE:1\nEND:VTODO\nEND:VCALENDAR\n");
+}
+
 TEST_F(LocalCompletion, NewLinesEndAsTheFirstLineOfTheReminderDoes) {
     EXPECT_EQ(completed("BEGIN:VCALENDAR\r\nBEGIN:VTODO\nUID:a\r\nSUMMARY:Milk\r\nEND:VTODO\r\n"
                         "END:VCALENDAR\r\n"),

@@ -14,6 +14,7 @@
 #include <optional>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace velmiro;
@@ -73,14 +74,19 @@ TEST_F(ApprovalTest, OnlyAnExplicitYesIsAYes) {
 }
 
 TEST_F(ApprovalTest, AYesToAQuestionThatWasNotReadWholeIsNone) {
-    const ScriptedHost host{path, [](int connection) {
-                                answerWith(connection, "{\"allow\":true}\n");
-                                ::shutdown(connection, SHUT_RD); // what is sent by then is a part
-                                std::array<char, 1> end{};
-                                static_cast<void>(::recv(connection, end.data(), 1, MSG_PEEK));
-                            }};
     const std::string muchLongerThanASocketHolds(std::size_t{16} << 20U, 'x');
-    EXPECT_FALSE(syncWait(approval.ask("notes_create", muchLongerThanASocketHolds)));
+    for (const bool readsABeginning : {false, true}) {
+        const ScriptedHost host{path, [&](int connection) {
+                                    std::array<char, 1> byte{};
+                                    const int how = readsABeginning ? 0 : MSG_DONTWAIT;
+                                    static_cast<void>(::recv(connection, byte.data(), 1, how));
+                                    answerWith(connection, "{\"allow\":true}\n");
+                                    ::shutdown(connection, SHUT_RD);
+                                    std::this_thread::sleep_for(100ms);
+                                }};
+        EXPECT_FALSE(syncWait(approval.ask("notes_create", muchLongerThanASocketHolds)));
+        std::filesystem::remove(path);
+    }
 }
 
 TEST_F(ApprovalTest, AReplyWithoutItsLineFeedIsANo) {

@@ -5,6 +5,7 @@
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/FailingCalls.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <thread>
@@ -145,6 +146,34 @@ TEST(Memory, NoLineIsReadTwiceWhicheverRequestForMemoryFails) {
         calls.disarm();
         wasReached = calls.failed() > 0;
         EXPECT_TRUE(reply && *reply != pong(1)) << reply.value_or("(no reply)");
+    }
+}
+
+TEST(Memory, EveryRequestIsAnsweredWhicheverRequestForMemoryFails) {
+    const TemporaryFolder home;
+    FailingCalls calls{FAILING_CALLS};
+    auto options = serverIn(home);
+    options.environment.merge(calls.environment());
+    ChildProcess server{options};
+    const std::string call = callLine(5, "contacts_search", R"({"query":"anna"})");
+    server.writeLine(call);
+    ASSERT_TRUE(server.readLine()); // libraries and threads are there now
+    const std::string greeting = R"({"jsonrpc":"2.0","id":5,"method":"initialize","params":{}})";
+    // A call alone is made by the thread that reads, one of two by another.
+    for (const std::string& lines : {call, call + "\n" + call, greeting}) {
+        bool wasReached = true;
+        for (int skip = 0; wasReached; ++skip) {
+            calls.arm({.calls = Call::allocate | Call::heap, .skip = skip});
+            server.writeLine(lines);
+            for (auto left = 1 + std::ranges::count(lines, '\n'); left > 0; --left) {
+                const auto reply = server.readLine();
+                ASSERT_TRUE(reply) << skip;
+                EXPECT_TRUE(reply == parseError || reply->find(R"("id":5,)") != std::string::npos)
+                    << *reply;
+            }
+            calls.disarm();
+            wasReached = calls.failed() > 0;
+        }
     }
 }
 

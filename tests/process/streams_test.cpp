@@ -28,6 +28,7 @@ int shell(const TemporaryFolder& home, const std::string& command) {
     ChildProcess::Options options{.arguments = {"/bin/sh", "-c", command},
                                   .environment = environmentFor(home)};
     options.environment["SERVER"] = SERVER_BINARY;
+    options.environment["HELLO"] = HELLO_SERVER_BINARY;
     ChildProcess child{options};
     child.closeInput();
     const auto status = child.waitForEnd();
@@ -58,6 +59,8 @@ TEST(Streams, WithItsOutputClosedNoProtocolLineLandsInADataFile) {
         EXPECT_EQ(shell(home, "echo '" + list + "' | \"$SERVER\" " + closed), 0);
     }
     EXPECT_EQ(shell(home, "\"$SERVER\" <&- >&- 2>&-"), 0);
+    // Nor do other servers of the framework, which do nothing about it themselves, end with an error.
+    EXPECT_EQ(shell(home, "echo '" + ping(1) + "' | \"$HELLO\" >&-"), 0);
     for (const auto& [path, content] : snapshot(home.path())) {
         EXPECT_EQ(content.find("jsonrpc"), std::string::npos) << path;
     }

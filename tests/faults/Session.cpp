@@ -79,7 +79,7 @@ Answer Session::call(const ToolCall& call) {
                     : "(the server hangs)",
                 true, false};
     }
-    return answerIn(*line);
+    return answerIn(line);
 }
 
 bool Session::isAlive() {

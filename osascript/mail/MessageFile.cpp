@@ -23,9 +23,14 @@ bool isThere(int folder, const char* name) {
     return fstatat(folder, name, &about, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
+constexpr const char* unreadable = "cannot read a message";
+
 bool isRegular(const Descriptor& file) {
     struct stat about{};
-    return fstat(file.get(), &about) == 0 && S_ISREG(about.st_mode);
+    if (fstat(file.get(), &about) != 0) {
+        throw std::system_error{local::lastError(), unreadable};
+    }
+    return S_ISREG(about.st_mode);
 }
 
 } // namespace
@@ -69,7 +74,7 @@ bool MessageFiles::isFound(MessageName& name, const Look& look) {
             }
             const std::error_code error = local::lastError();
             if (!local::isAboutTheFile(error)) {
-                throw std::system_error{error, "cannot read a message"};
+                throw std::system_error{error, unreadable};
             }
             if (error != std::errc::no_such_file_or_directory || isThere(folder, text)) {
                 return false; // it may not be read, or is a link that leads nowhere

@@ -61,8 +61,8 @@ Owned<GMimeMessage> parsed(GMimeStream* stream) {
     return Owned<GMimeMessage>{g_mime_parser_construct_message(parser.get(), nullptr)};
 }
 
-/// Returns a stream over the beginning of a file. It is mapped because the library takes an error of
-/// a read for the end of the message; in a mapping, an error ends the process.
+/// Returns a stream over the beginning of a file. It is mapped because the library takes a failed
+/// read for the end of the message; in a mapping, an error ends the process.
 Owned<GMimeStream> mapped(int descriptor, off_t size) {
     const int own = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0); // the stream closes it
     GMimeStream* const stream =

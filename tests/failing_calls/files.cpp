@@ -35,8 +35,8 @@ mode_t kindOf(int file) {
     return ::syscall(SYS_fstat, file, &about) == 0 ? about.st_mode & S_IFMT : 0;
 }
 
-/// An event counter, by which threads of a library wake one another, is no file, and its calls do not
-/// fail: a wake-up that is lost is never made up for.
+/// An event counter, by which threads of a library wake one another, is no file, and its calls do
+/// not fail: a wake-up that is lost is never made up for.
 constexpr mode_t eventCounter = 0;
 
 Call readingFrom(int file) {

@@ -61,8 +61,8 @@ private:
 };
 
 /// Lets two servers complete the same recurring reminder at the same time, over and over. One must
-/// be completed, and one must follow: lost is whatever differs. With `mayMiss` a server may say that
-/// it finds none.
+/// be completed, and one must follow: lost is whatever differs. With `mayMiss` a server may say
+/// that it finds none.
 Record completeTogether(const support::ChildProcess::Options& options, const Home& home,
                         bool mayMiss, const std::atomic<bool>& isOver);
 

@@ -5,8 +5,8 @@
 // Afterwards, whatever any program has changed must be there, and nothing may ever have been half.
 // The home is made in FOLDER, /tmp otherwise. If its file system cannot exchange two names, or the
 // preloaded LIBRARY says so, a program that replaces or deletes a file within microseconds of the
-// server's own change may win or lose; on FUSE, so may one that writes in place, and a reader may find
-// a file empty. Those losses are counted and do not fail.
+// server's own change may win or lose; on FUSE, so may one that writes in place, and a reader may
+// find a file empty. Those losses are counted and do not fail.
 
 #include "support/Files.hpp"
 #include "support/TemporaryFolder.hpp"
@@ -75,8 +75,8 @@ bool canExchange(const fs::path& folder) {
 }
 
 /// Returns whether a folder is on a file system of FUSE. Such a one may have several inodes for one
-/// file, and a lease protects one of them. On fuse2fs one read in 1,400 also finds a file empty that
-/// is replaced by renames alone, without any server at work.
+/// file, and a lease protects one of them. On fuse2fs one read in 1,400 also finds a file empty
+/// that is replaced by renames alone, without any server at work.
 bool isFuse(const fs::path& folder) {
     constexpr auto magic = 0x65735546;
     struct statfs about{};

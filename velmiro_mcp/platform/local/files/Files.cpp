@@ -91,8 +91,8 @@ std::optional<StampedContents> readOpenStamped(const Descriptor& file, std::size
     return StampedContents{stampOf(about), readToEnd(file, size)};
 }
 
-/// Returns whether an error of an open file says that its name was given to another one. Network file
-/// systems and FUSE forget the old file then.
+/// Returns whether an error of an open file says that its name was given to another one. Network
+/// file systems and FUSE forget the old file then.
 bool isReplaced(const std::error_code& error) {
     return error.value() == ENOENT || error.value() == ESTALE;
 }

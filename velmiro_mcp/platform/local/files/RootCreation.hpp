@@ -31,8 +31,8 @@ struct RootCreation {
 /// the next call uses. Throws std::system_error if memory runs out or the disk fails.
 RootCreation createRoot(const NewRoot& root);
 
-/// Removes a root and its collection if nothing is in them. Allocates nothing, because it undoes what
-/// may have failed for lack of memory.
+/// Removes a root and its collection if nothing is in them. Allocates nothing, because it undoes
+/// what may have failed for lack of memory.
 void removeEmpty(const NewRoot& root) noexcept;
 
 } // namespace velmiro::local

@@ -27,6 +27,20 @@ ChildProcess::Options limitedServer(const TemporaryFolder& home, int megabytes) 
     return options;
 }
 
+/// A server that can be made to lack memory at one moment.
+struct FailingServer {
+    TemporaryFolder home;
+    FailingCalls calls{FAILING_CALLS};
+    ChildProcess server{options()};
+
+private:
+    [[nodiscard]] ChildProcess::Options options() const {
+        auto made = serverIn(home);
+        made.environment.merge(calls.environment());
+        return made;
+    }
+};
+
 std::string longPing(std::size_t size, const std::string& filling) {
     std::string line = R"({"jsonrpc":"2.0","id":7,"method":"ping","params":{"x":")";
     while (line.size() < size) {
@@ -101,11 +115,8 @@ TEST(Memory, ACallThatNeedsMoreThanThereIsFailsAlone) {
 
 TEST(Memory, ALineThatIsGivenUpEndsWithItsOwnEnd) {
     using namespace std::chrono_literals;
-    const TemporaryFolder home;
-    FailingCalls calls{FAILING_CALLS};
-    auto options = serverIn(home);
-    options.environment.merge(calls.environment());
-    ChildProcess server{options};
+    FailingServer failing;
+    auto& [home, calls, server] = failing;
     for (const std::size_t kilobytes : {64U, 128U, 256U}) {
         // What may begin a separator stays unscanned until more has come.
         const std::string begin = std::string((kilobytes << 10U) - 2, 'x') + "\xE2\x80";
@@ -127,11 +138,8 @@ TEST(Memory, ALineThatIsGivenUpEndsWithItsOwnEnd) {
 }
 
 TEST(Memory, NoLineIsReadTwiceWhicheverRequestForMemoryFails) {
-    const TemporaryFolder home;
-    FailingCalls calls{FAILING_CALLS};
-    auto options = serverIn(home);
-    options.environment.merge(calls.environment());
-    ChildProcess server{options};
+    FailingServer failing;
+    auto& [home, calls, server] = failing;
     const auto repairedPing = [](int id) {
         return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +
                R"(,"method":"ping","params":{"x":")" + std::string(5000, '\xFF') + "\"}}";
@@ -150,11 +158,8 @@ TEST(Memory, NoLineIsReadTwiceWhicheverRequestForMemoryFails) {
 }
 
 TEST(Memory, EveryRequestIsAnsweredWhicheverRequestForMemoryFails) {
-    const TemporaryFolder home;
-    FailingCalls calls{FAILING_CALLS};
-    auto options = serverIn(home);
-    options.environment.merge(calls.environment());
-    ChildProcess server{options};
+    FailingServer failing;
+    auto& [home, calls, server] = failing;
     const std::string call = callLine(5, "contacts_search", R"({"query":"anna"})");
     server.writeLine(call);
     ASSERT_TRUE(server.readLine()); // libraries and threads are there now
@@ -182,11 +187,8 @@ TEST(Memory, RepliesAreWholeAndInOrderWhicheverRequestForMemoryFailsWhileTheyAre
     const auto listing = [](int id) {
         return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"tools/list"})";
     };
-    const TemporaryFolder home;
-    FailingCalls calls{FAILING_CALLS};
-    auto options = serverIn(home);
-    options.environment.merge(calls.environment());
-    ChildProcess server{options};
+    FailingServer failing;
+    auto& [home, calls, server] = failing;
     server.writeLine(listing(0));
     const std::string first = server.readLine().value_or("");
     const std::string begin = R"({"id":)";

@@ -16,10 +16,9 @@ public:
 /// skipped, not held in memory.
 ///
 /// The descriptor stays open, and its position as it is. A file that becomes shorter meanwhile, or
-/// cannot be read, ends the process. Memory and time are not bounded for a message
-/// made to exhaust them: the caller limits the process. Throws UnreadableMessage, also for another
-/// kind of file; std::bad_alloc; PlatformError if a character set needs ICU, which cannot be
-/// loaded.
+/// cannot be read, ends the process. Memory and time are not bounded for a message made to exhaust
+/// them: the caller limits the process. Throws UnreadableMessage, also for another kind of file;
+/// std::bad_alloc; PlatformError if a character set needs ICU, which cannot be loaded.
 std::string messageText(int descriptor);
 
 } // namespace velmiro::osascript

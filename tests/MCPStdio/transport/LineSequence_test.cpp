@@ -3,15 +3,18 @@
 #include "support/Pipe.hpp"
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <ctime>
 #include <fcntl.h>
+#include <functional>
 #include <gtest/gtest.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
 using namespace MCPStdio;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -38,6 +41,19 @@ std::vector<std::string> linesOf(std::string_view text, std::size_t pieceSize = 
 }
 
 using Lines = std::vector<std::string>;
+
+/// Reads a stream to which another thread writes a line once it has done something else.
+void readsWhatIsWrittenAfter(velmiro::support::Pipe ends, const std::function<void()>& delay) {
+    std::thread writer{[&] {
+        delay();
+        EXPECT_EQ(::write(ends.writing.get(), "late\n", 5), 5);
+        ends.writing.close();
+    }};
+    LineSequence sequence{ends.reading.get()};
+    EXPECT_EQ(sequence.next(), "late");
+    EXPECT_EQ(sequence.next(), std::nullopt);
+    writer.join();
+}
 
 } // namespace
 
@@ -153,17 +169,9 @@ TEST(LineSequence, LinesOfEveryLengthAroundTheBufferSizeAreWhole) {
 }
 
 TEST(LineSequence, ANonBlockingStreamIsWaitedForWithoutTakingProcessorTime) {
-    auto ends = velmiro::support::makePipe(O_NONBLOCK);
     const auto before = std::clock();
-    std::thread writer{[&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds{500});
-        EXPECT_EQ(::write(ends.writing.get(), "late\n", 5), 5);
-        ends.writing.close();
-    }};
-    LineSequence sequence{ends.reading.get()};
-    EXPECT_EQ(sequence.next(), "late");
-    EXPECT_EQ(sequence.next(), std::nullopt);
-    writer.join();
+    readsWhatIsWrittenAfter(velmiro::support::makePipe(O_NONBLOCK),
+                            [] { std::this_thread::sleep_for(500ms); });
     EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 5);
 }
 
@@ -171,19 +179,12 @@ TEST(LineSequence, ASignalDoesNotEndAStream) {
     struct sigaction action{};
     action.sa_handler = [](int /*signal*/) {}; // without SA_RESTART: reading is interrupted
     ::sigaction(SIGUSR1, &action, nullptr);
-    auto ends = velmiro::support::makePipe();
-    std::thread writer{[&, reader = ::pthread_self()] {
+    readsWhatIsWrittenAfter(velmiro::support::makePipe(), [reader = ::pthread_self()] {
         for (int i = 0; i < 20; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds{2});
+            std::this_thread::sleep_for(2ms);
             ::pthread_kill(reader, SIGUSR1);
         }
-        EXPECT_EQ(::write(ends.writing.get(), "late\n", 5), 5);
-        ends.writing.close();
-    }};
-    LineSequence sequence{ends.reading.get()};
-    EXPECT_EQ(sequence.next(), "late");
-    EXPECT_EQ(sequence.next(), std::nullopt);
-    writer.join();
+    });
     std::signal(SIGUSR1, SIG_DFL);
 }
 

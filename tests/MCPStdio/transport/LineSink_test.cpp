@@ -112,7 +112,7 @@ std::size_t writtenByThisThread() {
     return 0;
 }
 
-/// Lines that fit are written by the sender itself: no other thread could be as fast.
+/// Checks that the sender itself writes lines that fit: another thread would hardly be as fast.
 void areThereWhenSendReturns(Ends ends) {
     for (const int length : {1, PIPE_BUF - 1, PIPE_BUF, 10'000, 60'000}) {
         LineSink sink{ends.writer};
@@ -346,8 +346,8 @@ TEST(LineSinkDeathTest, AClosedReaderEndsTheProcessEvenIfTheSignalIsIgnored) {
 }
 
 TEST(LineSinkDeathTest, AReaderThatClosesWhileLinesWaitEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style,
-                   "threadsafe"); // a forked process would lack the queue's threads
+    // A process that is only forked would lack the threads of the queue.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             std::signal(SIGPIPE, SIG_IGN);

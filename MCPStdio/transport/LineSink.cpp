@@ -13,6 +13,7 @@
 #include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace MCPStdio {
@@ -41,6 +42,15 @@ Descriptor openNonblocking(int descriptor) {
     }
     const auto name = "/proc/self/fd/" + std::to_string(descriptor);
     return Descriptor{::open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)};
+}
+
+/// Makes a write to a socket without room give up after a moment. For a single one MSG_DONTWAIT would
+/// say so, but macOS ignores it for sending; and O_NONBLOCK is shared with the parent. Returns false if
+/// it is no socket.
+bool giveUpSoon(int descriptor) {
+    const timeval moment{0, 1'000}; // microseconds; or the system's tick, if that is longer
+    return S_ISSOCK(kindOf(descriptor)) &&
+           ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &moment, sizeof moment) == 0;
 }
 
 /// Ends the process as the system does by default when a pipe has no reader, even if the parent had
@@ -73,7 +83,7 @@ std::size_t bytesOf(ssize_t written) {
 LineSink::LineSink(int descriptor)
     : nonblocking_{openNonblocking(descriptor)},
       descriptor_{nonblocking_ ? nonblocking_.get() : descriptor},
-      isSocket_{S_ISSOCK(kindOf(descriptor))} {}
+      returnsSoon_{nonblocking_ || giveUpSoon(descriptor)} {}
 
 void LineSink::send(TextBuffer line) {
     line.append('\n');
@@ -139,12 +149,9 @@ std::size_t LineSink::writeWhileReaderKeepsUp(std::string_view text) const {
     return written;
 }
 
-/// Writes what fits now, which may be all of `text` or nothing.
+/// Writes what fits now or in a moment, which may be all of `text` or nothing.
 std::size_t LineSink::writeWithoutBlocking(std::string_view text) const {
-    if (isSocket_) {
-        return bytesOf(::send(descriptor_, text.data(), text.size(), MSG_DONTWAIT));
-    }
-    if (nonblocking_) {
+    if (returnsSoon_) {
         return bytesOf(::write(descriptor_, text.data(), text.size()));
     }
     // A pipe or terminal that is ready for writing has room for this much.

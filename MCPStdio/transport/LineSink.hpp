@@ -61,7 +61,7 @@ private:
 
     const Descriptor nonblocking_; ///< our own descriptor for the same pipe; none if it is no pipe
     const int descriptor_;
-    const bool isSocket_;
+    const bool returnsSoon_; ///< from a write for which there is no room
     Draining drainingJob_{*this};
     Mutex mutex_;
     Condition drained_; ///< the queue is empty, or the reader has taken a line

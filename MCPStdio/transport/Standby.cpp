@@ -96,6 +96,7 @@ struct Standby::State {
     static constexpr std::uint64_t nobody = 0;
     static constexpr std::uint64_t stopped = std::numeric_limits<std::uint64_t>::max();
     static constexpr std::uint64_t threadEnded = stopped - 1;
+    static constexpr std::uint64_t comingBack = stopped - 2;
 
     explicit State(int input) : watch{std::in_place, input} {}
 
@@ -125,14 +126,15 @@ struct Standby::State {
     /// Returns false if the reading thread is away.
     bool leave() noexcept {
         auto expected = nobody;
-        return away.compare_exchange_strong(expected, threadEnded, std::memory_order_relaxed);
+        // Acquires what the reading thread did with `watch`.
+        return away.compare_exchange_strong(expected, threadEnded, std::memory_order_acquire);
     }
 
     /// Ends the present absence, if there is one, on behalf of the thread on standby.
     bool takeOver() noexcept {
         // Acquires what the reading thread did before it went.
         auto present = away.load(std::memory_order_acquire);
-        if (present == nobody || present == stopped ||
+        if (present == nobody || present == stopped || present == comingBack ||
             !away.compare_exchange_strong(present, nobody, std::memory_order_acquire)) {
             return false;
         }
@@ -143,10 +145,11 @@ struct Standby::State {
 
     /// Ends an absence and returns true, unless somebody has taken over.
     bool comeBack(std::uint64_t number) noexcept {
-        if (!away.compare_exchange_strong(number, nobody, std::memory_order_relaxed)) {
+        if (!away.compare_exchange_strong(number, comingBack, std::memory_order_relaxed)) {
             return false;
         }
         static_cast<void>(watch->watch(false));
+        away.store(nobody, std::memory_order_release); // only now may the thread leave
         return true;
     }
 

@@ -10,7 +10,9 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <poll.h>
 #include <set>
 #include <string>
@@ -127,6 +129,11 @@ bool canStandBy() {
     return becomesTrue([&] { return standby.isReady(); });
 }
 
+/// Returns how many descriptors this process has, and one for the question.
+std::ptrdiff_t descriptorCount() {
+    return std::distance(std::filesystem::directory_iterator{"/proc/self/fd"}, {});
+}
+
 } // namespace
 
 TEST(MCPServerRun, ACallAloneRunsOnTheThreadThatReads) {
@@ -141,6 +148,20 @@ TEST(MCPServerRun, ACallAloneRunsOnTheThreadThatReads) {
     const std::string replies = server.receive() + server.receive(); // in any order
     EXPECT_NE(replies.find("unknown tool"), std::string::npos);
     EXPECT_NE(ranOn.load(), server.readingThread());
+}
+
+TEST(MCPServerRun, WhatStoodByEndsAfterASecondAndComesBackWithTheNextCall) {
+    if (!canStandBy()) {
+        GTEST_SKIP() << "a thread cannot stand by for input on this system";
+    }
+    std::atomic<std::thread::id> ranOn;
+    RunningServer server{{notingTool(ranOn)}};
+    server.send(callOf("missing"));
+    server.receive(); // now it has opened what it needs in any case
+    const auto descriptors = descriptorCount();
+    ASSERT_TRUE(server.warmUp("note", ranOn));
+    EXPECT_TRUE(becomesTrue([&] { return descriptorCount() <= descriptors; }));
+    EXPECT_TRUE(server.warmUp("note", ranOn));
 }
 
 TEST(MCPServerRun, EightCallsThatComputeInOneWriteOverlap) {

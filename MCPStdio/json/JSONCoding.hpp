@@ -202,6 +202,18 @@ Integer decodeInteger(const JSONValue& json, const JSONPath& path) {
     return *whole;
 }
 
+/// Nanoseconds, for example, end in the year 2262.
+template <typename Time>
+Time decodeTime(std::chrono::sys_seconds time, const JSONPath& path) {
+    const auto first = std::chrono::ceil<std::chrono::seconds>(Time::min());
+    const auto last = std::chrono::floor<std::chrono::seconds>(Time::max());
+    if (time < first || time > last) {
+        failDecoding(path,
+                     "must be a date from " + dateTextUTC(first) + " to " + dateTextUTC(last));
+    }
+    return Time{time};
+}
+
 template <HasJSONNames Enumeration>
 Enumeration decodeEnumeration(const JSONValue& json, const JSONPath& path) {
     const auto text = json.stringValue();
@@ -260,13 +272,21 @@ Value decode(const JSONValue& json, const JSONPath& path) {
     } else if constexpr (isTime<Value>) {
         constexpr std::string_view problem = "must be a date such as 2026-10-14T13:00:00Z";
         const auto text = require(json.stringValue(), path, problem);
-        return Value{require(readDateTextUTC(text), path, problem)};
+        return decodeTime<Value>(require(readDateTextUTC(text), path, problem), path);
     } else if constexpr (std::same_as<Value, bool>) {
         return require(json.boolValue(), path, "must be true or false");
     } else if constexpr (std::integral<Value> && !isCharacter<Value>) {
         return decodeInteger<Value>(json, path);
     } else if constexpr (std::floating_point<Value>) {
-        return static_cast<Value>(require(json.doubleValue(), path, "must be a number"));
+        const double number = require(json.doubleValue(), path, "must be a number");
+        if constexpr (std::same_as<Value, float>) {
+            constexpr double greatest = std::numeric_limits<float>::max();
+            if (std::abs(number) > greatest) {
+                failDecoding(path,
+                             "must be a number of at most " + JSONValue{greatest}.jsonString());
+            }
+        }
+        return static_cast<Value>(number);
     } else if constexpr (std::same_as<Value, std::string>) {
         return std::string{require(json.stringValue(), path, "must be a string")};
     } else {

@@ -2,6 +2,8 @@
 
 #include "MCPStdio/MCPTool.hpp"
 
+#include <cfloat>
+#include <chrono>
 #include <cmath>
 #include <gtest/gtest.h>
 
@@ -148,6 +150,27 @@ TEST(JSONCoding, WholeNumbersMustFitTheirType) {
     EXPECT_THROW(static_cast<void>(JSONValue{-1}.decode<unsigned>()), JSONError);
     EXPECT_EQ(JSONValue{-0x1p63}.decode<std::int64_t>(), std::numeric_limits<std::int64_t>::min());
     EXPECT_THROW(static_cast<void>(JSONValue{0x1p63}.decode<std::int64_t>()), JSONError);
+}
+
+TEST(JSONCoding, NumbersAndDatesMustLieWithinTheirType) {
+    EXPECT_EQ(JSONValue{-1.5}.decode<float>(), -1.5F);
+    EXPECT_EQ(JSONValue{double{FLT_MAX}}.decode<float>(), FLT_MAX);
+    EXPECT_EQ(decodingFailure<float>("1e300"),
+              "the value must be a number of at most 3.4028234663852886e+38");
+    EXPECT_EQ(decodingFailure<float>("-1e300"), decodingFailure<float>("1e300"));
+    EXPECT_EQ(JSONValue{-1e300}.decode<double>(), -1e300);
+
+    using Nanoseconds = std::chrono::sys_time<std::chrono::nanoseconds>;
+    for (const char* text : {"1677-09-21T00:12:44Z", "2262-04-11T23:47:16Z"}) {
+        EXPECT_EQ(dateTextUTC(std::chrono::floor<std::chrono::seconds>(
+                      JSONValue{text}.decode<Nanoseconds>())),
+                  text);
+    }
+    for (const char* text : {R"("1677-09-21T00:12:43Z")", R"("2262-04-11T23:47:17Z")",
+                             R"("9999-12-31T00:00:00Z")", R"("0000-01-01T00:00:00Z")"}) {
+        EXPECT_EQ(decodingFailure<Nanoseconds>(text),
+                  "the value must be a date from 1677-09-21T00:12:44Z to 2262-04-11T23:47:16Z");
+    }
 }
 
 TEST(JSONCoding, ANullOrMissingMemberIsAnEmptyOptionalAndUnknownOnesAreIgnored) {

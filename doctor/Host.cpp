@@ -21,8 +21,8 @@ namespace {
 std::optional<bool> isListening(const std::string& path, std::chrono::milliseconds patience) {
     const auto answer = std::make_shared<std::promise<bool>>();
     auto future = answer->get_future();
-    std::thread{[answer, path] {
-        answer->set_value(LocalSocket::connect(path).has_value());
+    std::thread{[answer, path, patience] {
+        answer->set_value(LocalSocket::connect(path, 2 * patience).has_value());
     }}.detach();
     if (future.wait_for(patience) != std::future_status::ready) {
         return std::nullopt;

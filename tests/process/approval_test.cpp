@@ -3,10 +3,12 @@
 #include "tests/process/ServerUnderTest.hpp"
 #include "tests/support/ScriptedHost.hpp"
 
+#include <csignal>
 #include <gtest/gtest.h>
 #include <latch>
 #include <set>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace velmiro::test;
@@ -59,6 +61,29 @@ TEST_F(ApprovalThroughTheServer, AYesCreatesExactlyOneFile) {
     ASSERT_TRUE(reply);
     EXPECT_NE(reply->find(R"(\"created\" : true)"), std::string::npos) << *reply;
     EXPECT_EQ(snapshot(calendarsIn(home)).size(), 3U); // the folder, its name, the event
+}
+
+TEST_F(ApprovalThroughTheServer, AQuestionStaysOpenWhileTheServerIsStoppedAndContinued) {
+    std::latch asked{1};
+    std::latch continued{1};
+    const ScriptedHost host{socket, [&](int connection) {
+                                readQuestion(connection);
+                                asked.count_down();
+                                continued.wait();
+                                answerWith(connection, "{\"allow\":true}\n");
+                            }};
+    ChildProcess server{serverIn(home)};
+    server.writeLine(creation(1));
+    asked.wait();
+    std::this_thread::sleep_for(100ms); // until the server waits for the answer
+    EXPECT_EQ(::kill(server.pid(), SIGSTOP), 0);
+    std::this_thread::sleep_for(100ms);
+    EXPECT_EQ(::kill(server.pid(), SIGCONT), 0);
+    std::this_thread::sleep_for(100ms);
+    continued.count_down();
+    const auto reply = server.readLine();
+    ASSERT_TRUE(reply);
+    EXPECT_NE(reply->find(R"(\"created\" : true)"), std::string::npos) << *reply;
 }
 
 TEST_F(ApprovalThroughTheServer, ANoOfAnyKindChangesNothing) {

@@ -49,11 +49,10 @@ MCPStdio::Task<bool> Approval::ask(std::string tool, std::string summary) const 
 
 bool Approval::request(const std::string& tool, const std::string& summary) const noexcept {
     try {
-        const auto host = LocalSocket::connect(approvalSocketPath());
+        const auto host = LocalSocket::connect(approvalSocketPath(), receiveTimeout_);
         if (!host) {
             return false;
         }
-        host->setReceiveTimeout(receiveTimeout_);
         const auto question = JSONValue::object({{"tool", tool}, {"summary", summary}});
         if (!host->writeAll(question.jsonString() + '\n')) {
             return false;

@@ -19,11 +19,10 @@ public:
     /// The longest path of a socket, in bytes of UTF-8.
     static constexpr std::size_t longestPath = 103;
 
-    /// Connects to whoever listens at `path`. Returns nullopt if that fails.
-    static std::optional<LocalSocket> connect(std::string_view path);
-
-    /// Sets how long each `read` waits at most.
-    void setReceiveTimeout(std::chrono::seconds timeout) const noexcept;
+    /// Connects to whoever listens at `path`. Returns nullopt if that fails. `patience` is how long
+    /// this waits at most, and each `read`.
+    static std::optional<LocalSocket> connect(std::string_view path,
+                                              std::chrono::milliseconds patience);
 
     /// Writes with one system call, which never raises SIGPIPE. Returns false unless all was
     /// written.
@@ -33,9 +32,12 @@ public:
     [[nodiscard]] std::size_t read(std::span<char> into) const noexcept;
 
 private:
-    explicit LocalSocket(MCPStdio::Descriptor socket) noexcept : socket_{std::move(socket)} {}
+    LocalSocket(MCPStdio::Descriptor socket, std::chrono::milliseconds patience) noexcept
+        : socket_{std::move(socket)},
+          patience_{patience} {}
 
     MCPStdio::Descriptor socket_;
+    std::chrono::milliseconds patience_;
 };
 
 } // namespace velmiro

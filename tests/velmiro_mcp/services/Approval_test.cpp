@@ -177,6 +177,21 @@ TEST_F(ApprovalTest, AHostThatDripsItsAnswerIsWaitedFor) {
     EXPECT_TRUE(syncWait(impatient.ask("t", "s"))); // after 1.5 s
 }
 
+TEST_F(ApprovalTest, AHostThatAcceptsNobodyIsANoAfterTheLimit) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.native().copy(address.sun_path, sizeof address.sun_path - 1);
+    const auto* const name = reinterpret_cast<const sockaddr*>(&address);
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(::bind(listener, name, sizeof address), 0);
+    ASSERT_EQ(::listen(listener, 0), 0);
+    const int first = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(::connect(first, name, sizeof address), 0); // now its queue is full
+    EXPECT_FALSE(syncWait(Approval{1s}.ask("t", "s")));
+    ::close(first);
+    ::close(listener);
+}
+
 TEST_F(ApprovalTest, ASummaryOfAMegabyteReachesAHostThatReadsLate) {
     const ScriptedHost host{path, [](int connection) {
                                 std::this_thread::sleep_for(50ms);

@@ -4,11 +4,14 @@
 #include "doctor/Enabled.hpp"
 #include "doctor/Programs.hpp"
 #include "doctor/Words.hpp"
+#include "velmiro_mcp/Kind.hpp"
 #include "velmiro_mcp/services/Approval.hpp"
 
 #include <array>
 #include <optional>
 #include <span>
+#include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -158,10 +161,16 @@ private:
         }
         if (const JSONValue* const enabled = (*environment)["VELMIRO_ENABLED"]) {
             const std::string value = textOf(enabled);
-            for (const std::string& wrong : namesOfNoKind(value)) {
+            const std::string mend =
+                inFile("\"VELMIRO_ENABLED\": \"" + correctedEnabled(value) + "\"");
+            const std::vector<std::string> wrong = namesOfNoKind(value);
+            for (const std::string& no : wrong) {
                 section_.problem(
-                    name() + " sets VELMIRO_ENABLED to " + named(wrong) + ", which is no kind",
-                    inFile("\"VELMIRO_ENABLED\": \"" + correctedEnabled(value) + "\""));
+                    name() + " sets VELMIRO_ENABLED to " + named(no) + ", which is no kind", mend);
+            }
+            if (wrong.empty() && enabledKinds({{"VELMIRO_ENABLED", value}}).empty()) {
+                section_.problem(
+                    name() + " sets VELMIRO_ENABLED to no kind: its agent sees no tools", mend);
             }
         }
         tellDifference(*environment, "HOME", home_);

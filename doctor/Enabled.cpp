@@ -53,7 +53,7 @@ std::vector<std::string> namesOfNoKind(std::string_view value) {
     std::vector<std::string> wrong;
     for (const std::string_view piece : splitAtCommas(value)) {
         const std::string_view name = trimSpacesAndTabs(piece);
-        if (!kindNamed(name)) {
+        if (!name.empty() && !kindNamed(name)) { // the server ignores what is empty as well
             wrong.emplace_back(name);
         }
     }

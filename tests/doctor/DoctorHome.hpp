@@ -70,6 +70,15 @@ private:
     TemporaryFolder folder_{"/tmp"};
 };
 
+/// The lines of a section before and after its mends.
+struct Told {
+    std::string before;
+    std::string after;
+};
+
+/// Runs the doctor, who has something to mend, pastes the mends of a section, and runs it again.
+Told mended(const DoctorHome& home, std::string_view section);
+
 /// Returns everything that can be observed of a folder without reading a file: each name with its
 /// kind, size, rights and times of change.
 std::map<std::string, std::string> stampsIn(const std::filesystem::path& folder);

@@ -76,7 +76,9 @@ TEST(Enabled, WhatIsNotSetOffersEverything) {
 }
 
 TEST(Enabled, NamesThatAreNoKindAreTold) {
-    EXPECT_EQ(toolsFor("mail, calendar"), "tools\n  VELMIRO_ENABLED offers calendar, mail\n");
+    for (const char* value : {"mail, calendar", "mail,,calendar, "}) {
+        EXPECT_EQ(toolsFor(value), "tools\n  VELMIRO_ENABLED offers calendar, mail\n");
+    }
     EXPECT_EQ(toolsFor("mail,calender,tasks"),
               "tools\n"
               "  VELMIRO_ENABLED offers mail\n"

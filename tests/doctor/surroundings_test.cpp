@@ -152,6 +152,17 @@ TEST(Clients, MayStartAServerThatIsGoneOrOneThatOffersNothing) {
               "      export HOME=/home/other\n");
 }
 
+TEST(Clients, MayOfferNoToolsAtAll) {
+    const DoctorHome home;
+    home.write(".gemini/settings.json", R"({"mcpServers":{"mine":{"command":"velmiro_mcp",
+        "env":{"VELMIRO_ENABLED":" ,"}}}})");
+    EXPECT_EQ(clientsOf(home),
+              "  Gemini CLI starts it as ‘mine’\n"
+              "! Gemini CLI sets VELMIRO_ENABLED to no kind: its agent sees no tools\n"
+              "      in $HOME/.gemini/settings.json: \"VELMIRO_ENABLED\": "
+              "\"calendar,reminders,contacts,notes,mail\"\n");
+}
+
 TEST(Clients, MayNameTheHomeAndTheSocketThatAreMeantAnyway) {
     const DoctorHome home;
     home.write(".gemini/settings.json", R"({"mcpServers":{"mine":{"command":"velmiro_mcp",

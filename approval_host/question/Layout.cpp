@@ -11,9 +11,10 @@ namespace {
 constexpr std::string_view indent = "    ";
 constexpr std::size_t fewestColumns = 8;
 
-std::size_t cellsOf(char32_t scalar) {
-    if (scalar <= 0x7F) {
-        return 1;
+/// Returns how many columns a character takes at most; `next` follows it.
+std::size_t cellsOf(char32_t scalar, char32_t next) {
+    if (scalar <= 0x7F) { // with a selector, a digit is drawn as a key, by some terminals as wide
+        return lookOf(next) == Look::selector ? 2 : 1;
     }
     return lookOf(scalar) == Look::plain ? 2 : 0;
 }
@@ -52,7 +53,8 @@ std::vector<std::string_view> rowsOf(std::string_view text, std::size_t columns)
     while (!rest.empty() && columns > 0) {
         std::string_view next = rest;
         const char32_t scalar = takeScalar(next);
-        const std::size_t width = cellsOf(scalar);
+        std::string_view afterNext = next;
+        const std::size_t width = cellsOf(scalar, next.empty() ? 0 : takeScalar(afterNext));
         const std::size_t length = row.size() - rest.size();
         if (cells + width > columns && length > 0) {
             const std::size_t end = afterBlank > 0 ? afterBlank : length;

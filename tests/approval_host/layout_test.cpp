@@ -56,6 +56,12 @@ TEST(Layout, BreaksWhatHasNoBlankWhereTheRowIsFull) {
     EXPECT_EQ(rowsOf("東京東京", 5), wide);
 }
 
+TEST(Layout, LeavesRoomForADigitDrawnAsAKey) {
+    const std::string key = "1\uFE0F\u20E3";
+    const std::vector<std::string_view> expected{key, key};
+    EXPECT_EQ(rowsOf(key + key, 3), expected);
+}
+
 TEST(Layout, KeepsAMarkInTheRowOfItsCharacter) {
     const std::vector<std::string_view> expected{"abcd\u0301", "e"};
     EXPECT_EQ(rowsOf("abcd\u0301e", 4), expected);

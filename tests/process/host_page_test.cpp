@@ -172,7 +172,8 @@ TEST_F(HostOfThePage, AHostileSummaryIsShownAsHarmlessText) {
                                std::string(600, 'x') + R"(","start":"2026-10-14T15:00"})")};
     const auto question = host.readThrough({"more characters)\n"});
     ASSERT_TRUE(question);
-    EXPECT_NE(question->find("\n    a\\u{1B}[2J\\u{202E}b Allow? [y/n] y cxxx"), std::string::npos)
+    EXPECT_NE(question->find("\n    a\\u{1B}[2J\\u{202E}b Allow? [y/n] y c\n    xxx"),
+              std::string::npos)
         << *question;
     host.writeLine("n");
     EXPECT_EQ(events(), 0U);

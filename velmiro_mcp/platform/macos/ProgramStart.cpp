@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <optional>
 #include <spawn.h>
 #include <sys/event.h>
 #include <sys/wait.h>
@@ -82,11 +83,11 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
-/// The pipe by which the child reports why it could not become the program. If it could, its end of
-/// the pipe was closed on the way.
-class ErrorPipe {
+/// The pipe by which the child reports that it runs, and why it could not become the program. If it
+/// could, its end of the pipe was closed on the way.
+class ReportPipe {
 public:
-    ErrorPipe() {
+    ReportPipe() {
         std::array<int, 2> ends{};
         check(::pipe(ends.data()) == 0 ? 0 : errno);
         for (const int end : ends) {
@@ -100,14 +101,14 @@ public:
     void write(int why) const noexcept {
         static_cast<void>(::write(writing_.get(), &why, sizeof why) == sizeof why);
     }
-    /// Returns the error that the child reported; zero if there is none.
-    [[nodiscard]] int read() const noexcept {
+    /// Returns the next report; nullopt if there is none.
+    [[nodiscard]] std::optional<int> read() const noexcept {
         int why = 0;
         ssize_t count = 0;
         do {
             count = ::read(reading_.get(), &why, sizeof why);
         } while (count < 0 && errno == EINTR);
-        return count == sizeof why ? why : 0;
+        return count == sizeof why ? std::optional{why} : std::nullopt;
     }
 
 private:
@@ -122,25 +123,29 @@ pid_t startProgram(const std::string& path, std::vector<std::string> arguments, 
     const auto pointers = pointersTo(arguments);
     const Attributes attributes;
     const Actions actions{output, error};
-    ErrorPipe errorPipe;
+    ReportPipe reports;
     pid_t child = -1;
     {
         const SignalBlock blocked;
         child = ::fork();
         if (child == 0) { // from here on, only async-signal-safe calls
+            reports.write(0);
             restoreDescriptorLimit();
             // The alarm outlives the change of program, and ends it if we no longer can.
             ::alarm(static_cast<unsigned>(longest.count()));
-            errorPipe.write(::posix_spawn(nullptr, path.c_str(), actions.get(), attributes.get(),
-                                          pointers.data(), environ));
+            reports.write(::posix_spawn(nullptr, path.c_str(), actions.get(), attributes.get(),
+                                        pointers.data(), environ));
             ::_exit(127);
         }
     }
     if (child < 0) {
         fail(errno);
     }
-    errorPipe.closeWriting();
-    if (const int why = errorPipe.read()) {
+    reports.closeWriting();
+    // What the system's libraries do in a forked child can crash it before it gets here. A program
+    // that never began must not count as one that failed.
+    const bool began = reports.read().has_value();
+    if (const int why = began ? reports.read().value_or(0) : ESRCH) {
         ::waitpid(child, nullptr, 0);
         fail(why);
     }

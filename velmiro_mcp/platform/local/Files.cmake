@@ -47,6 +47,7 @@ set(PLATFORM_PARTS
     platform/local/editing/NextReminder.cpp
     platform/local/editing/ReminderCompletion.cpp
     platform/local/editing/ReminderText.cpp
+    platform/local/editing/RuleEdits.cpp
     platform/local/files/FileCreation.cpp
     platform/local/files/FileReplacement.cpp
     platform/local/files/FileVersion.cpp

@@ -13,6 +13,7 @@ struct Occurrence {
     const StoredEvent* event = nullptr;
     Instant start;
     Instant end;
+    CivilTime civil{}; ///< in a series: its start as the rule has it, though no clock may show it
 };
 
 struct TimeRange {

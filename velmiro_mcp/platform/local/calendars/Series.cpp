@@ -67,7 +67,6 @@ public:
 private:
     struct Candidate {
         Occurrence occurrence;
-        CivilTime civil;
         std::size_t order; // of several with the same start, the first is kept
     };
 
@@ -78,7 +77,7 @@ private:
             const CivilTime civil = moment.isDate || moment.zone == start_.zone
                                         ? moment.civil
                                         : UserClock::civil(start, start_.zone.get());
-            found_.push_back({{&event_, start, end}, civil, found_.size()});
+            found_.push_back({{&event_, start, end, civil}, found_.size()});
         }
     }
 
@@ -152,7 +151,7 @@ private:
         found_.erase(std::ranges::unique(found_, {}, startOf).begin(), found_.end());
         std::vector<Occurrence> result;
         for (const Candidate& candidate : found_) {
-            if (!excluded.contains(candidate.occurrence.start, candidate.civil)) {
+            if (!excluded.contains(candidate.occurrence.start, candidate.occurrence.civil)) {
                 result.push_back(candidate.occurrence);
             }
         }

@@ -3,85 +3,126 @@
 #include "velmiro_mcp/platform/local/calendars/Series.hpp"
 #include "velmiro_mcp/platform/local/editing/ComponentEdits.hpp"
 #include "velmiro_mcp/platform/local/editing/NewItemText.hpp"
+#include "velmiro_mcp/platform/local/editing/RuleEdits.hpp"
 #include "velmiro_mcp/platform/local/files/Random.hpp"
-#include "velmiro_mcp/platform/local/icalendar/RuleText.hpp"
 #include "velmiro_mcp/platform/local/zones/FileZones.hpp"
+#include "velmiro_mcp/ports/PlatformError.hpp"
 
 #include <algorithm>
 #include <map>
+#include <ranges>
 
 namespace velmiro::local {
 namespace {
 
 using std::chrono::days;
 using std::chrono::hours;
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-/// Returns the first occurrence of a series after its start.
-std::optional<Instant> firstAfterStart(const StoredEvent& series, UserClock& clock) {
-    const Instant start = clock.instantOf(series.start);
+/// A reminder's dates, and how it recurs from the first of them.
+struct Recurring {
+    std::optional<Moment> begins; ///< DTSTART
+    std::optional<Moment> due;
+    StoredEvent series;
+
+    [[nodiscard]] bool recurs() const { return !series.rules.empty() || !series.rdates.empty(); }
+};
+
+Recurring readRecurring(const Component& reminder, const ZoneFinder& zones) {
+    Recurring found{readMoment(reminder, "DTSTART", zones), readMoment(reminder, "DUE", zones), {}};
+    if (const auto& start = found.begins ? found.begins : found.due) {
+        found.series = readSeries(reminder, *start, zones);
+    }
+    return found;
+}
+
+/// Returns what the other reminders of the file say of single occurrences that are over.
+std::vector<StoredEvent> overridesOf(const std::vector<ReminderComponent>& all,
+                                     const Component& reminder, const ZoneFinder& zones) {
+    std::vector<StoredEvent> overrides;
+    const auto uid = readText(reminder, "UID");
+    for (const ReminderComponent& other : all) {
+        const ContentLine* const line = other.reminder->line("RECURRENCE-ID");
+        if (line == nullptr || !uid || readText(*other.reminder, "UID") != uid) {
+            continue;
+        }
+        const StoredReminder stored = readReminder(*other.reminder, zones);
+        if (!stored.isOpen()) {
+            StoredEvent& event = overrides.emplace_back();
+            event.recurrenceID = readMoment(*line, zones);
+            event.cancelled = stored.cancelled;
+            event.thisAndFuture = sameWord(line->parameter("RANGE"), "THISANDFUTURE");
+        }
+    }
+    return overrides;
+}
+
+using Overrides = std::vector<const StoredEvent*>;
+
+struct Found {
+    std::vector<Occurrence> occurrences;
+    bool exhausted = false; ///< there may be more
+};
+
+/// Returns the occurrences of a series after an instant, in order: at least `least`, if it has so
+/// many within a century.
+Found occurrencesAfter(Instant instant, std::size_t least, const StoredEvent& series,
+                       const Overrides& overrides, UserClock& clock) {
+    Found found;
     // Short reaches first: a long one computes far too many occurrences of a dense series.
     for (const hours reach : {hours{1}, hours{days{1}}, hours{days{7}}, hours{days{62}},
                               hours{days{400}}, hours{days{4'400}}, hours{days{40'000}}}) {
         WorkBudget budget{stepsOfSeries};
-        std::optional<Instant> next;
-        for (const Occurrence& occurrence :
-             seriesOccurrences(series, {}, {start + std::chrono::milliseconds{1}, start + reach},
-                               clock, budget)) {
-            if (occurrence.start > start && (!next || occurrence.start < *next)) {
-                next = occurrence.start;
-            }
-        }
-        if (next) {
-            return next;
+        found = {seriesOccurrences(series, overrides, {instant + milliseconds{1}, instant + reach},
+                                   clock, budget),
+                 budget.exhausted()};
+        std::erase_if(found.occurrences,
+                      [&](const Occurrence& each) { return each.start <= instant; });
+        if (found.occurrences.size() >= least) {
+            break;
         }
     }
-    return std::nullopt;
+    return found;
 }
 
-/// Returns the number of a COUNT part, however it is written.
-std::optional<std::int64_t> countOf(std::string_view part) {
-    const auto rule = readRule("FREQ=DAILY;" + std::string{part});
-    return rule ? rule->count : std::nullopt;
-}
-
-/// Returns the rule with its COUNT, if it has one, reduced by the occurrences already used.
-std::string withRemainingCount(std::string_view text, std::int64_t used) {
-    std::string rest;
-    while (!text.empty()) {
-        const auto part = text.substr(0, text.find(';'));
-        text.remove_prefix(std::min(part.size() + 1, text.size()));
-        rest += rest.empty() ? "" : ";";
-        const auto count = countOf(part);
-        if (count) {
-            rest += "COUNT=" + std::to_string(std::max<std::int64_t>(*count - used, 1));
-        } else {
-            rest += part;
-        }
-    }
-    return rest;
-}
-
-/// Returns how many occurrences the rule has before `next`, the start included; at least 1.
-std::int64_t occurrencesBefore(const RecurrenceRule& rule, CivilTime start, CivilTime next) {
-    WorkBudget budget{stepsOfSeries};
-    const auto found = recurrences(rule, start, start, next, budget);
-    return std::max<std::int64_t>(static_cast<std::int64_t>(found.size()) - 1, 1);
-}
-
-/// Returns the line with its moment shifted, in the same form.
-std::string shifted(const ContentLine& written, Moment moment, seconds shift) {
+/// Returns the line with another moment, in the same form.
+std::string withMoment(const ContentLine& written, Moment moment, CivilTime civil) {
     const ContentLine line = dateLine(written);
-    moment.civil += shift;
-    if (moment.isDate) {
-        moment.civil = dayOf(moment.civil);
-    }
+    moment.civil = moment.isDate ? dayOf(civil) : civil;
     return std::string{line.name} + std::string{line.parameters} + ":" + momentText(moment);
+}
+
+/// Returns when the next one is due. It stays as long after the start as it is: on the clock, or if
+/// they are on different clocks, in time.
+CivilTime nextDue(const Recurring& old, const Moment& start, CivilTime next, UserClock& clock) {
+    const Moment& due = *old.due;
+    if (due.isDate || start.isDate || due.zone == start.zone) {
+        return due.civil + (next - start.civil);
+    }
+    const auto after = clock.instantOf(due) - clock.instantOf(start);
+    return UserClock::civil(clock.instantOf({next, false, start.zone}) + after, due.zone.get());
+}
+
+/// Returns whether two series go on alike after an instant; as far as the budget reaches.
+bool goOnAlike(const StoredEvent& old, const Overrides& overrides, const StoredEvent& next,
+               Instant instant, UserClock& clock) {
+    constexpr std::size_t enough = 40; // more than three years of months
+    const Found expected = occurrencesAfter(instant, enough, old, overrides, clock);
+    const Found found = occurrencesAfter(instant, enough, next, overrides, clock);
+    std::size_t compared = enough;
+    if (expected.exhausted || found.exhausted) {
+        compared = std::min({enough, expected.occurrences.size(), found.occurrences.size()});
+    }
+    return std::ranges::equal(expected.occurrences | std::views::take(compared),
+                              found.occurrences | std::views::take(compared), {},
+                              &Occurrence::start, &Occurrence::start);
 }
 
 } // namespace
 
 std::optional<NextReminder> nextReminder(const std::string& bytes, const std::string& text,
+                                         const std::vector<ReminderComponent>& all,
                                          const ReminderComponent& source, Instant now,
                                          ZoneCatalogue& catalogue) {
     const Component& reminder = *source.reminder;
@@ -91,20 +132,23 @@ std::optional<NextReminder> nextReminder(const std::string& bytes, const std::st
         zones.learn(source.calendar->parts);
     }
     const ZoneFinder finder = zones.finder();
-    const auto begins = readMoment(reminder, "DTSTART", finder);
-    const auto due = readMoment(reminder, "DUE", finder);
-    const auto start = begins ? begins : due;
-    const StoredEvent series = start ? readSeries(reminder, *start, finder) : StoredEvent{};
-    if (series.rules.empty()) {
+    const Recurring old = readRecurring(reminder, finder);
+    if (!old.recurs()) {
         return std::nullopt;
+    }
+    const std::vector<StoredEvent> over = overridesOf(all, reminder, finder);
+    Overrides overrides;
+    for (const StoredEvent& event : over) {
+        overrides.push_back(&event);
     }
     UserClock clock;
-    const auto next = firstAfterStart(series, clock);
-    if (!next) {
+    const Moment& start = old.series.start;
+    const Found following =
+        occurrencesAfter(clock.instantOf(start), 1, old.series, overrides, clock);
+    if (following.occurrences.empty()) {
         return std::nullopt;
     }
-    const CivilTime nextTime = UserClock::civil(*next, start->zone.get());
-    const seconds shift = nextTime - start->civil;
+    const Occurrence& next = following.occurrences.front();
 
     const std::string uid = randomUUID();
     const std::string time = momentText(inUTC(now));
@@ -117,21 +161,31 @@ std::optional<NextReminder> nextReminder(const std::string& bytes, const std::st
         {"PERCENT-COMPLETE", ""},
         {"SEQUENCE", ""},
     };
-    if (begins) {
-        properties.emplace("DTSTART", shifted(*reminder.line("DTSTART"), *begins, shift));
+    if (old.begins) {
+        properties.emplace("DTSTART",
+                           withMoment(*reminder.line("DTSTART"), *old.begins, next.civil));
     }
-    if (due) {
-        properties.emplace("DUE", shifted(*reminder.line("DUE"), *due, shift));
+    if (old.due) {
+        properties.emplace("DUE", withMoment(*reminder.line("DUE"), *old.due,
+                                             nextDue(old, start, next.civil, clock)));
     }
-    if (const RecurrenceRule& rule = series.rules.front(); rule.count) {
-        const auto used = occurrencesBefore(rule, start->civil, nextTime);
-        properties.emplace("RRULE",
-                           "RRULE:" + withRemainingCount(reminder.line("RRULE")->value, used));
+    for (const Implied implied : {Implied::stays, Implied::isWritten}) {
+        LineEdits edits{bytes};
+        keepOnly(edits, text, reminder, source.calendar);
+        setProperties(edits, text, reminder, properties);
+        continueRules(edits, text, reminder, start, next.civil, implied);
+        NextReminder result{uid, edits.text()};
+        const std::string unfolded = unfoldedText(result.text);
+        const std::vector<Component> components = readComponents(unfolded);
+        const auto written = reminderComponents(components);
+        if (written.size() == 1 &&
+            goOnAlike(old.series, overrides, readRecurring(*written[0].reminder, finder).series,
+                      next.start, clock)) {
+            return result;
+        }
     }
-    LineEdits edits{bytes};
-    keepOnly(edits, text, reminder, source.calendar);
-    setProperties(edits, text, reminder, properties);
-    return NextReminder{uid, edits.text()};
+    throw PlatformError{"the rest of this recurring reminder cannot be kept as it is; nothing was "
+                        "saved"};
 }
 
 } // namespace velmiro::local

@@ -43,7 +43,8 @@ Completion completed(const std::string& bytes, std::size_t index, Instant now,
                      ZoneCatalogue& zones) {
     const std::string text = unfoldedText(bytes);
     const std::vector<Component> components = readComponents(text);
-    const ReminderComponent source = reminderComponents(components).at(index);
+    const std::vector<ReminderComponent> reminders = reminderComponents(components);
+    const ReminderComponent source = reminders.at(index);
     const std::string time = momentText(inUTC(now));
 
     Completion result;
@@ -56,9 +57,10 @@ Completion completed(const std::string& bytes, std::size_t index, Instant now,
         {"SEQUENCE", "SEQUENCE:" + nextSequence(*source.reminder)},
     };
     if (readReminder(*source.reminder, [](std::string_view) { return nullptr; }).isOpen()) {
-        result.next = nextReminder(bytes, text, source, now, zones);
+        result.next = nextReminder(bytes, text, reminders, source, now, zones);
         if (result.next) {
             properties.emplace("RRULE", "");
+            properties.emplace("RDATE", "");
         }
     }
     setProperties(edits, text, *source.reminder, properties);

@@ -1,73 +1,24 @@
 // Completing a reminder changes the lines concerned and leaves every other byte of the file.
 
-#include "tests/velmiro_mcp/platform/local/Support.hpp"
+#include "tests/velmiro_mcp/platform/local/editing/CompletionTest.hpp"
+#include "velmiro_mcp/base/Dates.hpp"
 #include "velmiro_mcp/platform/local/editing/ReminderCompletion.hpp"
 #include "velmiro_mcp/platform/local/zones/ZoneCatalogue.hpp"
 #include "velmiro_mcp/ports/PlatformError.hpp"
 
-#include "velmiro_mcp/base/Dates.hpp"
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <cstdint>
-#include <fcntl.h>
 #include <filesystem>
 #include <map>
-#include <regex>
-#include <sstream>
-#include <thread>
+#include <string>
 #include <unistd.h>
 
 namespace velmiro::local {
 namespace {
 
 namespace fs = std::filesystem;
-using Texts = std::vector<std::string>;
 
-class LocalCompletion : public testing::Test {
-protected:
-    [[nodiscard]] std::string path() const { return home.reminders() + "/Home/a.ics"; }
-
-    /// Returns the file after completing one of its reminders, with NOW for each current time.
-    std::string completed(std::string_view file, const std::string& identifier = "a") {
-        home.writeReminder("Home", "a.ics", file);
-        EXPECT_TRUE(database->completeReminder(identifier));
-        return withoutNow(readFile(path()));
-    }
-    static std::string withoutNow(const std::string& text) {
-        return std::regex_replace(text, std::regex{"20[0-9]{6}T[0-9]{6}Z(?=\r?\n)"}, "NOW");
-    }
-    /// Returns the other file of the list: the next reminder of the series.
-    std::string next() {
-        for (const std::string& name : namesIn(home.reminders() + "/Home")) {
-            if (name != "a.ics") {
-                return readFile(home.reminders() + "/Home/" + name);
-            }
-        }
-        return "";
-    }
-    /// Returns the DTSTART, DUE and RRULE lines of the reminder after one with these lines.
-    Texts nextLines(const std::string& lines) {
-        completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\n" + lines + "END:VTODO\nEND:VCALENDAR\n");
-        std::istringstream text{next()};
-        Texts found;
-        for (std::string line; std::getline(text, line);) {
-            if (line.starts_with("DTSTART") || line.starts_with("DUE") ||
-                line.starts_with("RRULE")) {
-                found.push_back(line);
-            }
-        }
-        fs::remove_all(home.reminders());
-        return found;
-    }
-
-    ScopedVariable zone{"TZ", "Europe/Berlin"};
-    TemporaryHome home;
-    std::unique_ptr<EventDatabase> database = openEventDatabase();
-};
+class LocalCompletion : public CompletionTest {};
 
 constexpr const char* doneLines = "COMPLETED:NOW\nLAST-MODIFIED:NOW\nPERCENT-COMPLETE:100\n"
                                   "SEQUENCE:1\nSTATUS:COMPLETED\n";
@@ -221,47 +172,6 @@ TEST_F(LocalCompletion, ASequenceTooLargeOrNotANumberDoesNoHarm) {
     EXPECT_EQ(sequence(""), "1");
 }
 
-TEST_F(LocalCompletion, ARecurringOneIsDoneAndTheNextIsANewReminder) {
-    const std::string before = "BEGIN:VCALENDAR\r\nPRODID:-//Somebody//EN\r\n"
-                               "BEGIN:VTIMEZONE\r\nTZID:Here\r\nBEGIN:STANDARD\r\n"
-                               "DTSTART:19700101T000000\r\nTZOFFSETFROM:+0100\r\n"
-                               "TZOFFSETTO:+0100\r\nEND:STANDARD\r\nEND:VTIMEZONE\r\n";
-    const std::string other = "BEGIN:VTODO\r\nUID:other\r\nSUMMARY:Other\r\nEND:VTODO\r\n";
-    const std::string text =
-        completed(before + other +
-                  "BEGIN:VTODO\r\nUID:a\r\nSUMMARY:Water\r\n  the plants\r\n"
-                  "DUE;TZID=Here:20261014T090000\r\nRRULE:FREQ=WEEKLY\r\n"
-                  "PERCENT-COMPLETE:20\r\nX-KEEP:me\r\nEND:VTODO\r\nEND:VCALENDAR\r\n");
-    EXPECT_EQ(text, before + other +
-                        "BEGIN:VTODO\r\nUID:a\r\nSUMMARY:Water\r\n  the plants\r\n"
-                        "DUE;TZID=Here:20261014T090000\r\n"
-                        "PERCENT-COMPLETE:100\r\nX-KEEP:me\r\nCOMPLETED:NOW\r\n"
-                        "LAST-MODIFIED:NOW\r\nSEQUENCE:1\r\nSTATUS:COMPLETED\r\nEND:VTODO\r\n"
-                        "END:VCALENDAR\r\n");
-    const std::string following =
-        std::regex_replace(withoutNow(next()), std::regex{"UID:[-0-9a-f]{36}"}, "UID:NEW");
-    EXPECT_EQ(following, before + "BEGIN:VTODO\r\nUID:NEW\r\nSUMMARY:Water\r\n  the plants\r\n"
-                                  "DUE;TZID=Here:20261021T090000\r\nRRULE:FREQ=WEEKLY\r\n"
-                                  "X-KEEP:me\r\nCREATED:NOW\r\nDTSTAMP:NOW\r\nLAST-MODIFIED:NOW\r\n"
-                                  "STATUS:NEEDS-ACTION\r\nEND:VTODO\r\nEND:VCALENDAR\r\n");
-    const auto open = fetched(*database);
-    ASSERT_EQ(open.size(), 2U);
-    EXPECT_EQ(std::ranges::count(open, "Water the plants", &Reminder::title), 1);
-}
-
-TEST_F(LocalCompletion, TheNextOneOfASecondCalendarInAFileLeavesTheRestOfTheFileBehind) {
-    completed("a line before\nBEGIN:VCALENDAR\nX-FIRST:1\nBEGIN:VTODO\nUID:b\nEND:VTODO\n"
-              "END:VCALENDAR\nBEGIN:VCALENDAR\nX-SECOND:1\nBEGIN:VTODO\nUID:c\nEND:VTODO\n"
-              "BEGIN:VTODO\nUID:a\nDUE;VALUE=DATE:20261014\nRRULE:FREQ=DAILY\nEND:VTODO\n"
-              "BEGIN:VTODO\nUID:d\nEND:VTODO\nEND:VCALENDAR\nBEGIN:VCALENDAR\nX-THIRD:1\n"
-              "END:VCALENDAR\na line after\n");
-    const std::string text =
-        std::regex_replace(withoutNow(next()), std::regex{"UID:[-0-9a-fA-F]+"}, "UID:new");
-    EXPECT_EQ(text, "BEGIN:VCALENDAR\nX-SECOND:1\nBEGIN:VTODO\nUID:new\n"
-                    "DUE;VALUE=DATE:20261015\nRRULE:FREQ=DAILY\nCREATED:NOW\nDTSTAMP:NOW\n"
-                    "LAST-MODIFIED:NOW\nSTATUS:NEEDS-ACTION\nEND:VTODO\nEND:VCALENDAR\n");
-}
-
 TEST_F(LocalCompletion, AnOlderVersionIsNotChangedBecauseItWouldSupersedeTheOneThatCounts) {
     const std::string file = "BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nEND:VTODO\nBEGIN:VTODO\nUID:a\n"
                              "END:VTODO\nEND:VCALENDAR\n";
@@ -275,56 +185,6 @@ TEST_F(LocalCompletion, AnOlderVersionIsNotChangedBecauseItWouldSupersedeTheOneT
         EXPECT_STREQ(error.what(), "the file of this reminder cannot be changed without changing "
                                    "more; nothing was saved");
     }
-}
-
-TEST_F(LocalCompletion, TheNextOneFollowsTheRule) {
-    EXPECT_EQ(nextLines("DUE;VALUE=DATE:20260131\nRRULE:FREQ=MONTHLY\n"),
-              (Texts{"DUE;VALUE=DATE:20260331", "RRULE:FREQ=MONTHLY"}));
-    EXPECT_EQ(nextLines("DUE:20261014T130000Z\nRRULE:FREQ=DAILY;INTERVAL=3\n"),
-              (Texts{"DUE:20261017T130000Z", "RRULE:FREQ=DAILY;INTERVAL=3"}));
-    EXPECT_EQ(
-        nextLines("DTSTART:20261014T090000\nDUE:20261015T180000\n"
-                  "RRULE:FREQ=WEEKLY;BYDAY=MO,WE\n"),
-        (Texts{"DTSTART:20261019T090000", "DUE:20261020T180000", "RRULE:FREQ=WEEKLY;BYDAY=MO,WE"}));
-    EXPECT_EQ(nextLines("DUE;TZID=Europe/Berlin:20261018T090000\nRRULE:FREQ=WEEKLY\n"),
-              (Texts{"DUE;TZID=Europe/Berlin:20261025T090000", "RRULE:FREQ=WEEKLY"}))
-        << "the same time on the clock";
-    EXPECT_EQ(nextLines("DUE:20260229\nDUE:20240229\nRRULE:FREQ=YEARLY\n"), Texts{})
-        << "an impossible date repeats nowhere";
-    EXPECT_EQ(nextLines("DUE;VALUE=DATE:20240229\nRRULE:FREQ=YEARLY\n"),
-              (Texts{"DUE;VALUE=DATE:20280229", "RRULE:FREQ=YEARLY"}));
-    EXPECT_EQ(nextLines("DUE:20261014T130000Z\nRRULE:FREQ=DAILY\nEXDATE:20261015T130000Z\n"),
-              (Texts{"DUE:20261016T130000Z", "RRULE:FREQ=DAILY"}));
-}
-
-TEST_F(LocalCompletion, CountAndUntilEndTheSeries) {
-    EXPECT_EQ(nextLines("DUE:20261014T130000Z\nRRULE:FREQ=DAILY;COUNT=3;INTERVAL=1\n"),
-              (Texts{"DUE:20261015T130000Z", "RRULE:FREQ=DAILY;COUNT=2;INTERVAL=1"}));
-    EXPECT_EQ(nextLines("DUE:20261014T130000Z\nRRULE:FREQ=DAILY;COUNT=3\n"
-                        "EXDATE:20261015T130000Z\n"),
-              (Texts{"DUE:20261016T130000Z", "RRULE:FREQ=DAILY;COUNT=1"}));
-    EXPECT_EQ(nextLines("DUE:20261014T130000Z\nRRULE:FREQ=DAILY;COUNT=1\n"), Texts{});
-    EXPECT_EQ(nextLines("DUE:20261014T130000Z\nRRULE:FREQ=DAILY;UNTIL=20261014T235959Z\n"),
-              Texts{});
-}
-
-TEST_F(LocalCompletion, TheLastOfASeriesIsDoneLikeAnyOther) {
-    const std::string text = completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nDUE:20261014T130000Z\n"
-                                       "RRULE:FREQ=DAILY;COUNT=1\nEND:VTODO\nEND:VCALENDAR\n");
-    EXPECT_NE(text.find("STATUS:COMPLETED"), std::string::npos);
-    EXPECT_NE(text.find("RRULE:FREQ=DAILY;COUNT=1"), std::string::npos);
-    EXPECT_EQ(next(), "");
-}
-
-TEST_F(LocalCompletion, ARuleWrittenToExhaustTheReaderEnds) {
-    const auto since = std::chrono::steady_clock::now();
-    EXPECT_EQ(nextLines("DUE:20260101T000000Z\nRRULE:FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=30\n"),
-              Texts{});
-    EXPECT_EQ(nextLines("DUE:20260101T000000Z\nRRULE:FREQ=SECONDLY;BYMONTH=2;BYMONTHDAY=30\n"),
-              Texts{});
-    EXPECT_EQ(nextLines("DUE:20260101T000000Z\nRRULE:FREQ=SECONDLY\n").front(),
-              "DUE:20260101T000001Z");
-    EXPECT_LT(std::chrono::steady_clock::now() - since, std::chrono::seconds{10});
 }
 
 TEST_F(LocalCompletion, AnUnwritableFileIsAnErrorAndStays) {
@@ -343,86 +203,6 @@ TEST_F(LocalCompletion, AnUnwritableFileIsAnErrorAndStays) {
     ASSERT_EQ(seteuid(getuid()), 0);
     EXPECT_EQ(readFile(path()), before);
     EXPECT_EQ(namesIn(home.reminders() + "/Home"), Texts{"a.ics"}) << "nor is there a next one";
-}
-
-TEST_F(LocalCompletion, AnEditThatIsBeingWrittenIsAwaitedAndCompletedToo) {
-    const std::string file = reminderFile("DUE:20261014T130000Z\r\nRRULE:FREQ=DAILY\r\n");
-    home.writeReminder("Home", "a.ics", file);
-    // The attempt on the version before the edit has already added the next one of its series.
-    const int editor = open(path().c_str(), O_WRONLY | O_CLOEXEC);
-    ASSERT_GE(editor, 0);
-    std::thread soon{[&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds{100});
-        EXPECT_EQ(pwrite(editor, "20261101", 8, static_cast<off_t>(file.find("20261014"))), 8);
-        close(editor);
-    }};
-    EXPECT_TRUE(database->completeReminder("todo@example.org"));
-    soon.join();
-    const std::string done = readFile(path());
-    EXPECT_NE(done.find("STATUS:COMPLETED"), std::string::npos) << done;
-    EXPECT_NE(done.find("DUE:20261101T130000Z"), std::string::npos) << done;
-    EXPECT_NE(next().find("DUE:20261102T130000Z"), std::string::npos) << next();
-    EXPECT_EQ(namesIn(home.reminders() + "/Home").size(), 2U) << "one next reminder, not two";
-}
-
-TEST_F(LocalCompletion, NothingOfAWriterThatReplacesInALoopIsLost) {
-    const auto version = [](int number) {
-        return "BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nSUMMARY:version " + std::to_string(number) +
-               "\nEND:VTODO\nEND:VCALENDAR\n";
-    };
-    home.writeReminder("Home", "a.ics", version(0));
-    // A writer that always interferes would block completion forever. So it slows down after each
-    // refusal and speeds up after each success: it interferes often, not always, on any machine.
-    constexpr std::int64_t shortest = 20'000; // nanoseconds
-    std::atomic<std::int64_t> pause = 5 * shortest;
-    std::atomic<bool> stop = false;
-    std::atomic<bool> lost = false;
-    std::atomic<int> written = 0;
-    // An older version may briefly appear in place of the one just written.
-    const auto appears = [&](int number) {
-        const std::string title = "SUMMARY:version " + std::to_string(number) + "\n";
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{20};
-        while (readFile(path()).find(title) == std::string::npos) {
-            if (std::chrono::steady_clock::now() > end) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::nanoseconds{shortest});
-        }
-        return true;
-    };
-    std::thread writer{[&] {
-        const std::string aside = home.reminders() + "/aside";
-        while (!stop && !lost) {
-            writeFile(aside, version(++written));
-            fs::rename(aside, path());
-            lost = !appears(written);
-            std::this_thread::sleep_for(std::chrono::nanoseconds{pause});
-        }
-    }};
-    int done = 0;
-    int seen = 0;
-    while (done < 50 && !lost && !HasFailure()) {
-        try {
-            EXPECT_TRUE(database->completeReminder("a"));
-            ++done;
-            pause = std::max(shortest, pause * 3 / 4);
-        } catch (const PlatformError& error) {
-            EXPECT_STREQ(error.what(),
-                         "another program keeps changing this reminder; nothing was saved");
-            pause = pause * 2;
-        }
-        const int number = std::stoi(database->reminder("a")->title->substr(8));
-        EXPECT_GE(number, seen) << "an older version came back";
-        seen = number;
-    }
-    stop = true;
-    writer.join();
-    ASSERT_FALSE(lost) << "version " << written;
-    ASSERT_TRUE(database->completeReminder("a"));
-    const auto last = database->reminder("a");
-    EXPECT_EQ(last->title, "version " + std::to_string(written));
-    EXPECT_TRUE(last->completed);
-    EXPECT_EQ(namesIn(home.reminders() + "/Home"), Texts{"a.ics"});
 }
 
 TEST_F(LocalCompletion, DamagedFilesAreChangedCorrectlyOrNotAtAll) {
@@ -471,35 +251,6 @@ TEST_F(LocalCompletion, DamagedFilesAreChangedCorrectlyOrNotAtAll) {
         fs::remove_all(home.reminders());
     }
     EXPECT_GT(changed, 100);
-}
-
-TEST_F(LocalCompletion, TheRestOfACountIsFoundHoweverTheRuleIsWritten) {
-    EXPECT_EQ(nextLines("DUE:20260910T080000Z\nRRULE:X-FOO=1;freq=daily; Count = 5;BYDAY=\n"),
-              (Texts{"DUE:20260911T080000Z", "RRULE:X-FOO=1;freq=daily;COUNT=4;BYDAY="}));
-}
-
-TEST_F(LocalCompletion, AnOccurrenceBesidesTheRuleUsesUpOneOfACountAndLeavesOne) {
-    EXPECT_EQ(nextLines("DUE:20260910T080000Z\nRRULE:FREQ=WEEKLY;COUNT=5\n"
-                        "RDATE:20260911T080000Z\n"),
-              (Texts{"DUE:20260911T080000Z", "RRULE:FREQ=WEEKLY;COUNT=4"}));
-    EXPECT_EQ(nextLines("DUE:20260910T080000Z\nRRULE:FREQ=WEEKLY;COUNT=1\n"
-                        "RDATE:20260911T080000Z\n"),
-              (Texts{"DUE:20260911T080000Z", "RRULE:FREQ=WEEKLY;COUNT=1"}));
-}
-
-TEST_F(LocalCompletion, TheEndOfASeriesIsReadInTheZoneOfItsFile) {
-    // The day after at nine is half past three in UTC, half an hour before the end.
-    completed("BEGIN:VCALENDAR\nBEGIN:VTIMEZONE\nTZID:Site\nBEGIN:STANDARD\n"
-              "DTSTART:19700101T000000\nTZOFFSETFROM:+0530\nTZOFFSETTO:+0530\nEND:STANDARD\n"
-              "END:VTIMEZONE\nBEGIN:VTODO\nUID:a\nDUE;TZID=Site:20261014T090000\n"
-              "RRULE:FREQ=DAILY;UNTIL=20261015T040000Z\nEND:VTODO\nEND:VCALENDAR\n");
-    EXPECT_NE(next().find("DUE;TZID=Site:20261015T090000"), std::string::npos);
-}
-
-TEST_F(LocalCompletion, ANameOfAZoneWithAColonStaysWhole) {
-    const std::string name = "(UTC+02:00) Athens, Bucharest";
-    EXPECT_EQ(nextLines("DUE;TZID=" + name + ":20260910T080000\nRRULE:FREQ=DAILY\n"),
-              (Texts{"DUE;TZID=" + name + ":20260911T080000", "RRULE:FREQ=DAILY"}));
 }
 
 } // namespace velmiro::local

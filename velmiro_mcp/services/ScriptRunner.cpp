@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -81,14 +83,57 @@ Subprocess start(const std::vector<std::string>& line, milliseconds timeout) {
     }
 }
 
+/// Returns the number that an escape such as \ud83d at the beginning of a text stands for; nullopt if
+/// there is none.
+std::optional<unsigned> escapedUnit(std::string_view text) {
+    constexpr std::size_t length = 6;
+    if (text.size() < length || !text.starts_with("\\u")) {
+        return std::nullopt;
+    }
+    unsigned unit = 0;
+    const char* const end = text.data() + length;
+    const auto read = std::from_chars(text.data() + 2, end, unit, 16);
+    return read.ptr == end ? std::optional{unit} : std::nullopt;
+}
+
+/// Replaces the escapes of lone surrogates by that of U+FFFD. A script that cuts a text off may leave
+/// half a character, which JavaScript writes as such an escape.
+std::string repairSurrogates(std::string text) {
+    const std::string_view view = text;
+    for (std::size_t at = 0; (at = text.find('\\', at)) != std::string::npos;) {
+        const auto unit = escapedUnit(view.substr(at));
+        if (!unit) {
+            at += 2;
+            continue;
+        }
+        const auto next = escapedUnit(view.substr(at + 6));
+        if (*unit >= 0xD800 && *unit < 0xDC00 && next && *next >= 0xDC00 && *next < 0xE000) {
+            at += 12;
+            continue;
+        }
+        if (*unit >= 0xD800 && *unit < 0xE000) {
+            text.replace(at + 2, 4, "fffd");
+        }
+        at += 6;
+    }
+    return text;
+}
+
+std::optional<JSONValue> parsed(std::string_view text) {
+    try {
+        return JSONValue::parse(text);
+    } catch (const MCPStdio::JSONError&) {
+        return std::nullopt;
+    }
+}
+
 JSONValue valueOf(std::string output) {
     const std::string text = MCPStdio::repairUTF8(std::move(output));
     const std::string_view trimmed = trim(text);
-    try {
-        return JSONValue::parse(trimmed);
-    } catch (const MCPStdio::JSONError&) {
-        return trimmed;
+    if (auto value = parsed(trimmed)) {
+        return *std::move(value);
     }
+    return parsed(repairSurrogates(std::string{trimmed})).value_or(trimmed);
 }
 
 [[noreturn]] void fail(std::string error) {

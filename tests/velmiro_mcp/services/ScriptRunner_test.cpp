@@ -12,6 +12,7 @@
 #include <csignal>
 #include <future>
 #include <gtest/gtest.h>
+#include <map>
 
 using namespace velmiro;
 using namespace std::chrono_literals;
@@ -137,6 +138,21 @@ TEST(ScriptRunner, TrimsUnicodeWhiteSpaceAtBothEndsOnly) {
 TEST(ScriptRunner, RepairsOutputThatIsNotUTF8) {
     EXPECT_EQ(run({"out a\xFFz\xE2\x82"}), JSONValue{"a\uFFFDz\uFFFD"});
     EXPECT_EQ(run({"out {\"a\":\"\xC3\"}"}), JSONValue::parse("{\"a\":\"\uFFFD\"}"));
+}
+
+TEST(ScriptRunner, RepairsHalvesOfCharactersThatACutLeft) {
+    const std::map<std::string, std::string> repaired{
+        {R"(["a\ud83d"])", R"(["a\ufffd"])"},
+        {R"(["\ude00a","\uD83D\ude00"])", R"(["\ufffda","\ud83d\ude00"])"},
+        {R"(["\ud83d\ud83d\ude00\n"])", R"(["\ufffd\ud83d\ude00\n"])"},
+        {R"(["\\ud83d","\ud83dx"])", R"(["\\ud83d","\ufffdx"])"},
+    };
+    for (const auto& [printed, meant] : repaired) {
+        EXPECT_EQ(run({"out " + printed}), JSONValue::parse(meant)) << printed;
+    }
+    for (const std::string text : {R"(["\ud83d")", R"(["\ud83d\x"])", R"(["\ud8"])", R"(\ud83d)"}) {
+        EXPECT_EQ(run({"out " + text}), JSONValue{text}) << "not JSON in any case";
+    }
 }
 
 TEST(ScriptRunner, IgnoresStandardErrorOfAScriptThatSucceeds) {

@@ -146,6 +146,56 @@ std::optional<std::string> rewritten(const std::string& given) {
     return bare(meaning) == bare(given) ? std::optional{text} : std::nullopt;
 }
 
+/// Returns whether a name holds what means something else without quotes, other than a comment.
+bool needsQuotes(std::string_view name) {
+    constexpr std::string_view specials = ",:;@[]\\)";
+    for (std::size_t index = 0; index < name.size(); ++index) {
+        if (name[index] == '(') {
+            index = closingIndex(name, index);
+            if (index == name.size()) {
+                return true;
+            }
+        } else if (specials.find(name[index]) != std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool holdsAddress(std::string_view text) {
+    constexpr std::string_view around = " ,;";
+    for (std::size_t at = 1; at + 1 < text.size(); ++at) {
+        if (text[at] == '@' && around.find(text[at - 1]) == std::string_view::npos &&
+            around.find(text[at + 1]) == std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Returns whether a name has others before it: an address before a separator, or a group.
+bool beginsWithOthers(std::string_view name) {
+    const std::size_t last = name.find_last_of(",;");
+    const std::size_t group = std::min(name.find(':'), name.size());
+    return last != std::string_view::npos &&
+           (holdsAddress(name.substr(0, last)) || name.find(';', group) != std::string_view::npos);
+}
+
+/// Reads `Doe, John <a@b>`: a sole address after a name that lacks its quotes. Readers would take it
+/// for several addresses, or for none. Returns nullopt for any other text.
+std::optional<Mailbox> mailboxWithoutQuotes(std::string_view text) {
+    const std::size_t open = text.find('<');
+    if (open == std::string_view::npos || text.find_first_of("<>", open + 1) != text.size() - 1 ||
+        !text.ends_with('>')) {
+        return std::nullopt;
+    }
+    const auto name = trim(text.substr(0, open));
+    const auto address = text.substr(open + 1, text.size() - open - 2);
+    const bool isRead = std::ranges::count(address, '@') == 1 && needsQuotes(name) &&
+                        name.find('"') == std::string_view::npos && !beginsWithOthers(name);
+    return isRead ? std::optional{Mailbox{std::string{name}, std::string{address}}} : std::nullopt;
+}
+
 } // namespace
 
 std::string recipientText(const Mailbox& recipient) {
@@ -159,6 +209,9 @@ std::string recipientText(const Mailbox& recipient) {
         const std::string address = " <" + given + ">";
         const std::string text = phrase(name) + address;
         return isFoldable(text) && isClosed(text) ? text : phrase(name + address);
+    }
+    if (const auto mailbox = mailboxWithoutQuotes(given)) {
+        return recipientText(*mailbox);
     }
     if (!isFoldable(given) || !isClosed(given)) {
         return phrase(given);

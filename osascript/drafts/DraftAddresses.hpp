@@ -12,7 +12,8 @@
 namespace velmiro::osascript {
 
 /// Returns a recipient as a header holds it between two commas. It stays as it was given as far as
-/// a header can represent that. Whatever would swallow the next recipient becomes a quoted name.
+/// a header can represent that. The name in `Doe, John <john@example.org>` gets its quotes, and
+/// whatever would swallow the next recipient becomes a quoted name.
 ///
 /// An address without a name may hold any text: `Ana <ana@example.org>`, or several addresses.
 std::string recipientText(const Mailbox& recipient);

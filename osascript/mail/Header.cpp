@@ -53,11 +53,8 @@ std::string unfolded(std::string_view value) {
     text.reserve(value.size());
     while (!value.empty()) {
         const std::size_t end = std::min(value.find('\n'), value.size());
-        std::string_view line = value.substr(0, end);
-        if (end < value.size() && line.ends_with('\r')) {
-            line.remove_suffix(1);
-        }
-        text += line;
+        const std::string_view line = value.substr(0, end);
+        text += end < value.size() ? line.substr(0, line.find_last_not_of('\r') + 1) : line;
         value.remove_prefix(std::min(end + 1, value.size()));
     }
     return std::string{trimmed(text)};
@@ -88,6 +85,10 @@ std::optional<std::string_view> valueIfNamed(std::string_view field, std::string
 /// Calls `visit` with the raw value of each field of that name, until it returns false.
 template <typename Visit>
 void visitFields(std::string_view header, std::string_view name, const Visit& visit) {
+    constexpr std::string_view byteOrderMark = "\uFEFF";
+    if (header.starts_with(byteOrderMark)) {
+        header.remove_prefix(byteOrderMark.size());
+    }
     while (!header.empty()) {
         const std::size_t length = lengthOfField(header);
         const auto value = valueIfNamed(header.substr(0, length), name);
@@ -102,8 +103,8 @@ void visitFields(std::string_view header, std::string_view name, const Visit& vi
 
 std::size_t headerEnd(std::string_view message) {
     const auto isEmptyLine = [&](std::size_t at) {
-        const std::string_view line = message.substr(at, 2);
-        return line.starts_with('\n') || line == "\r\n";
+        const std::size_t end = message.find_first_not_of('\r', at);
+        return end != std::string_view::npos && message[end] == '\n';
     };
     std::size_t at = 0;
     while (!isEmptyLine(at)) {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-/// The header of a message as it stands in the file. A line ends with a line feed and nothing else;
-/// the names of fields ignore case.
+/// The header of a message as it stands in the file. A line ends with a line feed and nothing else,
+/// after any number of carriage returns; the names of fields ignore case.
 namespace velmiro::osascript {
 
 /// The rest of a longer header is not read.

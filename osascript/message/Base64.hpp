@@ -5,8 +5,9 @@
 
 namespace velmiro::osascript {
 
-/// Appends what base64 stands for. As forgiving as mail needs it: other characters are skipped,
-/// padding may be missing, and what follows padding is decoded as well.
+/// Appends what base64 stands for. As forgiving as mail needs it: other characters are skipped, and
+/// padding may be missing. What follows padding is decoded as well, until a line that cannot be
+/// base64, such as the footer of a mailing list.
 void appendBase64(std::string& bytes, std::string_view text);
 
 } // namespace velmiro::osascript

@@ -22,7 +22,8 @@ std::string unflowed(std::string_view text, bool deletesSpace) {
         if (line.starts_with(' ')) {
             line.remove_prefix(1); // stuffed
         }
-        if (isOpen && depth != openDepth) {
+        const bool isSignature = line == "-- ";
+        if (isOpen && (depth != openDepth || isSignature)) {
             lines += '\n';
             isOpen = false;
         }
@@ -30,7 +31,7 @@ std::string unflowed(std::string_view text, bool deletesSpace) {
             lines.append(depth, '>');
             lines += depth > 0 && !line.empty() ? " " : "";
         }
-        isOpen = line.ends_with(' ') && line != "-- ";
+        isOpen = line.ends_with(' ') && !isSignature;
         openDepth = depth;
         if (isOpen && deletesSpace) {
             line.remove_suffix(1);

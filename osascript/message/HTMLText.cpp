@@ -1,5 +1,6 @@
 #include "osascript/message/HTMLText.hpp"
 
+#include "osascript/message/CharacterSets.hpp"
 #include "osascript/message/HTMLNesting.hpp"
 #include "osascript/message/NamedCharset.hpp"
 #include "osascript/message/TextLayout.hpp"
@@ -364,11 +365,13 @@ std::string htmlText(std::string_view html) {
 
 std::string_view htmlCharset(std::string_view bytes) {
     constexpr std::size_t declared = 4096;
+    constexpr auto tag = "<meta"sv;
     std::string_view head = bytes.substr(0, declared);
-    for (head = fromWord(head, "<meta"); !head.empty(); head = fromWord(head.substr(1), "<meta")) {
+    for (head = fromWord(head, tag); !head.empty(); head = fromWord(head.substr(1), tag)) {
         const auto charset = namedCharset(head.substr(0, head.find('>')));
         if (!charset.empty()) {
-            return charset;
+            // The name was read as ASCII, so it is not true of a set such as UTF-16.
+            return decoded(tag, charset) == tag ? charset : std::string_view{};
         }
     }
     return {};

@@ -13,7 +13,8 @@ inline constexpr std::size_t mostHTML = std::size_t{4} << 20U;
 /// scripts and styles leave no trace.
 std::string htmlText(std::string_view html);
 
-/// Returns the character set that a document names in its first bytes; an empty one if none.
+/// Returns the character set that a document names in its first bytes; an empty one if none, or if
+/// the document cannot be in that set.
 std::string_view htmlCharset(std::string_view bytes);
 
 } // namespace velmiro::osascript

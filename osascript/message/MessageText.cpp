@@ -5,8 +5,10 @@
 #include "osascript/message/HTMLText.hpp"
 #include "osascript/message/MessageHeader.hpp"
 #include "osascript/message/TextPart.hpp"
+#include "osascript/text/CharacterKinds.hpp"
 
 #include <algorithm>
+#include <array>
 #include <fcntl.h>
 #include <optional>
 #include <string_view>
@@ -37,8 +39,22 @@ struct Texts {
 /// The alternative around a part: the index of its texts, as soon as there is one.
 using Alternative = std::optional<std::size_t>;
 
-bool isBlank(std::string_view text) {
-    return text.find_first_not_of(" \t\n\f\v") == std::string_view::npos;
+/// Returns whether a reader sees nothing of a text.
+bool isInvisible(std::string_view text) {
+    // Programs fill an empty part with characters that have no width.
+    constexpr std::array<std::string_view, 6> widthless{
+        "\u00AD", "\u034F", "\u200B", "\u200C", "\u200D", "\u2060",
+    };
+    while (!text.empty()) {
+        const auto* const found = std::ranges::find_if(
+            widthless, [&](std::string_view one) { return text.starts_with(one); });
+        const std::size_t length = found != widthless.end() ? found->size() : spaceAtFront(text);
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
 }
 
 /// Returns whether a report about delivery is among the parts. It returns the message, which its
@@ -108,7 +124,7 @@ public:
         std::string all;
         std::size_t htmlLeft = mostHTML;
         for (const Texts& texts : texts_) {
-            if (!std::ranges::all_of(texts.plain, isBlank)) {
+            if (!std::ranges::all_of(texts.plain, isInvisible)) {
                 std::ranges::for_each(texts.plain, [&](const auto& text) { join(all, text); });
                 continue;
             }
@@ -123,7 +139,7 @@ public:
 
 private:
     static void join(std::string& all, std::string_view text) {
-        if (!isBlank(text)) {
+        if (!isInvisible(text)) {
             all += all.empty() ? "" : "\n\n";
             all += text.substr(0, text.find_last_not_of('\n') + 1);
         }
@@ -207,15 +223,37 @@ std::string textWithoutHeader(std::string_view message) {
     return end == std::string::npos ? std::string{} : text.substr(end + 2);
 }
 
-/// Returns a message that ends its lines with bare carriage returns, which the library does not
-/// know, with line feeds; an empty text for any other message.
+/// Returns whether a line in the header ends with more than one carriage return.
+bool doublesReturns(std::string_view beginning) {
+    const std::size_t at = beginning.find("\r\r\n");
+    return at < beginning.find("\n\n") && at < beginning.find("\n\r\n");
+}
+
+std::string withoutReturnsAtLineEnds(std::string_view text) {
+    std::string lines;
+    lines.reserve(text.size());
+    for (const char letter : text) {
+        if (letter == '\n') {
+            lines.resize(lines.find_last_not_of('\r') + 1);
+        }
+        lines += letter;
+    }
+    return lines;
+}
+
+/// Returns a message with line feeds whose line ends the library does not know: bare carriage
+/// returns, or several before a line feed. Returns an empty text for any other message.
 std::string repairedLines(std::string_view message) {
     const std::string_view beginning = message.substr(0, 64UL * 1024);
+    const std::string_view read = message.substr(0, mostText);
+    if (doublesReturns(beginning)) {
+        return withoutReturnsAtLineEnds(read);
+    }
     if (beginning.find('\n') != std::string_view::npos ||
         beginning.find('\r') == std::string_view::npos) {
         return {};
     }
-    std::string text{message.substr(0, mostText)};
+    std::string text{read};
     std::ranges::replace(text, '\r', '\n');
     return text;
 }
@@ -226,7 +264,7 @@ std::string collected(GMimeMessage* message) {
         texts.addMessage(message, 0);
         if (texts.foundText() || everything) {
             std::string all = texts.joined();
-            if (isBlank(all) && texts.isCut()) {
+            if (isInvisible(all) && texts.isCut()) {
                 throw UnreadableMessage{"The parts of the message are nested too deep."};
             }
             return all;
@@ -247,7 +285,12 @@ std::string messageText(int descriptor) {
     }
     g_mime_init();
     const Owned<GMimeStream> file = mapped(descriptor, std::min(status.st_size, mostOfAFile));
-    const std::string_view bytes = mappedBytes(file.get());
+    std::string_view bytes = mappedBytes(file.get());
+    constexpr std::string_view byteOrderMark = "\uFEFF"; // the library would lose the first field
+    if (bytes.starts_with(byteOrderMark)) {
+        bytes.remove_prefix(byteOrderMark.size());
+        g_mime_stream_seek(file.get(), byteOrderMark.size(), GMIME_STREAM_SEEK_SET);
+    }
     const std::string repaired = repairedLines(bytes);
     const Owned<GMimeStream> lines = repaired.empty() ? nullptr : streamOver(repaired);
     const Owned<GMimeMessage> message = parsed(lines ? lines.get() : file.get());

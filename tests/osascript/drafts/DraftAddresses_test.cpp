@@ -41,6 +41,36 @@ TEST(DraftAddresses, NamesBeyondASCIIAreEncodedAndAddressesAreNot) {
     EXPECT_EQ(given("Únnamed"), "=?utf-8?Q?=C3=9Annamed?=");
 }
 
+TEST(DraftAddresses, ANameBeforeAnAddressGetsTheQuotesThatItNeeds) {
+    const std::vector<std::pair<std::string, std::string>> texts{
+        {"Acme, Inc. <i@a.c>", R"("Acme, Inc." <i@a.c>)"},
+        {"Doe, John<a@b.c>", R"("Doe, John" <a@b.c>)"},
+        {"Dr. O'Neil, MD <a@b.c>", R"("Dr. O'Neil, MD" <a@b.c>)"},
+        {"Doe, John (at work) <a@b.c>", R"_("Doe, John (at work)" <a@b.c>)_"},
+        {"John [x] <a@b.c>", R"("John [x]" <a@b.c>)"},
+        {"John @Acme <a@b.c>", R"("John @Acme" <a@b.c>)"},
+        {"John @Acme, Inc. <a@b.c>", R"("John @Acme, Inc." <a@b.c>)"},
+        {"a@b.c <a@b.c>", R"("a@b.c" <a@b.c>)"},
+        {"Re: John <a@b.c>", R"("Re: John" <a@b.c>)"},
+        {"John :( <a@b.c>", R"("John :(" <a@b.c>)"},
+        {R"(A\B <a..b@c>)", R"("A\\B" <a..b@c>)"},
+        {"Ünal, Ana <a@b>", "=?utf-8?Q?=C3=9Cnal=2C_Ana?= <a@b>"},
+    };
+    for (const auto& [text, expected] : texts) {
+        EXPECT_EQ(given(text), expected);
+    }
+}
+
+TEST(DraftAddresses, AListOrAGroupIsNoNameOfItsLastAddress) {
+    for (const char* text : {"a@b.c, D <d@e.f>", "a@b.c (x), D <d@e.f>", "<a@b.c>, D <d@e.f>",
+                             "nobody:;, D <d@e.f>", R"("a, b", D <d@e.f>)", "D (x, y) <d@e.f>"}) {
+        EXPECT_EQ(given(text), text);
+    }
+    for (const char* text : {"a@b.c; D <d@e.f>", "g: a@b, D <d@e.f>", "Doe, J <a b@c>"}) {
+        EXPECT_EQ(given(text), "\"" + std::string{text} + "\"");
+    }
+}
+
 TEST(DraftAddresses, WhatWouldSwallowTheNextRecipientBecomesAName) {
     for (const char* text : {"@", "open (comment", "<a@b", "a@b>c", "friends:", "friends: a@b",
                              ";@", "a@b;c@d", "a b c", "a@b c@d", "a@b@c", "a@[1", "Ana <a@b> (x",

@@ -15,6 +15,7 @@ TEST(Header, EndsAtTheFirstEmptyLine) {
     EXPECT_EQ(headerEnd("A: b\n\nbody\n\n"), 5);
     EXPECT_EQ(headerEnd("A: b\r\n\r\nbody"), 6);
     EXPECT_EQ(headerEnd("A: b\n\r\nbody"), 5);
+    EXPECT_EQ(headerEnd("A: b\r\r\n\r\r\nbody"), 7);
     EXPECT_EQ(headerEnd("\nbody"), 0);
     EXPECT_EQ(headerEnd("\r\nbody"), 0);
     EXPECT_EQ(headerEnd("A: b\n\n"), 5);
@@ -30,6 +31,7 @@ TEST(Header, FieldsAreFoundByName) {
     EXPECT_EQ(allValues(header, "subject"), (Texts{"one", "two Subject: folded", "three"}));
     EXPECT_EQ(firstValue(header, "subject"), "one");
     EXPECT_EQ(firstValue(header, "to"), std::nullopt);
+    EXPECT_EQ(firstValue("\uFEFFTo: x\nA: b", "to"), "x");
     EXPECT_EQ(allValues("", "to"), Texts{});
     EXPECT_EQ(allValues("to:", "to"), Texts{""});
     EXPECT_EQ(allValues("to:\n\nto: x", "to"), (Texts{"", "x"}));
@@ -38,6 +40,7 @@ TEST(Header, FieldsAreFoundByName) {
 TEST(Header, ValuesAreUnfolded) {
     EXPECT_EQ(firstValue("A:  one\r\n two\n\tthree \r\nB: c", "a"), "one two\tthree");
     EXPECT_EQ(firstValue("A:\n one", "a"), "one");
+    EXPECT_EQ(firstValue("A: one\r\r\n two\r\r\nB: c", "a"), "one two");
     EXPECT_EQ(firstValue("A: one\n", "a"), "one");
     EXPECT_EQ(firstValue("A: one\n ", "a"), "one");
     // A lone CR is a character of the value, as are those that are line ends elsewhere.

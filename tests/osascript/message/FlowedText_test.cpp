@@ -21,6 +21,9 @@ TEST(FlowedText, StuffingIsRemoved) {
 
 TEST(FlowedText, ASignatureDoesNotFlow) {
     EXPECT_EQ(unflowed("a\n-- \nName\n", false), "a\n-- \nName\n");
+    EXPECT_EQ(unflowed("Hello \r\nBest, \r\n-- \r\nJohn", false), "Hello Best, \n-- \nJohn");
+    EXPECT_EQ(unflowed("a \n-- \nName \nb", true), "a\n-- \nNameb");
+    EXPECT_EQ(unflowed("> a \n> -- \n> b", false), "> a \n> -- \n> b");
 }
 
 TEST(FlowedText, QuotesOfOneDepthFlowTogether) {

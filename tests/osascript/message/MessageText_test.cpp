@@ -47,6 +47,9 @@ TEST(MessageText, AMessageOfOneText) {
     EXPECT_EQ(read("Subject: x\n\nHello\nworld\n\n\n"), "Hello\nworld");
     EXPECT_EQ(read("Subject: x\r\n\r\nHello\r\nworld\r\n"), "Hello\nworld");
     EXPECT_EQ(read("Subject: x\r\rHello\rworld\r"), "Hello\nworld");
+    EXPECT_EQ(read("Subject: x\r\r\n\r\r\nHello\r\r\nworld\r\r\n"), "Hello\nworld");
+    EXPECT_EQ(read("Subject: x\r\r\nA: b\r\r\n\r\r\nHello\r\nworld\r\n"), "Hello\nworld");
+    EXPECT_EQ(read("\uFEFFContent-Type: text/html\n\n<p>Hello"), "Hello");
     EXPECT_EQ(read("From a@b Mon Jan  1 10:00:00 2026\nSubject: x\n\nHello\n"), "Hello");
     EXPECT_EQ(read("\nonly a body\n"), "only a body");
     EXPECT_EQ(read("Subject: x\n\na\0b\n"sv), "a\0b"sv);
@@ -83,6 +86,13 @@ TEST(MessageText, CharacterSets) {
     EXPECT_EQ(readTyped("text/html", "<meta charset=koi8-r><p>\xF0"), "П");
     EXPECT_EQ(readTyped("text/html; charset=koi8-r", "<meta charset=utf-8><p>\xF0"), "П");
     EXPECT_EQ(readTyped("text/html", "<p>\x80"), "€");
+    // A name that was found byte by byte cannot be true of units of two or four bytes.
+    for (const std::string_view label :
+         {"unicode", "ucs-2", "ISO-10646-UCS-2", "utf-16", "UTF-16LE", "utf-16be", "utf-32"}) {
+        const std::string head = "<meta charset=" + std::string{label} + "><p>";
+        EXPECT_EQ(readTyped("text/html", head + "\xC3\xBC"), "ü") << label;
+        EXPECT_EQ(readTyped("text/html", head + "\x80"), "€") << label;
+    }
     EXPECT_EQ(readTyped("text/plain; charset*=us-ascii'en'koi8-r", "\xF0"), "П");
 }
 
@@ -91,6 +101,10 @@ TEST(MessageText, TransferEncodings) {
     EXPECT_EQ(readTyped("text/plain", "SGVs*bG8\ngd2 9ybGQ\n", "BASE64"), "Hello world");
     EXPECT_EQ(readTyped("text/plain", "SGVsbG8=\nSGVsbG8=\n", "base64"), "HelloHello");
     EXPECT_EQ(readTyped("text/plain", "SGVsb", "base64 (comment)"), "Hel");
+    EXPECT_EQ(readTyped("text/plain", "SGVsbG8=\n\nSGVs \nbG8=\n____\nSGVs", "base64"),
+              "HelloHello");
+    EXPECT_EQ(readTyped("text/plain", "SGVsbG8=\n-- \nA list <a@b.c>\n", "base64"), "Hello");
+    EXPECT_EQ(readTyped("text/plain", "SGVsbG8=\nunsubscribe\n", "base64"), "Hello");
     EXPECT_EQ(readTyped("text/plain", "a=20=\nb=3D=zz", "quoted-printable"), "a b==zz");
     EXPECT_EQ(readTyped("text/plain", "begin 644 x\n#86)C\n`\nend\n", "x-uuencode"), "abc");
     EXPECT_EQ(readTyped("text/plain", "as it is", "utf-8"), "as it is");
@@ -118,6 +132,13 @@ TEST(MessageText, AlternativesShowTheText) {
     EXPECT_EQ(read(multipart("alternative", {html, "\ntext"})), "text");
     EXPECT_EQ(read(multipart("alternative", {html})), "HTML x [h:x]");
     EXPECT_EQ(read(multipart("alternative", {"\n \n\n", html})), "HTML x [h:x]");
+    for (const std::string_view blank :
+         {"\u00A0", "\uFEFF", "\u200B\u200C\u200D", "\u2060\u00AD\u034F", " \u3000\u2003\n"}) {
+        const std::string plain = "Content-Type: text/plain; charset=utf-8\n\n\n";
+        EXPECT_EQ(read(multipart("alternative", {plain + std::string{blank}, html})),
+                  "HTML x [h:x]")
+            << blank;
+    }
     EXPECT_EQ(
         read(multipart("alternative",
                        {"\ntext", multipart("related", {html, "Content-Type: image/png\n\nx"})})),

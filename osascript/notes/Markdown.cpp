@@ -12,7 +12,6 @@ namespace {
 using Lines = std::vector<std::string_view>;
 
 constexpr std::string_view blanks = " \t";
-constexpr std::string_view frontMatterMark = "---";
 constexpr std::size_t deepestHeading = 6;
 
 /// Returns the lines between line feeds, without a carriage return before one.
@@ -35,36 +34,86 @@ Lines linesIn(std::string_view source) {
     }
 }
 
-/// Returns whether the line is a setting: `name:`.
-bool isSetting(std::string_view line) {
-    const std::size_t colon = line.find(':');
-    return colon != std::string_view::npos && colon > 0 &&
-           std::ranges::all_of(line.substr(0, colon), [](char letter) {
-               return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-                      (letter >= '0' && letter <= '9') || letter == '_' || letter == '-';
-           });
-}
-
-/// Removes the settings on top of a file, with their marks, and returns them.
-Lines takeFrontMatter(Lines& lines) {
-    if (lines.size() < 2 || lines[0] != frontMatterMark || !isSetting(lines[1])) {
-        return {};
-    }
-    const auto end = std::find(lines.begin() + 1, lines.end(), frontMatterMark);
-    if (end == lines.end()) {
-        return {};
-    }
-    Lines settings{lines.begin() + 1, end};
-    lines.erase(lines.begin(), end + 1);
-    return settings;
-}
-
 std::string_view withoutAtEnd(std::string_view text, std::string_view characters) {
     return text.substr(0, text.find_last_not_of(characters) + 1);
 }
 
 std::string_view withoutAtFront(std::string_view text, std::string_view characters) {
     return text.substr(std::min(text.find_first_not_of(characters), text.size()));
+}
+
+bool isNameLetter(char letter) {
+    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
+           (letter >= '0' && letter <= '9') || letter == '_' || letter == '-';
+}
+
+/// Returns whether the line is a setting with a simple name: `name:`.
+bool isPlainSetting(std::string_view line) {
+    const std::size_t colon = line.find(':');
+    return colon != std::string_view::npos && colon > 0 &&
+           std::ranges::all_of(line.substr(0, colon), isNameLetter);
+}
+
+bool mayBeInName(char letter) {
+    return isNameLetter(letter) || letter == ' ' || letter == '"' || letter == '\'' ||
+           static_cast<unsigned char>(letter) >= 0x80;
+}
+
+/// Returns whether the line is a setting. If its name is of several words, in quotes or beyond
+/// ASCII, it is one only with a blank after the colon.
+bool isSetting(std::string_view line) {
+    if (isPlainSetting(line)) {
+        return true;
+    }
+    const std::size_t colon = std::min(line.find(':'), line.size());
+    const auto name = line.substr(0, colon);
+    const auto end = line.substr(colon, 2);
+    return (end == ":" || end == ": " || end == ":\t") && std::ranges::all_of(name, mayBeInName) &&
+           (name.starts_with('"') || name.starts_with('\'') || beginsWithLetter(name));
+}
+
+bool isBlankOrComment(std::string_view line) {
+    return isBlank(line) || line.starts_with('#');
+}
+
+/// Returns whether a line between settings may belong to one: indented, an item or a bracket.
+bool mayContinueSetting(std::string_view line) {
+    constexpr std::string_view beginnings = " \t-]}";
+    return !line.empty() && beginnings.find(line.front()) != std::string_view::npos;
+}
+
+/// Returns whether lines between marks are settings. A rule and prose on top of a note look much
+/// like them, so only if the first line is a plain setting does it decide alone.
+bool areSettings(const Lines& lines) {
+    if (std::ranges::all_of(lines, isBlank) || isPlainSetting(lines.front())) {
+        return true;
+    }
+    const auto first = std::ranges::find_if_not(lines, isBlankOrComment);
+    return first != lines.end() && isSetting(*first) &&
+           std::all_of(first, lines.end(), [](std::string_view line) {
+               return isSetting(line) || isBlankOrComment(line) || mayContinueSetting(line);
+           });
+}
+
+bool isFrontMatterMark(std::string_view line) {
+    return withoutAtEnd(line, blanks) == "---";
+}
+
+/// Removes the settings on top of a file, with their marks, and returns them.
+Lines takeFrontMatter(Lines& lines) {
+    if (lines.empty() || !isFrontMatterMark(lines[0])) {
+        return {};
+    }
+    const auto end = std::find_if(lines.begin() + 1, lines.end(), isFrontMatterMark);
+    Lines settings{lines.begin() + 1, end};
+    if (end == lines.end() || !areSettings(settings)) {
+        return {};
+    }
+    lines.erase(lines.begin(), end + 1);
+    if (std::ranges::all_of(settings, isBlank)) {
+        settings.clear();
+    }
+    return settings;
 }
 
 /// Returns a line without the blanks that may come before the mark of a block; nullopt if there are

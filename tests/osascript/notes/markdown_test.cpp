@@ -112,6 +112,31 @@ TEST(Markdown, SettingsOnTopComeAfterTheText) {
     }
 }
 
+TEST(Markdown, SettingsAreFoundAsProgramsWriteThem) {
+    for (const std::string settings :
+         {"date created: 2026", "\"title\": x", "'title': x", "título: x", "标题: x", "tags:",
+          "date created: x\ntags:\n- a\n  - b\n\n# c\nkey: [\n  a,\n]", "my key:\n  a: b"}) {
+        const std::string source = "---\n" + settings + "\n---\n# A\n";
+        EXPECT_EQ(read(source).whole(), "A\n\n" + settings) << settings;
+    }
+    EXPECT_EQ(read("--- \ntags: a\n---\t \n# A\n").whole(), "A\n\ntags: a");
+    EXPECT_EQ(read("---\n\n# of 2026\ntags: a\n---\n# A\n").whole(), "A\n\n\n# of 2026\ntags: a");
+    EXPECT_EQ(read("---\n---\n# A\n"), NoteText{"A"});
+    EXPECT_EQ(read("--- \n\n---\n# A\nb"), (NoteText{"A", {"b"}}));
+}
+
+TEST(Markdown, ProseAfterARuleIsNoSetting) {
+    for (const auto* const source :
+         {"---\nDear all: welcome.\nBring a cake.\n---\nx", "---\nWell, he said: no\n---\nx",
+          "---\nsee http://x\n---\nx", "---\n# Title\n\nprose\n---\nx", "---\n- a: b\n---\nx",
+          "---\n# Title\n---\nx", "---\nDear all: welcome.", " ---\na b: c\n---\nx",
+          "---\n: a\n---\nx", "---\n\nprose\n\nDate: today\n---\nx", "----\na: b\n----\nx"}) {
+        EXPECT_TRUE(read(source).title.starts_with("---")) << source;
+    }
+    // A lone line that could be either is one, and no text is lost.
+    EXPECT_EQ(read("---\nDear all: welcome.\n---\nx").whole(), "x\n\nDear all: welcome.");
+}
+
 TEST(Markdown, APlainFileHasMarksOnlyInItsTitle) {
     EXPECT_EQ(readNote("# *A*\n\n*b*\n```\n# c", NoteFormat::plain),
               (NoteText{"A", {"*b*", "```", "# c"}}));

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <span>
 #include <utility>
 
 namespace velmiro::local {
@@ -20,6 +21,30 @@ char foldedASCII(char letter) {
         return letter;
     }
     return letter == ' ' || (letter >= '\t' && letter <= '\r') ? ' ' : '-';
+}
+
+/// The first and the last of some characters.
+using Range = std::pair<UChar32, UChar32>;
+
+bool isIn(std::span<const Range> ranges, UChar32 scalar) {
+    return std::ranges::any_of(ranges, [scalar](const Range& range) {
+        return range.first <= scalar && scalar <= range.second;
+    });
+}
+
+/// Returns whether the character is a point of Hebrew or a sign of Arabic that most writers leave
+/// out, or lengthens an Arabic word for the eye.
+bool isPoint(UChar32 scalar) {
+    constexpr std::array<Range, 7> points{{
+        {0x0591, 0x05BD},
+        {0x05BF, 0x05BF},
+        {0x05C1, 0x05C2},
+        {0x05C4, 0x05C5},
+        {0x05C7, 0x05C7},
+        {0x0610, 0x061A},
+        {0x0640, 0x0640},
+    }};
+    return isIn(points, scalar);
 }
 
 /// Returns whether the character is a mark that modifies a letter, such as an accent. The vowel
@@ -53,10 +78,11 @@ std::string_view plainForm(UChar32 scalar) {
 }
 
 bool isWordCharacter(UChar32 scalar) {
-    constexpr UChar32 apostrophe = 0x02BC; // a letter in Unicode
+    // Letters in Unicode, but apostrophes, primes and stress marks to those who write them.
+    constexpr std::array<Range, 3> signs{{{0x02B9, 0x02BF}, {0x02C8, 0x02C8}, {0x02EE, 0x02EE}}};
     const ICUCommon& icu = icuCommon();
     const bool isMark = (U_MASK(icu.u_charType(scalar)) & U_GC_M_MASK) != 0;
-    return isMark || (icu.u_isalnum(scalar) != 0 && scalar != apostrophe);
+    return isMark || (icu.u_isalnum(scalar) != 0 && !isIn(signs, scalar));
 }
 
 std::u16string normalized(const UNormalizer2* form, const std::u16string& text) {
@@ -91,7 +117,7 @@ std::u16string folded(const std::u16string& text) {
         const auto form = plainForm(scalar);
         if (!form.empty()) {
             plain.append(form.begin(), form.end());
-        } else if (!isDiacritic(scalar)) {
+        } else if (!isDiacritic(scalar) && !isPoint(scalar)) {
             plain.append(apart, begin, index - begin);
         }
     }
@@ -100,11 +126,27 @@ std::u16string folded(const std::u16string& text) {
     return isDone ? plain : normalized(composed, plain);
 }
 
+/// Returns the largest set that is written under a name. ICU reads some names more narrowly than
+/// programs write them.
+std::string meantSet(std::string_view name) {
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 5> meanings{{
+        {"euc-kr", "windows-949-2000"},
+        {"gb2312", "gb18030"},
+        {"iso-8859-1", "windows-1252"},
+        {"iso-8859-9", "windows-1254"},
+        {"us-ascii", "windows-1252"},
+    }};
+    const std::string plain = foldedLetters(name);
+    const auto* const meaning =
+        std::ranges::find(meanings, plain, &decltype(meanings)::value_type::first);
+    return std::string{meaning == meanings.end() ? name : meaning->second};
+}
+
 } // namespace
 
 std::string decodedText(std::string_view bytes, std::string_view characterSet) {
     // Only known names are opened: ICU would search the disk for an unknown one.
-    const std::string name{characterSet};
+    const std::string name = meantSet(characterSet);
     UErrorCode status = U_ZERO_ERROR;
     const ICUCommon& icu = icuCommon();
     if (icu.ucnv_countAliases(name.c_str(), &status) == 0) {

@@ -129,6 +129,15 @@ TEST(Card, ACharacterSetIsConverted) {
               "ソ|ソ");
 }
 
+TEST(Card, ACharacterSetMeansTheLargestThatIsWrittenUnderItsName) {
+    EXPECT_EQ(name("N;CHARSET=GB2312:\xD6\xEC;\xE9\x46\xBB\xF9\r\n", "2.1"), "朱|镕基");
+    EXPECT_EQ(name("N;CHARSET=iso-8859-1:O\x92Neil;A\r\n", "2.1"), "O’Neil|A");
+    EXPECT_EQ(name("N;CHARSET=ISO_8859-1:O\x92Neil;A\r\n", "2.1"), "O’Neil|A");
+    EXPECT_EQ(name("N;CHARSET=US-ASCII:M\xFCller;A\r\n", "2.1"), "Müller|A");
+    EXPECT_EQ(name("N;CHARSET=ISO-8859-9:O\x92Neil;A\r\n", "2.1"), "O’Neil|A");
+    EXPECT_EQ(name("N;CHARSET=EUC-KR:\xB0\xA1;\x8C\x63\r\n", "2.1"), "가|똠");
+}
+
 TEST(Card, AnUnknownCharacterSetIsReadAsUTF8) {
     EXPECT_EQ(name("N;CHARSET=x-mine:Müller;\xFF\r\n", "2.1"), "Müller|\uFFFD");
     EXPECT_EQ(name("N;CHARSET=../../etc/passwd:Müller;A\r\n", "2.1"), "Müller|A");

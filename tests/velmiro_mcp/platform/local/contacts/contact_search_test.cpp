@@ -131,6 +131,32 @@ TEST(NameQuery, MarksThatAreLettersCount) {
     EXPECT_TRUE(finds("محمد", "مُحَمَّد"));
 }
 
+TEST(NameQuery, PointsThatReadersLeaveOutDoNotCount) {
+    EXPECT_TRUE(finds("כהן", {"כֹּהֵן", "דָּוִד"}));
+    EXPECT_TRUE(finds("דוד", {"כֹּהֵן", "דָּוִד"}));
+    EXPECT_TRUE(finds("דָּוִד", "דוד"));
+    EXPECT_TRUE(finds("שרה", "\uFB2Aרה")); // the letter with its point, as one character
+    EXPECT_TRUE(finds("יד", "יָ֤ד"));
+    EXPECT_TRUE(finds("محمد", "محمـــد"));
+    EXPECT_TRUE(finds("محمد", "مح\u0610مد"));
+    EXPECT_FALSE(finds("כהו", "כֹּהֵן"));
+}
+
+TEST(NameQuery, ALetterThatStandsForAnApostropheSplitsAWordAndDoesNot) {
+    for (const char* query :
+         {"o'tkirov", "otkirov", "Oʻtkirov", "O\u02BCtkirov", "g'afur", "gafur"}) {
+        EXPECT_TRUE(finds(query, {"Oʻtkirov", "Gʻafur"})) << query;
+    }
+    for (const char* query : {"ali", "'ali", "ahmad", "ibn ahmad", "ʿAlī"}) {
+        EXPECT_TRUE(finds(query, {"ʿAlī", "Ibn ʾAḥmad"})) << query;
+    }
+    EXPECT_TRUE(finds("ka'ahumanu", "Kaʻahumanu"));
+    EXPECT_TRUE(finds("kaahumanu", "Kaʻahumanu"));
+    for (const char* mark : {"\u02B9", "\u02BA", "\u02BD", "\u02C8", "\u02EE"}) {
+        EXPECT_TRUE(finds("gurev", "Gur" + std::string{mark} + "ev")) << mark;
+    }
+}
+
 TEST(NameQuery, DigitsAreSearchedLikeLetters) {
     EXPECT_TRUE(finds("3m", "3M"));
     EXPECT_TRUE(finds("4", "Studio 4711"));

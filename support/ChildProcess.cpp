@@ -46,12 +46,12 @@ public:
     explicit Attributes(bool ignoreBrokenPipe) {
         ::posix_spawnattr_init(&attributes_);
         sigset_t restored;
-        ::sigemptyset(&restored);
+        sigemptyset(&restored);
         for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
-            ::sigaddset(&restored, signal);
+            sigaddset(&restored, signal);
         }
         if (!ignoreBrokenPipe) {
-            ::sigaddset(&restored, SIGPIPE);
+            sigaddset(&restored, SIGPIPE);
         }
         ::posix_spawnattr_setsigdefault(&attributes_, &restored);
         ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF);

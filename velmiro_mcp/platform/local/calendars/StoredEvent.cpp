@@ -76,7 +76,8 @@ private:
         for (const ContentLine& line : component_.lines) {
             if (line.is("RRULE") || line.is("EXRULE")) {
                 if (auto rule = readRuleOf(event_, line.value)) {
-                    auto& rules = line.is("RRULE") ? event_.rules : event_.exceptionRules;
+                    rule->isException = line.is("EXRULE");
+                    auto& rules = rule->isException ? event_.exceptionRules : event_.rules;
                     rules.push_back(std::move(*rule));
                 }
             } else if (line.is("RDATE")) {

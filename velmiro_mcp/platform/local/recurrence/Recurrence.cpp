@@ -40,8 +40,11 @@ public:
         : rule_{rule},
           from_{from},
           to_{to},
-          budget_{budget} {
-        keep(start);
+          budget_{budget},
+          last_{start - seconds{1}} {
+        if (!rule.isException) {
+            keep(start);
+        }
     }
 
     [[nodiscard]] bool finished() const { return finished_; }

@@ -28,6 +28,7 @@ struct WeekdayRule {
 /// An RRULE or EXRULE. The lists contain only numbers that the format allows; an empty list sets no
 /// limit.
 struct RecurrenceRule {
+    bool isException = false; ///< an EXRULE
     Frequency frequency = Frequency::daily;
     int interval = 1; ///< at least 1
     std::optional<std::int64_t> count;
@@ -45,9 +46,9 @@ struct RecurrenceRule {
     std::vector<int> positions; ///< which of a period's times; negative: from its end
 };
 
-/// Returns the times of `rule` from `from` up to and including `to`, in ascending order. The first
-/// of a rule's times is always `start`. The caller applies UNTIL, because it names an instant. If
-/// the budget runs out, returns the times found so far.
+/// Returns the times of `rule` from `from` up to and including `to`, in ascending order. An RRULE's
+/// first time is always `start`, an EXRULE's only if it matches. The caller applies UNTIL, because
+/// it names an instant. If the budget runs out, returns the times found so far.
 std::vector<CivilTime> recurrences(const RecurrenceRule& rule, CivilTime start, CivilTime from,
                                    CivilTime to, WorkBudget& budget);
 

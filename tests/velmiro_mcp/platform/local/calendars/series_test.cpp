@@ -191,6 +191,15 @@ TEST_F(LocalSeries, AnEndInUTCIsAnInstant) {
 
 TEST_F(LocalSeries, AnEndWithoutAZoneIsOnTheClockOfTheSeries) {
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;UNTIL=20260909T100000\r\n")).size(), 3U);
+TEST_F(LocalSeries, AnExceptionRuleRemovesTheStartOnlyIfItFindsIt) {
+    EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=3\r\nEXRULE:FREQ=WEEKLY;BYDAY=TU\r\n")),
+              (Texts{"09-07", "09-09"}));
+    EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=9\r\n"
+                          "EXRULE:FREQ=DAILY;BYDAY=TU,WE;COUNT=3\r\n")),
+              (Texts{"09-07", "09-10", "09-11", "09-12", "09-13", "09-14"}))
+        << "COUNT counts what is found";
+}
+
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;UNTIL=20260909T095959\r\n")).size(), 2U);
 }
 

@@ -9,7 +9,7 @@ void Exclusions::add(const Moment& moment) {
     if (moment.civil < from_ - slack || moment.civil > to_ + slack || !budget_.spend()) {
         return;
     }
-    if (allDay_ || moment.isDate) {
+    if (moment.isDate) {
         days_.push_back(dayOf(moment.civil));
     } else {
         instants_.push_back(clock_.instantOf(moment));
@@ -17,7 +17,7 @@ void Exclusions::add(const Moment& moment) {
 }
 
 void Exclusions::addAllFrom(const Moment& moment) {
-    const Instant start = allDay_ ? clock_.startOf(dayOf(moment.civil)) : clock_.instantOf(moment);
+    const Instant start = clock_.instantOf(moment);
     allFrom_ = std::min(allFrom_.value_or(start), start);
 }
 

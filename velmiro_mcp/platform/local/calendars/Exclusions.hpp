@@ -10,13 +10,12 @@
 namespace velmiro::local {
 
 /// The occurrences that a series leaves out: those of its EXDATE and EXRULE, and those that another
-/// event overrides. In a timed series a date stands for the whole day.
+/// event overrides. A date stands for the whole day.
 class Exclusions {
 public:
     /// Only times between `from` and `to` matter.
-    Exclusions(bool allDay, CivilTime from, CivilTime to, UserClock& clock, WorkBudget& budget)
-        : allDay_{allDay},
-          from_{from},
+    Exclusions(CivilTime from, CivilTime to, UserClock& clock, WorkBudget& budget)
+        : from_{from},
           to_{to},
           clock_{clock},
           budget_{budget} {}
@@ -32,7 +31,6 @@ public:
     [[nodiscard]] bool contains(Instant start, CivilTime civil) const;
 
 private:
-    bool allDay_;
     CivilTime from_;
     CivilTime to_;
     UserClock& clock_;

@@ -2,6 +2,7 @@
 
 #include "velmiro_mcp/platform/local/calendars/Exclusions.hpp"
 #include "velmiro_mcp/platform/local/calendars/Span.hpp"
+#include "velmiro_mcp/platform/local/time/Zone.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -30,6 +31,16 @@ bool isWithin(const Moment& until, const Moment& moment, Instant start, UserCloc
     const bool isDateInUTC = moment.isDate && until.civil == dayOf(until.civil);
     return until.zone && !isDateInUTC ? start <= clock.instantOf(until)
                                       : moment.civil <= until.civil;
+}
+
+/// Returns the day that a moment stands for in an all-day series. Some programs write its days as
+/// times in UTC: as 00:00 UTC, or as when the day begins on the user's clock.
+CivilDay dayMeantBy(const Moment& moment, UserClock& clock) {
+    const CivilDay day = dayOf(moment.civil);
+    if (moment.zone != Zone::utc() || moment.civil == day) {
+        return day;
+    }
+    return dayOf(UserClock::civil(clock.instantOf(moment), nullptr));
 }
 
 class Series {
@@ -95,21 +106,21 @@ private:
     }
 
     /// Returns a moment from a property of the series: a time without a zone is on the series'
-    /// clock.
-    [[nodiscard]] Moment onClockOfSeries(Moment moment) const {
+    /// clock, and in an all-day series a time is its day.
+    [[nodiscard]] Moment onClockOfSeries(Moment moment) {
+        if (start_.isDate) {
+            return {dayMeantBy(moment, clock_), true, nullptr};
+        }
         if (!moment.isDate && !moment.zone) {
             moment.zone = start_.zone;
         }
         return moment;
     }
 
-    /// Adds an RDATE. One that is a date in a timed series, or a time in an all-day one, is read as
-    /// what it must mean: that day at the usual time, or that day.
+    /// Adds an RDATE. One that is a date in a timed series is that day at the usual time.
     void addRDate(const MomentOrPeriod& rdate) {
         Moment moment = onClockOfSeries(rdate.start);
-        if (start_.isDate) {
-            moment = {dayOf(moment.civil), true, nullptr};
-        } else if (moment.isDate) {
+        if (moment.isDate && !start_.isDate) {
             moment = {moment.civil + (start_.civil - dayOf(start_.civil)), false, start_.zone};
         }
         const bool isPeriod = rdate.end || rdate.duration;
@@ -117,7 +128,7 @@ private:
     }
 
     Exclusions exclusions(std::span<const StoredEvent* const> overrides) {
-        Exclusions excluded{start_.isDate, from_ - slack, to_, clock_, budget_};
+        Exclusions excluded{from_ - slack, to_, clock_, budget_};
         for (const MomentOrPeriod& exdate : event_.exdates) {
             excluded.add(onClockOfSeries(exdate.start));
         }

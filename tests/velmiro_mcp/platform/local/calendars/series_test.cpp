@@ -275,3 +275,38 @@ TEST_F(LocalSeries, TimesOfDayInARuleMeanNothingToAnAllDaySeries) {
 
 } // namespace
 } // namespace velmiro::local
+TEST_F(LocalSeries, ATimeInAnAllDaySeriesIsItsDayAndOneInUTCTheUsersDay) {
+    const auto daysWith = [](const std::string& line) {
+        Texts found;
+        for (const std::string& text :
+             listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\nRRULE:FREQ=DAILY;COUNT=3\r\n" +
+                                  line + "\r\n"),
+                        "2026-10-01", "2026-12-01")) {
+            found.push_back(text.substr(8, 2));
+        }
+        return found;
+    };
+    for (const char* time :
+         {":20261011", ":20261011T000000Z", ":20261010T220000Z", ":20261011T120000Z",
+          ":20261011T233000", ";TZID=America/New_York:20261011T233000"}) {
+        EXPECT_EQ(daysWith(std::string{"EXDATE"} + time), (Texts{"10", "12"})) << time;
+    }
+    for (const char* time : {":20261014T000000Z", ":20261013T220000Z", ":20261014T215959Z"}) {
+        EXPECT_EQ(daysWith(std::string{"RDATE"} + time), (Texts{"10", "11", "12", "14"})) << time;
+    }
+}
+
+TEST_F(LocalSeries, AnOccurrenceOfAnAllDaySeriesMayBeNamedByTheTimeItBegins) {
+    const auto countWith = [](const std::string& lines) {
+        return listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\nRRULE:FREQ=DAILY;COUNT=3\r\n",
+                                    "BEGIN:VEVENT\r\nUID:event@example.org\r\n" + lines +
+                                        "END:VEVENT\r\n"),
+                          "2026-10-01", "2026-11-01")
+            .size();
+    };
+    EXPECT_EQ(countWith("RECURRENCE-ID:20261010T220000Z\r\nDTSTART;VALUE=DATE:20261120\r\n"), 2U);
+    EXPECT_EQ(countWith("RECURRENCE-ID;RANGE=THISANDFUTURE:20261010T220000Z\r\n"
+                        "STATUS:CANCELLED\r\n"),
+              1U);
+}
+

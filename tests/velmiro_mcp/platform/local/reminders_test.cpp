@@ -69,14 +69,16 @@ TEST_F(LocalReminders, OneWithNothingInItIsAReminderToo) {
 
 TEST_F(LocalReminders, PriorityIsZeroToNineAndAnythingElseNone) {
     EXPECT_EQ(read("PRIORITY:1\r\n").priority, 1);
+    EXPECT_EQ(read("PRIORITY: 5 \r\n").priority, 5);
     for (const char* other : {"10", "-1", "high", "", "1.5", "99999999999"}) {
         EXPECT_EQ(read("PRIORITY:" + std::string{other} + "\r\n").priority, 0) << other;
     }
 }
 
 TEST_F(LocalReminders, CompletedIsRecognisedInEveryForm) {
-    for (const char* done : {"STATUS:COMPLETED", "status:completed", "COMPLETED:20261014T130000Z",
-                             "PERCENT-COMPLETE:100"}) {
+    for (const char* done :
+         {"STATUS:COMPLETED", "status:completed", "STATUS: COMPLETED\t",
+          "COMPLETED:20261014T130000Z", "PERCENT-COMPLETE:100", "PERCENT-COMPLETE: 100 "}) {
         EXPECT_TRUE(read(std::string{done} + "\r\n").completed) << done;
     }
     for (const char* open :
@@ -260,6 +262,16 @@ TEST_F(LocalReminders, AChangeOfTheUsersZoneIsSeenByTheNextCall) {
     EXPECT_EQ(due("DUE;VALUE=DATE:20261014\r\n"), "2026-10-14T00:00:00+02:00");
     const ScopedVariable other{"TZ", "Asia/Tokyo"};
     EXPECT_EQ(dateText(*fetched(*database).front().due), "2026-10-14T00:00:00+09:00");
+}
+
+TEST_F(LocalReminders, BlanksAroundAnIdentifierDoNotCount) {
+    home.writeReminder("Home", "a.ics", "BEGIN:VTODO\nUID: x\u00A0\nEND:VTODO\n");
+    EXPECT_EQ(fetched(*database).front().identifier, "x");
+    EXPECT_TRUE(database->completeReminder("x"));
+    home.writeReminder("Home", "b.ics", "BEGIN:VTODO\nUID: \nEND:VTODO\n");
+    const Reminder unnamed = fetched(*database).front();
+    EXPECT_NE(unnamed.identifier, "") << "a blank one is none";
+    EXPECT_TRUE(database->completeReminder(unnamed.identifier));
 }
 
 TEST_F(LocalReminders, IdentifiersAreNeverPaths) {

@@ -1,5 +1,6 @@
 #include "velmiro_mcp/platform/local/calendars/StoredEvent.hpp"
 
+#include "velmiro_mcp/base/Text.hpp"
 #include "velmiro_mcp/platform/local/icalendar/RuleText.hpp"
 
 namespace velmiro::local {
@@ -35,9 +36,7 @@ public:
         readTexts();
         event_.end = moment("DTEND");
         event_.duration = readDuration(component_);
-        if (const ContentLine* line = component_.line("STATUS")) {
-            event_.cancelled = sameWord(line->value, "CANCELLED");
-        }
+        event_.cancelled = sameWord(readWord(component_, "STATUS"), "CANCELLED");
         if (const ContentLine* line = component_.line("RECURRENCE-ID")) {
             event_.recurrenceID = readMoment(*line, zones_);
             event_.thisAndFuture = sameWord(line->parameter("RANGE"), "THISANDFUTURE");
@@ -65,7 +64,7 @@ public:
 
 private:
     void readTexts() {
-        event_.identifier = readText(component_, "UID").value_or("");
+        event_.identifier = trim(readText(component_, "UID").value_or(""));
         event_.hasUID = !event_.identifier.empty();
         event_.title = readText(component_, "SUMMARY");
         event_.location = readText(component_, "LOCATION");

@@ -1,5 +1,6 @@
 #include "velmiro_mcp/platform/local/calendars/StoredReminder.hpp"
 
+#include "velmiro_mcp/base/Text.hpp"
 #include "velmiro_mcp/platform/local/calendars/Span.hpp"
 
 #include <charconv>
@@ -8,14 +9,8 @@
 namespace velmiro::local {
 namespace {
 
-bool hasValue(const Component& component, std::string_view name, std::string_view value) {
-    const ContentLine* const line = component.line(name);
-    return line != nullptr && sameWord(line->value, value);
-}
-
 int readPriority(const Component& component) {
-    const ContentLine* const line = component.line("PRIORITY");
-    const std::string_view text = line != nullptr ? line->value : std::string_view{};
+    const std::string_view text = readWord(component, "PRIORITY");
     int priority = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), priority);
     const bool isPriority = read.ec == std::errc{} && read.ptr == text.data() + text.size() &&
@@ -27,15 +22,15 @@ int readPriority(const Component& component) {
 
 StoredReminder readReminder(const Component& component, const ZoneFinder& zones) {
     StoredReminder reminder;
-    reminder.identifier = readText(component, "UID").value_or("");
+    reminder.identifier = trim(readText(component, "UID").value_or(""));
     reminder.hasUID = !reminder.identifier.empty();
     reminder.title = readText(component, "SUMMARY");
     reminder.notes = readText(component, "DESCRIPTION");
     reminder.priority = readPriority(component);
-    reminder.completed = hasValue(component, "STATUS", "COMPLETED") ||
-                         component.line("COMPLETED") != nullptr ||
-                         hasValue(component, "PERCENT-COMPLETE", "100");
-    reminder.cancelled = hasValue(component, "STATUS", "CANCELLED");
+    const std::string_view status = readWord(component, "STATUS");
+    reminder.completed = sameWord(status, "COMPLETED") || component.line("COMPLETED") != nullptr ||
+                         readWord(component, "PERCENT-COMPLETE") == "100";
+    reminder.cancelled = sameWord(status, "CANCELLED");
     reminder.isOverride = component.line("RECURRENCE-ID") != nullptr;
     reminder.due = readMoment(component, "DUE", zones);
     if (const auto duration = readDuration(component); duration && !reminder.due) {

@@ -51,8 +51,7 @@ Rank rankOf(const Component& component) {
 } // namespace
 
 std::int64_t sequenceOf(const Component& component) {
-    const ContentLine* const line = component.line("SEQUENCE");
-    const std::string_view text = line != nullptr ? trimWSP(line->value) : std::string_view{};
+    const std::string_view text = readWord(component, "SEQUENCE");
     std::int64_t sequence = 0;
     std::from_chars(text.data(), text.data() + text.size(), sequence);
     return sequence;

@@ -1,6 +1,7 @@
 #include "velmiro_mcp/platform/local/files/Vdir.hpp"
 
 #include "MCPStdio/text/UTF8.hpp"
+#include "velmiro_mcp/base/Text.hpp"
 #include "velmiro_mcp/platform/local/files/FileCreation.hpp"
 #include "velmiro_mcp/platform/local/files/RootCreation.hpp"
 #include "velmiro_mcp/platform/local/files/SystemError.hpp"
@@ -35,19 +36,13 @@ bool isDanglingLink(const std::string& path) {
     return leadsToNothing && exists(path);
 }
 
-std::string trimmed(const std::string& text) {
-    constexpr std::string_view blanks = " \t\r\n\v\f";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
 std::string titleOf(const std::string& path, const std::string& folder) {
     constexpr std::size_t longestTitle = 4096;
     const auto written = readRegularFile(path + "/displayname", longestTitle);
-    const std::string title = written ? trimmed(*written) : std::string{};
+    std::string title{trim(written.value_or(""))};
+    if (title.empty()) {
+        title = trim(folder);
+    }
     return MCPStdio::repairUTF8(title.empty() ? folder : title);
 }
 

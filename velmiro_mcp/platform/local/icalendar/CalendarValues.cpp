@@ -127,8 +127,13 @@ std::optional<Moment> readMoment(const Component& component, std::string_view na
 }
 
 std::optional<NominalDuration> readDuration(const Component& component) {
-    const ContentLine* const line = component.line("DURATION");
-    return line != nullptr ? readDuration(std::string{line->value}) : std::nullopt;
+    const std::string_view text = readWord(component, "DURATION");
+    return text.empty() ? std::nullopt : readDuration(std::string{text});
+}
+
+std::string_view readWord(const Component& component, std::string_view name) {
+    const ContentLine* const line = component.line(name);
+    return line != nullptr ? trimWSP(line->value) : std::string_view{};
 }
 
 std::vector<MomentOrPeriod> readMoments(const ContentLine& written, const ZoneFinder& zones) {
@@ -151,7 +156,7 @@ std::vector<MomentOrPeriod> readMoments(const ContentLine& written, const ZoneFi
         }
         MomentOrPeriod value{*start, std::nullopt, std::nullopt};
         if (slash < text.size()) {
-            const auto end = text.substr(slash + 1);
+            const auto end = trimWSP(text.substr(slash + 1));
             value.end = readMoment(end, zone);
             value.duration = value.end ? std::nullopt : readDuration(std::string{end});
         }

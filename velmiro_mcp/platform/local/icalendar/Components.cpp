@@ -75,13 +75,13 @@ std::vector<Component> readComponents(std::string_view text) {
             } else if (++count > mostComponents) {
                 break;
             } else {
-                nesting.begin(line.value, text);
+                nesting.begin(trimWSP(line.value), text);
             }
         } else if (line.is("END")) {
             if (tooDeep > 0) {
                 --tooDeep;
             } else {
-                nesting.end(line.value, where);
+                nesting.end(trimWSP(line.value), where);
             }
         } else if (tooDeep == 0 && !line.name.empty()) {
             nesting.add(line);

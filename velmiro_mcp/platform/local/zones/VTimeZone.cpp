@@ -26,13 +26,9 @@ struct Observance {
 };
 
 std::optional<Observance> readObservance(const Component& component) {
-    const auto valueOf = [&](std::string_view name) {
-        const ContentLine* line = component.line(name);
-        return line != nullptr ? line->value : std::string_view{};
-    };
-    const auto before = readOffset(valueOf("TZOFFSETFROM"));
-    const auto after = readOffset(valueOf("TZOFFSETTO"));
-    const auto start = readMoment(valueOf("DTSTART"), nullptr);
+    const auto before = readOffset(readWord(component, "TZOFFSETFROM"));
+    const auto after = readOffset(readWord(component, "TZOFFSETTO"));
+    const auto start = readMoment(readWord(component, "DTSTART"), nullptr);
     if (!component.complete || !before || !after || !start) {
         return std::nullopt;
     }

@@ -159,6 +159,23 @@ TEST_F(LocalSeries, BlanksAroundDatesDoNotMatter) {
     EXPECT_EQ(days("BEGIN:VEVENT\r\nDTSTART: 20260907T080000Z \r\nEND:VEVENT\r\n"), Texts{"09-07"});
 }
 
+TEST_F(LocalSeries, BlanksAroundNamesAndWordsDoNotMatter) {
+    EXPECT_EQ(days("BEGIN: VEVENT \r\nDTSTART:20260907T080000Z\r\nEND:VEVENT\t\r\n"),
+              Texts{"09-07"});
+    EXPECT_EQ(listedFrom(eventFile("DTSTART:20260907T080000Z\r\nDURATION: PT1H \r\n"), "2026-09-01",
+                         "2026-10-01"),
+              Texts{"2026-09-07T10:00:00+02:00..2026-09-07T11:00:00+02:00 (none)"});
+    EXPECT_EQ(listedFrom(eventFile("DTSTART:20260907T080000Z\r\n"
+                                   "RDATE;VALUE=PERIOD: 20260908T080000Z / PT1H \r\n"),
+                         "2026-09-08", "2026-10-01"),
+              Texts{"2026-09-08T10:00:00+02:00..2026-09-08T11:00:00+02:00 (none)"});
+    EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=3\r\n",
+                          "BEGIN:VEVENT\r\nUID: s\u00A0\r\nSTATUS: CANCELLED \r\n"
+                          "RECURRENCE-ID:20260908T080000Z\r\nEND:VEVENT\r\n")),
+              (Texts{"09-07", "09-09"}))
+        << "nor around the UID";
+}
+
 TEST_F(LocalSeries, AnUnknownPartOfARuleLeavesTheSeries) {
     for (const std::string rule :
          {"FREQ=DAILY;X-FOO=1;COUNT=3", "FREQ=DAILY; COUNT=3", "FREQ=DAILY;BYDAY=;COUNT=3",
@@ -172,6 +189,15 @@ TEST_F(LocalSeries, AnUnknownPartOfARuleLeavesTheSeries) {
 TEST_F(LocalSeries, AnExceptionRuleRemovesWhatItFinds) {
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=5\r\nEXRULE:FREQ=DAILY;INTERVAL=2\r\n")),
               (Texts{"09-08", "09-10"}));
+}
+
+TEST_F(LocalSeries, AnExceptionRuleRemovesTheStartOnlyIfItFindsIt) {
+    EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=3\r\nEXRULE:FREQ=WEEKLY;BYDAY=TU\r\n")),
+              (Texts{"09-07", "09-09"}));
+    EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=9\r\n"
+                          "EXRULE:FREQ=DAILY;BYDAY=TU,WE;COUNT=3\r\n")),
+              (Texts{"09-07", "09-10", "09-11", "09-12", "09-13", "09-14"}))
+        << "COUNT counts what is found";
 }
 
 TEST_F(LocalSeries, SeveralRulesAreOneSeries) {
@@ -191,15 +217,6 @@ TEST_F(LocalSeries, AnEndInUTCIsAnInstant) {
 
 TEST_F(LocalSeries, AnEndWithoutAZoneIsOnTheClockOfTheSeries) {
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;UNTIL=20260909T100000\r\n")).size(), 3U);
-TEST_F(LocalSeries, AnExceptionRuleRemovesTheStartOnlyIfItFindsIt) {
-    EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=3\r\nEXRULE:FREQ=WEEKLY;BYDAY=TU\r\n")),
-              (Texts{"09-07", "09-09"}));
-    EXPECT_EQ(days(series("RRULE:FREQ=DAILY;COUNT=9\r\n"
-                          "EXRULE:FREQ=DAILY;BYDAY=TU,WE;COUNT=3\r\n")),
-              (Texts{"09-07", "09-10", "09-11", "09-12", "09-13", "09-14"}))
-        << "COUNT counts what is found";
-}
-
     EXPECT_EQ(days(series("RRULE:FREQ=DAILY;UNTIL=20260909T095959\r\n")).size(), 2U);
 }
 
@@ -261,20 +278,6 @@ TEST_F(LocalSeries, AMidnightInUTCIsTheDateAlsoWhereThatIsTheEveningBefore) {
               3U);
 }
 
-TEST_F(LocalSeries, TimesOfDayInARuleMeanNothingToAnAllDaySeries) {
-    EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\n"
-                                   "RRULE:FREQ=DAILY;BYHOUR=9,10;COUNT=2\r\n"),
-                         "2026-10-01", "2026-12-01")
-                  .size(),
-              2U);
-    EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\nRRULE:FREQ=HOURLY\r\n"),
-                         "2026-10-01", "2026-12-01")
-                  .size(),
-              1U);
-}
-
-} // namespace
-} // namespace velmiro::local
 TEST_F(LocalSeries, ATimeInAnAllDaySeriesIsItsDayAndOneInUTCTheUsersDay) {
     const auto daysWith = [](const std::string& line) {
         Texts found;
@@ -310,3 +313,17 @@ TEST_F(LocalSeries, AnOccurrenceOfAnAllDaySeriesMayBeNamedByTheTimeItBegins) {
               1U);
 }
 
+TEST_F(LocalSeries, TimesOfDayInARuleMeanNothingToAnAllDaySeries) {
+    EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\n"
+                                   "RRULE:FREQ=DAILY;BYHOUR=9,10;COUNT=2\r\n"),
+                         "2026-10-01", "2026-12-01")
+                  .size(),
+              2U);
+    EXPECT_EQ(listedFrom(eventFile("DTSTART;VALUE=DATE:20261010\r\nRRULE:FREQ=HOURLY\r\n"),
+                         "2026-10-01", "2026-12-01")
+                  .size(),
+              1U);
+}
+
+} // namespace
+} // namespace velmiro::local

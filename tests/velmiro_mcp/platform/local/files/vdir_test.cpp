@@ -79,7 +79,11 @@ TEST(LocalCalendars, HaveTheTitleInTheirFolder) {
     home.write("d", "displayname", std::string(100'000, 'x'));
     std::filesystem::create_directories(home.calendars() + "/e/displayname");
     home.write("f\xFF", "x.ics", "");
-    EXPECT_EQ(titles(), (Texts{"Work – Büro", "b", "Gr\uFFFD\uFFFDe", "d", "e", "f\uFFFD"}));
+    home.write("g", "displayname", "\u00A0Ferien\u3000");
+    home.write("h ", "x.ics", "");
+    home.write(" ", "x.ics", "");
+    EXPECT_EQ(titles(), (Texts{" ", "Work – Büro", "b", "Gr\uFFFD\uFFFDe", "d", "e", "f\uFFFD",
+                               "Ferien", "h"}));
 }
 
 TEST(LocalCalendars, WithANameThatIsNotUTF8CanBeUsed) {

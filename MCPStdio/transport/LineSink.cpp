@@ -44,9 +44,9 @@ Descriptor openNonblocking(int descriptor) {
     return Descriptor{::open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)};
 }
 
-/// Makes a write to a socket without room give up after a moment. For a single one MSG_DONTWAIT would
-/// say so, but macOS ignores it for sending; and O_NONBLOCK is shared with the parent. Returns false if
-/// it is no socket.
+/// Makes a write to a socket without room give up after a moment. For a single one MSG_DONTWAIT
+/// would say so, but macOS ignores it for sending; and O_NONBLOCK is shared with the parent.
+/// Returns false if it is no socket.
 bool giveUpSoon(int descriptor) {
     const timeval moment{0, 1'000}; // microseconds; or the system's tick, if that is longer
     return S_ISSOCK(kindOf(descriptor)) &&

@@ -181,8 +181,8 @@ bool beginsWithOthers(std::string_view name) {
            (holdsAddress(name.substr(0, last)) || name.find(';', group) != std::string_view::npos);
 }
 
-/// Reads `Doe, John <a@b>`: a sole address after a name that lacks its quotes. Readers would take it
-/// for several addresses, or for none. Returns nullopt for any other text.
+/// Reads `Doe, John <a@b>`: a sole address after a name that lacks its quotes. Readers would take
+/// it for several addresses, or for none. Returns nullopt for any other text.
 std::optional<Mailbox> mailboxWithoutQuotes(std::string_view text) {
     const std::size_t open = text.find('<');
     if (open == std::string_view::npos || text.find_first_of("<>", open + 1) != text.size() - 1 ||

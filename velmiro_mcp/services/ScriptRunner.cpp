@@ -83,8 +83,8 @@ Subprocess start(const std::vector<std::string>& line, milliseconds timeout) {
     }
 }
 
-/// Returns the number that an escape such as \ud83d at the beginning of a text stands for; nullopt if
-/// there is none.
+/// Returns the number that an escape such as \ud83d at the beginning of a text stands for; nullopt
+/// if there is none.
 std::optional<unsigned> escapedUnit(std::string_view text) {
     constexpr std::size_t length = 6;
     if (text.size() < length || !text.starts_with("\\u")) {
@@ -96,8 +96,8 @@ std::optional<unsigned> escapedUnit(std::string_view text) {
     return read.ptr == end ? std::optional{unit} : std::nullopt;
 }
 
-/// Replaces the escapes of lone surrogates by that of U+FFFD. A script that cuts a text off may leave
-/// half a character, which JavaScript writes as such an escape.
+/// Replaces the escapes of lone surrogates by that of U+FFFD. A script that cuts a text off may
+/// leave half a character, which JavaScript writes as such an escape.
 std::string repairSurrogates(std::string text) {
     const std::string_view view = text;
     for (std::size_t at = 0; (at = text.find('\\', at)) != std::string::npos;) {

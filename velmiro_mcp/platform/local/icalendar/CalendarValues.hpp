@@ -39,8 +39,8 @@ std::optional<Moment> readMoment(const Component& component, std::string_view na
                                  const ZoneFinder& zones);
 std::optional<NominalDuration> readDuration(const Component& component);
 
-/// Returns the value of a component's first line of that name, for words and numbers; an empty one if
-/// the component has no such line. Blanks around it do not count.
+/// Returns the value of a component's first line of that name, for words and numbers; an empty one
+/// if the component has no such line. Blanks around it do not count.
 std::string_view readWord(const Component& component, std::string_view name);
 
 /// A value of an RDATE or EXDATE. A period has an end or a duration of its own.

@@ -41,14 +41,14 @@ Recurring readRecurring(const Component& reminder, const ZoneFinder& zones) {
 std::vector<StoredEvent> overridesOf(const std::vector<ReminderComponent>& all,
                                      const Component& reminder, const ZoneFinder& zones) {
     std::vector<StoredEvent> overrides;
-    const auto uid = readText(reminder, "UID");
+    const std::string uid = readReminder(reminder, zones).identifier;
     for (const ReminderComponent& other : all) {
         const ContentLine* const line = other.reminder->line("RECURRENCE-ID");
-        if (line == nullptr || !uid || readText(*other.reminder, "UID") != uid) {
+        if (line == nullptr) {
             continue;
         }
         const StoredReminder stored = readReminder(*other.reminder, zones);
-        if (!stored.isOpen()) {
+        if (stored.hasUID && stored.identifier == uid && !stored.isOpen()) {
             StoredEvent& event = overrides.emplace_back();
             event.recurrenceID = readMoment(*line, zones);
             event.cancelled = stored.cancelled;

@@ -209,7 +209,7 @@ TEST_F(NextOfASeries, IsDueAsLongAfterItsStartAsBefore) {
 TEST_F(NextOfASeries, IsNoneThatAnotherReminderOfTheFileOverridesAsDone) {
     const auto dueAfter = [&](const std::string& status) {
         completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nDUE;VALUE=DATE:20260105\n"
-                  "RRULE:FREQ=DAILY\nEND:VTODO\nBEGIN:VTODO\nUID:a\n"
+                  "RRULE:FREQ=DAILY\nEND:VTODO\nBEGIN:VTODO\nUID: a\n"
                   "RECURRENCE-ID;VALUE=DATE:20260106\n" +
                   status +
                   "END:VTODO\nBEGIN:VTODO\nUID:b\nRECURRENCE-ID;VALUE=DATE:20260107\n"

@@ -2,6 +2,7 @@
 
 #include "osascript/message/CharacterSets.hpp"
 #include "osascript/message/HTMLNesting.hpp"
+#include "osascript/message/InlineStyle.hpp"
 #include "osascript/message/NamedCharset.hpp"
 #include "osascript/message/TextLayout.hpp"
 
@@ -121,6 +122,13 @@ const GumboNode& child(const GumboElement& element, std::size_t index) {
 std::string_view attribute(const GumboElement& element, const char* name) {
     const GumboAttribute* const found = gumbo_get_attribute(&element.attributes, name);
     return found == nullptr ? std::string_view{} : found->value;
+}
+
+/// Returns whether an element's own attributes hide it, with all that is in it. A sender may so
+/// show a text to programs that no reader sees.
+bool isHidden(const GumboElement& element) {
+    return gumbo_get_attribute(&element.attributes, "hidden") != nullptr ||
+           hidesElement(attribute(element, "style"));
 }
 
 std::string letters(std::size_t number, char first) {
@@ -243,7 +251,7 @@ private:
     void open(const GumboNode& node) {
         const GumboElement& element = node.v.element;
         const Style& style = styleOf(element.tag);
-        if (style.kind == Kind::hidden) {
+        if (style.kind == Kind::hidden || isHidden(element)) {
             return;
         }
         const bool isNestedList = style.kind == Kind::list && isItem(*node.parent);

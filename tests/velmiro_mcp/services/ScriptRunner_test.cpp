@@ -13,6 +13,8 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <map>
+#include <string>
+#include <vector>
 
 using namespace velmiro;
 using namespace std::chrono_literals;
@@ -146,6 +148,7 @@ TEST(ScriptRunner, RepairsHalvesOfCharactersThatACutLeft) {
         {R"(["\ude00a","\uD83D\ude00"])", R"(["\ufffda","\ud83d\ude00"])"},
         {R"(["\ud83d\ud83d\ude00\n"])", R"(["\ufffd\ud83d\ude00\n"])"},
         {R"(["\\ud83d","\ud83dx"])", R"(["\\ud83d","\ufffdx"])"},
+        {R"(["\nd83d","\n\ud83d"])", R"(["\nd83d","\n\ufffd"])"},
     };
     for (const auto& [printed, meant] : repaired) {
         EXPECT_EQ(run({"out " + printed}), JSONValue::parse(meant)) << printed;
@@ -153,6 +156,35 @@ TEST(ScriptRunner, RepairsHalvesOfCharactersThatACutLeft) {
     for (const std::string text : {R"(["\ud83d")", R"(["\ud83d\x"])", R"(["\ud8"])", R"(\ud83d)"}) {
         EXPECT_EQ(run({"out " + text}), JSONValue{text}) << "not JSON in any case";
     }
+}
+
+TEST(ScriptRunner, RepairsHalvesOnlyWhereverTheyStand) {
+    // Every sequence of three of the first and last units of each kind.
+    const std::vector<std::string> units{"0041", "d7ff", "d800", "dbff", "dc00", "dfff", "e000"};
+    const auto isFirstHalf = [](const std::string& unit) {
+        return unit >= "d800" && unit < "dc00";
+    };
+    const auto isSecondHalf = [](const std::string& unit) {
+        return unit >= "dc00" && unit < "e000";
+    };
+    const auto orReplaced = [&](const std::string& unit, bool paired) {
+        const bool half = isFirstHalf(unit) || isSecondHalf(unit);
+        return "\\u" + (half && !paired ? "fffd" : unit);
+    };
+    std::string printed = "[0";
+    std::string meant = "[0";
+    for (const std::string& first : units) {
+        for (const std::string& second : units) {
+            for (const std::string& third : units) {
+                const bool begins = isFirstHalf(first) && isSecondHalf(second);
+                const bool ends = !begins && isFirstHalf(second) && isSecondHalf(third);
+                printed += ",\"\\u" + first + "\\u" + second + "\\u" + third + "\"";
+                meant += ",\"" + orReplaced(first, begins) + orReplaced(second, begins || ends) +
+                         orReplaced(third, ends) + "\"";
+            }
+        }
+    }
+    EXPECT_EQ(run({"out " + printed + "]"}), JSONValue::parse(meant + "]"));
 }
 
 TEST(ScriptRunner, IgnoresStandardErrorOfAScriptThatSucceeds) {

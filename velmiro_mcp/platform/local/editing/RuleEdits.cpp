@@ -25,7 +25,7 @@ std::string withRemainingCount(std::string_view text, std::int64_t used) {
         rest += rest.empty() ? "" : ";";
         const auto count = countOf(part);
         if (count) {
-            rest += "COUNT=" + std::to_string(std::max<std::int64_t>(*count - used, 1));
+            rest += "COUNT=" + std::to_string(*count - used);
         } else {
             rest += part;
         }

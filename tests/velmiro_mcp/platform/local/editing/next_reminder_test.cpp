@@ -154,6 +154,14 @@ TEST_F(NextOfASeries, GoesOnAsBeforeAfterAnOccurrenceBesidesTheRule) {
                         "RRULE:FREQ=MONTHLY;BYMONTHDAY=8\n"),
               (Texts{"DTSTART;VALUE=DATE:20260108", "RRULE:FREQ=WEEKLY;BYDAY=MO",
                      "RRULE:FREQ=MONTHLY;BYMONTHDAY=8"}));
+    EXPECT_EQ(nextLines("DUE;VALUE=DATE:20260105\nRRULE:FREQ=WEEKLY\n"
+                        "RRULE:FREQ=YEARLY;BYMONTH=1;BYDAY=1MO\nRDATE;VALUE=DATE:20260108\n"),
+              (Texts{"DUE;VALUE=DATE:20260108", "RRULE:FREQ=WEEKLY;BYDAY=MO",
+                     "RRULE:FREQ=YEARLY;BYMONTH=1;BYDAY=1MO"}));
+    EXPECT_EQ(nextLines("DUE:20260105T090000Z\nRRULE:FREQ=DAILY\nRDATE:20260105T120000Z\n"),
+              (Texts{"DUE:20260105T120000Z", "RRULE:FREQ=DAILY;BYHOUR=9;BYMINUTE=0;BYSECOND=0"}));
+    EXPECT_EQ(nextLines("DUE:20260105T090000Z\nRRULE:FREQ=HOURLY\nRDATE:20260105T093000Z\n"),
+              (Texts{"DUE:20260105T093000Z", "RRULE:FREQ=HOURLY;BYMINUTE=0;BYSECOND=0"}));
     EXPECT_EQ(nextLines("DUE;VALUE=DATE:20260105\nRRULE:FREQ=YEARLY\nRDATE;VALUE=DATE:20260108\n"),
               (Texts{"DUE;VALUE=DATE:20260108", "RRULE:FREQ=YEARLY;BYMONTH=1;BYMONTHDAY=5"}));
     EXPECT_EQ(nextLines("DUE;VALUE=DATE:20260105\nRRULE:FREQ=YEARLY;BYWEEKNO=2\n"
@@ -204,6 +212,25 @@ TEST_F(NextOfASeries, IsDueAsLongAfterItsStartAsBefore) {
                         "RRULE:FREQ=WEEKLY\n"),
               (Texts{"DTSTART;TZID=Europe/Berlin:20261028T090000", "DUE:20261028T083000Z",
                      "RRULE:FREQ=WEEKLY"}));
+    EXPECT_EQ(nextLines("DTSTART;TZID=Europe/Berlin:20260328T120000\nDUE;VALUE=DATE:20260330\n"
+                        "RRULE:FREQ=DAILY\n"),
+              (Texts{"DTSTART;TZID=Europe/Berlin:20260329T120000", "DUE;VALUE=DATE:20260331",
+                     "RRULE:FREQ=DAILY"}))
+        << "the night in between has an hour less";
+}
+
+TEST_F(NextOfASeries, IsNoneIfAllThatFollowAreCancelled) {
+    const auto nextAfter = [&](const std::string& status) {
+        completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nDUE;VALUE=DATE:20260105\n"
+                  "RRULE:FREQ=DAILY\nEND:VTODO\nBEGIN:VTODO\nUID:a\n"
+                  "RECURRENCE-ID;VALUE=DATE;RANGE=THISANDFUTURE:20260106\nSTATUS:" +
+                  status + "\nEND:VTODO\nEND:VCALENDAR\n");
+        const std::string text = next();
+        fs::remove_all(home.reminders());
+        return text;
+    };
+    EXPECT_EQ(nextAfter("CANCELLED"), "");
+    EXPECT_NE(nextAfter("COMPLETED").find("DUE;VALUE=DATE:20260107"), std::string::npos);
 }
 
 TEST_F(NextOfASeries, IsNoneThatAnotherReminderOfTheFileOverridesAsDone) {

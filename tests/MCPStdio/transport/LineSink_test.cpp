@@ -1,15 +1,11 @@
 #include "MCPStdio/transport/LineSink.hpp"
 
-#include "support/Pipe.hpp"
 #include "support/TemporaryFolder.hpp"
+#include "tests/MCPStdio/transport/Ends.hpp"
 
-#include <algorithm>
-#include <array>
-#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
-#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -17,8 +13,6 @@
 #include <limits>
 #include <string>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <thread>
 #include <unistd.h>
@@ -28,26 +22,6 @@ using namespace MCPStdio;
 namespace fs = std::filesystem;
 
 namespace {
-
-struct Ends {
-    int reader = -1;
-    int writer = -1;
-};
-
-Ends makePipe() {
-    auto [reading, writing] = velmiro::support::makePipe();
-    return {reading.release(), writing.release()};
-}
-
-std::string readAll(int descriptor) {
-    std::string all;
-    std::array<char, 65536> chunk{};
-    for (ssize_t count = 0; (count = ::read(descriptor, chunk.data(), chunk.size())) > 0;) {
-        all.append(chunk.data(), static_cast<std::size_t>(count));
-    }
-    ::close(descriptor);
-    return all;
-}
 
 /// Returns a line that begins with its number. Every hundredth is longer than PIPE_BUF.
 std::string numberedLine(int number) {
@@ -85,12 +59,6 @@ void sendsEverythingBeforeAnyoneReads(Ends ends) {
     sendsEverything(ends, std::numeric_limits<int>::max());
 }
 
-Ends makeSocketPair() {
-    std::array<int, 2> ends{};
-    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
-    return {ends[0], ends[1]};
-}
-
 /// Opens a terminal that passes on the bytes as they are.
 Ends makeTerminal() {
     Ends ends;
@@ -120,12 +88,6 @@ std::size_t writtenByThisThread() {
     return 0;
 }
 
-/// Whether the sender itself writes into a pipe what fits, however long: that takes a second
-/// descriptor for the same pipe.
-bool pipesCanBeOpenedAgain() {
-    return fs::exists("/proc/self/fd");
-}
-
 /// Checks that the sender itself writes lines that fit: another thread would hardly be as fast.
 void areThereWhenSendReturns(Ends ends, int longest) {
     for (const int length : {1, PIPE_BUF - 1, PIPE_BUF, 6'000, 60'000}) {
@@ -145,31 +107,6 @@ void areThereWhenSendReturns(Ends ends, int longest) {
     ::close(ends.reader);
 }
 
-/// Sends a line that is far larger than the stream to a reader that takes a part of it every two
-/// milliseconds.
-void theSenderWaits(Ends ends) {
-    using namespace std::chrono_literals;
-    constexpr std::size_t size = 1'000'000;
-    std::thread reader{[&] {
-        std::vector<char> chunk(65'536);
-        for (std::size_t taken = 0; taken < size + 1;) {
-            std::this_thread::sleep_for(2ms);
-            const ssize_t count = ::read(ends.reader, chunk.data(), chunk.size());
-            ASSERT_GT(count, 0);
-            taken += static_cast<std::size_t>(count);
-        }
-    }};
-    LineSink sink{ends.writer};
-    const auto before = std::chrono::steady_clock::now();
-    sink.send(TextBuffer{std::string(size, 'x')});
-    // As long as the reader takes, or until it has taken nothing for ten milliseconds.
-    EXPECT_GE(std::chrono::steady_clock::now() - before, 10ms);
-    sink.finish();
-    reader.join();
-    ::close(ends.writer);
-    ::close(ends.reader);
-}
-
 } // namespace
 
 TEST(LineSink, SendingContinuesWithoutAReaderOfAPipe) {
@@ -183,9 +120,7 @@ TEST(LineSink, SendingContinuesBeforeAndWhileAPipeIsRead) {
 TEST(LineSink, ALineThatFitsIsThereWhenSendReturns) {
     const int longest = pipesCanBeOpenedAgain() ? 60'000 : PIPE_BUF - 1;
     areThereWhenSendReturns(makePipe(), longest);
-    const Ends nonblocking = makePipe();
-    ASSERT_EQ(::fcntl(nonblocking.writer, F_SETFL, O_NONBLOCK), 0);
-    areThereWhenSendReturns(nonblocking, longest);
+    areThereWhenSendReturns(makeNonblockingPipe(), longest);
     areThereWhenSendReturns(makeSocketPair(), 6'000); // all that some systems' sockets hold
 }
 
@@ -205,84 +140,6 @@ TEST(LineSink, AShortLineForAFileIsWrittenByItsSender) {
         sink.finish();
     }
     ::close(file);
-}
-
-TEST(LineSink, TheSenderOfALargeLineWaitsForAReaderThatTakesIt) {
-    theSenderWaits(makeSocketPair());
-    if (pipesCanBeOpenedAgain()) {
-        theSenderWaits(makePipe());
-    }
-}
-
-TEST(LineSink, AReaderAtAGoodPaceIsWaitedFor) {
-    const Ends ends = makePipe();
-    std::thread reader;
-    {
-        LineSink sink{ends.writer};
-        const std::string line(1000, 'x');
-        for (int i = 0; i < 1000; ++i) {
-            sink.send(TextBuffer{line}); // far more than the pipe holds: most are queued
-        }
-        std::array<char, 4096> chunk{};
-        for (ssize_t taken = 0; taken < 262'144;) {
-            const ssize_t count = ::read(ends.reader, chunk.data(), chunk.size());
-            ASSERT_GT(count, 0);
-            taken += count;
-        }
-        const auto before = std::chrono::steady_clock::now();
-        sink.send(TextBuffer{line});
-        // Most are still queued: the sender waits a moment for the reader.
-        EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{10});
-        reader = std::thread{[&] { readAll(ends.reader); }};
-        sink.finish();
-    }
-    ::close(ends.writer);
-    reader.join();
-}
-
-TEST(LineSink, ASlowReaderIsNotWaitedFor) {
-    const Ends ends = makePipe();
-    std::thread reader;
-    {
-        LineSink sink{ends.writer};
-        const std::string line(1000, 'x');
-        for (int i = 0; i < 1000; ++i) {
-            sink.send(TextBuffer{line});
-        }
-        auto shortest = std::chrono::steady_clock::duration::max();
-        std::array<char, 8192> chunk{}; // far below a good pace
-        for (int round = 0; round < 10; ++round) {
-            ASSERT_GT(::read(ends.reader, chunk.data(), chunk.size()), 0);
-            std::this_thread::sleep_for(std::chrono::milliseconds{20}); // the queue moves up
-            const auto before = std::chrono::steady_clock::now();
-            sink.send(TextBuffer{line});
-            shortest = std::min(shortest, std::chrono::steady_clock::now() - before);
-        }
-        EXPECT_LT(shortest, std::chrono::milliseconds{10});
-        reader = std::thread{[&] { readAll(ends.reader); }};
-        sink.finish();
-    }
-    ::close(ends.writer);
-    reader.join();
-}
-
-TEST(LineSink, WaitingForAReaderTakesNoProcessorTimeAndCutsNothingOff) {
-    const Ends ends = makePipe();
-    const std::string line(1'000'000, 'x');
-    std::string received;
-    std::thread reader;
-    {
-        LineSink sink{ends.writer};
-        sink.send(TextBuffer{line});
-        const auto before = std::clock();
-        std::this_thread::sleep_for(std::chrono::milliseconds{300});
-        EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 10);
-        reader = std::thread{[&] { received = readAll(ends.reader); }};
-        sink.finish();
-    }
-    ::close(ends.writer);
-    reader.join();
-    EXPECT_TRUE(received == line + "\n");
 }
 
 TEST(LineSink, LinesOfEveryLengthReachAFile) {
@@ -314,9 +171,7 @@ TEST(LineSink, ThePipesFlagsStayAsTheParentSetThem) {
 }
 
 TEST(LineSink, SendingContinuesWithoutAReaderOfANonBlockingPipe) {
-    const Ends ends = makePipe();
-    ASSERT_EQ(::fcntl(ends.writer, F_SETFL, O_NONBLOCK), 0);
-    sendsEverythingBeforeAnyoneReads(ends);
+    sendsEverythingBeforeAnyoneReads(makeNonblockingPipe());
 }
 
 TEST(LineSink, SendingContinuesWithoutAReaderOfASocket) {

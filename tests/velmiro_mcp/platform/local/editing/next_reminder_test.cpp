@@ -35,6 +35,15 @@ protected:
     }
 };
 
+/// Returns the list of the whole numbers from 0 up to one before `end`.
+std::string below(int end) {
+    std::string list = "0";
+    for (int number = 1; number < end; ++number) {
+        list += "," + std::to_string(number);
+    }
+    return list;
+}
+
 } // namespace
 
 TEST_F(NextOfASeries, IsANewReminderWithTheSameLines) {
@@ -198,6 +207,20 @@ TEST_F(NextOfASeries, ThatCannotGoOnAsBeforeIsRefusedAndNothingIsLost) {
     }
     EXPECT_EQ(readFile(path()), file);
     EXPECT_EQ(namesIn(home.reminders() + "/Home"), Texts{"a.ics"});
+}
+
+TEST_F(NextOfASeries, ThatTheReaderCannotFollowToItsEndGoesOn) {
+    // All seconds of a day take up so much of the work that a reader allows that it looks at 37
+    // years of days. A count counts from the start: so one more is seen of the next series than of
+    // the old one.
+    const std::string leapDays = "RRULE:FREQ=DAILY;BYMONTH=2;BYMONTHDAY=29;BYHOUR=" + below(24) +
+                                 ";BYMINUTE=" + below(60) + ";BYSECOND=" + below(60) +
+                                 ";BYSETPOS=1;COUNT=";
+    EXPECT_EQ(nextLines("DUE:20240229T000000Z\n" + leapDays + "100\n").front(),
+              "DUE:20280229T000000Z");
+    EXPECT_EQ(nextLines("DUE:20240229T000000Z\n" + leapDays + "11\n").front(),
+              "DUE:20280229T000000Z")
+        << "the end of the next series is seen";
 }
 
 TEST_F(NextOfASeries, ATimeThatTheClockSkipsStaysThatTimeInTheRule) {

@@ -86,10 +86,12 @@ Found occurrencesAfter(Instant instant, std::size_t least, const StoredEvent& se
     return found;
 }
 
-/// Returns the line with another moment, in the same form.
+/// Returns the line with another moment, in the same form. Throws PlatformError if the form has no
+/// such year.
 std::string withMoment(const ContentLine& written, Moment moment, CivilTime civil) {
     const ContentLine line = dateLine(written);
     moment.civil = moment.isDate ? dayOf(civil) : civil;
+    requireWritable(moment);
     return std::string{line.name} + std::string{line.parameters} + ":" + momentText(moment);
 }
 
@@ -102,6 +104,30 @@ CivilTime nextDue(const Recurring& old, const Moment& start, CivilTime next, Use
     }
     const auto after = clock.instantOf(due) - clock.instantOf(start);
     return UserClock::civil(clock.instantOf({next, false, start.zone}) + after, due.zone.get());
+}
+
+/// Moves the alarms that ring at a time of their own as far as the reminder, on the clock of its
+/// date. Others count from its dates anyway.
+void moveAlarms(LineEdits& edits, std::string_view text, const Component& reminder,
+                const Moment& date, CivilTime nextDate, const ZoneFinder& zones) {
+    LineCounter counter{text};
+    UserClock clock;
+    for (const Component& part : reminder.parts) {
+        if (!part.is("VALARM") || sameWord(readWord(part, "ACTION"), "NONE")) {
+            continue; // the latter says that there is no alarm, and its time says nothing
+        }
+        for (const ContentLine& line : part.lines) {
+            const auto alarm = line.is("TRIGGER") ? readMoment(line, zones) : std::nullopt;
+            if (!alarm || alarm->isDate) {
+                continue;
+            }
+            const CivilTime shown = UserClock::civil(clock.instantOf(*alarm), date.zone.get());
+            const Instant next =
+                clock.instantOf({shown + (nextDate - date.civil), false, date.zone});
+            edits.replace(counter.lineOf(line.name.data()),
+                          withMoment(line, *alarm, UserClock::civil(next, alarm->zone.get())));
+        }
+    }
 }
 
 /// Returns whether two series go on alike after an instant; as far as the budget reaches.
@@ -149,6 +175,8 @@ std::optional<NextReminder> nextReminder(const std::string& bytes, const std::st
         return std::nullopt;
     }
     const Occurrence& next = following.occurrences.front();
+    const Moment& date = old.due ? *old.due : start;
+    const CivilTime nextDate = old.due ? nextDue(old, start, next.civil, clock) : next.civil;
 
     const std::string uid = randomUUID();
     const std::string time = momentText(inUTC(now));
@@ -166,13 +194,13 @@ std::optional<NextReminder> nextReminder(const std::string& bytes, const std::st
                            withMoment(*reminder.line("DTSTART"), *old.begins, next.civil));
     }
     if (old.due) {
-        properties.emplace("DUE", withMoment(*reminder.line("DUE"), *old.due,
-                                             nextDue(old, start, next.civil, clock)));
+        properties.emplace("DUE", withMoment(*reminder.line("DUE"), date, nextDate));
     }
     for (const Implied implied : {Implied::stays, Implied::isWritten}) {
         LineEdits edits{bytes};
         keepOnly(edits, text, reminder, source.calendar);
         setProperties(edits, text, reminder, properties);
+        moveAlarms(edits, text, reminder, date, nextDate, finder);
         continueRules(edits, text, reminder, start, next.civil, implied);
         NextReminder result{uid, edits.text()};
         const std::string unfolded = unfoldedText(result.text);

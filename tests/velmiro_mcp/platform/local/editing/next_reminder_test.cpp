@@ -19,14 +19,14 @@ namespace fs = std::filesystem;
 
 class NextOfASeries : public CompletionTest {
 protected:
-    /// Returns the DTSTART, DUE and RRULE lines of the reminder after one with these lines.
+    /// Returns the DTSTART, DUE, RRULE and TRIGGER lines of the reminder after one with these lines.
     Texts nextLines(const std::string& lines) {
         completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\n" + lines + "END:VTODO\nEND:VCALENDAR\n");
         std::istringstream text{next()};
         Texts found;
         for (std::string line; std::getline(text, line);) {
             if (line.starts_with("DTSTART") || line.starts_with("DUE") ||
-                line.starts_with("RRULE")) {
+                line.starts_with("RRULE") || line.starts_with("TRIGGER")) {
                 found.push_back(line);
             }
         }
@@ -34,6 +34,10 @@ protected:
         return found;
     }
 };
+
+std::string alarm(const std::string& lines) {
+    return "BEGIN:VALARM\n" + lines + "END:VALARM\n";
+}
 
 /// Returns the list of the whole numbers from 0 up to one before `end`.
 std::string below(int end) {
@@ -240,6 +244,69 @@ TEST_F(NextOfASeries, IsDueAsLongAfterItsStartAsBefore) {
               (Texts{"DTSTART;TZID=Europe/Berlin:20260329T120000", "DUE;VALUE=DATE:20260331",
                      "RRULE:FREQ=DAILY"}))
         << "the night in between has an hour less";
+}
+
+TEST_F(NextOfASeries, RingsAsLongBeforeItsDateAsBefore) {
+    const std::string daily = "RRULE:FREQ=DAILY";
+    const std::string quarterTo = alarm("TRIGGER;VALUE=DATE-TIME:20260328T074500Z\n");
+    EXPECT_EQ(nextLines("DUE;TZID=Europe/Berlin:20260328T090000\n" + daily + "\n" + quarterTo),
+              (Texts{"DUE;TZID=Europe/Berlin:20260329T090000", daily,
+                     "TRIGGER;VALUE=DATE-TIME:20260329T064500Z"}))
+        << "at the same time on its clock";
+    EXPECT_EQ(nextLines("DUE;VALUE=DATE:20260328\n" + daily + "\n" + quarterTo),
+              (Texts{"DUE;VALUE=DATE:20260329", daily, "TRIGGER;VALUE=DATE-TIME:20260329T064500Z"}))
+        << "on the user's clock";
+    EXPECT_EQ(nextLines("DUE:20260328T080000Z\n" + daily + "\n" + quarterTo),
+              (Texts{"DUE:20260329T080000Z", daily, "TRIGGER;VALUE=DATE-TIME:20260329T074500Z"}));
+    EXPECT_EQ(nextLines("DTSTART:20260328T060000Z\nDUE;TZID=Europe/Berlin:20260328T090000\n" +
+                        daily + "\n" + quarterTo),
+              (Texts{"DTSTART:20260329T060000Z", "DUE;TZID=Europe/Berlin:20260329T100000", daily,
+                     "TRIGGER;VALUE=DATE-TIME:20260329T074500Z"}));
+    EXPECT_EQ(nextLines("DTSTART;TZID=Europe/Berlin:20260328T090000\n" + daily + "\n" + quarterTo),
+              (Texts{"DTSTART;TZID=Europe/Berlin:20260329T090000", daily,
+                     "TRIGGER;VALUE=DATE-TIME:20260329T064500Z"}))
+        << "without a due date";
+    EXPECT_EQ(nextLines("DUE:20260328T080000Z\n" + daily + "\n" + quarterTo +
+                        alarm("ACTION:AUDIO\nTRIGGER;TZID=Europe/Berlin:20260327T\n 090000\n")),
+              (Texts{"DUE:20260329T080000Z", daily, "TRIGGER;VALUE=DATE-TIME:20260329T074500Z",
+                     "TRIGGER;TZID=Europe/Berlin:20260328T090000"}))
+        << "each of several";
+}
+
+TEST_F(NextOfASeries, KeepsOtherTriggersAsTheyAre) {
+    const std::string due = "DUE:20260328T080000Z\nRRULE:FREQ=DAILY\n";
+    for (const auto& [lines, trigger] : std::vector<std::pair<std::string, std::string>>{
+             {alarm("TRIGGER:-PT15M\n"), "TRIGGER:-PT15M"},
+             {alarm("TRIGGER;RELATED=END:PT0S\n"), "TRIGGER;RELATED=END:PT0S"},
+             {alarm("ACTION:NONE\nTRIGGER;VALUE=DATE-TIME:19760401T005545Z\n"),
+              "TRIGGER;VALUE=DATE-TIME:19760401T005545Z"},
+             {alarm("TRIGGER;VALUE=DATE-TIME:soon\n"), "TRIGGER;VALUE=DATE-TIME:soon"},
+             {alarm("TRIGGER;VALUE=DATE:20260328\n"), "TRIGGER;VALUE=DATE:20260328"},
+             {"TRIGGER:20260328T074500Z\n", "TRIGGER:20260328T074500Z"},
+             {"BEGIN:X-OTHER\nTRIGGER:20260328T074500Z\nEND:X-OTHER\n",
+              "TRIGGER:20260328T074500Z"}}) {
+        const Texts found = nextLines(due + lines);
+        ASSERT_EQ(found.size(), 3U) << lines;
+        EXPECT_EQ(found[2], trigger);
+    }
+}
+
+TEST_F(NextOfASeries, WithADateThatHasNoFourDigitsIsRefused) {
+    for (const std::string& lines :
+         Texts{"DTSTART;VALUE=DATE:20260328\nDUE;VALUE=DATE:99991231\n",
+               "DUE;VALUE=DATE:20260328\n" + alarm("TRIGGER;VALUE=DATE-TIME:99991231T120000Z\n")}) {
+        const std::string file = reminderFile("RRULE:FREQ=DAILY\n" + lines);
+        home.writeReminder("Home", "a.ics", file);
+        try {
+            database->completeReminder("todo@example.org");
+            FAIL() << "was completed: " << lines;
+        } catch (const PlatformError& error) {
+            EXPECT_STREQ(error.what(), "a calendar file can only hold dates of the years 1 to "
+                                       "9999; nothing was saved");
+        }
+        EXPECT_EQ(readFile(path()), file);
+        EXPECT_EQ(namesIn(home.reminders() + "/Home"), Texts{"a.ics"});
+    }
 }
 
 TEST_F(NextOfASeries, IsNoneIfAllThatFollowAreCancelled) {

@@ -129,6 +129,58 @@ std::ptrdiff_t marked(EventDatabase& database) {
     return std::ranges::count(found, mark, &Event::title);
 }
 
+void searchOfNotes(Talk& talk, const std::string& osascript) {
+    const std::string search = "a search of the notes' texts takes less than 60 seconds";
+    if (!talk.agrees("Search Notes for ‘" + mark + "’? macOS may ask whether that is allowed.")) {
+        talk.skipped(search, "not allowed");
+        return;
+    }
+    const Run notes = run(osascript, velmiro::scripts::notesSearch, {mark, "5"});
+    talk.found(search, "a list of notes", notes.summary(), !notes.failed);
+}
+
+/// What is listed is not shown: the report is to be pasted.
+void listOfMail(Talk& talk, const std::string& osascript) {
+    const std::string list = "the messages of a week are listed in less than 60 seconds";
+    if (!talk.agrees("List five messages of Mail's inbox? The report will not contain them.")) {
+        talk.skipped(list, "not allowed");
+        return;
+    }
+    const Run mail = run(osascript, velmiro::scripts::mailList, {"7", "5", "false"});
+    const Run shown{mail.failed ? mail.text : "a list", mail.failed, mail.seconds};
+    talk.found(list, "a list", shown.summary(), !mail.failed);
+}
+
+void draftOfMail(Talk& talk, const std::string& osascript) {
+    const std::string draft = "a draft is saved in less than 60 seconds";
+    const std::string text = "its text is the author's own, not a quotation";
+    if (!talk.agrees("Save a draft ‘" + mark + "’ in Mail and delete it again?")) {
+        talk.skipped(draft, "not allowed");
+        talk.skipped(text, "not allowed");
+        return;
+    }
+    const Run mail = run(osascript, velmiro::scripts::mailCreateDraft,
+                         {R"(["nobody@example.org"])", "[]", mark, "x"});
+    talk.found(draft, R"({"saved_as_draft":true})", mail.summary(), !mail.failed);
+    const std::string ofDrafts = "function run(argv) { const found = Application('Mail')."
+                                 "draftsMailbox.messages.whose({subject: argv[0]})(); ";
+    const Run quoted = run(osascript,
+                           ofDrafts + "return JSON.stringify(found.some(m => "
+                                      "/type=(3D)?.?cite/.test(m.source()))); }",
+                           {mark});
+    if (quoted.failed) {
+        talk.skipped(text, quoted.text);
+    } else {
+        talk.found(text, "false", quoted.text, quoted.text == "false");
+    }
+    const Run removal =
+        run(osascript, ofDrafts + "found.forEach(m => m.delete()); return String(found.length); }",
+            {mark});
+    talk.remark(removal.failed || removal.text != "1"
+                    ? "Please delete the draft ‘" + mark + "’ yourself: " + removal.summary()
+                    : "The draft is deleted.");
+}
+
 } // namespace
 
 void withoutPermission(Talk& talk, const std::string& osascript) {
@@ -261,29 +313,9 @@ void writing(Talk& talk) {
 }
 
 void scripts(Talk& talk, const std::string& osascript) {
-    const std::string search = "a search of the notes' texts takes less than 60 seconds";
-    if (talk.agrees("Search Notes for ‘" + mark + "’? macOS may ask whether that is allowed.")) {
-        const Run notes = run(osascript, velmiro::scripts::notesSearch, {mark, "5"});
-        talk.found(search, "a list of notes", notes.summary(), !notes.failed);
-    } else {
-        talk.skipped(search, "not allowed");
-    }
-    const std::string draft = "a draft is saved in less than 60 seconds";
-    if (!talk.agrees("Save a draft ‘" + mark + "’ in Mail and delete it again?")) {
-        talk.skipped(draft, "not allowed");
-        return;
-    }
-    const Run mail = run(osascript, velmiro::scripts::mailCreateDraft,
-                         {R"(["nobody@example.org"])", "[]", mark, "x"});
-    talk.found(draft, R"({"saved_as_draft":true})", mail.summary(), !mail.failed);
-    const Run removal = run(osascript,
-                            "function run(argv) { const found = Application('Mail').draftsMailbox."
-                            "messages.whose({subject: argv[0]})(); found.forEach(m => m.delete()); "
-                            "return String(found.length); }",
-                            {mark});
-    talk.remark(removal.failed || removal.text != "1"
-                    ? "Please delete the draft ‘" + mark + "’ yourself: " + removal.summary()
-                    : "The draft is deleted.");
+    searchOfNotes(talk, osascript);
+    listOfMail(talk, osascript);
+    draftOfMail(talk, osascript);
 }
 
 } // namespace velmiro::check

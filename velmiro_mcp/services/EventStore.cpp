@@ -209,6 +209,9 @@ Task<std::string> EventStore::createEvent(NewEvent event, std::optional<std::str
 
 /// Waits for the database's callback. No answer counts as no reminders. The deadline is for a
 /// database that never calls back: it would block the store, and the end of the program, forever.
+///
+/// This is a task of its own so that its caller goes on only when the database has returned from
+/// the call, even if it called back earlier: operations must not overlap.
 Task<std::vector<Reminder>> EventStore::fetchReminders(ReminderQuery query) {
     // Made here, where it may fail for want of memory. The timeout is captured by value: once the
     // fetch is answered, the store may be gone.

@@ -163,6 +163,23 @@ TEST_F(EventStoreReminders, TheAnswerMayComeLateAndOnAnotherThread) {
     EXPECT_EQ((*records.arrayValue())[0]["id"]->stringValue(), "late");
 }
 
+TEST_F(EventStoreReminders, NoOperationBeginsBeforeTheDatabaseHasReturned) {
+    std::atomic<bool> calling = false;
+    database->fetch = [&](const RemindersFound& found) {
+        EXPECT_FALSE(calling.exchange(true));
+        found(std::vector<Reminder>{});
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+        calling = false;
+    };
+    std::vector<std::thread> listing;
+    for (int number = 0; number < 3; ++number) {
+        listing.emplace_back([&] { list(); });
+    }
+    for (std::thread& thread : listing) {
+        thread.join();
+    }
+}
+
 TEST_F(EventStoreReminders, AnErrorInTheFetchReachesTheCaller) {
     database->fetch = [](const RemindersFound&) { throw PlatformError{"the store is gone"}; };
     EXPECT_THROW(list(), PlatformError);

@@ -219,6 +219,12 @@ TEST_F(EventKitTest, ALongTimeIsSearchedInPiecesThatEventKitDoesNotCut) {
                              " nil");
 }
 
+TEST_F(EventKitTest, WhatIsLaterThanFiftyThousandEventsIsNotSearched) {
+    data->stored.assign(50'000, event("daily", start));
+    EXPECT_EQ(database->events(start, *parseDate("9999-12-31"), nullptr).size(), 50'000U);
+    EXPECT_EQ(calls().size(), 2U) << "one search";
+}
+
 TEST_F(EventKitTest, AnEventIsSavedWithWhatItIsGivenInOneCommitOfItsOwn) {
     const NewEvent given{"Dentist", start, end, true, "Room 5", "Bring the card"};
     EXPECT_EQ(database->saveEvent(given, work), "new-id");

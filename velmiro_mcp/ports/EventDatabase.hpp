@@ -108,6 +108,7 @@ public:
 
     /// Returns the events of `calendar`, or of all calendars if it is null, that overlap the time
     /// from `start` up to but not including `end`, in no particular order. Skips unreadable items.
+    /// If there are more than 50,000, some of the later ones may be missing.
     virtual std::vector<Event> events(Instant start, Instant end, const Calendar* calendar) = 0;
 
     /// Returns the list for a new reminder that names none; nullopt if there is no such list.

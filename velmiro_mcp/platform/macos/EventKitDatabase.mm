@@ -20,6 +20,9 @@ using namespace macos;
 
 /// EventKit searches only the first four years of a longer time, and silently ignores the rest.
 constexpr std::chrono::days longestSearch{4 * 365};
+/// Later searches find later events. All events of all time could be millions: one that repeats
+/// daily without an end is found every day.
+constexpr std::size_t enoughEvents = 50'000;
 
 constexpr std::size_t all = std::numeric_limits<std::size_t>::max();
 
@@ -83,12 +86,15 @@ public:
         return guarded([&](Problem&) {
             NSArray<EKCalendar*>* const calendars = calendarsToSearch(EntityType::event, calendar);
             std::vector<Event> found;
-            for (Instant from = start; from < end; from += longestSearch) {
-                const Instant to = std::min<Instant>(end, from + longestSearch);
-                for (Event& event : eventsBetween(from, to, calendars)) {
-                    // An event that began earlier was found by the previous search.
-                    if (from == start || event.start >= from) {
-                        found.push_back(std::move(event));
+            for (Instant from = start; from < end && found.size() < enoughEvents;
+                 from += longestSearch) {
+                @autoreleasepool { // a search leaves an object for each event
+                    const Instant to = std::min<Instant>(end, from + longestSearch);
+                    for (Event& event : eventsBetween(from, to, calendars)) {
+                        // An event that began earlier was found by the previous search.
+                        if (from == start || event.start >= from) {
+                            found.push_back(std::move(event));
+                        }
                     }
                 }
             }

@@ -189,6 +189,14 @@ TEST_F(NextOfASeries, GoesOnAsBeforeAfterAnOccurrenceBesidesTheRule) {
         << "dates alone";
 }
 
+TEST_F(NextOfASeries, IsAllThatIsLeftOfTheSeries) {
+    const std::string done = completed("BEGIN:VCALENDAR\nBEGIN:VTODO\nUID:a\nDUE:20260105T090000Z\n"
+                                       "RRULE:FREQ=DAILY\nRDATE:20260105T120000Z\n"
+                                       "RDATE:20260106T120000Z\nEND:VTODO\nEND:VCALENDAR\n");
+    EXPECT_EQ(done.find("RRULE"), std::string::npos);
+    EXPECT_EQ(done.find("RDATE"), std::string::npos);
+}
+
 TEST_F(NextOfASeries, ReducesEveryCount) {
     EXPECT_EQ(nextLines("DUE;VALUE=DATE:20260105\nRRULE:FREQ=WEEKLY;COUNT=3\n"
                         "RRULE:FREQ=DAILY;INTERVAL=7;COUNT=5\n"),

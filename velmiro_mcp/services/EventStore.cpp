@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <initializer_list>
 #include <utility>
 
 namespace velmiro {
@@ -22,6 +23,12 @@ constexpr std::size_t mostEvents = 200;
 constexpr std::size_t mostReminders = 300;
 constexpr std::size_t longestEventNotes = 500; // in characters as the user counts them
 constexpr std::size_t longestReminderNotes = 300;
+
+// Common clients close the connection at a reply of more than ten megabytes, and JSON within JSON
+// can make seven bytes of one. Whoever sends one enormous invitation must not keep the other events
+// from being read.
+constexpr std::size_t mostText = std::size_t{1} << 20U;
+constexpr std::size_t longestOfTooMuch = 1024; // of one text, if all together are more than that
 
 /// The words for a type of items in messages.
 struct Wording {
@@ -45,9 +52,59 @@ void addIfNotEmpty(JSONValue& record, std::string_view key,
     }
 }
 
-void addNotes(JSONValue& record, const std::optional<std::string>& notes, std::size_t longest) {
-    if (notes && !notes->empty()) {
-        record.set("notes", firstCharacters(*notes, longest));
+void cutNotes(std::optional<std::string>& notes, std::size_t longest) {
+    if (notes) {
+        notes->resize(firstCharacters(*notes, longest).size());
+    }
+}
+
+/// Cuts a text to at most that many bytes, and no character in two.
+void cut(std::string& text, std::size_t longest) {
+    if (text.size() <= longest) {
+        return;
+    }
+    while (longest > 0 && (static_cast<unsigned char>(text[longest]) & 0xC0U) == 0x80) {
+        --longest;
+    }
+    text.resize(longest);
+}
+
+std::vector<std::string*> textsOf(std::string& identifier,
+                                  std::initializer_list<std::optional<std::string>*> others) {
+    std::vector<std::string*> texts{&identifier};
+    for (std::optional<std::string>* const text : others) {
+        if (*text) {
+            texts.push_back(&**text);
+        }
+    }
+    return texts;
+}
+
+std::vector<std::string*> textsOf(Event& event) {
+    return textsOf(event.identifier,
+                   {&event.title, &event.calendar, &event.location, &event.notes});
+}
+
+std::vector<std::string*> textsOf(Reminder& reminder) {
+    return textsOf(reminder.identifier, {&reminder.title, &reminder.list, &reminder.notes});
+}
+
+/// Cuts the texts of items that are too much for one reply.
+template <typename Item>
+void limitText(std::vector<Item>& items) {
+    std::size_t size = 0;
+    for (Item& item : items) {
+        for (const std::string* const text : textsOf(item)) {
+            size += text->size();
+        }
+    }
+    if (size <= mostText) {
+        return;
+    }
+    for (Item& item : items) {
+        for (std::string* const text : textsOf(item)) {
+            cut(*text, longestOfTooMuch);
+        }
     }
 }
 
@@ -61,8 +118,23 @@ JSONValue eventRecord(const Event& event) {
         {"calendar", event.calendar.value_or("")},
     });
     addIfNotEmpty(record, "location", event.location);
-    addNotes(record, event.notes, longestEventNotes);
+    addIfNotEmpty(record, "notes", event.notes);
     return record;
+}
+
+/// Returns the records of the first events, sorted by start.
+JSONValue recordsOf(std::vector<Event> events) {
+    std::ranges::stable_sort(events, {}, &Event::start);
+    events.resize(std::min(events.size(), mostEvents));
+    for (Event& event : events) {
+        cutNotes(event.notes, longestEventNotes);
+    }
+    limitText(events);
+    auto records = JSONValue::array();
+    for (const Event& event : events) {
+        records.append(eventRecord(event));
+    }
+    return records;
 }
 
 JSONValue reminderRecord(const Reminder& reminder) {
@@ -76,8 +148,20 @@ JSONValue reminderRecord(const Reminder& reminder) {
     if (reminder.due) {
         record.set("due", dateText(*reminder.due));
     }
-    addNotes(record, reminder.notes, longestReminderNotes);
+    addIfNotEmpty(record, "notes", reminder.notes);
     return record;
+}
+
+JSONValue recordsOf(std::vector<Reminder> reminders) {
+    for (Reminder& reminder : reminders) {
+        cutNotes(reminder.notes, longestReminderNotes);
+    }
+    limitText(reminders);
+    auto records = JSONValue::array();
+    for (const Reminder& reminder : reminders) {
+        records.append(reminderRecord(reminder));
+    }
+    return records;
 }
 
 MCPToolError noReminder(const std::string& identifier) {
@@ -184,14 +268,7 @@ Task<JSONValue> EventStore::events(Instant start, Instant end,
     const auto turn = co_await actor_.enter();
     checkAccess(EntityType::event);
     const auto calendar = calendarNamed(calendarName, EntityType::event);
-    auto found = store_->events(start, end, calendar ? &*calendar : nullptr);
-    std::ranges::stable_sort(found, {}, &Event::start);
-    found.resize(std::min(found.size(), mostEvents));
-    auto records = JSONValue::array();
-    for (const Event& event : found) {
-        records.append(eventRecord(event));
-    }
-    co_return std::move(records);
+    co_return recordsOf(store_->events(start, end, calendar ? &*calendar : nullptr));
 }
 
 Task<std::string> EventStore::createEvent(NewEvent event, std::optional<std::string> calendarName) {
@@ -242,12 +319,8 @@ Task<JSONValue> EventStore::reminders(std::optional<std::string> listName, bool 
     const auto list = calendarNamed(listName, EntityType::reminder);
     auto fetching =
         fetchReminders({includeCompleted, dueBefore, list ? &*list : nullptr, mostReminders});
-    const auto found = co_await std::move(fetching);
-    auto records = JSONValue::array();
-    for (const Reminder& reminder : found) {
-        records.append(reminderRecord(reminder));
-    }
-    co_return std::move(records);
+    auto found = co_await std::move(fetching);
+    co_return recordsOf(std::move(found));
 }
 
 Task<std::string> EventStore::createReminder(NewReminder reminder,

@@ -135,6 +135,20 @@ TEST_F(EventStoreReminders, NotesAreCutAfterThreeHundredCharacters) {
               300 * family.size() / 501);
 }
 
+TEST_F(EventStoreReminders, AnEnormousTextDoesNotKeepTheOthersFromBeingRead) {
+    Reminder enormous = reminder("a");
+    enormous.title = std::string(4'000'000, 'x');
+    enormous.list = std::string(5'000, 'x');
+    database->reminders = {enormous, reminder("b")};
+    const JSONValue records = list();
+    EXPECT_EQ((*records.arrayValue())[0]["title"]->stringValue(), std::string(1024, 'x'));
+    EXPECT_EQ((*records.arrayValue())[0]["list"]->stringValue(), std::string(1024, 'x'));
+    EXPECT_EQ((*records.arrayValue())[1]["title"]->stringValue(), "Title of b");
+    database->reminders[0].title = std::string(100'000, 'x');
+    EXPECT_EQ((*list().arrayValue())[0]["title"]->stringValue()->size(), 100'000U)
+        << "which is not enormous";
+}
+
 TEST_F(EventStoreReminders, TheFirstThreeHundredComeInTheDatabasesOrder) {
     for (int count = 301; count > 0; --count) {
         database->reminders.push_back(reminder(std::to_string(count)));

@@ -142,6 +142,45 @@ TEST_F(EventStoreTest, NotesAreCutAfterFiveHundredCharactersAsTheUserCountsThem)
     EXPECT_EQ((*events()[0])["notes"]->stringValue(), std::string(500, 'x'));
 }
 
+TEST_F(EventStoreTest, AnEnormousTextDoesNotKeepTheOthersFromBeingRead) {
+    auto enormous = event(std::string(4'000'000, '\1'), start);
+    enormous.identifier = std::string(1'000'000, 'i');
+    enormous.calendar = "c" + std::string(1'000'000, 'x');
+    enormous.location = "€" + std::string(1'020, 'x') + "€";
+    enormous.notes = "e";
+    for (int count = 0; count < 1'000'000; ++count) {
+        *enormous.notes += "\u0301"; // one character to the user
+    }
+    database->stored = {enormous, event("Dentist", start + std::chrono::hours{1})};
+    const auto records = events();
+    ASSERT_EQ(records.arrayValue()->size(), 2U);
+    EXPECT_EQ((*records[0])["title"]->stringValue(), std::string(1024, '\1'));
+    EXPECT_EQ((*records[0])["id"]->stringValue()->size(), 1024U);
+    EXPECT_EQ((*records[0])["calendar"]->stringValue()->size(), 1024U);
+    EXPECT_EQ((*records[0])["location"]->stringValue(), "€" + std::string(1'020, 'x'))
+        << "no character is cut in two";
+    EXPECT_EQ((*records[0])["notes"]->stringValue()->size(), 1023U);
+    EXPECT_EQ((*records[1])["title"]->stringValue(), "Dentist");
+}
+
+TEST_F(EventStoreTest, TheLargestReplyFitsIntoALineThatClientsAccept) {
+    constexpr std::size_t longestLine = 10'000'000;
+    auto worst = event(std::string(1'000'000, '\1'), start);
+    worst.identifier = worst.calendar.emplace(*worst.title);
+    worst.location = worst.title;
+    worst.notes = std::string(500, '\1');
+    database->stored.assign(200, worst);
+    const JSONValue text{events().jsonString()};
+    EXPECT_LT(text.jsonString().size(), longestLine);
+
+    // Just below what is too much, nothing is cut.
+    auto whole = event("", start);
+    whole.location = std::string(5'000, '\1');
+    database->stored.assign(200, whole);
+    EXPECT_EQ((*events()[199])["location"]->stringValue(), whole.location);
+    EXPECT_LT(JSONValue{events().jsonString()}.jsonString().size(), longestLine);
+}
+
 TEST_F(EventStoreTest, CreatingChecksAccessFindsTheCalendarAndSavesInThisOrder) {
     EXPECT_EQ(create(), "new-id");
     EXPECT_EQ(database->journal,

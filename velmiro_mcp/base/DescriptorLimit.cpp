@@ -7,9 +7,9 @@
 namespace velmiro {
 namespace {
 
-/// Accepted as a soft limit even by a system that reports an infinite hard limit, yet refuses
-/// infinity as a soft one.
-constexpr rlim_t fallbackLimit = 10'240;
+/// As many as macOS lets a process poll. It also accepts this many where it reports an infinite
+/// hard limit, yet refuses infinity as a soft one.
+constexpr rlim_t enough = 10'240;
 
 /// The soft limit before it was first raised; infinity if there is nothing to restore.
 std::atomic<rlim_t> originalLimit{RLIM_INFINITY};
@@ -22,12 +22,9 @@ void raiseDescriptorLimit() noexcept {
         return;
     }
     const rlim_t before = limit.rlim_cur;
-    limit.rlim_cur = limit.rlim_max;
+    limit.rlim_cur = std::max(before, std::min(limit.rlim_max, enough));
     if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
-        limit.rlim_cur = std::max(before, fallbackLimit);
-        if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
-            return;
-        }
+        return;
     }
     rlim_t notRaised = RLIM_INFINITY;
     originalLimit.compare_exchange_strong(notRaised, before);

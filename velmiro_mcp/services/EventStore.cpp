@@ -60,13 +60,11 @@ void cutNotes(std::optional<std::string>& notes, std::size_t longest) {
 
 /// Cuts a text to at most that many bytes, and no character in two.
 void cut(std::string& text, std::size_t longest) {
-    if (text.size() <= longest) {
-        return;
+    std::size_t end = std::min(text.size(), longest);
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) {
+        --end;
     }
-    while (longest > 0 && (static_cast<unsigned char>(text[longest]) & 0xC0U) == 0x80) {
-        --longest;
-    }
-    text.resize(longest);
+    text.resize(end);
 }
 
 std::vector<std::string*> textsOf(std::string& identifier,

@@ -163,6 +163,24 @@ TEST_F(EventStoreTest, AnEnormousTextDoesNotKeepTheOthersFromBeingRead) {
     EXPECT_EQ((*records[1])["title"]->stringValue(), "Dentist");
 }
 
+TEST_F(EventStoreTest, TextsAreCutIfTheyAreMoreThanAMebibyteTogether) {
+    auto large = event("Dentist", start);
+    const std::size_t others = large.identifier.size() + large.title->size();
+    large.location = std::string((std::size_t{1} << 20U) - others, 'x');
+    database->stored = {large};
+    EXPECT_EQ((*events()[0])["location"]->stringValue(), large.location);
+    *large.location += 'x';
+    database->stored = {large};
+    EXPECT_EQ((*events()[0])["location"]->stringValue(), std::string(1024, 'x'));
+}
+
+TEST_F(EventStoreTest, NothingIsLeftOfAnEnormousTextWithoutTheBeginningOfACharacter) {
+    auto broken = event("Dentist", start);
+    broken.location = std::string(2'000'000, '\x80');
+    database->stored = {broken};
+    EXPECT_EQ((*events()[0])["location"], nullptr);
+}
+
 TEST_F(EventStoreTest, TheLargestReplyFitsIntoALineThatClientsAccept) {
     constexpr std::size_t longestLine = 10'000'000;
     auto worst = event(std::string(1'000'000, '\1'), start);

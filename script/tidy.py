@@ -2,9 +2,10 @@
 """Checks the files of build/lint by clang-tidy; script/lint configures that folder.
 
 Most of a run would go into the standard library's headers, through which each check walks once for
-each file. So files that are compiled alike are joined, a dozen at a time, and checked as one. If that
-fails, each half is checked anew: what is reported was found in a file alone, and files pass that fail
-only together (two may have the same name for something of their own).
+each file. So files that are compiled alike are joined, dozens at a time, and checked as one. If that
+fails, those with the errors and the others are checked anew, each lot joined: what is reported was found
+in a file alone, and files pass that fail only together (two may have the same name for something of
+their own).
 
 Some checks would miss something in joined files, and get each file apart, over precompiled headers:
 the analyzer, which skips a function after it has followed a call of it, and those that look for names
@@ -14,6 +15,7 @@ GoogleTest's macros.
 A file that passed is checked again if it, any header or a setting has changed since.
 """
 
+import bisect
 import collections
 import json
 import os
@@ -29,10 +31,11 @@ from pathlib import Path
 HERE = Path.cwd()
 BUILD = HERE / "build/lint"
 JOINED = BUILD / "joined"
-TOGETHER = 12  # files
+TOGETHER = 40  # files
 ANALYZER = "clang-analyzer-*"
 UNUSED = "misc-unused-alias-decls,misc-unused-using-decls"
 NAMES = re.compile(r"^ *(using [\w:]+::|namespace \w+ =)", re.MULTILINE)  # what can be unused
+ENTRY = re.compile(r'^(extern "C" )?int (main|LLVMFuzzerTestOneInput)\(', re.MULTILINE)  # of a program
 SETTINGS = {".clang-tidy", "CMakePresets.json", "CMakeLists.txt", "tidy.py"}
 SUFFIXES = {".hpp", ".h", ".cmake"}
 PRECOMPILED = re.compile(r" -Winvalid-pch| -Xclang (-include-pch|-include) -Xclang \S+")
@@ -79,21 +82,37 @@ def tidy(database: Path, checks: str, file: Path) -> str | None:
     return run.stdout or f"{file}: clang-tidy ended with {run.returncode}\n" if run.returncode else None
 
 
+def blamed(found: str, joined: Path, begins: list[int]) -> set[int]:
+    """Returns the indexes of the files that errors are in or, if these are in headers, that notes are in."""
+    for kind in "error", "note":
+        lines = re.findall(rf"^{re.escape(str(joined))}:(\d+):\d+: {kind}:", found, re.MULTILINE)
+        if lines:
+            return {bisect.bisect(begins, int(line)) - 1 for line in lines}
+    return set()
+
+
 def check(names: list[str], command: str, directory: str) -> list[tuple[str, str | None]]:
     """Checks files that are compiled alike. Returns what was found in each that failed alone."""
     folder = Path(tempfile.mkdtemp(dir=JOINED))
     file = HERE / names[0]
+    begins = []  # the number of each file's first line
     if len(names) > 1:
         file = folder / "joined.cpp"
-        file.write_text("".join(f'#line 1 "{HERE / name}"\n{Path(name).read_text(encoding="utf-8")}\n'
-                                for name in names), encoding="utf-8")
+        text = ""
+        for name in names:
+            begins.append(text.count("\n") + 1)
+            text += Path(name).read_text(encoding="utf-8")
+        file.write_text(text, encoding="utf-8")
     entry = {"directory": directory, "file": str(file), "command": command.replace("\0", str(file))}
     (folder / "compile_commands.json").write_text(json.dumps([entry]))
     found = tidy(folder, f"-{ANALYZER},-" + UNUSED.replace(",", ",-"), file)
     if found is None or len(names) == 1:
         return [(name, found) for name in names]
-    half = len(names) // 2
-    return check(names[:half], command, directory) + check(names[half:], command, directory)
+    apart = blamed(found, file, begins)
+    if len(apart) in (0, len(names)):
+        apart = set(range(len(names) // 2))
+    return (check([name for index, name in enumerate(names) if index not in apart], command, directory)
+            + check([names[index] for index in sorted(apart)], command, directory))
 
 
 def main() -> int:
@@ -110,7 +129,8 @@ def main() -> int:
             continue
         if not joined.fresh(name):
             command = re.sub(r" -o \S+", "", PRECOMPILED.sub("", entry["command"])).replace(path, "\0")
-            alike[command, entry["directory"]].append(name)
+            alone = name if ENTRY.search(Path(path).read_text(encoding="utf-8")) else ""
+            alike[command, entry["directory"], alone].append(name)
         if not apart.fresh(name):
             single.append(name)
 
@@ -138,7 +158,7 @@ def main() -> int:
 
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         jobs = []
-        for (command, directory), names in alike.items():
+        for (command, directory, _), names in alike.items():
             count = -(-len(names) // TOGETHER)
             for part in range(count):
                 some = names[part * len(names) // count:(part + 1) * len(names) // count]

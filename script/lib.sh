@@ -202,7 +202,7 @@ show_progress() {
 # file. No install hooks run, because nothing here needs one.
 install_npm_packages() {
     local folder=$1 which=$2 megabytes=$3 state
-    local -a options=(--ignore-scripts --no-audit --no-fund --loglevel=error)
+    local -a options=(--ignore-scripts --no-audit --no-fund --no-update-notifier --loglevel=error)
     state=$folder/node_modules/.installed-$(sha256sum <"$folder/package-lock.json" | cut -c1-16)
     [[ ! -e $state-all && ! -e $state-$which ]] || return 0
     [[ $which == all ]] || options+=(--omit=dev)

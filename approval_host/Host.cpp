@@ -21,6 +21,8 @@ using namespace std::chrono_literals;
 
 /// How long nothing is shown after a question that left without an answer.
 constexpr auto rest = 1s;
+/// As many connections as macOS lets a process poll, 10,240 descriptors, with room for the others.
+constexpr std::size_t mostConnections = 10'000;
 /// How long connections are left in the kernel's queue when there is no descriptor for them.
 constexpr auto restWithoutDescriptors = 100ms;
 /// How long a question may take to arrive. A server sends its own in one write, but may be held up.
@@ -150,9 +152,19 @@ void Host::forgetClosed() {
     }
 }
 
+/// Askers wait in the kernel's queue until a descriptor is free again.
+void Host::letOthersWait() {
+    acceptAfter_ = Clock::now() + restWithoutDescriptors;
+    othersWait_ = true;
+}
+
 void Host::acceptAll() {
     // Bounded, so that a flood of askers does not delay the user's answers.
     for (int accepted = 0; accepted < SOMAXCONN; ++accepted) {
+        if (connections_.size() == mostConnections) {
+            letOthersWait();
+            return;
+        }
         MCPStdio::Descriptor socket{::accept(inputs_.listener, nullptr, nullptr)};
         if (socket) {
             if (::fcntl(socket.get(), F_SETFL, O_NONBLOCK) == 0 &&
@@ -160,9 +172,7 @@ void Host::acceptAll() {
                 connections_.push_back(std::make_unique<Connection>(std::move(socket)));
             }
         } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-            // Askers wait in the kernel's queue until a descriptor is free again.
-            acceptAfter_ = Clock::now() + restWithoutDescriptors;
-            othersWait_ = true;
+            letOthersWait();
             return;
         } else if (errno != EINTR && errno != ECONNABORTED) {
             othersWait_ = false;

@@ -39,6 +39,7 @@ private:
     void refuseHalfQuestions();
     [[nodiscard]] Clock::duration patienceWithHalf() const noexcept;
     void forgetClosed();
+    void letOthersWait();
     void acceptAll();
     void showNext();
     void take(Screen::Answer answer);

@@ -5,6 +5,7 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -145,6 +146,28 @@ TEST(ManyAskers, WaitQuietlyWhenDescriptorsRunOut) {
     host.signal(SIGTERM);
     EXPECT_EQ(host.waitForExit(), 0);
     EXPECT_LT(processorSeconds() - before, 1.0) << "it spins while it waits";
+}
+
+TEST(ManyAskers, WaitUnacceptedBeyondWhatMacOSCanPoll) {
+    constexpr rlim_t enough = 10'100;
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::max(limit.rlim_cur, enough);
+    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        GTEST_SKIP() << "this system does not allow so many descriptors";
+    }
+    const TemporaryFolder folder;
+    HostProcess host{{.arguments = {"--socket", folder / "s"}}};
+    host.waitFor("listening at ");
+    const Askers askers = askMany(folder / "s", 10'000);
+    Asker last{folder / "s"};
+    last.send("nonsense\n");
+    host.waitFor("    number 0\n");
+    host.waitFor(prompt);
+    EXPECT_FALSE(last.isAnsweredWithin(2000));
+    host.type("y\n");
+    EXPECT_EQ(askers.front()->reply(), yes);
+    EXPECT_EQ(last.reply(), no);
 }
 
 TEST(ManyAskers, WhoNeverEndTheirLineKeepNoQuestionFromTheScreen) {

@@ -7,9 +7,9 @@
 namespace velmiro {
 namespace {
 
-/// As many as macOS lets a process poll. It also accepts this many where it reports an infinite
-/// hard limit, yet refuses infinity as a soft one.
-constexpr rlim_t enough = 10'240;
+/// Accepted as a soft limit even by a system that reports an infinite hard limit, yet refuses
+/// infinity as a soft one.
+constexpr rlim_t fallbackLimit = 10'240;
 
 /// The soft limit before it was first raised; infinity if there is nothing to restore.
 std::atomic<rlim_t> originalLimit{RLIM_INFINITY};
@@ -22,9 +22,12 @@ void raiseDescriptorLimit() noexcept {
         return;
     }
     const rlim_t before = limit.rlim_cur;
-    limit.rlim_cur = std::max(before, std::min(limit.rlim_max, enough));
+    limit.rlim_cur = limit.rlim_max;
     if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
-        return;
+        limit.rlim_cur = std::max(before, fallbackLimit);
+        if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+            return;
+        }
     }
     rlim_t notRaised = RLIM_INFINITY;
     originalLimit.compare_exchange_strong(notRaised, before);

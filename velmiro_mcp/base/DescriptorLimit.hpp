@@ -4,7 +4,7 @@
 /// waits for the user and every running script needs some of them.
 namespace velmiro {
 
-/// Raises the soft limit to 10,240, or as far as the system allows.
+/// Raises the soft limit as far as the system allows.
 void raiseDescriptorLimit() noexcept;
 
 /// Restores the original soft limit in a child that is about to become another program: one written

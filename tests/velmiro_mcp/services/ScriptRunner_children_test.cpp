@@ -14,7 +14,6 @@
 #include "velmiro_mcp/ports/OSAScriptPath.hpp"
 #include "velmiro_mcp/services/Subprocess.hpp"
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
@@ -122,7 +121,8 @@ TEST(ScriptChildren, HaveTheDescriptorLimitThisProcessWasStartedWith) {
     raiseDescriptorLimit();
     rlimit raised{};
     ::getrlimit(RLIMIT_NOFILE, &raised);
-    EXPECT_EQ(raised.rlim_cur, std::min(raised.rlim_max, rlim_t{10'240}));
+    // Where infinity is refused as a soft limit, this much is not.
+    EXPECT_TRUE(raised.rlim_cur == raised.rlim_max || raised.rlim_cur == 10'240) << raised.rlim_cur;
     raiseDescriptorLimit(); // only the first call remembers the limit
     EXPECT_EQ(run("descriptor-limit"), JSONValue{123});
 }

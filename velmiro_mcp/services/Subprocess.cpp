@@ -93,19 +93,18 @@ void Subprocess::awaitReadable(int descriptor) {
 /// Returns the milliseconds left until the deadline. At the deadline, terminates the child and
 /// calls `passed_`; after that, or without a deadline, returns -1.
 int Subprocess::untilDeadline() {
-    if (deadline_ == Clock::time_point::max()) {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
-    if (left > 0ms) {
-        return static_cast<int>(std::min(left, std::chrono::milliseconds{1h}).count());
-    }
-    deadline_ = Clock::time_point::max();
-    if (isRunning()) {
-        ::kill(child_, SIGTERM);
-    }
-    if (const auto passed = std::exchange(passed_, nullptr)) {
-        passed();
+    if (deadline_ != Clock::time_point::max()) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
+        if (left > 0ms) {
+            return static_cast<int>(std::min(left, std::chrono::milliseconds{1h}).count());
+        }
+        deadline_ = Clock::time_point::max();
+        if (isRunning()) {
+            ::kill(child_, SIGTERM);
+        }
+        if (const auto passed = std::exchange(passed_, nullptr)) {
+            passed();
+        }
     }
     return -1;
 }

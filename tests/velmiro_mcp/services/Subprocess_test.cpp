@@ -4,6 +4,7 @@
 #include <ctime>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/wait.h>
 
 using namespace velmiro;
 using namespace std::chrono_literals;
@@ -29,6 +30,8 @@ TEST(ScriptProcess, IsEndedWithItsOwner) {
         const auto process = shell("exec sleep 60");
     }
     EXPECT_LT(Clock::now() - before, 30s);
+    siginfo_t child{};
+    EXPECT_EQ(::waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT), -1) << "a child is left";
 }
 
 TEST(ScriptProcess, IsAwaitedAlsoWhereChildrenAreIgnored) {
